@@ -1,0 +1,52 @@
+// Copies of text into fixed buffers, and numbers read from text.
+#ifndef KAVEX_BASE_TEXT_H
+#define KAVEX_BASE_TEXT_H
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+inline bool same(const char *a, const char *b) noexcept { return std::strcmp(a, b) == 0; }
+
+inline bool empty(const char *text) noexcept { return !text || !*text; }
+
+// The bounded copy of every getter whose name ends in "2": the whole buffer is written, a longer text is cut after
+// size - 1 bytes. A size of 0 writes nothing.
+inline void bounded_copy(char *buffer, std::size_t size, const char *text) noexcept {
+    if (!size) return;
+    buffer[size - 1] = '\0';
+    std::strncpy(buffer, text, size - 1);
+}
+
+// Copies text with its NUL when it fits, and leaves the buffer alone when it does not.
+inline bool copy_if_fits(char *buffer, std::size_t size, const char *text) noexcept {
+    std::size_t length = strnlen(text, size);
+    if (length >= size) return false;
+    std::memcpy(buffer, text, length + 1);
+    return true;
+}
+
+// Numbers as the 32-bit target reads them: strtol and strtoul of base 10, saturated at 32 bits.
+inline std::int32_t to_int32(const char *text) noexcept {
+    long value = std::strtol(text, nullptr, 10);
+    if (value > std::numeric_limits<std::int32_t>::max()) return std::numeric_limits<std::int32_t>::max();
+    if (value < std::numeric_limits<std::int32_t>::min()) return std::numeric_limits<std::int32_t>::min();
+    return static_cast<std::int32_t>(value);
+}
+
+// A text with a minus sign is negated within 32 bits, as strtoul does where a long has 32.
+inline std::uint32_t to_uint32(const char *text) noexcept {
+    while (*text == ' ' || (*text >= '\t' && *text <= '\r')) ++text;
+    bool negative = *text == '-';
+    if (negative || *text == '+') ++text;
+    std::uint32_t value = 0;
+    for (; *text >= '0' && *text <= '9'; ++text) {
+        std::uint32_t digit = static_cast<std::uint32_t>(*text - '0');
+        if (__builtin_mul_overflow(value, 10u, &value) || __builtin_add_overflow(value, digit, &value))
+            return std::numeric_limits<std::uint32_t>::max();
+    }
+    return negative ? 0u - value : value;
+}
+
+#endif
