@@ -1,0 +1,164 @@
+// Entities: created and deleted in their scope, named, and their values written and read.
+#include "store/store.h"
+
+namespace {
+
+bool exists(const xmlNode *scope, const char *type, const char *name) {
+    for (const xmlNode *child = scope->children; child; child = child->next)
+        if (xml::is_element(child, type) && xml::is_named(child, name)) return true;
+    return false;
+}
+
+xmlNode *define(const kvio_config_t *config, const char *scope, const char *type, const char *name) {
+    const char *who = "do_kvio_define";
+    if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
+    xmlNode *parent = store::find_scope(config, scope, who);
+    if (!parent) return nullptr;
+    if (type && name && exists(parent, type, name))
+        return fail(nullptr, KVIO_EXISTS, "%s(%s): scope:[%s] type:[%s] name:[%s] is existed\n", who, config->path,
+                    scope, type, name);
+    xml::Detached entity;
+    if (!empty(type)) entity = xml::guarded<xml::Detached>([&] { return xmlNewNode(nullptr, xml::str(type)); });
+    if (!entity) return fail(nullptr, KVIO_XML, "%s error on xmlNewNode(): no memory?\n", who);
+    if (!xml::set_attribute(entity.get(), "name", name))
+        return fail(nullptr, KVIO_XML, "%s error on xmlNewProp(): no memory?\n", who);
+    if (!xmlAddChild(parent, entity.get())) return fail(nullptr, KVIO_XML, "%s error on xmlAddChild()\n", who);
+    return succeed(entity.release());
+}
+
+// Only elements count: text and comment nodes carry names of their own.
+xmlNode *find_value(const xmlNode *entity, const char *field) {
+    if (!field) return nullptr;
+    for (xmlNode *child = entity->children; child; child = child->next)
+        if (xml::is_element(child, field)) return child;
+    return nullptr;
+}
+
+// Nothing is taken away before the new text is in place or certain to get there.
+bool replace_text(xmlNode *element, const char *value) {
+    auto text = xml::guarded<xml::Detached>([&] { return xmlNewDocText(element->doc, xml::str(value)); });
+    if (!text) return false;
+    xmlNode *old = element->children;
+    if (old && !old->next) {
+        xmlReplaceNode(old, text.release());
+    } else if (!xml::done([&] { return xmlAddChild(element, text.release()); })) {  // may join it to a text before it
+        return false;
+    } else if (old) {
+        xmlUnlinkNode(old);
+    }
+    xmlFreeNode(old);
+    return true;
+}
+
+bool add_value(xmlNode *entity, const char *field, const char *value) {
+    if (empty(field)) return false;
+    auto element = xml::guarded<xml::Detached>(
+        [&] { return xmlNewDocRawNode(entity->doc, entity->ns, xml::str(field), xml::str(value)); });
+    return element && xmlAddChild(entity, element.get()) && element.release();
+}
+
+int set_value(xmlNode *entity, const char *field, const char *value, const char *who) {
+    if (!entity) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
+    xmlNode *element = find_value(entity, field);
+    bool stored = value && (element ? replace_text(element, value) : add_value(entity, field, value));
+    if (!stored) return fail(0, KVIO_XML, "%s() error on xmlNewTextChild()\n", who);
+    return succeed(1);
+}
+
+// Hands the entity's name to `use`.
+template <class Use>
+int read_name(const xmlNode *entity, const char *who, Use use) {
+    if (!entity) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
+    const xmlAttr *name = xml::name_of(entity);
+    if (!name) return fail(0, KVIO_BAD_SCOPE, "%s() fatal error: attribute 'name' is missed\n", who);
+    xml::Text text = xml::Text::of(name);
+    if (!text) return fail(0, KVIO_XML);
+    use(text.get());
+    return succeed(1);
+}
+
+// Hands the text of a value to `use`, and whether the value element has any content.
+template <class Use>
+int read_value(const xmlNode *entity, const char *field, const char *who, Use use) {
+    if (!entity) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
+    const xmlNode *element = find_value(entity, field);
+    if (!element) return fail(0, KVIO_NOT_FOUND, "%s() error: element '%s' is not found\n", who, shown(field));
+    const xmlNode *content = element->children;
+    if (!content) {
+        use("", false);
+        return succeed(1);
+    }
+    xml::Text text = xml::Text::said_by(content);
+    if (!text) return fail(0, KVIO_XML);
+    use(text.get(), true);
+    return succeed(1);
+}
+
+}  // namespace
+
+int kvio_define(kvio_config_t *config, const char *scope, const char *type, const char *name) {
+    return define(config, scope, type, name) != nullptr;
+}
+
+kvio_node_t *kvio_define2(kvio_config_t *config, const char *scope, const char *type, const char *name) {
+    return define(config, scope, type, name);
+}
+
+int kvio_undefine(kvio_config_t *config, const char *scope, const char *type, const char *name) {
+    if (!config) return fail(0, KVIO_NULL_CONFIG);
+    store::Found found = store::find_entities(config->doc, scope, type, name, __func__);
+    if (!found.ok) return 0;
+    if (found.count == 0) return fail(0, KVIO_NOT_FOUND, "%s error: entity not existed\n", __func__);
+    if (found.count > 1) return fail(0, KVIO_BAD_SCOPE, "%s fatal error: multiple instances\n", __func__);
+    xmlUnlinkNode(found.only);
+    xmlFreeNode(found.only);
+    return succeed(1);
+}
+
+int kvio_compare_name(kvio_node_t *entity, const char *name) {
+    if (!entity) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", __func__);
+    return succeed(name && xml::is_named(entity, name) ? 1 : 0);
+}
+
+int kvio_name(kvio_node_t *entity, char *buffer) {
+    return read_name(entity, __func__, [&](const char *name) { std::strcpy(buffer, name); });
+}
+
+int kvio_name2(kvio_node_t *entity, char *buffer, unsigned int size) {
+    return read_name(entity, __func__, [&](const char *name) { bounded_copy(buffer, size, name); });
+}
+
+int kvio_set(kvio_node_t *entity, const char *field, const char *value) {
+    return set_value(entity, field, value, __func__);
+}
+
+int kvio_set2(kvio_node_t *entity, const char *field, const char *value) {
+    Block<char> field_copy(field ? strdup(field) : nullptr);
+    if (!field_copy) {
+        say("can not alloc memory for name\n");
+        return 0;
+    }
+    Block<char> value_copy(value ? strdup(value) : nullptr);
+    if (!value_copy) {
+        say("can not alloc memory for value\n");
+        return 0;
+    }
+    return set_value(entity, field_copy.get(), value_copy.get(), __func__);
+}
+
+int kvio_unset(kvio_node_t *entity, const char *field) { return kvio_set(entity, field, ""); }
+
+int kvio_get(kvio_node_t *entity, const char *field, char *buffer) {
+    return read_value(entity, field, __func__, [&](const char *text, bool) { std::strcpy(buffer, text); });
+}
+
+int kvio_get2(kvio_node_t *entity, const char *field, char *buffer, unsigned int size) {
+    return read_value(entity, field, __func__, [&](const char *text, bool has_content) {
+        bounded_copy(buffer, has_content ? size : size != 0, text);
+    });
+}
+
+int kvio_getlen(kvio_node_t *entity, const char *field, uint32_t *length) {
+    return read_value(entity, field, __func__,
+                      [&](const char *text, bool) { *length = static_cast<uint32_t>(std::strlen(text)); });
+}

@@ -1,0 +1,141 @@
+// How a document gets into a file without putting the old contents at risk.
+//
+//  1. Serialise the document into memory: a shortage of memory is met before the file is touched.
+//  2. Open the file as it is, without truncation, and reserve the room that the new contents need: a full disk, too,
+//     is met before a byte is overwritten.
+//  3. Overwrite in one go. Where the new contents are shorter, line feeds fill up to the old length: the file is well-
+//     formed also if the next step is never reached.
+//  4. Cut the file to its length, sync, close; each of them can still report that the data did not get there.
+#include <fcntl.h>
+#include <libxml/encoding.h>
+#include <libxml/xmlsave.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+
+#include "store/xml.h"
+
+namespace xml {
+namespace {
+
+// The serialised document, growing as libxml2 hands it over.
+struct Sink {
+    Block<char> bytes;
+    std::size_t size = 0;
+    std::size_t capacity = 0;
+    bool whole = true;  // nothing was lost for want of memory
+
+    bool reserve(std::size_t wanted) noexcept {
+        if (wanted <= capacity) return true;
+        void *grown = std::realloc(bytes.get(), wanted);
+        if (!grown) return false;
+        bytes.release();
+        bytes.reset(static_cast<char *>(grown));
+        capacity = wanted;
+        return true;
+    }
+
+    bool append(const char *data, std::size_t length) noexcept {
+        if (length > capacity - size && !reserve(std::max(2 * capacity, size + length + 4096))) return whole = false;
+        std::memcpy(bytes.get() + size, data, length);
+        size += length;
+        return true;
+    }
+
+    bool pad_to(std::size_t length) noexcept {
+        if (length <= size) return true;
+        if (!reserve(length)) return false;
+        std::memset(bytes.get() + size, '\n', length - size);
+        return true;
+    }
+};
+
+int take(void *sink, const char *data, int length) noexcept {
+    return static_cast<Sink *>(sink)->append(data, static_cast<std::size_t>(length)) ? length : -1;
+}
+
+// The bytes that xmlSaveFormatFile would write with format 1.
+bool serialise(xmlDoc *document, Sink &sink) noexcept {
+    const char *encoding = str(document->encoding);
+    xmlCharEncodingHandler *converter = nullptr;
+    xmlResetLastError();
+    if (encoding && xmlParseCharEncoding(encoding) != XML_CHAR_ENCODING_UTF8) {  // the tree is UTF-8 already
+        converter = xmlFindCharEncodingHandler(encoding);
+        if (!converter) return false;
+    }
+    xmlOutputBuffer *buffer = xmlOutputBufferCreateIO(take, nullptr, &sink, converter);
+    if (!buffer) {
+        if (converter) xmlCharEncCloseFunc(converter);
+        return false;
+    }
+    return xmlSaveFormatFileTo(buffer, document, encoding, 1) >= 0 && sink.whole && !out_of_memory();
+}
+
+// Bytes beyond the limit on file sizes would be cut off in the middle, with a signal to boot.
+bool within_size_limit(std::size_t size) noexcept {
+    rlimit limit;
+    if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY || size <= limit.rlim_cur) return true;
+    errno = EFBIG;
+    return false;
+}
+
+bool reserve_room(int fd, std::size_t size) noexcept {
+    int result;
+    do result = fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size));
+    while (result != 0 && errno == EINTR);
+    return result == 0 || errno == EOPNOTSUPP || errno == ENOSYS;
+}
+
+bool write_all(int fd, const char *bytes, std::size_t size) noexcept {
+    for (std::size_t done = 0; done < size;) {
+        ssize_t written = pwrite(fd, bytes + done, size - done, static_cast<off_t>(done));
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        done += static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
+bool overwrite(Descriptor file, Sink &sink, off_t old_size) noexcept {
+    std::size_t covered = std::max(sink.size, static_cast<std::size_t>(old_size));
+    if (!sink.pad_to(covered) || !within_size_limit(covered)) return false;
+    if (!reserve_room(file.get(), covered)) {
+        if (ftruncate(file.get(), old_size) != 0) return false;  // gives back what was reserved until then
+        return false;
+    }
+    return write_all(file.get(), sink.bytes.get(), covered) &&
+           ftruncate(file.get(), static_cast<off_t>(sink.size)) == 0 && fdatasync(file.get()) == 0 && file.close() == 0;
+}
+
+// Compressed documents and targets that are no regular files. libxml2 would read more than a path out of a file name,
+// so it gets that of an open descriptor.
+int write_through_libxml(xmlDoc *document, int fd) noexcept {
+    char name[32];
+    std::snprintf(name, sizeof name, "/proc/self/fd/%d", fd);
+    xmlResetLastError();
+    int written = xmlSaveFormatFile(name, document, 1);
+    const xmlError *error = xmlGetLastError();
+    return error && (error->domain == XML_FROM_IO || error->code == XML_ERR_NO_MEMORY) ? -1 : written;
+}
+
+}  // namespace
+
+int write(xmlDoc *document, const char *path, unsigned mode) noexcept {
+    if (empty(path)) return -1;
+    struct stat now;
+    bool regular = stat(path, &now) != 0 ? errno == ENOENT : S_ISREG(now.st_mode);
+    Sink sink;
+    if (regular && document->compression <= 0) {
+        if (!serialise(document, sink) || sink.size > INT_MAX) return -1;
+    }
+    Descriptor file(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, mode));
+    if (!file || fstat(file.get(), &now) != 0) return -1;
+    if (!sink.bytes) return write_through_libxml(document, file.get());
+    return overwrite(std::move(file), sink, now.st_size) ? static_cast<int>(sink.size) : -1;
+}
+
+}  // namespace xml

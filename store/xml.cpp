@@ -1,0 +1,97 @@
+// Texts, attributes and parsing over libxml2; what it does behind one's back is said in xml.h.
+#include "store/xml.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace xml {
+
+Text::Text(const xmlNode *holder, const xmlNode *first) noexcept {
+    if (!first) return;
+    bool is_text = first->type == XML_TEXT_NODE || first->type == XML_CDATA_SECTION_NODE;
+    if (is_text && !first->next) {
+        if (first->content) text_ = str(first->content);
+        return;
+    }
+    owned_ = guarded<String>([&] { return xmlNodeGetContent(holder); });
+    text_ = str(owned_.get());
+}
+
+Text Text::said_by(const xmlNode *node) noexcept {
+    Text text;
+    switch (node->type) {
+        case XML_ELEMENT_NODE:
+            return below(node);
+        case XML_ENTITY_REF_NODE:
+            text.owned_ = guarded<String>([&] { return xmlNodeGetContent(node); });
+            text.text_ = str(text.owned_.get());
+            return text;
+        default:
+            if (node->content) text.text_ = str(node->content);
+            return text;
+    }
+}
+
+namespace {
+
+bool is_called(const xmlAttr *at, const char *name) noexcept {
+    if (!at->ns || !at->ns->prefix) return equal(at->name, name);
+    std::size_t prefix = std::strlen(str(at->ns->prefix));
+    return std::strncmp(str(at->ns->prefix), name, prefix) == 0 && name[prefix] == ':' &&
+           equal(at->name, name + prefix + 1);
+}
+
+void replace_children(xmlAttr *at, Detached text) noexcept {
+    if (at->atype == XML_ATTRIBUTE_ID) xmlRemoveID(at->doc, at);  // the document looks IDs up by their text
+    xmlFreeNodeList(at->children);
+    text->parent = reinterpret_cast<xmlNode *>(at);
+    at->children = at->last = text.release();
+}
+
+}  // namespace
+
+xmlAttr *attribute(const xmlNode *node, const char *name) noexcept {
+    if (!name) return nullptr;
+    for (xmlAttr *at = node->properties; at; at = at->next)
+        if (is_called(at, name)) return at;
+    return nullptr;
+}
+
+bool set_attribute(xmlNode *node, const char *name, const char *value) noexcept {
+    if (empty(name) || !value) return false;
+    auto text = guarded<Detached>([&] { return xmlNewDocText(node->doc, str(value)); });
+    if (!text) return false;
+    if (xmlAttr *existing = attribute(node, name)) {
+        replace_children(existing, std::move(text));
+        return true;
+    }
+    auto fresh = guarded<Owned<xmlAttr, xmlFreeProp>>([&] { return xmlNewDocProp(node->doc, str(name), nullptr); });
+    if (!fresh) return false;
+    replace_children(fresh.get(), std::move(text));
+    xmlAddChild(node, reinterpret_cast<xmlNode *>(fresh.release()));
+    return true;
+}
+
+void remove_attribute(xmlNode *node, const char *name) noexcept {
+    if (xmlAttr *at = attribute(node, name)) xmlRemoveProp(at);
+}
+
+namespace {
+
+// Documents that came compressed are left to xmlParseFile, which knows how; nobody else begins with these bytes.
+bool is_compressed(int fd) noexcept {
+    unsigned char head[2];
+    if (pread(fd, head, sizeof head, 0) != sizeof head) return false;
+    return (head[0] == 0x1f && head[1] == 0x8b) || (head[0] == 0xfd && head[1] == '7');
+}
+
+}  // namespace
+
+Document parse(const char *path) noexcept {
+    Descriptor file(path ? open(path, O_RDONLY | O_CLOEXEC) : -1);
+    if (!file) return nullptr;
+    if (is_compressed(file.get())) return guarded<Document>([&] { return xmlParseFile(path); });
+    return guarded<Document>([&] { return xmlReadFd(file.get(), path, nullptr, 0); });
+}
+
+}  // namespace xml

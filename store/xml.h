@@ -1,0 +1,134 @@
+// libxml2, owned and guarded.
+//
+// libxml2 reports a shortage of memory late or not at all: a truncated document, a node without its text, a copy
+// without half of its children come back as if all were well. What it never fails to do is to record the last error.
+// Whatever allocates is therefore called through one of the wrappers below, which reset that record before and look at
+// it after.
+#ifndef KAVEX_STORE_XML_H
+#define KAVEX_STORE_XML_H
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <libxml/xmlerror.h>
+#include <libxml/xpath.h>
+
+#include <cstring>
+
+#include "base/owned.h"
+#include "base/text.h"
+
+namespace xml {
+
+using Document = Owned<xmlDoc, xmlFreeDoc>;
+using Detached = Owned<xmlNode, xmlFreeNode>;  // a node that hangs in no tree
+using Context = Owned<xmlXPathContext, xmlXPathFreeContext>;
+using Result = Owned<xmlXPathObject, xmlXPathFreeObject>;
+
+struct FreeString {
+    void operator()(xmlChar *text) const noexcept { xmlFree(text); }
+};
+using String = std::unique_ptr<xmlChar, FreeString>;
+
+inline const xmlChar *str(const char *text) noexcept { return reinterpret_cast<const xmlChar *>(text); }
+inline const char *str(const xmlChar *text) noexcept { return reinterpret_cast<const char *>(text); }
+
+// Memory has run out in libxml2 since the last xmlResetLastError().
+inline bool out_of_memory() noexcept {
+    const xmlError *error = xmlGetLastError();
+    return error && error->code == XML_ERR_NO_MEMORY;
+}
+
+// Makes an object through libxml2: guarded<Detached>([&] { return xmlNewNode(...); }) is null also when memory ran out
+// on the way.
+template <class Owner, class Make>
+Owner guarded(Make make) noexcept {
+    xmlResetLastError();
+    Owner object(make());
+    if (out_of_memory()) object.reset();
+    return object;
+}
+
+// Does a change through libxml2; false when it reports a failure or memory ran out on the way.
+template <class Change>
+bool done(Change change) noexcept {
+    xmlResetLastError();
+    return change() && !out_of_memory();
+}
+
+inline bool is_element(const xmlNode *node) noexcept { return node->type == XML_ELEMENT_NODE; }
+
+// Names and short texts are compared in place; most differ in the first byte.
+inline bool equal(const xmlChar *text, const char *wanted) noexcept {
+    return text[0] == static_cast<unsigned char>(wanted[0]) && std::strcmp(str(text), wanted) == 0;
+}
+
+inline bool is_element(const xmlNode *node, const char *name) noexcept {
+    return is_element(node) && equal(node->name, name);
+}
+
+inline xmlNode *first_element(xmlNode *node) noexcept {
+    while (node && !is_element(node)) node = node->next;
+    return node;
+}
+
+// The text below a node or attribute: in place where it is one text node, as nearly always, else put together.
+class Text {
+public:
+    // The texts of a list of sibling nodes and of what is below them; `holder` is their parent.
+    static Text below(const xmlNode *holder) noexcept { return Text(holder, holder->children); }
+    static Text of(const xmlAttr *attribute) noexcept {
+        return Text(reinterpret_cast<const xmlNode *>(attribute), attribute->children);
+    }
+    // What a single node says: the content that it carries itself, or what is below it.
+    static Text said_by(const xmlNode *node) noexcept;
+
+    // False when memory was short; the text then reads as "".
+    explicit operator bool() const noexcept { return text_ != nullptr; }
+    const char *get() const noexcept { return text_ ? text_ : ""; }
+    bool equals(const char *wanted) const noexcept { return text_ && same(text_, wanted); }
+
+private:
+    Text() = default;
+    Text(const xmlNode *holder, const xmlNode *first) noexcept;
+
+    const char *text_ = "";
+    String owned_;
+};
+
+// An attribute by its name as written, prefix included; null if there is none.
+xmlAttr *attribute(const xmlNode *node, const char *name) noexcept;
+
+// The attribute "name" of an entity or container.
+inline xmlAttr *name_of(const xmlNode *node) noexcept {
+    for (xmlAttr *at = node->properties; at; at = at->next)
+        if (!at->ns && equal(at->name, "name")) return at;
+    return nullptr;
+}
+
+// Whether an attribute has exactly this text.
+inline bool equals(const xmlAttr *attribute, const char *wanted) noexcept {
+    const xmlNode *first = attribute->children;
+    if (!first) return !*wanted;
+    if (!first->next && first->type == XML_TEXT_NODE && first->content) return equal(first->content, wanted);
+    return Text::of(attribute).equals(wanted);
+}
+
+inline bool is_named(const xmlNode *node, const char *name) noexcept {
+    const xmlAttr *at = name_of(node);
+    return at && equals(at, name);
+}
+
+// Sets an attribute to a text, taken as it is; an existing one is unchanged when memory is short.
+bool set_attribute(xmlNode *node, const char *name, const char *value) noexcept;
+void remove_attribute(xmlNode *node, const char *name) noexcept;
+
+// Parses a file of which only the path says where it is: no URL, no catalogue, "-" is a file name.
+Document parse(const char *path) noexcept;
+
+// Writes a document over a file in place, so that a failure leaves its old contents; creates it with `mode`.
+// The number of bytes, or -1.
+int write(xmlDoc *document, const char *path, unsigned mode) noexcept;
+
+}  // namespace xml
+
+#endif
