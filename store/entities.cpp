@@ -154,7 +154,10 @@ int kvio_get(kvio_node_t *entity, const char *field, char *buffer) {
 
 int kvio_get2(kvio_node_t *entity, const char *field, char *buffer, unsigned int size) {
     return read_value(entity, field, __func__, [&](const char *text, bool has_content) {
-        bounded_copy(buffer, has_content ? size : size != 0, text);
+        if (has_content)
+            bounded_copy(buffer, size, text);
+        else if (size)
+            *buffer = '\0';
     });
 }
 
