@@ -1,0 +1,95 @@
+// States of the configuration kept aside: dumps, scope backups with their read-only snapshots, and checkpoints.
+#include "store/handles.h"
+
+namespace {
+
+xml::Detached copy_node(xmlNode *node, int depth) {
+    return xml::guarded<xml::Detached>([&] { return xmlCopyNode(node, depth); });
+}
+
+constexpr int whole_tree = 1;
+constexpr int attributes_only = 2;
+
+// Hangs a copy below a new parent; false if it cannot be, and the copy is gone then.
+bool adopt(xmlNode *parent, xml::Detached child) { return xmlAddChild(parent, child.get()) && child.release(); }
+
+// A copy of the scope inside bare copies of its ancestors up to the root, which is left out; null with code and line.
+xml::Detached copy_with_ancestors(xmlNode *scope, const char *who) {
+    xml::Detached copy = copy_node(scope, whole_tree);
+    if (!copy) return fail(nullptr, KVIO_XML, "%s error on xmlCopyNode()\n", who);
+    for (xmlNode *ancestor = scope->parent; xml::is_element(ancestor->parent); ancestor = ancestor->parent) {
+        xml::Detached around = copy_node(ancestor, attributes_only);
+        if (!around) return fail(nullptr, KVIO_XML, "%s error on xmlCopyNode()\n", who);
+        if (!adopt(around.get(), std::move(copy))) return fail(nullptr, KVIO_XML, "%s error on xmlAddChild()\n", who);
+        copy = std::move(around);
+    }
+    return copy;
+}
+
+}  // namespace
+
+int kvio_dump(kvio_config_t *config, const char *path) {
+    if (!config) return fail(-1, KVIO_NULL_CONFIG, "%s error: passing NULL argument\n", __func__);
+    int written = xml::write(config->doc, path, 0666);
+    if (written < 0) return fail(-1, KVIO_IO, "Problem occurred on saving XML to %s\n", shown(path));
+    return succeed(written);
+}
+
+kvio_config_t *kvio_restore(kvio_config_t *config, const char *path) {
+    if (!config) return fail(nullptr, KVIO_NULL_CONFIG, "%s error: passing NULL argument\n", __func__);
+    store::Config restored(zeroed<kvio_config_t>().release());
+    if (!restored) return fail(nullptr, KVIO_NO_MEMORY, "No memory\n");
+    *restored = *config;
+    restored->doc = xml::parse(path).release();
+    if (!restored->doc) return fail(nullptr, KVIO_MALFORMED, "restore failed, temporary file is broken.\n");
+    return succeed(restored.release());
+}
+
+kvio_config_t *kvio_restore_scope(const char *path) {
+    store::Config snapshot(zeroed<kvio_config_t>().release());
+    if (!snapshot) return fail(nullptr, KVIO_NO_MEMORY, "No memory\n");
+    snapshot->semid = -1;
+    if (path && copy_if_fits(snapshot->path, sizeof snapshot->path, path)) snapshot->doc = xml::parse(path).release();
+    if (!snapshot->doc) return fail(nullptr, KVIO_MALFORMED, "%s is not well-formed\n", shown(path));
+    return succeed(snapshot.release());
+}
+
+int kvio_backup_scope(kvio_config_t *config, const char *scope, const char *path) {
+    if (!config) return fail(0, KVIO_NULL_CONFIG);
+    xmlNode *element = store::find_scope(config, scope, __func__);
+    if (!element) return 0;
+    auto backup = xml::guarded<xml::Document>([] { return xmlNewDoc(xml::str("1.0")); });
+    if (!backup) return fail(0, KVIO_XML, "%s fatal error: cannot create a new XML document\n", __func__);
+    xml::Detached copy = copy_with_ancestors(element, __func__);
+    if (!copy) return 0;
+    auto root = xml::guarded<xml::Detached>([] { return xmlNewNode(nullptr, xml::str("kavex")); });
+    if (!root) return fail(0, KVIO_XML, "%s error on xmlNewNode()\n", __func__);
+    xmlNode *top = root.release();
+    xmlDocSetRootElement(backup.get(), top);
+    if (!adopt(top, std::move(copy))) return fail(0, KVIO_XML, "%s error on xmlAddChild()\n", __func__);
+    if (xml::write(backup.get(), path, 0666) < 0)
+        return fail(0, KVIO_IO, "Problem occurred on saving XML to %s\n", shown(path));
+    return succeed(1);
+}
+
+kvio_checkpoint_t *kvio_create_checkpoint(kvio_config_t *config, const char *scope) {
+    if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
+    xmlNode *element = store::find_scope(config, scope, __func__);
+    if (!element) return nullptr;
+    xml::Detached copy = copy_node(element, whole_tree);
+    if (!copy) return fail(nullptr, KVIO_XML, "%s error on xmlCopyNode()\n", __func__);
+    return succeed(copy.release());
+}
+
+int kvio_rollback_checkpoint(kvio_config_t *config, const char *scope, kvio_checkpoint_t *checkpoint) {
+    if (!config) return fail(0, KVIO_NULL_CONFIG);
+    xmlNode *element = store::find_scope(config, scope, __func__);
+    if (!element) return 0;
+    if (!checkpoint) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL checkpoint\n", __func__);
+    xmlAddNextSibling(element, checkpoint);
+    xmlUnlinkNode(element);
+    xmlFreeNode(element);
+    return succeed(1);
+}
+
+void kvio_release_checkpoint(kvio_checkpoint_t *checkpoint) { xmlFreeNode(checkpoint); }

@@ -1,0 +1,166 @@
+// The members of a container: references by name, joined and removed as a set, inserted and deleted by position.
+#include <cstdio>
+#include <utility>
+
+#include "store/store.h"
+
+namespace {
+
+bool writable(const kvio_iterator_t *iterator, const char *who) {
+    if (!iterator) return fail(false, KVIO_BAD_ITERATOR, "%s() error: NULL iterator\n", who);
+    if (iterator->readonly) return fail(false, KVIO_READ_ONLY, "%s() error: read-only iterator\n", who);
+    return true;
+}
+
+bool is_member(const xmlNode *node) { return xml::is_element(node, "entity") || xml::is_element(node, "container"); }
+
+xmlNode *find_member(const xmlNode *container, const char *name) {
+    if (!name) return nullptr;
+    for (xmlNode *child = container->children; child; child = child->next)
+        if (is_member(child) && xml::Text::below(child).equals(name)) return child;
+    return nullptr;
+}
+
+// libxml2 takes character data with references; what it cannot resolve it drops or stores as something that no reader
+// of the file accepts.
+bool set_character_data(xmlNode *member, const char *text) {
+    if (!text) return false;
+    xmlResetLastError();
+    xmlNodeSetContent(member, xml::str(text));
+    if (xmlGetLastError()) return false;
+    for (const xmlNode *child = member->children; child; child = child->next)
+        if (child->type == XML_ENTITY_REF_NODE && !xmlGetDocEntity(member->doc, child->name)) return false;
+    return true;
+}
+
+xml::Detached new_element(const xmlNode *container, const char *kind, const char *who) {
+    auto member = xml::guarded<xml::Detached>(
+        [&] { return xmlNewDocNode(container->doc, nullptr, xml::str(kind), nullptr); });
+    if (!member) return fail(nullptr, KVIO_XML, "%s error on xmlNewNode(): no memory?\n", who);
+    return member;
+}
+
+// A member element of that kind and name, in no tree yet; null with code and line.
+xml::Detached new_member(const xmlNode *container, const char *kind, const char *name, const char *who) {
+    xml::Detached member = new_element(container, kind, who);
+    if (member && !set_character_data(member.get(), name))
+        return fail(nullptr, KVIO_XML, "%s error on xmlNodeSetContent()\n", who);
+    return member;
+}
+
+int append_member(xmlNode *container, xml::Detached member, const char *who) {
+    if (!member) return 0;
+    if (!xmlAddChild(container, member.get())) return fail(0, KVIO_XML, "%s error on xmlAddChild()\n", who);
+    member.release();
+    return succeed(1);
+}
+
+int insert_before(xmlNode *next, xml::Detached member, const char *who) {
+    if (!member) return 0;
+    if (!xmlAddPrevSibling(next, member.get())) return fail(0, KVIO_XML, "%s error on xmlAddPrevSibling()\n", who);
+    member.release();
+    return succeed(1);
+}
+
+// The name of a member that is added without one.
+class DefaultName {
+public:
+    explicit DefaultName(int number) noexcept { std::snprintf(text_, sizeof text_, "#%d", number); }
+    const char *unless(const char *given) const noexcept { return empty(given) ? text_ : given; }
+
+private:
+    char text_[16];
+};
+
+int count_entity_members(const xmlNode *container) {
+    int count = 0;
+    for (const xmlNode *child = container->children; child; child = child->next) count += xml::is_element(child, "entity");
+    return count;
+}
+
+// The element child at a position, or null where the children end before it; `passed` is then their number. Warns of
+// every child on the way that is no entity member.
+xmlNode *element_at(const xmlNode *container, int position, long &passed, const char *who) {
+    passed = 0;
+    for (xmlNode *child = xml::first_element(container->children); child; child = xml::first_element(child->next)) {
+        if (!xml::is_element(child, "entity")) say("%s() warning: check data integrity\n", who);
+        if (++passed == position) return child;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+int kvio_join(kvio_iterator_t *iterator, const char *name, int is_entity) {
+    if (!writable(iterator, __func__)) return 0;
+    if (!iterator->node)
+        return fail(0, KVIO_BAD_ITERATOR, "%s() error: bad iterator, no container assoiciated\n", __func__);
+    if (find_member(iterator->node, name))
+        return fail(0, KVIO_EXISTS, "%s error: %s is already existed\n", __func__, name);
+    const char *kind = is_entity ? "entity" : "container";
+    return append_member(iterator->node, new_member(iterator->node, kind, name, __func__), __func__);
+}
+
+int kvio_remove(kvio_iterator_t *iterator, const char *name) {
+    if (!writable(iterator, __func__)) return 0;
+    if (!iterator->node)
+        return fail(0, KVIO_BAD_ITERATOR, "%s() error: bad iterator, no container assoiciated\n", __func__);
+    xmlNode *member = find_member(iterator->node, name);
+    if (!member) return fail(0, KVIO_NOT_FOUND, "%s() error: %s is not existed\n", __func__, shown(name));
+    xmlUnlinkNode(member);
+    xmlFreeNode(member);
+    return succeed(1);
+}
+
+int kvio_change_container_element(kvio_iterator_t *iterator, const char *old_name, const char *new_name) {
+    if (!writable(iterator, __func__)) return 0;
+    if (!iterator->node)
+        return fail(0, KVIO_BAD_ITERATOR, "%s () error: bad iterator, no container assoicaited\n", __func__);
+    xmlNode *member = find_member(iterator->node, old_name);
+    if (!member) return fail(0, KVIO_NOT_FOUND);
+    xml::Detached fresh = new_member(iterator->node, xml::str(member->name), new_name, __func__);
+    if (!fresh) return 0;
+    std::swap(member->children, fresh->children);
+    std::swap(member->last, fresh->last);
+    for (xmlNode *child = member->children; child; child = child->next) child->parent = member;
+    return succeed(1);
+}
+
+int kvio_append(kvio_iterator_t *iterator, const char *name) {
+    if (!writable(iterator, __func__)) return 0;
+    if (!iterator->node)
+        return fail(0, KVIO_BAD_ITERATOR, "%s () error: bad iterator, no container assoicaited\n", __func__);
+    DefaultName fallback(empty(name) ? count_entity_members(iterator->node) + 1 : 0);
+    xml::Detached member = new_element(iterator->node, "entity", __func__);
+    if (!member) return 0;
+    auto escaped = xml::guarded<xml::String>(
+        [&] { return xmlEncodeSpecialChars(member->doc, xml::str(fallback.unless(name))); });
+    if (!escaped || !set_character_data(member.get(), xml::str(escaped.get())))
+        return fail(0, KVIO_XML, "%s error on xmlEncodeSpecialChars()\n", __func__);
+    return append_member(iterator->node, std::move(member), __func__);
+}
+
+int kvio_insert(kvio_iterator_t *iterator, const char *name, int position) {
+    if (!writable(iterator, __func__)) return 0;
+    if (!iterator->node)
+        return fail(0, KVIO_BAD_ITERATOR, "%s() error: bad iterator, no container assoicaited\n", __func__);
+    long passed;
+    xmlNode *next = element_at(iterator->node, position, passed, __func__);
+    if (!next && passed + 1 != position) return fail(0, KVIO_OUT_OF_RANGE, "%s() error: out of range\n", __func__);
+    DefaultName fallback(position);
+    xml::Detached member = new_member(iterator->node, "entity", fallback.unless(name), __func__);
+    if (next) return insert_before(next, std::move(member), __func__);
+    return append_member(iterator->node, std::move(member), __func__);
+}
+
+int kvio_delete(kvio_iterator_t *iterator, int position) {
+    if (!writable(iterator, __func__)) return 0;
+    if (!iterator->node)
+        return fail(0, KVIO_BAD_ITERATOR, "%s() error: bad iterator, no container associated\n", __func__);
+    long passed;
+    xmlNode *member = element_at(iterator->node, position, passed, __func__);
+    if (!member) return fail(0, KVIO_OUT_OF_RANGE, "%s() error: out of range\n", __func__);
+    xmlUnlinkNode(member);
+    xmlFreeNode(member);
+    return succeed(1);
+}
