@@ -1,0 +1,100 @@
+// The test bench: a fixture that looks at what a test leaves behind, one outcome for every call of the library,
+// files at their real paths, and faults that strike inside a call.
+//
+//     TEST_F(Entities, SetReplacesTheText) {
+//         write_config("a.xml", "<kavex><s><t name=\"x\"><f>1</f></t></s></kavex>");
+//         kvio_config_t *config = nullptr;
+//         call([&] { return config = kvio_open_config("a.xml", 0); });
+//         EXPECT_EQ(call([&] { return kvio_undefine(config, "s", "t", "y"); }),
+//                   (Outcome{0, 22, "kvio_undefine error: entity not existed\n"}));
+//         call([&] { return kvio_close_config(config); });
+//     }
+#ifndef KAVEX_TESTS_SUPPORT_APPLIANCE_H
+#define KAVEX_TESTS_SUPPORT_APPLIANCE_H
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <kavex/store.h>
+#include <sys/types.h>
+
+#include <functional>
+#include <iosfwd>
+#include <set>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "tests/support/faults.h"
+
+// Makes one test after the other start alike and checks in its end that it left nothing: no semaphore set, no shared
+// memory segment, the same descriptors, no child and no process of its children. A test that makes System V objects
+// on purpose removes them before, in its own TearDown() or body.
+class ApplianceTest : public testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+private:
+    std::set<std::string> descriptors_;
+    std::set<std::string> processes_;
+};
+
+// ------------------------------------------------------------------------------------------------------- outcomes
+
+// What kvio_errno holds before each call: an outcome with this code left it alone.
+constexpr int untouched = 4711;
+
+// Everything that can be seen of one call. Pointers count as 1, null as 0, and no result as 0.
+struct Outcome {
+    long result = 0;
+    int code = 0;
+    std::string err = {};  // what was written to descriptor 2
+    std::string log = {};  // the system log, as "list_op 5,7,5,0,0,0,0: text\n", one after the other
+};
+bool operator==(const Outcome &a, const Outcome &b);
+bool operator!=(const Outcome &a, const Outcome &b);
+void PrintTo(const Outcome &outcome, std::ostream *out);
+
+namespace support {
+Outcome observe(const std::function<long()> &body);
+
+template <class T>
+long number(T result) {
+    if constexpr (std::is_null_pointer_v<T>) return 0;
+    else if constexpr (std::is_pointer_v<T>) return result ? 1 : 0;
+    else return static_cast<long>(result);
+}
+}  // namespace support
+
+// Runs one call with kvio_errno set to `untouched` and gives its outcome. To keep a pointer, assign it inside:
+// call([&] { return node = kvio_define2(...); }).
+template <class Body>
+Outcome call(Body &&body) {
+    return support::observe([&]() -> long {
+        if constexpr (std::is_void_v<decltype(body())>) return body(), 0;
+        else return support::number(body());
+    });
+}
+
+// ---------------------------------------------------------------------------------------------------------- files
+
+void write_file(const std::string &path, const std::string &text, mode_t mode = 0600);
+std::string read_file(const std::string &path);    // fails the test when there is none
+bool file_exists(const std::string &path);
+mode_t file_mode(const std::string &path);         // the permission bits
+
+std::string config_path(const std::string &name);  // "/etc/kavex/conf/" and the name
+std::string small_disk(const std::string &name);   // the name of a configuration on a full-size file system of 256 KiB
+void write_config(const std::string &name, const std::string &text);
+std::string read_config(const std::string &name);
+
+// ---------------------------------------------------------------------------------------------------------- locks
+
+// Looks at the semaphore itself: is there one for the key of the file at this path?
+bool locked(const std::string &path);
+
+// The number of semaphore sets of the private root, and of shared memory segments.
+int lock_count();
+int segment_count();
+
+#endif

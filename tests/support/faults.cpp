@@ -1,0 +1,306 @@
+#include "tests/support/faults.h"
+
+#include <dlfcn.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <stdarg.h>
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+// Both names of every function that has a variant for large files are defined below, so that nothing may be renamed.
+#if defined(_FILE_OFFSET_BITS) && _FILE_OFFSET_BITS == 64
+#error "compile this file without _FILE_OFFSET_BITS"
+#endif
+
+namespace faults {
+namespace {
+
+struct Plan {
+    const char *function;
+    int error;
+    size_t bytes;  // how far a transfer is shortened, when error is 0
+    int nth;
+    Extent extent;
+};
+
+struct Key {
+    char path[4096];
+    int project;
+    key_t key;
+};
+
+// Fixed storage: the functions that look here must not allocate.
+Plan plans[8];
+size_t plan_count;
+Key keys[4];
+size_t key_count;
+bool active;
+bool was_planned;
+bool fired;
+bool latest_struck;
+
+#ifdef KAVEX_TEST_ALLOCATIONS
+int fatal_allocation;  // counts from 1; 0 is none
+Extent allocation_extent;
+int allocation_count;
+#endif
+
+void plan(const Plan &entry) {
+    if (plan_count == std::size(plans)) std::abort();
+    plans[plan_count++] = entry;
+}
+
+// The plan that strikes at this use of the function, or null.
+const Plan *due(const char *function) {
+    if (!active) return nullptr;
+    for (Plan *entry = plans; entry != plans + plan_count; ++entry) {
+        if (std::strcmp(entry->function, function) != 0 || entry->nth == 0) continue;
+        if (entry->nth > 1) { --entry->nth; continue; }
+        if (entry->extent == once) entry->nth = 0;
+        fired = true;
+        return entry;
+    }
+    return nullptr;
+}
+
+bool fails(const char *function) {
+    const Plan *entry = due(function);
+    if (entry) errno = entry->error;
+    return entry;
+}
+
+// A transfer either fails, or goes on with what is left of its size.
+bool transfer_fails(const char *function, size_t &size) {
+    const Plan *entry = due(function);
+    if (!entry) return false;
+    if (!entry->error) { size = std::min(size, entry->bytes); return false; }
+    errno = entry->error;
+    return true;
+}
+
+template <class Function>
+Function *next(Function *, const char *name) {
+    void *symbol = dlsym(RTLD_NEXT, name);
+    if (!symbol) std::abort();
+    return reinterpret_cast<Function *>(symbol);
+}
+
+}  // namespace
+
+void fail(const char *function, int error, int nth, Extent extent) { plan({function, error, 0, nth, extent}); }
+
+void shorten(const char *function, size_t bytes, int nth, Extent extent) { plan({function, 0, bytes, nth, extent}); }
+
+void set_key(const char *path, int project, key_t key) {
+    if (key_count == std::size(keys)) std::abort();
+    Key &entry = keys[key_count++];
+    std::snprintf(entry.path, sizeof entry.path, "%s", path);
+    entry.project = project;
+    entry.key = key;
+}
+
+#ifdef KAVEX_TEST_ALLOCATIONS
+void fail_allocation(int nth, Extent extent) {
+    fatal_allocation = nth;
+    allocation_extent = extent;
+}
+
+int allocations() { return allocation_count; }
+#endif
+
+bool struck() { return latest_struck; }
+
+void clear() {
+    plan_count = key_count = 0;
+    active = latest_struck = false;
+#ifdef KAVEX_TEST_ALLOCATIONS
+    fatal_allocation = 0;
+#endif
+}
+
+void begin() {
+    was_planned = plan_count > 0;
+    fired = false;
+#ifdef KAVEX_TEST_ALLOCATIONS
+    was_planned = was_planned || fatal_allocation > 0;
+    allocation_count = 0;
+#endif
+    active = true;
+}
+
+void end() {
+    active = false;
+    if (was_planned) latest_struck = fired;
+    plan_count = 0;
+#ifdef KAVEX_TEST_ALLOCATIONS
+    fatal_allocation = 0;
+#endif
+}
+
+Pause::Pause() : active_(active) { active = false; }
+Pause::~Pause() { active = active_; }
+
+}  // namespace faults
+
+// ---------------------------------------------------------------------------------- the functions of the C library
+
+#define NEXT(function) static const auto real = faults::next(&function, #function)
+
+extern "C" {
+
+int open(const char *path, int flags, ...) {
+    NEXT(open);
+    va_list arguments;
+    va_start(arguments, flags);
+    mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return faults::fails("open") ? -1 : real(path, flags, mode);
+}
+
+int open64(const char *path, int flags, ...) {
+    NEXT(open64);
+    va_list arguments;
+    va_start(arguments, flags);
+    mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return faults::fails("open") ? -1 : real(path, flags, mode);
+}
+
+int creat(const char *path, mode_t mode) {
+    NEXT(creat);
+    return faults::fails("creat") ? -1 : real(path, mode);
+}
+
+int creat64(const char *path, mode_t mode) {
+    NEXT(creat64);
+    return faults::fails("creat") ? -1 : real(path, mode);
+}
+
+ssize_t read(int fd, void *data, size_t size) {
+    NEXT(read);
+    return faults::transfer_fails("read", size) ? -1 : real(fd, data, size);
+}
+
+ssize_t write(int fd, const void *data, size_t size) {
+    NEXT(write);
+    return faults::transfer_fails("write", size) ? -1 : real(fd, data, size);
+}
+
+ssize_t pwrite(int fd, const void *data, size_t size, off_t offset) {
+    NEXT(pwrite);
+    return faults::transfer_fails("pwrite", size) ? -1 : real(fd, data, size, offset);
+}
+
+ssize_t pwrite64(int fd, const void *data, size_t size, off64_t offset) {
+    NEXT(pwrite64);
+    return faults::transfer_fails("pwrite", size) ? -1 : real(fd, data, size, offset);
+}
+
+// A close that fails has closed the descriptor all the same.
+int close(int fd) {
+    NEXT(close);
+    int result = real(fd);
+    return faults::fails("close") ? -1 : result;
+}
+
+int fsync(int fd) {
+    NEXT(fsync);
+    return faults::fails("fsync") ? -1 : real(fd);
+}
+
+int fdatasync(int fd) {
+    NEXT(fdatasync);
+    return faults::fails("fdatasync") ? -1 : real(fd);
+}
+
+int fallocate(int fd, int mode, off_t offset, off_t length) {
+    NEXT(fallocate);
+    return faults::fails("fallocate") ? -1 : real(fd, mode, offset, length);
+}
+
+int fallocate64(int fd, int mode, off64_t offset, off64_t length) {
+    NEXT(fallocate64);
+    return faults::fails("fallocate") ? -1 : real(fd, mode, offset, length);
+}
+
+int ftruncate(int fd, off_t length) noexcept {
+    NEXT(ftruncate);
+    return faults::fails("ftruncate") ? -1 : real(fd, length);
+}
+
+int ftruncate64(int fd, off64_t length) noexcept {
+    NEXT(ftruncate64);
+    return faults::fails("ftruncate") ? -1 : real(fd, length);
+}
+
+int rename(const char *from, const char *to) noexcept {
+    NEXT(rename);
+    return faults::fails("rename") ? -1 : real(from, to);
+}
+
+int unlink(const char *path) noexcept {
+    NEXT(unlink);
+    return faults::fails("unlink") ? -1 : real(path);
+}
+
+int semget(key_t key, int count, int flags) noexcept {
+    NEXT(semget);
+    return faults::fails("semget") ? -1 : real(key, count, flags);
+}
+
+void *shmat(int id, const void *address, int flags) noexcept {
+    NEXT(shmat);
+    return faults::fails("shmat") ? reinterpret_cast<void *>(-1) : real(id, address, flags);
+}
+
+int pipe(int *ends) noexcept {
+    NEXT(pipe);
+    return faults::fails("pipe") ? -1 : real(ends);
+}
+
+pid_t fork() noexcept {
+    NEXT(fork);
+    return faults::fails("fork") ? -1 : real();
+}
+
+key_t ftok(const char *path, int project) noexcept {
+    NEXT(ftok);
+    if (faults::fails("ftok")) return -1;
+    for (const faults::Key *key = faults::keys; key != faults::keys + faults::key_count; ++key)
+        if (path && key->project == project && std::strcmp(key->path, path) == 0) return key->key;
+    return real(path, project);
+}
+
+}  // extern "C"
+
+#ifdef KAVEX_TEST_ALLOCATIONS
+extern "C" {
+
+void *__libc_malloc(size_t size);
+void *__libc_calloc(size_t count, size_t size);
+void *__libc_realloc(void *block, size_t size);
+
+static bool no_memory() {
+    using namespace faults;
+    if (!active) return false;
+    ++allocation_count;
+    if (!fatal_allocation || allocation_count < fatal_allocation) return false;
+    if (allocation_count > fatal_allocation && allocation_extent == once) return false;
+    fired = true;
+    errno = ENOMEM;
+    return true;
+}
+
+void *malloc(size_t size) noexcept { return no_memory() ? nullptr : __libc_malloc(size); }
+void *calloc(size_t count, size_t size) noexcept { return no_memory() ? nullptr : __libc_calloc(count, size); }
+void *realloc(void *block, size_t size) noexcept { return no_memory() ? nullptr : __libc_realloc(block, size); }
+
+}  // extern "C"
+#endif

@@ -1,0 +1,75 @@
+// Faults that strike inside the next call(), and only there, so that a test's own work never fails.
+//
+// The test program itself defines the functions concerned; the library and the libraries below it find these
+// definitions first.
+#ifndef KAVEX_TESTS_SUPPORT_FAULTS_H
+#define KAVEX_TESTS_SUPPORT_FAULTS_H
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+namespace faults {
+
+enum Extent { once, from_then_on };
+
+// The nth (1 is the next) use of a function fails with this errno. Known names: open, creat, read, write, pwrite,
+// close, fsync, fdatasync, fallocate, ftruncate, rename, unlink, semget, ftok, pipe, fork, shmat.
+// An open counts as that whichever variant is called (open, open64).
+void fail(const char *function, int error, int nth = 1, Extent extent = once);
+
+// The nth read, write or pwrite moves no more than this many bytes: 0 is the end of the file.
+void shorten(const char *function, size_t bytes, int nth = 1, Extent extent = once);
+
+// ftok() of this path with this project id gives this key.
+void set_key(const char *path, int project, key_t key);
+
+#ifdef KAVEX_TEST_ALLOCATIONS
+// The nth allocation fails (malloc, calloc, realloc, also those of the XML library and of libc).
+void fail_allocation(int nth, Extent extent = once);
+
+// The number of allocations that the latest call() asked for.
+int allocations();
+#endif
+
+// Whether a fault struck in the latest call() that had one planned.
+bool struck();
+
+// Forgets every plan and key; the fixture does so after each test.
+void clear();
+
+// call() does this around its body. Plans are forgotten when it ends.
+void begin();
+void end();
+
+// Suspends the faults for code of the test program that runs inside a call: callbacks, the log recorder.
+class Pause {
+public:
+    Pause();
+    ~Pause();
+    Pause(const Pause &) = delete;
+    Pause &operator=(const Pause &) = delete;
+
+private:
+    bool active_;
+};
+
+// Runs the body with 1, 2, 3, ... until the latest planned fault did not strike, or the test failed:
+//
+//     faults::each([&](int nth) {
+//         ... make the start ...
+//         faults::fail_allocation(nth);
+//         Outcome outcome = call([&] { return kvio_set(entity, "f", "new"); });
+//         if (faults::struck()) ... nothing has changed ... else ... it has ...
+//     });
+template <class Body>
+void each(Body &&body) {
+    for (int nth = 1;; ++nth) {
+        SCOPED_TRACE(testing::Message() << "fault number " << nth);
+        body(nth);
+        if (!struck() || testing::Test::HasFailure()) return;
+    }
+}
+
+}  // namespace faults
+
+#endif
