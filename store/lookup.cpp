@@ -70,7 +70,7 @@ void for_each_scope(const xmlDoc *document, const char *scope, Visit visit) {
 struct Evaluation {
     enum Status { done, no_context, failed } status = done;
     std::size_t count = 0;
-    xmlNode *only = nullptr;
+    xmlNode *only = nullptr;  // the element below the root, if it is all that was selected
 };
 
 // An element below the root; namespace nodes, which die with the result they stand in, are none.
@@ -130,21 +130,27 @@ Found find(xmlDoc *document, const char *scope, const char *type, const char *na
     return {true, all.count, all.only};
 }
 
+Evaluation select_scope(const kvio_config_t *config, const char *scope) noexcept {
+    if (!is_usable(scope)) return {};
+    if (!is_plain(scope)) return evaluate(config->doc, scope, nullptr, nullptr);
+    Evaluation selected;
+    for_each_scope(config->doc, scope, [&](xmlNode *element) { selected.only = selected.count++ ? nullptr : element; });
+    return selected;
+}
+
 }  // namespace
 
 xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *who) noexcept {
-    Evaluation all;
-    if (is_usable(scope)) {
-        if (is_plain(scope))
-            for_each_scope(config->doc, scope, [&](xmlNode *element) { ++all.count, all.only = element; });
-        else
-            all = evaluate(config->doc, scope, nullptr, nullptr);
-    }
-    if (all.status == Evaluation::no_context)
+    Evaluation selected = select_scope(config, scope);
+    if (selected.status == Evaluation::no_context)
         return fail(nullptr, KVIO_XML, "%s error on xmlXPathNewContext()\n", who);
-    if (all.count != 1 || !all.only)
+    if (!selected.only)
         return fail(nullptr, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n", who);
-    return all.only;
+    return selected.only;
+}
+
+xmlNode *scope_or_null(const kvio_config_t *config, const char *scope) noexcept {
+    return select_scope(config, scope).only;
 }
 
 Found find_entities(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept {

@@ -36,6 +36,9 @@ inline constexpr std::size_t max_scope = 255 - (sizeof "/kavex/" - 1);
 // The element that "/kavex/" and the scope select. Null with the documented line and code unless there is exactly one.
 xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *who) noexcept;
 
+// The same without code and line.
+xmlNode *scope_or_null(const kvio_config_t *config, const char *scope) noexcept;
+
 // How many nodes an expression selects, and the element when it is exactly one.
 struct Found {
     bool ok = false;  // false: the code is set and the line is printed

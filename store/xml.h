@@ -87,6 +87,9 @@ public:
     const char *get() const noexcept { return text_ ? text_ : ""; }
     bool equals(const char *wanted) const noexcept { return text_ && same(text_, wanted); }
 
+    // A text that had to be put together; null for one in place, which lives as long as its node.
+    String take() noexcept { return std::move(owned_); }
+
 private:
     Text() = default;
     Text(const xmlNode *holder, const xmlNode *first) noexcept;

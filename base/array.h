@@ -1,0 +1,68 @@
+// A growing array of plain records, for code that has to live with malloc failing.
+#ifndef KAVEX_BASE_ARRAY_H
+#define KAVEX_BASE_ARRAY_H
+
+#include <cstddef>
+#include <type_traits>
+#include <utility>
+
+#include "base/owned.h"
+
+template <class T>
+class Array {
+    static_assert(std::is_trivially_copyable_v<T>);
+
+public:
+    Array() = default;
+    Array(Array &&other) noexcept { swap(other); }
+    Array &operator=(Array &&other) noexcept {
+        swap(other);
+        return *this;
+    }
+
+    // Appends a record; false when memory is short, with the array as it was.
+    bool push(T record) noexcept {
+        if (size_ == capacity_ && !reserve(capacity_ ? 2 * capacity_ : 16)) return false;
+        records_.get()[size_++] = record;
+        return true;
+    }
+
+    // Room for that many records in all.
+    bool reserve(std::size_t capacity) noexcept {
+        if (capacity <= capacity_) return true;
+        std::size_t bytes;
+        if (__builtin_mul_overflow(capacity, sizeof(T), &bytes)) return false;
+        void *grown = std::realloc(records_.get(), bytes);
+        if (!grown) return false;
+        records_.release();
+        records_.reset(static_cast<T *>(grown));
+        capacity_ = capacity;
+        return true;
+    }
+
+    void pop() noexcept { --size_; }
+    T &top() noexcept { return records_.get()[size_ - 1]; }
+
+    T &operator[](std::size_t index) noexcept { return records_.get()[index]; }
+    const T &operator[](std::size_t index) const noexcept { return records_.get()[index]; }
+    std::size_t size() const noexcept { return size_; }
+    bool empty() const noexcept { return size_ == 0; }
+
+    T *begin() noexcept { return records_.get(); }
+    T *end() noexcept { return records_.get() + size_; }
+    const T *begin() const noexcept { return records_.get(); }
+    const T *end() const noexcept { return records_.get() + size_; }
+
+private:
+    void swap(Array &other) noexcept {
+        std::swap(records_, other.records_);
+        std::swap(size_, other.size_);
+        std::swap(capacity_, other.capacity_);
+    }
+
+    Block<T> records_;
+    std::size_t size_ = 0;
+    std::size_t capacity_ = 0;
+};
+
+#endif
