@@ -1,0 +1,48 @@
+// Attributes of containers and entities as integers and texts.
+#include "objects/objects.h"
+
+namespace {
+
+constexpr std::size_t integer_size = 64;
+
+template <class Object>
+int set_integer(int (*set)(Object *, const char *, const char *), Object *object, const char *attribute, int value) {
+    char text[integer_size];
+    std::snprintf(text, sizeof text, "%d", value);
+    return set(object, attribute, text);
+}
+
+template <class Object>
+int get_integer(int (*get)(Object *, const char *, char *, unsigned), Object *object, const char *attribute,
+                int *value) {
+    char text[integer_size];
+    int result = get(object, attribute, text, sizeof text);
+    if (result == 1) *value = to_int32(text);
+    return result;
+}
+
+}  // namespace
+
+int set_iterator_int(kvio_iterator_t *iterator, const char *attribute, int value) {
+    return set_integer(kvio_setattr_container, iterator, attribute, value);
+}
+
+int get_iterator_int(kvio_iterator_t *iterator, const char *attribute, int *value) {
+    return get_integer(kvio_getattr_container2, iterator, attribute, value);
+}
+
+int set_entity_int(kvio_node_t *entity, const char *attribute, int value) {
+    return set_integer(kvio_setattr_entity, entity, attribute, value);
+}
+
+int get_entity_int(kvio_node_t *entity, const char *attribute, int *value) {
+    return get_integer(kvio_getattr_entity2, entity, attribute, value);
+}
+
+int set_entity_char(kvio_node_t *entity, const char *attribute, const char *text) {
+    return kvio_setattr_entity(entity, attribute, text);
+}
+
+int get_entity_char(kvio_node_t *entity, const char *attribute, char *buffer) {
+    return kvio_getattr_entity(entity, attribute, buffer);
+}

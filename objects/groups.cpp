@@ -1,0 +1,217 @@
+// Groups: listed, created, used, emptied and disposed of.
+#include "objects/objects.h"
+
+using namespace objects;
+
+namespace {
+
+int size_of(const group_desc_t *group, kvio_iterator_t *opened) {
+    int count = kvio_size(opened);
+    if (count < 0) kvlog(GROUP_OP, "%s: cannot get size of group\n", group->label);
+    return count;
+}
+
+bool can_list(const group_desc_t *group) {
+    return (!group->print_entry || reads_entries(group)) &&
+           (!group->print_property || (group->property_type && reads_properties(group)));
+}
+
+bool can_tell_removed(const group_desc_t *group) {
+    return (!group->entry_removed || reads_entries(group)) && (!group->property_removed || reads_properties(group));
+}
+
+// Prints an entry and its properties. False ends the listing; `failed` is set by failures that do not.
+bool list_entry(const group_desc_t *group, const char *name, bool *failed) {
+    kvio_node_t *entity = find_entry(group, name);
+    if (!entity) return false;
+    if (group->print_entry) {
+        Buffer buffer = entry_buffer(group);
+        if (!buffer || group->get_entry(entity, buffer.get()) != 0 || group->print_entry(name, buffer.get()) != 0)
+            return false;
+        if (*failed) return false;
+    }
+    if (group->print_property) {
+        Buffer buffer = property_buffer(group);
+        kvio_node_t *property = buffer ? Property(group, name).find() : nullptr;
+        if (!property) return false;
+        if (group->get_property(property, buffer.get()) != 0 || group->print_property(buffer.get()) != 0)
+            *failed = true;
+    }
+    return true;
+}
+
+int list_members(const group_desc_t *group, kvio_iterator_t *opened) {
+    int count = size_of(group, opened);
+    if (count < 0) return 1;
+    if (group->begin) group->begin();
+    bool failed = false;
+    for (int position = 1; position <= count; ++position) {
+        char name[name_size];
+        Member member = read_member(opened, position, name);
+        if (member == Member::unreadable) failed = true;
+        if (member == Member::group && group->print_group && group->print_group(name) != 0) failed = true;
+        if (member == Member::entry && !list_entry(group, name, &failed)) return 1;
+    }
+    return failed ? 1 : 0;
+}
+
+// Adds to a group's count, or leaves it as it is when it would leave the range of an int.
+int change_references(kvio_iterator_t *group, int count, int difference) {
+    if (__builtin_add_overflow(count, difference, &count)) return GROUP_REFERENCE;
+    return set_references(group, count) ? 0 : GROUP_REFERENCE;
+}
+
+// An entry that has left a group: deleted if it was in no other one.
+int release_entry(const group_desc_t *group, kvio_node_t *entity, const char *name) {
+    int count = 0;
+    if (!get_references(entity, &count)) return GROUP_REFERENCE;
+    if (count <= 1) return undefine_entry(group, name) ? 0 : 1;
+    return set_references(entity, count - 1) ? 0 : GROUP_REFERENCE;
+}
+
+void log_cannot_remove(const group_desc_t *group, const char *name) {
+    kvlog(GROUP_OP, "%s: cannot remove entry %s\n", group->label, name);
+}
+
+// Deletes the properties of an entry in the group, and its property group when that is empty then.
+int remove_properties(const group_desc_t *group, const char *name) {
+    Property property(group, name);
+    int result = 0;
+    if (group->property_removed) {
+        kvio_node_t *entity = property.find();
+        if (!entity) return 1;
+        Buffer buffer = property_buffer(group);
+        if (!buffer) return 1;
+        if (group->get_property(entity, buffer.get()) != 0 || group->property_removed(buffer.get()) != 0) result = 1;
+    }
+    if (!property.undefine()) return 1;
+    PropertyGroup properties(group, name);
+    Group opened = properties.open();
+    if (!opened) return 1;
+    if (!kvio_remove(opened.get(), property.name())) {
+        log_cannot_remove(group, name);
+        return 1;
+    }
+    bool empty_now = kvio_size(opened.get()) == 0;
+    opened.close();
+    if (empty_now && !properties.dispose()) return 1;
+    return result;
+}
+
+// Removes as many members as there were, each time the first. 1 if one of them could not be read.
+int remove_members(const group_desc_t *group, kvio_iterator_t *opened, int count) {
+    int result = 0;
+    for (int i = 0; i < count; ++i) {
+        char name[name_size];
+        Member member = read_member(opened, 1, name);
+        if (member == Member::unreadable) result = 1;
+        if (member == Member::entry) remove_entry(group, name);
+        if (member == Member::group) remove_group(group, name);
+    }
+    return result;
+}
+
+}  // namespace
+
+int list_group(const group_desc_t *group) {
+    if (!complete(group) || !can_list(group)) return 0;
+    if (!good_name(group->name)) return 1;
+    Group opened = open_group(group);
+    if (!opened) return 1;
+    int result = list_members(group, opened.get());
+    opened.close();
+    if (group->end) group->end();
+    return result;
+}
+
+int create_group(const group_desc_t *parent, const group_desc_t *group) {
+    if (!complete(parent) || !complete(group)) return 0;
+    if (!good_name(parent->name) || !good_name(group->name)) return 1;
+    Group outer = open_group(parent);
+    if (!outer) return 1;
+    if (parent->max_groups != 0 && kvio_size(outer.get()) == parent->max_groups) {
+        kvlog(GROUP_OP, "cannot create, too many groups (>%d)\n", parent->max_groups);
+        return 0;
+    }
+    Group created(kvio_create_group(group->config, group->scope, group->type, group->name));
+    if (!created) return 1;
+    if (!set_references(created.get(), 0)) return GROUP_REFERENCE;
+    return kvio_join(outer.get(), group->name, 0) ? 0 : 1;
+}
+
+int use_group(const group_desc_t *group) {
+    if (!complete(group)) return 0;
+    if (!good_name(group->name)) return 1;
+    Group opened = open_group(group);
+    if (!opened) return 1;
+    int count = 0;
+    if (!get_references(opened.get(), &count)) return GROUP_REFERENCE;
+    return change_references(opened.get(), count, 1);
+}
+
+int unuse_group(const group_desc_t *group) {
+    if (!complete(group)) return 0;
+    if (!good_name(group->name)) return 1;
+    Group opened = open_group(group);
+    if (!opened) return 1;
+    int count = 0;
+    if (!get_references(opened.get(), &count)) return GROUP_REFERENCE;
+    if (count < 1) return 1;
+    return change_references(opened.get(), count, -1);
+}
+
+int remove_entry(const group_desc_t *group, const char *name) {
+    if (!complete(group) || !can_tell_removed(group)) return 0;
+    if (!good_name(group->name) || !good_name(name)) return 1;
+    Group opened = open_group(group);
+    if (!opened) return 1;
+    kvio_node_t *entity = find_entry(group, name);
+    if (!entity) {
+        kvlog(GROUP_OP, "%s: cannot find entry %s\n", group->label, name);
+        return 1;
+    }
+    int result = 0;
+    if (group->entry_removed) {
+        Buffer buffer = entry_buffer(group);
+        if (!buffer) return 1;
+        if (group->get_entry(entity, buffer.get()) != 0 || group->entry_removed(name, buffer.get()) != 0) result = 1;
+    }
+    if (!kvio_remove(opened.get(), name)) {
+        log_cannot_remove(group, name);
+        return 1;
+    }
+    if (int failure = release_entry(group, entity, name)) return failure;
+    if (group->property_type && remove_properties(group, name) != 0) return 1;
+    return result;
+}
+
+int remove_group(const group_desc_t *group, const char *name) {
+    if (!complete(group)) return 0;
+    if (!good_name(group->name) || !good_name(name)) return 1;
+    Group outer = open_group(group);
+    if (!outer) return 1;
+    Group nested = open_group(group, name);
+    if (!nested) return 1;
+    int count = 0;
+    if (!get_references(nested.get(), &count)) return GROUP_REFERENCE;
+    if (int failure = change_references(nested.get(), count, -1)) return failure;
+    return kvio_remove(outer.get(), name) ? 0 : 1;
+}
+
+int dispose_group(const group_desc_t *parent, const group_desc_t *group) {
+    if (!complete(parent) || !complete(group)) return 0;
+    if (!good_name(parent->name) || !good_name(group->name)) return 1;
+    Group outer = open_group(parent);
+    if (!outer) return 1;
+    Group opened = open_group(group);
+    if (!opened) return 1;
+    int references = 0;
+    if (!get_references(opened.get(), &references) || references > 0) return GROUP_REFERENCE;
+    if (!kvio_remove(outer.get(), group->name)) return 1;
+    int count = size_of(group, opened.get());
+    if (count < 0) return 1;
+    int result = remove_members(group, opened.get(), count);
+    opened.close();
+    if (!kvio_dispose_group(group->config, group->scope, group->type, group->name)) return 1;
+    return result;
+}

@@ -1,0 +1,138 @@
+// Entries and groups joined into groups, and entries changed in place.
+#include "objects/objects.h"
+
+using namespace objects;
+
+namespace {
+
+bool log_cannot_specify(const group_desc_t *group, const char *name) {
+    kvlog(GROUP_OP, "%s: cannot specify properties for entry %s\n", group->label, name);
+    return false;
+}
+
+// The same for change_entry(), which also tells the terminal which step failed: a text that ends in a blank, or "".
+bool cannot_change(const group_desc_t *group, const char *name, const char *step) {
+    std::fprintf(stderr, "%% %s%s: cannot specify properties for entry %s\n", step, group->label, name);
+    return log_cannot_specify(group, name);
+}
+
+// Makes the properties of a new membership. What was made before a failure stays.
+bool add_properties(const group_desc_t *group, const char *name, void *data) {
+    PropertyGroup properties(group, name);
+    Group opened = properties.open();
+    if (!opened) opened = properties.create();
+    if (!opened) return log_cannot_specify(group, name);
+    Property property(group, name);
+    if (!kvio_join(opened.get(), property.name(), 1)) return false;
+    if (property.find()) return log_cannot_specify(group, name);
+    kvio_node_t *entity = property.define();
+    if (!entity || group->set_property(entity, data, nullptr) != 0) return log_cannot_specify(group, name);
+    if (!opened.close()) return log_cannot_specify(group, name);
+    return true;
+}
+
+bool change_data(const group_desc_t *group, kvio_node_t *entity, const char *name, void *data) {
+    Buffer current = entry_buffer(group);
+    return current && group->get_entry(entity, current.get()) == 0 &&
+           group->set_entry(entity, name, data, current.get()) == 0;
+}
+
+bool change_property(const group_desc_t *group, const char *name, void *data) {
+    kvio_node_t *entity = Property(group, name).find();
+    if (!entity) return cannot_change(group, name, "kvio_retrieve_entity ");
+    Buffer current = property_buffer(group);
+    if (!current) return cannot_change(group, name, "3 ");
+    if (group->get_property(entity, current.get()) != 0) return cannot_change(group, name, "4 ");
+    if (group->set_property(entity, data, current.get()) != 0) return cannot_change(group, name, "5 ");
+    return true;
+}
+
+bool change_properties(const group_desc_t *group, const char *name, void *data) {
+    Group properties = PropertyGroup(group, name).open();
+    if (!properties) return cannot_change(group, name, "kvio_open_group ");
+    bool changed = change_property(group, name, data);
+    if (!properties.close()) return cannot_change(group, name, "");
+    return changed;
+}
+
+// Finds the entry with its count, or creates it with the count 0.
+int find_or_create(const group_desc_t *group, const char *name, kvio_node_t **entity, int *count) {
+    *count = 0;
+    *entity = find_entry(group, name);
+    if (*entity) return get_references(*entity, count) && *count != most_references ? 0 : GROUP_REFERENCE;
+    *entity = kvio_define2(group->config, group->scope, group->type, name);
+    if (!*entity) {
+        kvlog(GROUP_OP, "%s: cannot join entry\n", group->label);
+        return 1;
+    }
+    if (set_references(*entity, 0)) return 0;
+    undefine_entry(group, name);
+    return GROUP_REFERENCE;
+}
+
+bool can_join(const group_desc_t *group, const void *entry_data, const void *property_data) {
+    return complete(group) && (!entry_data || group->set_entry) &&
+           (!property_data || (group->set_property && group->property_type));
+}
+
+bool can_change(const group_desc_t *group, const void *entry_data, const void *property_data) {
+    return can_join(group, entry_data, property_data) && (!entry_data || reads_entries(group)) &&
+           (!property_data || reads_properties(group));
+}
+
+}  // namespace
+
+int join_entry(const group_desc_t *group, const char *name, void *entry_data, void *property_data) {
+    if (!can_join(group, entry_data, property_data)) return 0;
+    if (!good_name(group->name) || !good_name(name)) return 1;
+    Group opened = open_group(group);
+    if (!opened) return 1;
+    kvio_node_t *entity;
+    int count;
+    if (int failure = find_or_create(group, name, &entity, &count)) return failure;
+    if (entry_data && group->set_entry(entity, name, entry_data, nullptr) != 0) {
+        if (count == 0) undefine_entry(group, name);
+        return 1;
+    }
+    if (!kvio_join(opened.get(), name, 1)) {
+        if (count == 0) undefine_entry(group, name);
+        else kvlog(GROUP_OP, "%s: cannot join entry %s\n", group->label, name);
+        return 1;
+    }
+    if (property_data && !add_properties(group, name, property_data)) return 1;
+    return set_references(entity, count + 1) ? 0 : GROUP_REFERENCE;
+}
+
+int join_group(const group_desc_t *group, const group_desc_t *nested) {
+    if (!complete(group) || !complete(nested)) return 0;
+    if (!good_name(group->name) || !good_name(nested->name)) return 1;
+    Group outer = open_group(group);
+    if (!outer) return 1;
+    Group inner = open_group(nested);
+    if (!inner) return 1;
+    if (!kvio_join(outer.get(), nested->name, 0)) return 1;
+    if (kvio_check_loop(outer.get()) == 1) {
+        kvlog(GROUP_OP, "%s: cannot join group %s, loop detected\n", group->label, nested->label);
+        kvio_remove(outer.get(), nested->name);
+        return 1;
+    }
+    int count = 0;
+    if (!get_references(inner.get(), &count)) return GROUP_REFERENCE;
+    if (count == most_references) {
+        kvio_remove(outer.get(), nested->name);
+        return GROUP_REFERENCE;
+    }
+    return set_references(inner.get(), count + 1) ? 0 : GROUP_REFERENCE;
+}
+
+int change_entry(const group_desc_t *group, const char *name, void *entry_data, void *property_data) {
+    if (!can_change(group, entry_data, property_data)) return 0;
+    if (!good_name(group->name) || !good_name(name)) return 1;
+    Group opened = open_group(group);
+    if (!opened) return 1;
+    kvio_node_t *entity = find_entry(group, name);
+    if (!entity) return 1;
+    if (entry_data && !change_data(group, entity, name, entry_data)) return 1;
+    if (property_data && !change_properties(group, name, property_data)) return 1;
+    return 0;
+}

@@ -1,0 +1,207 @@
+// Lists: one container of entities, with a capacity.
+#include "objects/objects.h"
+
+using namespace objects;
+
+namespace {
+
+List open_list(const list_desc_t *list) {
+    List opened(list ? kvio_open_list(list->config, list->scope, list->type, list->name) : nullptr);
+    if (!opened) kvlog(LIST_OP, "System integrity error!\n");
+    return opened;
+}
+
+kvio_node_t *find_entity(const list_desc_t *list, const char *name) {
+    return kvio_retrieve_entity(list->config, list->scope, list->type, name);
+}
+
+bool undefine_entity(const list_desc_t *list, const char *name) {
+    return kvio_undefine(list->config, list->scope, list->type, name) != 0;
+}
+
+bool prints_entries(const list_desc_t *list) { return reads_entries(list) && list->print_entry; }
+
+Entities retrieve_members(const list_desc_t *list, kvio_iterator_t *opened) {
+    Entities members(kvio_retrieve_all(opened));
+    if (!members) kvlog(LIST_OP, "%s: cannot retrieve entries from list!\n", shown(list->label));
+    return members;
+}
+
+// Fills the buffer and prints it. Messages call the entry by the given name.
+bool print_entity(const list_desc_t *list, kvio_node_t *entity, int position, void *buffer, const char *called) {
+    if (list->get_entry(entity, buffer) != 0) {
+        kvlog(LIST_OP, "can't get entry: %s!\n", called);
+        return false;
+    }
+    if (list->print_entry(position, buffer) != 0) {
+        kvlog(LIST_OP, "can't print entry: %s!\n", called);
+        return false;
+    }
+    return true;
+}
+
+bool print_one(const list_desc_t *list, const char *name) {
+    if (!prints_entries(list)) return false;
+    Buffer buffer = entry_buffer(list);
+    if (!buffer) {
+        kvlog(LIST_OP, "can't alloc entry: %s!\n", name);
+        return false;
+    }
+    kvio_node_t *entity = find_entity(list, name);
+    if (!entity) {
+        kvlog(LIST_OP, "can't retrieve entry: %s!\n", name);
+        return false;
+    }
+    return print_entity(list, entity, 1, buffer.get(), name);
+}
+
+// Other programs keep "refcount"; here it is only shown.
+bool print_name(const list_desc_t *list, kvio_node_t *entity, int index) {
+    char name[name_size];
+    if (!kvio_name2(entity, name, sizeof name)) {
+        kvlog(LIST_OP, "can't get name for entry %d!\n", index);
+        return false;
+    }
+    char count[16];
+    if (!kvio_getattr_entity2(entity, "refcount", count, sizeof count)) {
+        kvlog(LIST_OP, "can't get reference count: %s!\n", name);
+        return false;
+    }
+    if (list->print_name(index + 1, name, empty(count) ? -1 : to_int32(count)) != 0) {
+        kvlog(LIST_OP, "can't print entry name: %s!\n", name);
+        return false;
+    }
+    return true;
+}
+
+bool print_names(const list_desc_t *list, kvio_iterator_t *opened) {
+    if (!list->print_name) return false;
+    Entities members = retrieve_members(list, opened);
+    if (!members) return false;
+    for (int i = 0; i < members->count; ++i)
+        if (!print_name(list, members->items[i], i)) return false;
+    return true;
+}
+
+bool print_all(const list_desc_t *list, kvio_iterator_t *opened) {
+    Entities members = retrieve_members(list, opened);
+    if (!members || !prints_entries(list)) return false;
+    Buffer buffer = entry_buffer(list);
+    if (!buffer) {
+        kvlog(LIST_OP, "can't alloc entry: %s!\n", shown(list->label));
+        return false;
+    }
+    for (int i = 0; i < members->count; ++i)
+        if (!print_entity(list, members->items[i], i + 1, buffer.get(), shown(list->label))) return false;
+    return true;
+}
+
+// What both listings do around the printing.
+template <class Print>
+int listing(const list_desc_t *list, Print print) {
+    List opened = open_list(list);
+    if (!opened) return -1;
+    if (list->begin) list->begin();
+    int result = print(opened.get()) ? 0 : -1;
+    opened.reset();
+    if (list->end) list->end();
+    return result;
+}
+
+bool set_entity(const list_desc_t *list, kvio_node_t *entity, void *data, const char *name) {
+    if (list->set_entry(entity, data) >= 0) return true;
+    kvlog(LIST_OP, "Can't set entry: %s!\n", name);
+    return false;
+}
+
+// Finds the new entity and fills it.
+bool fill_new(const list_desc_t *list, void *data, const char *name) {
+    kvio_node_t *entity = find_entity(list, name);
+    if (!entity) {
+        kvlog(LIST_OP, "Can't retrieve entry: %s!\n", name);
+        return false;
+    }
+    return set_entity(list, entity, data, name);
+}
+
+// An empty name is refused here: as a member it would become a number.
+bool define(const list_desc_t *list, const char *name) {
+    if (!empty(name) && kvio_define(list->config, list->scope, list->type, name)) return true;
+    kvlog(LIST_OP, "Can't define entry: %s!\n", shown(name));
+    return false;
+}
+
+}  // namespace
+
+int list_list(const list_desc_t *list, const char *name) {
+    return listing(list,
+                   [=](kvio_iterator_t *opened) { return name ? print_one(list, name) : print_names(list, opened); });
+}
+
+int list_list2(const list_desc_t *list) {
+    return listing(list, [=](kvio_iterator_t *opened) { return print_all(list, opened); });
+}
+
+int append_list(const list_desc_t *list, void *data, const char *name) {
+    List opened = open_list(list);
+    if (!opened) return -1;
+    int count = kvio_size(opened.get());
+    if (count < 0) return -1;
+    if (count >= list->max_entries) {
+        kvlog(LIST_OP, "%s: list is full!\n", shown(list->label));
+        return -1;
+    }
+    if (!list->set_entry || !define(list, name)) return -1;
+    if (!kvio_append(opened.get(), name)) {
+        kvlog(LIST_OP, "Can't append entry: %s!\n", name);
+        undefine_entity(list, name);
+        return -1;
+    }
+    if (!fill_new(list, data, name)) {
+        kvio_remove(opened.get(), name);
+        undefine_entity(list, name);
+        return -1;
+    }
+    return 0;
+}
+
+int change_list(const list_desc_t *list, void *data, const char *name) {
+    List opened = open_list(list);
+    if (!opened || !list->set_entry || !name) return -1;
+    kvio_node_t *entity = find_entity(list, name);
+    if (!entity) {
+        kvlog(LIST_OP, "Can't retrieve entry: %s!\n", name);
+        return -1;
+    }
+    return set_entity(list, entity, data, name) ? 0 : -1;
+}
+
+int delete_list(const list_desc_t *list, const char *name) {
+    if (!complete(list)) return 0;
+    List opened = open_list(list);
+    if (!opened) return -1;
+    if (!undefine_entity(list, name)) {
+        kvlog(LIST_OP, "Can't undefine %s\n", shown(name));
+        return -1;
+    }
+    if (!kvio_remove(opened.get(), name)) {
+        kvlog(LIST_OP, "Can't remove %s\n", name);
+        return -1;
+    }
+    return 0;
+}
+
+int get_list(const list_desc_t *list, const char *name, void *entry) {
+    List opened = open_list(list);
+    if (!opened || !list->get_entry || !name) return -1;
+    kvio_node_t *entity = find_entity(list, name);
+    if (!entity) {
+        kvlog(LIST_OP, "can't retrieve entry: %s!\n", name);
+        return -1;
+    }
+    if (list->get_entry(entity, entry) != 0) {
+        kvlog(LIST_OP, "can't get entry: %s!\n", name);
+        return -1;
+    }
+    return 0;
+}

@@ -1,0 +1,177 @@
+// What the list and group operations share: handles and buffers that give themselves back, and the checks, names and
+// reads that recur.
+#ifndef KAVEX_OBJECTS_OBJECTS_H
+#define KAVEX_OBJECTS_OBJECTS_H
+
+#include <kavex/objects.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+#include "base/kvlog.h"
+#include "base/owned.h"
+#include "base/text.h"
+
+// Programs of the appliance compile these records in: every field has a slot as wide as a pointer, with no padding
+// where a pointer has 32 bits.
+template <class... Offset>
+constexpr bool in_slots_of_pointers(Offset... offset) {
+    std::size_t slot = 0;
+    return ((offset == slot++ * sizeof(void *)) && ...);
+}
+
+static_assert(in_slots_of_pointers(
+    offsetof(list_desc_t, label), offsetof(list_desc_t, config), offsetof(list_desc_t, scope),
+    offsetof(list_desc_t, type), offsetof(list_desc_t, name), offsetof(list_desc_t, max_entries),
+    offsetof(list_desc_t, begin), offsetof(list_desc_t, print_entry), offsetof(list_desc_t, end),
+    offsetof(list_desc_t, print_name), offsetof(list_desc_t, alloc_entry), offsetof(list_desc_t, set_entry),
+    offsetof(list_desc_t, reserved), offsetof(list_desc_t, get_entry), offsetof(list_desc_t, free_entry),
+    sizeof(list_desc_t)));
+static_assert(in_slots_of_pointers(
+    offsetof(group_desc_t, label), offsetof(group_desc_t, config), offsetof(group_desc_t, scope),
+    offsetof(group_desc_t, type), offsetof(group_desc_t, property_type), offsetof(group_desc_t, name),
+    offsetof(group_desc_t, max_groups), offsetof(group_desc_t, begin), offsetof(group_desc_t, print_group),
+    offsetof(group_desc_t, end), offsetof(group_desc_t, print_entry), offsetof(group_desc_t, alloc_entry),
+    offsetof(group_desc_t, set_entry), offsetof(group_desc_t, entry_removed), offsetof(group_desc_t, get_entry),
+    offsetof(group_desc_t, free_entry), offsetof(group_desc_t, print_property),
+    offsetof(group_desc_t, alloc_property), offsetof(group_desc_t, set_property),
+    offsetof(group_desc_t, property_removed), offsetof(group_desc_t, get_property),
+    offsetof(group_desc_t, free_property), offsetof(group_desc_t, export_begin), offsetof(group_desc_t, export_entry),
+    offsetof(group_desc_t, export_property), offsetof(group_desc_t, export_discard), sizeof(group_desc_t)));
+static_assert(sizeof(void *) != 4 || (sizeof(list_desc_t) == 60 && sizeof(group_desc_t) == 104));
+
+namespace objects {
+
+using List = Owned<kvio_iterator_t, kvio_close_list>;
+using Entities = Owned<kvio_entities_t, kvio_free_entities>;
+
+// A handle on a group. close() is for those to whom its outcome matters.
+class Group : public Owned<kvio_iterator_t, kvio_close_group> {
+public:
+    using unique_ptr::unique_ptr;
+    bool close() noexcept { return kvio_close_group(release()) != 0; }
+};
+
+// A buffer that a callback of the caller made and another one takes back.
+using Buffer = std::unique_ptr<void, void (*)(void *)>;
+
+template <class Record>
+Buffer entry_buffer(const Record *record) { return Buffer(record->alloc_entry(), record->free_entry); }
+
+inline Buffer property_buffer(const group_desc_t *group) {
+    return Buffer(group->alloc_property(), group->free_property);
+}
+
+// Bytes of a buffer for the name of an entry or a group, for ENTRY_property, and for GROUP_ENTRY, each with its NUL.
+constexpr std::size_t name_size = 64;
+constexpr std::size_t property_group_size = 76;
+constexpr std::size_t property_size = 136;
+
+inline bool good_name(const char *name) noexcept {
+    std::size_t length = name ? strnlen(name, name_size) : 0;
+    return length > 0 && length < name_size;
+}
+
+// Null texts in messages.
+inline const char *shown(const char *text) noexcept { return text ? text : "(null)"; }
+
+// The fields that lists and groups have in common.
+template <class Record>
+bool complete(const Record *record) noexcept {
+    return record && record->config && record->scope && record->type && record->name && record->label;
+}
+
+// Those that reading an entry into a buffer takes, and those that reading its properties takes.
+template <class Record>
+bool reads_entries(const Record *record) noexcept {
+    return record->alloc_entry && record->get_entry && record->free_entry;
+}
+
+inline bool reads_properties(const group_desc_t *group) noexcept {
+    return group->alloc_property && group->get_property && group->free_property;
+}
+
+inline Group open_group(const group_desc_t *group, const char *name) {
+    return Group(kvio_open_group(group->config, group->scope, group->type, name));
+}
+
+inline Group open_group(const group_desc_t *group) { return open_group(group, group->name); }
+
+inline kvio_node_t *find_entry(const group_desc_t *group, const char *name) {
+    return kvio_retrieve_entity(group->config, group->scope, group->type, name);
+}
+
+inline bool undefine_entry(const group_desc_t *group, const char *name) {
+    return kvio_undefine(group->config, group->scope, group->type, name) != 0;
+}
+
+// The property group of an entry: ENTRY_property. The name has at most 63 bytes, here and below.
+class PropertyGroup {
+public:
+    PropertyGroup(const group_desc_t *group, const char *entry) : group_(group) {
+        std::snprintf(name_, sizeof name_, "%s_property", entry);
+    }
+    const char *name() const noexcept { return name_; }
+    Group open() const { return Group(kvio_open_group(group_->config, group_->scope, group_->property_type, name_)); }
+    Group create() const {
+        return Group(kvio_create_group(group_->config, group_->scope, group_->property_type, name_));
+    }
+    bool dispose() const {
+        return kvio_dispose_group(group_->config, group_->scope, group_->property_type, name_) != 0;
+    }
+
+private:
+    const group_desc_t *group_;
+    char name_[property_group_size];
+};
+
+// The property entity of an entry in a group: GROUP_ENTRY.
+class Property {
+public:
+    Property(const group_desc_t *group, const char *entry) : group_(group) {
+        std::snprintf(name_, sizeof name_, "%s_%s", group->name, entry);
+    }
+    const char *name() const noexcept { return name_; }
+    kvio_node_t *find() const {
+        return kvio_retrieve_entity(group_->config, group_->scope, group_->property_type, name_);
+    }
+    kvio_node_t *define() const {
+        return kvio_define2(group_->config, group_->scope, group_->property_type, name_);
+    }
+    bool undefine() const { return kvio_undefine(group_->config, group_->scope, group_->property_type, name_) != 0; }
+
+private:
+    const group_desc_t *group_;
+    char name_[property_size];
+};
+
+enum class Member { entry, group, unreadable };
+
+// Reads the member at a position from 1. A name of more than 63 bytes is as good as none.
+inline Member read_member(kvio_iterator_t *group, int position, char (&name)[name_size]) {
+    char text[name_size + 1];
+    int kind = kvio_regain_index2(group, static_cast<unsigned>(position), text, sizeof text);
+    if (kind < 0 || !copy_if_fits(name, sizeof name, text)) return Member::unreadable;
+    return kind == 0 ? Member::entry : Member::group;
+}
+
+// Reads an entity's name, of at most 63 bytes.
+inline bool read_name(kvio_node_t *entity, char (&name)[name_size]) {
+    char text[name_size + 1];
+    return kvio_name2(entity, text, sizeof text) && copy_if_fits(name, sizeof name, text);
+}
+
+inline bool get_references(kvio_iterator_t *group, int *count) { return get_iterator_int(group, "reference", count); }
+inline bool get_references(kvio_node_t *entry, int *count) { return get_entity_int(entry, "reference", count); }
+inline bool set_references(kvio_iterator_t *group, int count) { return set_iterator_int(group, "reference", count); }
+inline bool set_references(kvio_node_t *entry, int count) { return set_entity_int(entry, "reference", count); }
+
+constexpr int most_references = std::numeric_limits<int>::max();
+constexpr int least_references = std::numeric_limits<int>::min();
+
+}  // namespace objects
+
+#endif
