@@ -48,7 +48,7 @@ def declared(path):
         data = re.match(r"extern\b.*?(\w+)\s*(\[[^]]*\]\s*)*$", statement)
         if function or data:
             names.add((function or data).group(1))
-        elif not re.match(r"(struct|union|enum)\s+\w*$", statement):
+        elif not re.match(r"(struct|union|enum)\b\s*\w*$", statement):
             sys.exit(f"{path}: cannot read the declaration: {statement}")
     return names
 
