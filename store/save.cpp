@@ -3,9 +3,9 @@
 //  1. Serialise the document into memory: a shortage of memory is met before the file is touched.
 //  2. Open the file as it is, without truncation, and reserve the room that the new contents need: a full disk, too,
 //     is met before a byte is overwritten.
-//  3. Overwrite in one go. Where the new contents are shorter, line feeds fill up to the old length: the file is well-
-//     formed also if the next step is never reached.
-//  4. Cut the file to its length, sync, close; each of them can still report that the data did not get there.
+//  3. Overwrite in one go and cut the file to its length, uninterrupted by whatever kills the process. Where the new
+//     contents are shorter, line feeds fill up to the old length, so that they are well-formed before the cut, too.
+//  4. Sync and close; both can still report that the data did not get there.
 #include <fcntl.h>
 #include <libxml/encoding.h>
 #include <libxml/xmlsave.h>
@@ -17,6 +17,7 @@
 #include <climits>
 #include <cstdio>
 
+#include "store/uninterrupted.h"
 #include "store/xml.h"
 
 namespace xml {
@@ -107,8 +108,11 @@ bool overwrite(Descriptor file, Sink &sink, off_t old_size) noexcept {
         if (ftruncate(file.get(), old_size) != 0) return false;  // gives back what was reserved until then
         return false;
     }
-    return write_all(file.get(), sink.bytes.get(), covered) &&
-           ftruncate(file.get(), static_cast<off_t>(sink.size)) == 0 && fdatasync(file.get()) == 0 && file.close() == 0;
+    bool written = store::uninterrupted([&] {
+        return write_all(file.get(), sink.bytes.get(), covered) &&
+               ftruncate(file.get(), static_cast<off_t>(sink.size)) == 0;
+    });
+    return written && fdatasync(file.get()) == 0 && file.close() == 0;
 }
 
 // Compressed documents and targets that are no regular files. libxml2 would read more than a path out of a file name,

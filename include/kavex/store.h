@@ -62,9 +62,12 @@
  *
  * **Saving.** Files are written in place, since the lock hangs on the inode, and without a temporary file. The document
  * is serialised in memory first, room on the disk is reserved, then the file is overwritten in one go, cut to its
- * length and synced (fdatasync(2)): a full disk, a shortage of memory or an unwritable file leaves the old contents. A
- * process killed, or a machine that loses power, in the moment of the overwriting itself can leave the beginning of
- * the new document before the rest of the old one; keep a kvio_dump() where that matters.
+ * length and synced (fdatasync(2)): a full disk, a shortage of memory or an unwritable file leaves the old contents.
+ * The overwriting itself is done by a short-lived helper process that shares the caller's memory, so that a signal that
+ * kills the caller does not stop it half-way; wait(2) does not see the helper. What is left are a machine that loses
+ * power in that moment, somebody who kills helper and caller together, and systems that let no process be started:
+ * they can leave the beginning of the new document before the rest of the old one. Keep a kvio_dump() where that
+ * matters.
  */
 #ifndef KAVEX_STORE_H
 #define KAVEX_STORE_H
