@@ -1,0 +1,113 @@
+#include "users/file.h"
+#include "users/profile.h"
+
+#include "base/paths.h"
+
+namespace {
+
+// A line is read in pieces of 254 bytes; with the NUL they fit in the 256 bytes that callers of get_passwd_line() give.
+constexpr int piece_size = 255;
+
+// Is this the line's first ':' field? Lines of separators have none.
+bool belongs_to(const char *line, const char *user) {
+    line += std::strspn(line, ":");
+    std::size_t length = std::strcspn(line, ":");
+    if (length == 0 || line[0] == '\n') return false;
+    return std::strlen(user) == length && std::memcmp(line, user, length) == 0;
+}
+
+// A line's attributes, one after the other; null when there are no more.
+class Attributes {
+public:
+    explicit Attributes(const char *line) {
+        bounded_copy(copy_, sizeof copy_, line);
+        strtok_r(copy_, "&", &rest_);
+    }
+    Attributes(const Attributes &) = delete;
+
+    const char *next() { return strtok_r(nullptr, "&", &rest_); }
+
+    // The one after which the line goes on with its ':' fields.
+    const char *last() { return strtok_r(nullptr, ":", &rest_); }
+
+private:
+    char copy_[piece_size];
+    char *rest_ = nullptr;
+};
+
+void set_number(std::int32_t &field, const char *text) {
+    if (text) field = to_int32(text);
+}
+
+bool fill_from_line(user_profile_t &profile, const char *user, const char *line, const char *function) {
+    if (!set_name(profile, user, function)) return false;
+    Attributes attributes(line);
+    set_defaults(profile, defaults_of_word(attributes.next()));
+    profile.lease_time = 10;
+    profile.re_auth = 180;
+    set_number(profile.access, attributes.next());
+    set_number(profile.visibility, attributes.next());
+    set_number(profile.lease_time, attributes.next());
+    set_number(profile.re_auth, attributes.next());
+    set_number(profile.remote_admin, attributes.next());
+    set_number(profile.remote_access, attributes.last());
+    return true;
+}
+
+// What a domain user may do is fixed, whatever attributes the line has.
+bool fill_domain_user(user_profile_t &profile, const char *user, const char *function) {
+    if (!set_name(profile, user, function)) return false;
+    kvlog(USER_OP, "[%s]User:%s found in domain database.", function, profile.name);
+    set_defaults(profile, user_defaults);
+    profile.lease_time = 10;
+    profile.re_auth = 180;
+    return true;
+}
+
+File open_accounts(const char *path, const char *function) {
+    File file = open_to_read(path);
+    if (!file) kvlog(USER_OP, "[%s]Open password file has failed.", function);
+    return file;
+}
+
+}  // namespace
+
+int get_passwd_line(FILE *file, const char *user, int wanted_type, char *line) {
+    if (!file || !user || !line) return -1;
+    char piece[piece_size];
+    while (std::fgets(piece, sizeof piece, file)) {
+        if (!belongs_to(piece, user)) continue;
+        if (wanted_type == USER_TYPE_ANY) {
+            kvlog(USER_OP, "[%s]User:%s does not have attributes.", __func__, user);
+        } else {
+            Attributes attributes(piece);
+            const char *word = attributes.next();
+            if (!word) continue;
+            kvlog(USER_OP, "[%s]User:%s, type=%s.", __func__, user, word);
+            if (!same(word, type_word(wanted_type))) continue;
+            kvlog(USER_OP, "[%s]User:%s has been found in local database.", __func__, user);
+        }
+        std::strcpy(line, piece);
+        return 0;
+    }
+    return -1;
+}
+
+int get_info_from_local(user_profile_t *profile, const char *user, int wanted_type) {
+    if (!profile || !user) return -1;
+    char line[piece_size] = "";
+
+    File accounts = open_accounts(paths::passwd, __func__);
+    if (!accounts) return -1;
+    if (get_passwd_line(accounts.get(), user, wanted_type, line) == 0)
+        return fill_from_line(*profile, user, line, __func__) ? 0 : -1;
+    kvlog(USER_OP, "[%s]User:%s does not found in local database.", __func__, user);
+
+    File domain = open_accounts(paths::domain_users, __func__);
+    if (!domain) return -1;
+    bool found = get_passwd_line(domain.get(), user, wanted_type, line) == 0;
+    kvlog(USER_OP, "[%s]buf=%s", __func__, line);
+    if (found) return fill_domain_user(*profile, user, __func__) ? 0 : -1;
+    kvlog(USER_OP, "[%s]User:%s does not found in domain database.", __func__, user);
+    return -1;
+}

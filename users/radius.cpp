@@ -1,0 +1,51 @@
+#include "users/auth_buffer.h"
+#include "users/profile.h"
+
+namespace {
+
+int check_radius_db(const char *user) {
+    std::optional<AttachedBuffer> buffer = AttachedBuffer::attach(__func__, user);
+    return buffer ? buffer->find_radius(user) : -1;
+}
+
+// A server's type 3 keeps its code; what is no type becomes a guest.
+TypeDefaults defaults_of_code(std::int32_t type) {
+    switch (type) {
+        case USER_TYPE_ADMIN: return admin_defaults;
+        case USER_TYPE_LIMITED_ADMIN: return limited_admin_defaults;
+        case USER_TYPE_USER: return user_defaults;
+        case USER_TYPE_EXT_USER: {
+            TypeDefaults defaults = user_defaults;
+            defaults.type = USER_TYPE_EXT_USER;
+            return defaults;
+        }
+        default: return guest_defaults;
+    }
+}
+
+}  // namespace
+
+int get_info_from_radius(user_profile_t *profile, const char *user) {
+    if (!profile || !user) return -1;
+    int slot = check_radius_db(user);
+    if (slot < 0) {
+        kvlog(USER_OP, "[%s]User:%s does not found in RADIUS database.", __func__, user);
+        return -1;
+    }
+
+    std::optional<AttachedBuffer> buffer = AttachedBuffer::attach(__func__, user);
+    if (!buffer) return -1;
+    radius_entry_t entry = buffer->radius(slot);
+    entry.user[sizeof entry.user - 1] = '\0';  // A caller without the lock may find it changed.
+    if (entry.type == -1) {
+        kvlog(USER_OP, "[%s]RADIUS user:%s does not have attributes.", __func__, user);
+        return -1;
+    }
+    if (!set_name(*profile, entry.user, __func__)) return -1;
+    set_defaults(*profile, defaults_of_code(entry.type));
+    profile->lease_time = entry.lease_time;
+    profile->re_auth = entry.re_auth;
+    if (entry.lease_time && entry.re_auth) return 0;
+    kvlog(USER_OP, "[%s]Cannot retrieve lease time/reauth time for RADIUS user:%s.", __func__, user);
+    return -1;
+}

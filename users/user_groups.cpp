@@ -1,0 +1,199 @@
+#include <cerrno>
+#include <cstddef>
+
+#include "base/owned.h"
+#include "base/paths.h"
+#include "users/auth_buffer.h"
+#include "users/profile.h"
+
+static_assert(sizeof(user_group_t) == 1213476 && offsetof(user_group_t, members) == 1056 &&
+              offsetof(user_group_t, member_count) == 1213472);
+
+namespace {
+
+constexpr char group_scope[] = "object/user_group";
+constexpr char group_type[] = "user_group_object_t";
+constexpr int capacity = sizeof(user_group_t::members) / sizeof(user_profile_t);
+constexpr std::size_t longest_name = 127;
+constexpr int deepest_nesting = 1000;  // a level costs a few hundred bytes of stack
+
+using Snapshot = Owned<kvio_config_t, kvio_close_config>;
+using Group = Owned<kvio_iterator_t, kvio_close_group>;
+using Entities = Owned<kvio_entities_t, kvio_free_entities>;
+using UserGroup = Owned<user_group_t, free_user_group>;
+
+// A group that is being expanded, in the group that it is nested in.
+struct Level {
+    const char *name;
+    const Level *outer;
+    int depth;
+};
+
+bool is_being_expanded(const char *name, const Level *level) {
+    for (; level; level = level->outer)
+        if (same(level->name, name)) return true;
+    return false;
+}
+
+// What appends a group's members, nested groups in their place, to a record. False if not all of them had room; what
+// did has been appended.
+bool append_group(kvio_config_t *document, const Level &level, user_group_t &record, const char *function);
+
+bool append_user(const char *name, const Level &level, user_group_t &record, const char *function) {
+    if (record.member_count < 0 || record.member_count >= capacity) {
+        kvlog(USER_OP, "[%s]Group:%s has more than %d members.", function, level.name, capacity);
+        return false;
+    }
+    if (set_name(record.members[record.member_count], name, function)) ++record.member_count;
+    return true;
+}
+
+bool append_nested(kvio_config_t *document, const char *name, const Level &outer, user_group_t &record,
+                   const char *function) {
+    if (std::strlen(name) > longest_name) {
+        kvlog(USER_OP, "[%s]Group name is too long:%s.", function, name);
+        return true;
+    }
+    if (is_being_expanded(name, &outer)) return true;
+    return append_group(document, {name, &outer, outer.depth + 1}, record, function);
+}
+
+bool append_members(kvio_config_t *document, kvio_iterator_t *group, const Level &level, user_group_t &record,
+                    const char *function) {
+    if (level.depth > deepest_nesting) {
+        kvlog(USER_OP, "[%s]Group:%s is nested too deeply.", function, level.name);
+        return false;
+    }
+    int size = kvio_size(group);
+    for (int position = 1; position <= size; ++position) {
+        char name[longest_name + 2];  // a byte more than a name may have, to see those that were cut
+        int kind = kvio_regain_index2(group, static_cast<unsigned>(position), name, sizeof name);
+        if (kind == 0 && !append_user(name, level, record, function)) return false;
+        if (kind == 1 && !append_nested(document, name, level, record, function)) return false;
+    }
+    return true;
+}
+
+bool append_group(kvio_config_t *document, const Level &level, user_group_t &record, const char *function) {
+    Group group(kvio_open_group(document, group_scope, group_type, level.name));
+    return append_members(document, group.get(), level, record, function);
+}
+
+// The members of a group of the template file, which the caller's lock protects; null after a message.
+UserGroup read_group(const char *name, const char *function) {
+    Snapshot document(kvio_restore_scope(paths::group_template));
+    if (!document) {
+        kvlog(USER_OP, "[%s]Open backup file has failed.", function);
+        return nullptr;
+    }
+    Group group(kvio_open_group(document.get(), group_scope, group_type, name));
+    if (!group) {
+        kvlog(USER_OP, "[%s]Open group has failed.", function);
+        return nullptr;
+    }
+    Entities entities(kvio_retrieve_all(group.get()));  // Only to see that the group is sound, without loops.
+    if (!entities) {
+        kvlog(USER_OP, "[%s]Retrieve group's entities has failed.", function);
+        return nullptr;
+    }
+    UserGroup record(zeroed<user_group_t>().release());
+    if (!record) {
+        kvlog(USER_OP, "[%s]Insufficient memory.", function);
+        return nullptr;
+    }
+    if (!append_members(document.get(), group.get(), {name, nullptr, 0}, *record, function)) return nullptr;
+    return record;
+}
+
+// The texts of the default settings. Reading stops at the first that is missing; it and the following ones stay empty.
+struct DefaultSettings {
+    char type[16];  // one byte more than the longest word, so that no longer text looks like it
+    char access[6], visibility[6], lease_time[12], re_auth[12], remote_admin[2], remote_access[2];
+
+    void read(kvio_node_t *entity) {
+        kvio_get2(entity, "type", type, sizeof type) && kvio_get2(entity, "access", access, sizeof access) &&
+            kvio_get2(entity, "visibility", visibility, sizeof visibility) &&
+            kvio_get2(entity, "lease_time", lease_time, sizeof lease_time) &&
+            kvio_get2(entity, "re_auth", re_auth, sizeof re_auth) &&
+            kvio_get2(entity, "remote_admin", remote_admin, sizeof remote_admin) &&
+            kvio_get2(entity, "remote_access", remote_access, sizeof remote_access);
+    }
+};
+
+std::int32_t type_of_setting(const char *word) {
+    if (same(word, "admin")) return USER_TYPE_ADMIN;
+    if (same(word, "limited-admin")) return USER_TYPE_LIMITED_ADMIN;
+    if (same(word, "user") || same(word, "ext-user")) return USER_TYPE_USER;
+    return USER_TYPE_GUEST;
+}
+
+}  // namespace
+
+user_group_t *retrieve_user_group(const char *group) {
+    if (!group) return nullptr;
+    std::optional<BufferLock> lock = BufferLock::take(__func__);
+    if (!lock) return nullptr;
+    return read_group(group, __func__).release();
+}
+
+int get_member(kvio_config_t *document, const char *group, user_group_t *record) {
+    if (record) append_group(document, {group, nullptr, 0}, *record, __func__);
+    return 1;
+}
+
+int check_user_in_group(const char *group, const char *user) {
+    if (!user) return -1;
+    UserGroup record(retrieve_user_group(group));
+    if (!record) return -1;
+    for (int i = 0; i < record->member_count; ++i)
+        if (same(record->members[i].name, user)) return 1;
+    return 0;
+}
+
+int verify_user_group(const char *group) {
+    if (!group) return -1;
+    int id = get_lock_id();
+    if (id < 0) {
+        kvlog(USER_OP, "[%s]Get lock id has failed.", __func__);
+        return -1;
+    }
+    if (lock_buffer(id) < 0) {
+        kvlog(USER_OP, "[%s]Lock buffer has failed:%s.", __func__, std::strerror(errno));
+        return -1;
+    }
+    BufferLock lock(id);
+    Snapshot document(kvio_restore_scope(paths::group_template));
+    if (!document) {
+        kvlog(USER_OP, "[%s]Retrieve backup file has failed:%s.", __func__, std::strerror(errno));
+        return -1;
+    }
+    bool found = kvio_retrieve_entity(document.get(), group_scope, "group_description_t", group);
+    document.reset();
+    if (lock.unlock() < 0) {
+        kvlog(USER_OP, "[%s]Unlock buffer has failed:%s.", __func__, std::strerror(errno));
+        return -1;
+    }
+    return found ? 1 : 0;
+}
+
+void free_user_group(user_group_t *group) { std::free(group); }
+
+int get_remote_setting(user_profile_t *profile, const char *name) {
+    if (!profile || !name) return -1;
+    Snapshot document(kvio_restore_scope(paths::user_template));
+    if (!document) return -1;
+    kvio_node_t *entity = kvio_retrieve_entity(document.get(), "system/in_user", "in_user_setting", "def_set");
+    if (!entity) return -1;
+    DefaultSettings settings{};
+    settings.read(entity);
+
+    if (!set_name(*profile, name, __func__)) return -1;
+    profile->type = type_of_setting(settings.type);
+    profile->access = to_int32(settings.access);
+    profile->visibility = to_int32(settings.visibility);
+    profile->lease_time = to_int32(settings.lease_time);
+    profile->re_auth = to_int32(settings.re_auth);
+    profile->remote_admin = to_int32(settings.remote_admin);
+    profile->remote_access = to_int32(settings.remote_access);
+    return 0;
+}
