@@ -1,8 +1,9 @@
 // Containers: tables, lists and groups made, found and removed in their scope, and the handles on them.
-#include "store/containers.h"
+#include "store/handles.h"
 
-namespace store {
 namespace {
+
+enum class Mode { create, find };
 
 bool is_too_long(const char *text, std::size_t field) { return text && strnlen(text, field) >= field; }
 
@@ -15,63 +16,10 @@ xml::Detached make_element(const char *kind, const char *type, const char *name,
     return element;
 }
 
-int kvio_container_dispose_template(const char *kind, kvio_config_t *config, const char *scope, const char *type,
-                                    const char *name) {
-    if (!config) return fail(0, KVIO_NULL_CONFIG);
-    const xmlNode *parent = find_scope(config, scope, __func__);
-    if (!parent) return 0;
-    xmlNode *element = find_container(parent, kind, type, name);
-    if (!element)
-        return fail(0, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", __func__, config->path,
-                    scope, kind, shown(name), shown(type));
-    xmlUnlinkNode(element);
-    xmlFreeNode(element);
-    return succeed(1);
-}
-
-int close(kvio_iterator_t *iterator) {
-    std::free(iterator);
-    return 1;
-}
-
-}  // namespace
-
-kvio_iterator_t *kvio_container_create_template(const char *kind, ContainerMode mode, kvio_config_t *config,
-                                                const char *scope, const char *type, const char *name) noexcept {
-    const char *who = __func__;
-    if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
-    if (is_too_long(scope, sizeof(kvio_iterator_t::scope)))
-        return fail(nullptr, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n", who);
-    if (is_too_long(type, sizeof(kvio_iterator_t::type)))
-        return fail(nullptr, KVIO_BAD_SCOPE, "%s error: name is too long: %s\n", who, type);
-    xmlNode *parent = find_scope(config, scope, who);
-    if (!parent) return nullptr;
-    xmlNode *element = find_container(parent, kind, type, name);
-    if (element && mode == ContainerMode::create)
-        return fail(nullptr, KVIO_EXISTS, "%s(%s): scope:[%s] %s:[%s] type:[%s] is existed\n", who, config->path, scope,
-                    kind, name, type);
-    if (!element && mode == ContainerMode::find)
-        return fail(nullptr, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", who,
-                    config->path, scope, kind, shown(name), shown(type));
-    xml::Detached fresh;
-    if (!element) {
-        fresh = make_element(kind, type, name, who);
-        if (!fresh) return nullptr;
-        if (!xmlAddChild(parent, fresh.get())) return fail(nullptr, KVIO_XML, "%s error on xmlAddChild()\n", who);
-        element = fresh.get();
-    }
-    Iterator iterator = open_handle(kind, element, config, scope, type);
-    if (!iterator) {
-        if (fresh) xmlUnlinkNode(fresh.get());
-        return fail(nullptr, KVIO_NO_MEMORY, "%s error: no memory to create a new iterator\n", who);
-    }
-    fresh.release();
-    return succeed(iterator.release());
-}
-
-Iterator open_handle(const char *kind, xmlNode *element, kvio_config_t *config, const char *scope,
-                     const char *type) noexcept {
-    Iterator iterator = zeroed<kvio_iterator_t>();
+// A handle on a container element; null when memory is short. The texts fit their fields.
+store::Iterator open_handle(const char *kind, xmlNode *element, kvio_config_t *config, const char *scope,
+                            const char *type) {
+    store::Iterator iterator = zeroed<kvio_iterator_t>();
     if (!iterator) return iterator;
     copy_if_fits(iterator->kind, sizeof iterator->kind, kind);
     iterator->node = element;
@@ -82,30 +30,78 @@ Iterator open_handle(const char *kind, xmlNode *element, kvio_config_t *config, 
     return iterator;
 }
 
-}  // namespace store
+kvio_iterator_t *kvio_container_create_template(const char *kind, Mode mode, kvio_config_t *config, const char *scope,
+                                                const char *type, const char *name) {
+    const char *who = __func__;
+    if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
+    if (is_too_long(scope, sizeof(kvio_iterator_t::scope)))
+        return fail(nullptr, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n", who);
+    if (is_too_long(type, sizeof(kvio_iterator_t::type)))
+        return fail(nullptr, KVIO_BAD_SCOPE, "%s error: name is too long: %s\n", who, type);
+    xmlNode *parent = store::find_scope(config, scope, who);
+    if (!parent) return nullptr;
+    xmlNode *element = store::find_container(parent, kind, type, name);
+    if (element && mode == Mode::create)
+        return fail(nullptr, KVIO_EXISTS, "%s(%s): scope:[%s] %s:[%s] type:[%s] is existed\n", who, config->path, scope,
+                    kind, name, type);
+    if (!element && mode == Mode::find)
+        return fail(nullptr, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", who, config->path,
+                    scope, kind, shown(name), shown(type));
+    xml::Detached fresh;
+    if (!element) {
+        fresh = make_element(kind, type, name, who);
+        if (!fresh) return nullptr;
+        if (!xmlAddChild(parent, fresh.get())) return fail(nullptr, KVIO_XML, "%s error on xmlAddChild()\n", who);
+        element = fresh.get();
+    }
+    store::Iterator iterator = open_handle(kind, element, config, scope, type);
+    if (!iterator) {
+        if (fresh) xmlUnlinkNode(fresh.get());
+        return fail(nullptr, KVIO_NO_MEMORY, "%s error: no memory to create a new iterator\n", who);
+    }
+    fresh.release();
+    return succeed(iterator.release());
+}
 
-using store::ContainerMode;
-using store::kvio_container_create_template;
-using store::kvio_container_dispose_template;
+int kvio_container_dispose_template(const char *kind, kvio_config_t *config, const char *scope, const char *type,
+                                    const char *name) {
+    if (!config) return fail(0, KVIO_NULL_CONFIG);
+    const xmlNode *parent = store::find_scope(config, scope, __func__);
+    if (!parent) return 0;
+    xmlNode *element = store::find_container(parent, kind, type, name);
+    if (!element)
+        return fail(0, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", __func__, config->path,
+                    scope, kind, shown(name), shown(type));
+    xmlUnlinkNode(element);
+    xmlFreeNode(element);
+    return succeed(1);
+}
+
+int close_container(kvio_iterator_t *iterator) {
+    std::free(iterator);
+    return 1;
+}
+
+}  // namespace
 
 kvio_iterator_t *kvio_create_table(kvio_config_t *config, const char *scope, const char *type, const char *name) {
-    return kvio_container_create_template("table", ContainerMode::create, config, scope, type, name);
+    return kvio_container_create_template("table", Mode::create, config, scope, type, name);
 }
 kvio_iterator_t *kvio_create_list(kvio_config_t *config, const char *scope, const char *type, const char *name) {
-    return kvio_container_create_template("list", ContainerMode::create, config, scope, type, name);
+    return kvio_container_create_template("list", Mode::create, config, scope, type, name);
 }
 kvio_iterator_t *kvio_create_group(kvio_config_t *config, const char *scope, const char *type, const char *name) {
-    return kvio_container_create_template("group", ContainerMode::create, config, scope, type, name);
+    return kvio_container_create_template("group", Mode::create, config, scope, type, name);
 }
 
 kvio_iterator_t *kvio_open_table(kvio_config_t *config, const char *scope, const char *type, const char *name) {
-    return kvio_container_create_template("table", ContainerMode::find, config, scope, type, name);
+    return kvio_container_create_template("table", Mode::find, config, scope, type, name);
 }
 kvio_iterator_t *kvio_open_list(kvio_config_t *config, const char *scope, const char *type, const char *name) {
-    return kvio_container_create_template("list", ContainerMode::find, config, scope, type, name);
+    return kvio_container_create_template("list", Mode::find, config, scope, type, name);
 }
 kvio_iterator_t *kvio_open_group(kvio_config_t *config, const char *scope, const char *type, const char *name) {
-    return kvio_container_create_template("group", ContainerMode::find, config, scope, type, name);
+    return kvio_container_create_template("group", Mode::find, config, scope, type, name);
 }
 
 int kvio_dispose_table(kvio_config_t *config, const char *scope, const char *type, const char *name) {
@@ -118,6 +114,6 @@ int kvio_dispose_group(kvio_config_t *config, const char *scope, const char *typ
     return kvio_container_dispose_template("group", config, scope, type, name);
 }
 
-int kvio_close_table(kvio_iterator_t *iterator) { return store::close(iterator); }
-int kvio_close_list(kvio_iterator_t *iterator) { return store::close(iterator); }
-int kvio_close_group(kvio_iterator_t *iterator) { return store::close(iterator); }
+int kvio_close_table(kvio_iterator_t *iterator) { return close_container(iterator); }
+int kvio_close_list(kvio_iterator_t *iterator) { return close_container(iterator); }
+int kvio_close_group(kvio_iterator_t *iterator) { return close_container(iterator); }

@@ -1,4 +1,7 @@
 // The members of a container: references by name, joined and removed as a set, inserted and deleted by position.
+#include <libxml/parserInternals.h>
+
+#include <cctype>
 #include <cstdio>
 #include <utility>
 
@@ -21,10 +24,22 @@ xmlNode *find_member(const xmlNode *container, const char *name) {
     return nullptr;
 }
 
-// libxml2 takes character data with references; what it cannot resolve it drops or stores as something that no reader
-// of the file accepts.
+// Whether libxml2 keeps what a character reference stands for, and every reader of the file takes it. Behind its "&".
+bool is_char_reference(const char *text) {
+    bool is_hex = text[1] == 'x';
+    const char *digits = text + (is_hex ? 2 : 1);
+    if (!std::isxdigit(static_cast<unsigned char>(*digits))) return false;
+    char *end;
+    unsigned long code = std::strtoul(digits, &end, is_hex ? 16 : 10);
+    return *end == ';' && code <= 0x10FFFF && IS_CHAR(static_cast<unsigned>(code));
+}
+
+// libxml2 takes character data with references. A bare ampersand makes it drop the text, some references it drops, and
+// of others it makes something that no reader of the file accepts.
 bool set_character_data(xmlNode *member, const char *text) {
     if (!text) return false;
+    for (const char *at = std::strchr(text, '&'); at; at = std::strchr(at + 1, '&'))
+        if (at[1] == ';' || (at[1] == '#' && !is_char_reference(at + 1))) return false;
     xmlResetLastError();
     xmlNodeSetContent(member, xml::str(text));
     if (xmlGetLastError()) return false;

@@ -105,7 +105,8 @@ Nesting::Frame Nesting::enter(std::uint32_t container, long long value) const no
 int Nesting::check_loop() const noexcept {
     Array<bool> passed;
     Array<Frame> way;
-    if (!fill(passed, read_.size(), false) || !way.push(enter(0, 0))) return -1;
+    if (!fill(passed, read_.size(), false) || !way.push(enter(0, 0)))
+        return fail(-1, KVIO_NO_MEMORY);
     passed[0] = true;
     while (!way.empty()) {
         Frame &frame = way.top();
@@ -118,7 +119,7 @@ int Nesting::check_loop() const noexcept {
         if (member.kind == Member::container) {
             if (passed[member.number]) return 1;
             passed[member.number] = true;
-            if (!way.push(enter(member.number, 0))) return -1;
+            if (!way.push(enter(member.number, 0))) return fail(-1, KVIO_NO_MEMORY);
             continue;
         }
         // A member that leads nowhere ends its container's walk, and the result only where that is the top.

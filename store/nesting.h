@@ -22,7 +22,7 @@ public:
     bool read(Detail detail) noexcept;
 
     // 1 when a container is reached a second time, 0 when none is; -1 when a direct member of the top leads nowhere,
-    // and when memory is short. Prints the line of every member that leads nowhere.
+    // and, with the code for that, when memory is short. Prints the line of every member that leads nowhere.
     int check_loop() const noexcept;
 
     // Entity members, once for each path that leads to them; -1 with the code. Prints like check_loop().
@@ -30,6 +30,9 @@ public:
 
     // The entities in order of their first occurrence; false with the code.
     bool collect(Array<xmlNode *> &entities) noexcept;
+
+    // Some container is named more than once: the size can be far beyond what is collected.
+    bool is_shared() const noexcept { return shared_; }
 
 private:
     struct Member {
@@ -89,7 +92,7 @@ private:
     Texts texts_;
     Array<Container> read_;  // the top, then the others in the order in which they were met
     Array<Member> members_;
-    bool shared_ = false;  // some container is reached more than once
+    bool shared_ = false;
 
     // The containers of the scope that a member can name, listed when the first member asks.
     bool listed_ = false;

@@ -24,14 +24,14 @@ store::Entities new_array(std::size_t capacity) {
     return store::Entities(kvio_alloc_entities(static_cast<int>(capacity)));
 }
 
-// Collects what the nesting leads to into an array of `size` slots, more where a table counted fewer; null with the
-// code.
+// Collects what the nesting leads to into an array of `size` slots; of as many as are needed where a table counted
+// fewer, and where so many paths lead to the same that there is no memory for their number. Null with the code.
 kvio_entities_t *collect(store::Nesting &nesting, int size) {
     store::Entities array = new_array(static_cast<std::size_t>(size));
-    if (!array) return fail(nullptr, KVIO_NO_MEMORY);
+    if (!array && !nesting.is_shared()) return fail(nullptr, KVIO_NO_MEMORY);
     Array<xmlNode *> found;
     if (!nesting.collect(found)) return nullptr;
-    if (found.size() > static_cast<std::size_t>(size)) array = new_array(found.size());
+    if (!array || found.size() > static_cast<std::size_t>(size)) array = new_array(found.size());
     if (!array) return fail(nullptr, KVIO_NO_MEMORY);
     std::copy(found.begin(), found.end(), array->items);
     array->count = static_cast<int>(found.size());
@@ -44,7 +44,9 @@ kvio_entities_t *retrieve(kvio_iterator_t *iterator, bool check_loop) {
     if (!container_of(iterator, reader)) return fail(nullptr, check_loop ? KVIO_LOOP : KVIO_UNRESOLVED);
     store::Nesting nesting(iterator);
     if (!nesting.read(store::Nesting::entity_names)) return fail(nullptr, KVIO_NO_MEMORY);
-    if (check_loop && nesting.check_loop() != 0) return fail(nullptr, KVIO_LOOP);
+    kvio_errno = KVIO_OK;
+    if (check_loop && nesting.check_loop() != 0)
+        return fail(nullptr, kvio_errno == KVIO_NO_MEMORY ? KVIO_NO_MEMORY : KVIO_LOOP);
     int size = is_table(iterator) ? kvio_size(iterator) : nesting.real_size();
     if (size >= 0) return collect(nesting, size);
     bool is_told = kvio_errno == KVIO_LOOP || kvio_errno == KVIO_NO_MEMORY;
@@ -69,6 +71,7 @@ int regain(const kvio_iterator_t *iterator, unsigned int position, const char *w
     });
     if (!member) return fail(-1, KVIO_OUT_OF_RANGE, "%s() error: out of range\n", who);
     xml::Text name = xml::Text::below(member);
+    if (!name) return fail(-1, KVIO_XML);
     if (!*name.get()) return fail(-1, KVIO_EMPTY_ITEM, "%s() fatal error: empty item\n", who);
     use(name.get());
     return is_container_member(member);
@@ -131,6 +134,7 @@ kvio_node_t *kvio_retrieve_index(kvio_iterator_t *iterator, unsigned int positio
     const xmlNode *member = member_at(container, position, is_entity_member);
     if (!member) return fail(nullptr, KVIO_OUT_OF_RANGE, "%s() error: out of range\n", __func__);
     xml::Text name = xml::Text::below(member);
+    if (!name) return fail(nullptr, KVIO_XML);
     if (!*name.get()) return fail(nullptr, KVIO_BAD_ENTITY, "%s() fatal error: empty entity\n", __func__);
     const xmlAttr *type = xml::attribute(container, "type");
     if (!type) return fail(nullptr, KVIO_BAD_SCOPE, "%s() fatal error: container is broken\n", __func__);

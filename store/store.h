@@ -32,7 +32,6 @@ namespace store {
 // The longest scope: with "/kavex/" in front it makes 255 bytes.
 inline constexpr std::size_t max_scope = 255 - (sizeof "/kavex/" - 1);
 
-
 // The element that "/kavex/" and the scope select. Null with the documented line and code unless there is exactly one.
 xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *who) noexcept;
 

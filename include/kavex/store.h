@@ -418,7 +418,8 @@ int kvio_getlen(kvio_node_t *entity, const char *field, uint32_t *length);
  * xmlNewNode(): no memory?\n", "%s error on xmlAddChild()\n" or "%s error on xmlAddPrevSibling()\n".
  *
  * kvio_join(), kvio_insert() and kvio_change_container_element() read the name as XML character data: "&amp;" is
- * stored as one ampersand. A name that is no character data, such as one with a bare ampersand, is refused with
+ * stored as one ampersand. A name that is no character data, such as one with a bare ampersand or a reference to an
+ * unknown entity or to what is no XML character, is refused with
  * #KVIO_XML "%s error on xmlNodeSetContent()\n". kvio_append() stores the name as it is.
  *
  * @return 1, or 0.
@@ -467,10 +468,11 @@ int kvio_size(kvio_iterator_t *iterator);
 /**
  * Counts the entity members through nested containers, an entity once for each path that leads to it. For a table this
  * is kvio_size().
- * @return The number, or -1: a member container without text or that does not exist, which is reported like a failed
- *         open, with #KVIO_NOT_FOUND; #KVIO_LOOP, no message, when a container contains itself; #KVIO_NO_MEMORY, no
- *         message, also when the number is beyond an int. A container below the first level that cannot be counted
- *         counts as 0. On success #kvio_errno is 0 if containers were followed, else left alone.
+ * @return The number, or -1: #KVIO_NOT_FOUND, with the message of a failed open, for a container member that names no
+ *         container; #KVIO_EMPTY_ITEM, no message, for one without text; #KVIO_LOOP, no message, when a container
+ *         contains itself; #KVIO_NO_MEMORY, no message, also when the number is beyond an int. A container below the
+ *         first level that cannot be counted counts as 0, after the message. On success #kvio_errno is what opening
+ *         the last nested container left there, 0 if that was found; without nested containers it is left alone.
  */
 int kvio_real_size(kvio_iterator_t *iterator);
 
@@ -488,8 +490,8 @@ int kvio_check_loop(kvio_iterator_t *iterator);
  * member of that name takes the next one. kvio_retrieve_all() checks lists and groups with kvio_check_loop() first,
  * kvio_retrieve_all2() does not: it takes containers that are reached on several paths.
  *
- * The array's capacity is kvio_real_size(); for a table with container members it is the number of entities found,
- * when that is larger.
+ * The array's capacity is kvio_real_size(). It is the number of entities found instead for a table, when that number is
+ * larger, and where containers are reached on so many paths that there is no memory for that capacity.
  *
  * @return The array, to be released with kvio_free_entities(); or null, no message of their own: #KVIO_LOOP (the loop
  *         check gave anything but 0, or a container contains itself); #KVIO_NO_MEMORY; #KVIO_UNRESOLVED (a member
@@ -510,7 +512,8 @@ kvio_node_t *kvio_retrieve_entity(kvio_config_t *config, const char *scope, cons
 /**
  * Copies the name of the member at a position, whole or bounded. Entity and container members are counted.
  * @return 0 for an entity member, 1 for a container member, both with #kvio_errno left alone; or -1: #KVIO_OUT_OF_RANGE
- *         "%s() error: out of range\n"; #KVIO_EMPTY_ITEM "%s() fatal error: empty item\n".
+ *         "%s() error: out of range\n"; #KVIO_EMPTY_ITEM "%s() fatal error: empty item\n"; #KVIO_XML, no message, when
+ *         memory is short.
  *
  * Each call walks the members from the first: to read a long container use kvio_retrieve_all().
  */
@@ -522,7 +525,7 @@ int kvio_regain_index2(kvio_iterator_t *iterator, unsigned int position, char *b
  * @return The node, or null: #KVIO_OUT_OF_RANGE "%s() error: out of range\n"; #KVIO_BAD_ENTITY "%s() fatal error: empty
  *         entity\n"; #KVIO_BAD_SCOPE "%s() fatal error: container is broken\n" (it has no type) or "%s() fatal error:
  *         entity not existed or multiple instances\n"; #KVIO_XML "%s error on xmlXPathNewContext()\n" or "%s error on
- *         xmlXPathEvalExpression()\n".
+ *         xmlXPathEvalExpression()\n", and without a message when memory is short.
  */
 kvio_node_t *kvio_retrieve_index(kvio_iterator_t *iterator, unsigned int position);
 
