@@ -32,9 +32,11 @@ namespace fs = std::filesystem;
 
 namespace {
 std::string log_text;
-}
+pid_t observer = -1;  // the process that is inside a call()
+}  // namespace
 
-// Takes the place of the appliance's log library: the program's own definition is found before the library's.
+// Takes the place of the appliance's log library: the program's own definition is found before the library's. What a
+// child process of the library logs shows at descriptor 2.
 extern "C" void kvlog(int a, int b, int c, int d, int e, int f, int g, const char *tag, const char *format, ...) {
     faults::Pause pause;
     int error = errno;
@@ -46,8 +48,9 @@ extern "C" void kvlog(int a, int b, int c, int d, int e, int f, int g, const cha
     if (length < 0) std::abort();
     std::ostringstream line;
     line << tag << ' ' << a << ',' << b << ',' << c << ',' << d << ',' << e << ',' << f << ',' << g << ": " << text;
-    log_text += line.str();
     std::free(text);
+    if (observer >= 0 && getpid() != observer) std::fputs(line.str().c_str(), stderr);
+    else log_text += line.str();
     errno = error;
 }
 
@@ -104,9 +107,11 @@ Outcome support::observe(const std::function<long()> &body) {
     log_text.clear();
     kvio_errno = untouched;
     capture_on();
+    observer = getpid();
     faults::begin();
     outcome.result = body();
     faults::end();
+    observer = -1;
     outcome.code = kvio_errno;
     outcome.err = capture_off();
     outcome.log = std::move(log_text);

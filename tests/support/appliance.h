@@ -48,7 +48,7 @@ constexpr int untouched = 4711;
 struct Outcome {
     long result = 0;
     int code = 0;
-    std::string err = {};  // what was written to descriptor 2
+    std::string err = {};  // what was written to descriptor 2, with what child processes logged
     std::string log = {};  // the system log, as "list_op 5,7,5,0,0,0,0: text\n", one after the other
 };
 bool operator==(const Outcome &a, const Outcome &b);

@@ -255,6 +255,16 @@ int semget(key_t key, int count, int flags) noexcept {
     return faults::fails("semget") ? -1 : real(key, count, flags);
 }
 
+int semop(int id, sembuf *operations, size_t count) noexcept {
+    NEXT(semop);
+    return faults::fails("semop") ? -1 : real(id, operations, count);
+}
+
+int shmget(key_t key, size_t size, int flags) noexcept {
+    NEXT(shmget);
+    return faults::fails("shmget") ? -1 : real(key, size, flags);
+}
+
 void *shmat(int id, const void *address, int flags) noexcept {
     NEXT(shmat);
     return faults::fails("shmat") ? reinterpret_cast<void *>(-1) : real(id, address, flags);
@@ -263,6 +273,11 @@ void *shmat(int id, const void *address, int flags) noexcept {
 int pipe(int *ends) noexcept {
     NEXT(pipe);
     return faults::fails("pipe") ? -1 : real(ends);
+}
+
+int pipe2(int *ends, int flags) noexcept {
+    NEXT(pipe2);
+    return faults::fails("pipe") ? -1 : real(ends, flags);
 }
 
 pid_t fork() noexcept {
