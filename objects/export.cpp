@@ -44,19 +44,15 @@ public:
         return nullptr;
     }
 
-    // Makes all visits; false when memory is short.
-    bool visit_all() {
-        while (next()) {}
-        return !out_of_memory_;
+    // Goes on until a group of that name is visited; false when there is none, or memory is short. The group itself
+    // counts as visited.
+    bool reaches(std::string_view name) {
+        while (!visited(name))
+            if (!next()) return false;
+        return true;
     }
 
-    // Whether the group itself or a nested one that was visited has the name.
-    bool visited(std::string_view name) const {
-        Visit key = {};
-        if (name.size() >= sizeof key.name) return false;
-        *std::copy(name.begin(), name.end(), key.name) = '\0';
-        return tfind(&key, &visits_, compare) != nullptr;
-    }
+    bool out_of_memory() const noexcept { return out_of_memory_; }
 
 private:
     struct Visit {
@@ -75,6 +71,13 @@ private:
     static void release(void *visit) {
         kvio_close_group(static_cast<Visit *>(visit)->opened);
         std::free(visit);
+    }
+
+    bool visited(std::string_view name) const {
+        Visit key = {};
+        if (name.size() >= sizeof key.name) return false;
+        *std::copy(name.begin(), name.end(), key.name) = '\0';
+        return tfind(&key, &visits_, compare) != nullptr;
     }
 
     // Finds or makes the visit of a group; null when memory is short.
@@ -170,7 +173,7 @@ bool export_entry(const group_desc_t *group, kvio_node_t *entity, int index, voi
 }
 
 // Hands out those of an entry's properties that belong to a group of the nesting.
-bool export_properties(group_desc_t *group, const Nesting &nesting, kvio_node_t *member, int index, void *handle) {
+bool export_properties(group_desc_t *group, Nesting &nesting, kvio_node_t *member, int index, void *handle) {
     char entry[name_size];
     if (!read_name(member, entry)) return false;
     Group opened = PropertyGroup(group, entry).open();
@@ -182,7 +185,10 @@ bool export_properties(group_desc_t *group, const Nesting &nesting, kvio_node_t 
         char property[property_size];
         if (!kvio_name2(properties->items[i], property, sizeof property)) return false;
         std::string_view owner = group_of(property, entry);
-        if (!nesting.visited(owner)) continue;
+        if (!nesting.reaches(owner)) {
+            if (nesting.out_of_memory()) return false;
+            continue;
+        }
         name.set(owner);
         Buffer buffer = property_buffer(group);
         if (!buffer || group->get_property(properties->items[i], buffer.get()) != 0 ||
@@ -217,7 +223,6 @@ void *export_group(group_desc_t *group) {
     Buffer handle(group->export_begin(members->count), group->export_discard);
     if (!handle) return nullptr;
     Nesting nesting(group);
-    if (group->export_property && !nesting.visit_all()) return nullptr;
     for (int i = 0; i < members->count; ++i) {
         kvio_node_t *member = members->items[i];
         if (group->export_entry && !export_entry(group, member, i, handle.get())) return nullptr;

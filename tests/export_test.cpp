@@ -21,7 +21,8 @@ void PrintTo(const Found &found, std::ostream *out) { *out << found.result << " 
 std::string stored(const std::string &name, const std::vector<std::string> &members) {
     std::string text = "<group name=\"" + name + "\" type=\"t\"" + (members.empty() ? "/>" : ">");
     for (const std::string &member : members)
-        text += member[0] == '+' ? "<container>" + member.substr(1) + "</container>" : "<entity>" + member + "</entity>";
+        text += member[0] == '+' ? "<container>" + member.substr(1) + "</container>"
+                                 : "<entity>" + member + "</entity>";
     return members.empty() ? text : text + "</group>";
 }
 
@@ -212,7 +213,7 @@ TEST_F(Export, DeepNestingNeedsNoStack) {
     EXPECT_EQ(work.joined, 1);
 }
 
-// --------------------------------------------------------------------------------------------------------------- export
+// ------------------------------------------------------------------------------------------------------------- export
 
 std::string entity(const std::string &name) { return "<t name=\"" + name + "\"><v>" + name + "</v></t>"; }
 
@@ -223,7 +224,8 @@ std::string properties(const std::string &entry, const std::vector<std::string> 
         text += "<p name=\"" + group + "_" + entry + "\"><v>" + group + "</v></p>";
         members += "<entity>" + group + "_" + entry + "</entity>";
     }
-    return text + "<group name=\"" + entry + "_property\" type=\"p\"" + (groups.empty() ? "/>" : ">" + members + "</group>");
+    text += "<group name=\"" + entry + "_property\" type=\"p\"";
+    return text + (groups.empty() ? "/>" : ">" + members + "</group>");
 }
 
 TEST_F(Export, HandsOutEntriesAndTheirProperties) {
@@ -285,6 +287,35 @@ TEST_F(Export, AnEmptyGroupGivesItsHandle) {
     EXPECT_EQ(exported(&h), (Seen{1, "", "export_begin(0) ", scope()}));
 }
 
+#ifdef KAVEX_TEST_ALLOCATIONS
+TEST_F(Export, MemoryRunsOut) {
+    // h, in which the properties of b are, is found by a search through 0, 1 and 2.
+    const std::string before = entity("b") + properties("b", {"h"}) + stored("g", {"+0", "+h"}) + stored("0", {"+1"}) +
+                               stored("1", {"+2"}) + stored("2", {}) + stored("h", {"b"});
+    load(before);
+    group_desc_t g = group("g");
+    faults::each([&](int nth) {
+        faults::fail_allocation(nth);
+        Seen seen = exported(&g);
+        bool begun = seen.calls.find("export_begin") != std::string::npos;
+        bool discarded = seen.calls.find("export_discard") != std::string::npos;
+        EXPECT_EQ(seen.result == 1, begun && !discarded) << seen.calls;
+        EXPECT_EQ(seen.scope, before);
+        if (!faults::struck()) {
+            EXPECT_NE(seen.calls.find("export_property(0,0,handle,h)"), std::string::npos);
+        }
+    });
+    const std::string initial = g.name;
+    faults::each([&](int nth) {
+        std::strcpy(g.name, initial.c_str());
+        faults::fail_allocation(nth);
+        Seen seen = run([&] { return valid_property("h_b", &g, "b"); });
+        EXPECT_TRUE(faults::struck() || seen.result == 1);
+        EXPECT_EQ(seen.result == 1, std::string(g.name) == "h");
+    });
+}
+#endif
+
 TEST_F(Export, WhatCannotBeExported) {
     const std::string name63(63, 'n'), name64 = name63 + "n", name136(136, 'p');
     const std::string a = entity("a") + properties("a", {"g"});
@@ -305,7 +336,8 @@ TEST_F(Export, WhatCannotBeExported) {
         {a + entity("b") + stored("g", {"a", "b"}), 0,
          "export_begin(2) " + first + first_property +
              "alloc_entry get_entry(b) export_entry(1,handle,b,b) free_entry " + discard},
-        {entity("a") + stored("g", {"a"}) + "<group name=\"a_property\" type=\"p\"><container>a_property</container></group>",
+        {entity("a") + stored("g", {"a"}) +
+             "<group name=\"a_property\" type=\"p\"><container>a_property</container></group>",
          0, "export_begin(1) " + first + discard},
         {entity("a") + stored("g", {"a"}) + properties("a", {}), 1, "export_begin(1) " + first},
         // Names at their limit, and beyond it.

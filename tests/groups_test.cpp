@@ -8,7 +8,8 @@ namespace {
 class Groups : public Objects {
 protected:
     // One line for a group with members, written as "a" for entries and "+b" for groups.
-    static std::string stored(const std::string &name, const std::vector<std::string> &members, const char *count = "") {
+    static std::string stored(const std::string &name, const std::vector<std::string> &members,
+                              const char *count = "") {
         std::string text = "<group name=\"" + name + "\" type=\"t\"" + count + (members.empty() ? "/>" : ">");
         for (const std::string &member : members)
             text += member[0] == '+' ? "<container>" + member.substr(1) + "</container>"
@@ -30,8 +31,8 @@ TEST_F(Groups, ListPrintsMembersInOrder) {
     EXPECT_EQ(run([&] { return list_group(&g); }),
               (Seen{0, "",
                     "begin alloc_entry get_entry(b) print_entry(b,2) free_entry alloc_property get_property(g_b) "
-                    "print_property(8) free_property print_group(h) alloc_entry get_entry(a) print_entry(a,1) free_entry "
-                    "alloc_property get_property(g_a) print_property(7) free_property end ",
+                    "print_property(8) free_property print_group(h) alloc_entry get_entry(a) print_entry(a,1) "
+                    "free_entry alloc_property get_property(g_a) print_property(7) free_property end ",
                     before}));
     without_properties(&g);
     g.begin = nullptr;
@@ -318,7 +319,8 @@ TEST_F(Groups, WorkThatLacksAFieldIsNotBegun) {
     const Field free_property = {"free_property", [](group_desc_t *g) { g->free_property = nullptr; }};
     const Field export_begin = {"export_begin", [](group_desc_t *g) { g->export_begin = nullptr; }};
     const Field export_discard = {"export_discard", [](group_desc_t *g) { g->export_discard = nullptr; }};
-    const std::vector<Field> reading = {alloc_entry, get_entry, free_entry, alloc_property, get_property, free_property};
+    const std::vector<Field> reading = {alloc_entry,    get_entry,    free_entry,
+                                        alloc_property, get_property, free_property};
     std::map<std::string, std::vector<Field>> needed = {
         {"list_group", reading}, {"remove_entry", reading}, {"join_entry", {set_entry, set_property, type}},
         {"change_entry", reading}, {"export_group", reading}};
@@ -342,8 +344,8 @@ TEST_F(Groups, WorkThatLacksAFieldIsNotBegun) {
 TEST_F(Groups, NamesHaveOneTo63Bytes) {
     const std::string name63(63, 'n'), name64 = name63 + "n";
     const std::string before = "<t name=\"" + name64 + "\" reference=\"1\"/><t name=\"\"/><t name=\"a\"/>" +
-                               stored("g", {name64, "a", "+" + name64}) + stored(name64, {"a", "+h"}) + stored("h", {}) +
-                               stored("good", {"+" + name64}) + stored("", {"a"});
+                               stored("g", {name64, "a", "+" + name64}) + stored(name64, {"a", "+h"}) +
+                               stored("h", {}) + stored("good", {"+" + name64}) + stored("", {"a"});
     load(before);
     group_desc_t g = group("g"), good = group("good");
     for (const std::string &bad : {name64, std::string()}) {

@@ -185,7 +185,7 @@ TEST_F(Lists, ALoopCannotBeListed) {
     EXPECT_EQ(run([&] { return list_list2(&l); }), (Seen{-1, log, "begin end ", loop}));
 }
 
-// ------------------------------------------------------------------------------------------------------------ accessors
+// ---------------------------------------------------------------------------------------------------------- accessors
 
 TEST_F(Accessors, IntegersAreReadAsFarAsTheyGo) {
     struct Row {
@@ -199,7 +199,8 @@ TEST_F(Accessors, IntegersAreReadAsFarAsTheyGo) {
                            Row{"-2147483649", -2147483647 - 1}, Row{"99999999999999999999", 2147483647},
                            Row{beyond.c_str(), 1}}) {
         SCOPED_TRACE(row.text);
-        load(std::string("<t name=\"a\" n=\"") + row.text + "\"/><group name=\"g\" type=\"t\" n=\"" + row.text + "\"/>");
+        std::string attribute = std::string(" n=\"") + row.text + "\"/>";
+        load("<t name=\"a\"" + attribute + "<group name=\"g\" type=\"t\"" + attribute);
         kvio_node_t *entity = kvio_retrieve_entity(config, "s", "t", "a");
         kvio_iterator_t *group = kvio_open_group(config, "s", "t", "g");
         int of_entity = 55, of_group = 55;

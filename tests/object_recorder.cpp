@@ -18,42 +18,51 @@ bool running;
 int handles, arrays;
 std::deque<std::string> names;  // of the records in use
 
-bool fails(const char *function) {
-    if (!running) return false;
+bool due(const char *function) {
     int use = ++used[function];
     return failing == function && use == failing_use;
 }
 
+// A use of the store by the operation itself.
+bool fails(const char *function) {
+    if (!running) return false;
+    faults::Pause pause;
+    return due(function);
+}
+
 // ------------------------------------------------------------------------------------------------------- callbacks
+
+// While it lives the test's own code runs, whose calls of the store and allocations do not count and do not fail.
+class Callback {
+public:
+    Callback() { running = false; }
+    ~Callback() { running = true; }
+
+private:
+    faults::Pause pause_;
+};
 
 struct Entry {
     char text[64];
 };
 std::set<void *> buffers;
+Entry own;  // the caller's, from no callback
 std::deque<std::string> exports;
-
-// Uses of the store by the callbacks themselves do not count and do not fail.
-class Pause {
-public:
-    Pause() { running = false; }
-    ~Pause() { running = true; }
-};
 
 // Records a callback with its arguments; true when it is to fail.
 bool record(const char *function, const std::string &arguments = "") {
     calls += function;
     if (!arguments.empty()) calls += "(" + arguments + ")";
     calls += ' ';
-    return fails(function);
+    return due(function);
 }
 
 const char *text_of(void *buffer) {
-    EXPECT_EQ(buffers.count(buffer), 1u) << "not a buffer in use";
+    EXPECT_TRUE(buffer == &own || buffers.count(buffer) == 1) << "not a buffer in use";
     return static_cast<Entry *>(buffer)->text;
 }
 
 std::string name_of(kvio_node_t *entity) {
-    Pause pause;
     char name[256] = "";
     EXPECT_EQ(kvio_name2(entity, name, sizeof name), 1);
     return name;
@@ -77,7 +86,6 @@ void release(const char *function, void *buffer) {
 int get(const char *function, kvio_node_t *entity, void *buffer) {
     text_of(buffer);
     if (record(function, name_of(entity))) return -1;
-    Pause pause;
     if (!kvio_get2(entity, "v", static_cast<Entry *>(buffer)->text, sizeof(Entry::text)))
         static_cast<Entry *>(buffer)->text[0] = '\0';
     return 0;
@@ -87,7 +95,6 @@ int set(const char *function, kvio_node_t *entity, void *data, void *current) {
     std::string change = name_of(entity) + (current ? std::string(":") + text_of(current) : "") + "=" +
                          static_cast<const char *>(data);
     if (record(function, change)) return -1;
-    Pause pause;
     return kvio_set(entity, "v", static_cast<const char *>(data)) ? 0 : -1;
 }
 
@@ -106,20 +113,38 @@ list_desc_t Objects::list(const char *name) {
     list.type = "t";
     list.name = name;
     list.max_entries = 100;
-    list.begin = [] { return record("begin") ? 1 : 7; };
-    list.end = [] { return record("end") ? 1 : 7; };
+    list.begin = [] {
+        Callback callback;
+        return record("begin") ? 1 : 7;
+    };
+    list.end = [] {
+        Callback callback;
+        return record("end") ? 1 : 7;
+    };
     list.print_entry = [](int position, void *entry) {
+        Callback callback;
         return record("print_entry", number(position) + "," + text_of(entry)) ? 1 : 0;
     };
     list.print_name = [](int position, const char *entry, int count) {
+        Callback callback;
         return record("print_name", number(position) + "," + entry + "," + number(count)) ? 1 : 0;
     };
-    list.alloc_entry = [] { return alloc("alloc_entry"); };
+    list.alloc_entry = [] {
+        Callback callback;
+        return alloc("alloc_entry");
+    };
     list.set_entry = [](kvio_node_t *entity, void *data) {
+        Callback callback;
         return set("set_entry", entity, data, nullptr) < 0 ? -1 : 7;
     };
-    list.get_entry = [](kvio_node_t *entity, void *entry) { return get("get_entry", entity, entry); };
-    list.free_entry = [](void *entry) { release("free_entry", entry); };
+    list.get_entry = [](kvio_node_t *entity, void *entry) {
+        Callback callback;
+        return get("get_entry", entity, entry);
+    };
+    list.free_entry = [](void *entry) {
+        Callback callback;
+        release("free_entry", entry);
+    };
     return list;
 }
 
@@ -133,43 +158,88 @@ group_desc_t Objects::group(const char *name) {
     group.type = "t";
     group.property_type = "p";
     group.name = names.back().data();
-    group.begin = [] { record("begin"); };
-    group.end = [] { record("end"); };
-    group.print_group = [](const char *nested) { return record("print_group", nested) ? 1 : 0; };
+    group.begin = [] {
+        Callback callback;
+        record("begin");
+    };
+    group.end = [] {
+        Callback callback;
+        record("end");
+    };
+    group.print_group = [](const char *nested) {
+        Callback callback;
+        return record("print_group", nested) ? 1 : 0;
+    };
     group.print_entry = [](const char *entry, void *buffer) {
+        Callback callback;
         return record("print_entry", std::string(entry) + "," + text_of(buffer)) ? 1 : 0;
     };
-    group.alloc_entry = [] { return alloc("alloc_entry"); };
+    group.alloc_entry = [] {
+        Callback callback;
+        return alloc("alloc_entry");
+    };
     group.set_entry = [](kvio_node_t *entity, const char *entry, void *data, void *current) {
+        Callback callback;
         EXPECT_EQ(name_of(entity), entry);
         return set("set_entry", entity, data, current);
     };
     group.entry_removed = [](const char *entry, void *buffer) {
+        Callback callback;
         return record("entry_removed", std::string(entry) + "," + text_of(buffer)) ? 1 : 0;
     };
-    group.get_entry = [](kvio_node_t *entity, void *entry) { return get("get_entry", entity, entry); };
-    group.free_entry = [](void *entry) { release("free_entry", entry); };
-    group.print_property = [](void *buffer) { return record("print_property", text_of(buffer)) ? 1 : 0; };
-    group.alloc_property = [] { return alloc("alloc_property"); };
+    group.get_entry = [](kvio_node_t *entity, void *entry) {
+        Callback callback;
+        return get("get_entry", entity, entry);
+    };
+    group.free_entry = [](void *entry) {
+        Callback callback;
+        release("free_entry", entry);
+    };
+    group.print_property = [](void *buffer) {
+        Callback callback;
+        return record("print_property", text_of(buffer)) ? 1 : 0;
+    };
+    group.alloc_property = [] {
+        Callback callback;
+        return alloc("alloc_property");
+    };
     group.set_property = [](kvio_node_t *entity, void *data, void *current) {
+        Callback callback;
         return set("set_property", entity, data, current);
     };
-    group.property_removed = [](void *buffer) { return record("property_removed", text_of(buffer)) ? 1 : 0; };
-    group.get_property = [](kvio_node_t *entity, void *buffer) { return get("get_property", entity, buffer); };
-    group.free_property = [](void *buffer) { release("free_property", buffer); };
+    group.property_removed = [](void *buffer) {
+        Callback callback;
+        return record("property_removed", text_of(buffer)) ? 1 : 0;
+    };
+    group.get_property = [](kvio_node_t *entity, void *buffer) {
+        Callback callback;
+        return get("get_property", entity, buffer);
+    };
+    group.free_property = [](void *buffer) {
+        Callback callback;
+        release("free_property", buffer);
+    };
     group.export_begin = [](int count) -> void * {
+        Callback callback;
         return record("export_begin", number(count)) ? nullptr : &exports;
     };
     group.export_entry = [](int index, void *handle, const char *entry, void *buffer) -> int {
+        Callback callback;
         return record("export_entry", number(index) + "," + handle_name(handle) + "," + entry + "," + text_of(buffer));
     };
     group.export_property = [](int index, int property, void *handle, void *buffer) -> int {
+        Callback callback;
         return record("export_property",
                       number(index) + "," + number(property) + "," + handle_name(handle) + "," + text_of(buffer));
     };
-    group.export_discard = [](void *handle) { record("export_discard", handle_name(handle)); };
+    group.export_discard = [](void *handle) {
+        Callback callback;
+        record("export_discard", handle_name(handle));
+    };
     return group;
 }
+
+void *Objects::own_entry() { return &own; }
 
 void Objects::without_callbacks(group_desc_t *group) {
     group_desc_t bare = {};

@@ -26,6 +26,9 @@ bool operator==(const Seen &a, const Seen &b);
 void PrintTo(const Seen &seen, std::ostream *out);
 
 class Objects : public ApplianceTest {
+public:
+    static void *own_entry();  // a buffer that `get_entry` takes and no callback made
+
 protected:
     void SetUp() override;
     void TearDown() override;

@@ -336,7 +336,9 @@ int valid_property(const char *property, group_desc_t *group, const char *entry)
  * `alloc_entry`, `get_entry` and `free_entry`; with `export_property` also `property_type`, `alloc_property`,
  * `get_property` and `free_property`.
  *
- * With `export_property` every entry must have a property group. While `get_property` and `export_property` run, the
+ * With `export_property` every entry must have a property group. Which of the properties in it belong to the group is
+ * found as by valid_property(): below a nested group that cannot be opened or read none is found, and that is no
+ * failure. While `get_property` and `export_property` run, the
  * record's `name` points to a copy of the name of the group that the properties belong to; afterwards it points to the
  * caller's string again, on every path.
  *
