@@ -49,8 +49,12 @@ const char *type_word(std::int32_t type) {
     }
 }
 
-bool set_name(user_profile_t &profile, const char *name, const char *function) {
-    if (copy_if_fits(profile.name, sizeof profile.name, name)) return true;
+bool name_fits(const char *name, const char *function) {
+    if (std::strlen(name) < sizeof(user_profile_t::name)) return true;
     kvlog(USER_OP, "[%s]User name is too long:%s.", function, name);
     return false;
+}
+
+bool set_name(user_profile_t &profile, const char *name, const char *function) {
+    return name_fits(name, function) && copy_if_fits(profile.name, sizeof profile.name, name);
 }

@@ -25,7 +25,10 @@ void set_defaults(user_profile_t &profile, const TypeDefaults &defaults);
 // The word for a type code in account files and messages: "ext-user" for codes that are none.
 const char *type_word(std::int32_t type);
 
-// Stores the name, or logs under the function's name that it does not fit, and changes nothing.
+// Does the name fit in a profile? If not, this is logged under the function's name.
+bool name_fits(const char *name, const char *function);
+
+// Stores the name, or changes nothing if it does not fit.
 bool set_name(user_profile_t &profile, const char *name, const char *function);
 
 #endif

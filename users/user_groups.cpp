@@ -40,11 +40,12 @@ bool is_being_expanded(const char *name, const Level *level) {
 bool append_group(kvio_config_t *document, const Level &level, user_group_t &record, const char *function);
 
 bool append_user(const char *name, const Level &level, user_group_t &record, const char *function) {
+    if (!name_fits(name, function)) return true;
     if (record.member_count < 0 || record.member_count >= capacity) {
         kvlog(USER_OP, "[%s]Group:%s has more than %d members.", function, level.name, capacity);
         return false;
     }
-    if (set_name(record.members[record.member_count], name, function)) ++record.member_count;
+    set_name(record.members[record.member_count++], name, function);
     return true;
 }
 
