@@ -166,8 +166,8 @@ void fill_standard_descriptors() {
         pipe.write.close();
         fill_standard_descriptors();
         restore_default_signals();
-        char line[command_size];
-        bounded_copy(line, sizeof line, command.text());
+        char line[command_size] = "";
+        copy_if_fits(line, sizeof line, command.text());
         Arguments arguments(line);
         if (arguments.count) execv(arguments.items[0], arguments.items);
         else kvlog(USER_OP, "[%s]No acceptable initial character found.", "__execv");

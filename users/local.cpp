@@ -20,7 +20,7 @@ bool belongs_to(const char *line, const char *user) {
 class Attributes {
 public:
     explicit Attributes(const char *line) {
-        bounded_copy(copy_, sizeof copy_, line);
+        copy_if_fits(copy_, sizeof copy_, line);  // A piece does.
         strtok_r(copy_, "&", &rest_);
     }
     Attributes(const Attributes &) = delete;
@@ -31,7 +31,7 @@ public:
     const char *last() { return strtok_r(nullptr, ":", &rest_); }
 
 private:
-    char copy_[piece_size];
+    char copy_[piece_size] = "";
     char *rest_ = nullptr;
 };
 
