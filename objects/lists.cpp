@@ -167,10 +167,10 @@ int append_list(const list_desc_t *list, void *data, const char *name) {
 
 int change_list(const list_desc_t *list, void *data, const char *name) {
     List opened = open_list(list);
-    if (!opened || !list->set_entry || !name) return -1;
+    if (!opened || !list->set_entry) return -1;
     kvio_node_t *entity = find_entity(list, name);
     if (!entity) {
-        kvlog(LIST_OP, "Can't retrieve entry: %s!\n", name);
+        kvlog(LIST_OP, "Can't retrieve entry: %s!\n", shown(name));
         return -1;
     }
     return set_entity(list, entity, data, name) ? 0 : -1;
@@ -193,10 +193,10 @@ int delete_list(const list_desc_t *list, const char *name) {
 
 int get_list(const list_desc_t *list, const char *name, void *entry) {
     List opened = open_list(list);
-    if (!opened || !list->get_entry || !name) return -1;
+    if (!opened || !list->get_entry) return -1;
     kvio_node_t *entity = find_entity(list, name);
     if (!entity) {
-        kvlog(LIST_OP, "can't retrieve entry: %s!\n", name);
+        kvlog(LIST_OP, "can't retrieve entry: %s!\n", shown(name));
         return -1;
     }
     if (list->get_entry(entity, entry) != 0) {

@@ -181,7 +181,7 @@ TEST_F(Export, ManyPathsAreWalkedOnce) {
 // The nesting is deeper than this stack could follow.
 TEST_F(Export, DeepNestingNeedsNoStack) {
     constexpr int depth = 3000;
-    std::string scope = "<t name=\"a\" reference=\"1\"/>", last = "g" + std::to_string(depth);
+    std::string scope = "<t name=\"a\" reference=\"1\"><v>1</v></t>", last = "g" + std::to_string(depth);
     for (int level = 0; level < depth; ++level)
         scope += stored("g" + std::to_string(level), {"+g" + std::to_string(level + 1)});
     scope += stored(last, {"a"});

@@ -92,6 +92,12 @@ TEST_F(Lists, ChangeAndGetTakeAnyEntityOfTheType) {
               (Seen{-1, list_op("Can't retrieve entry: z!"), "", after}));
     EXPECT_EQ(run([&] { return get_list(&l, "z", nullptr); }),
               (Seen{-1, list_op("can't retrieve entry: z!"), "", after}));
+    EXPECT_EQ(run([&] { return change_list(&l, nine, nullptr); }),
+              (Seen{-1, list_op("Can't retrieve entry: (null)!"), "", after}));
+    EXPECT_EQ(run([&] { return get_list(&l, nullptr, nullptr); }),
+              (Seen{-1, list_op("can't retrieve entry: (null)!"), "", after}));
+    EXPECT_EQ(run([&] { return delete_list(&l, nullptr); }),
+              (Seen{-1, list_op("Can't undefine (null)"), "", after}));
     static std::string got;
     l.get_entry = [](kvio_node_t *entity, void *entry) {
         char text[8];

@@ -98,8 +98,8 @@ typedef struct list_desc_t {
 /**
  * @name Lists
  * Every operation opens the list first: "System integrity error!\n" and -1 if there is none, and no callback runs. A
- * callback that is needed and null, or a null entry name where one is needed: -1, no message. An entry is looked up by
- * its name in `scope` and `type`; that it is a member of this list is not checked.
+ * callback that is needed and null: -1, no message. An entry is looked up by its name in `scope` and `type`; that it is
+ * a member of this list is not checked. A null name is one that does not exist, "(null)" in messages.
  */
 /**@{*/
 
@@ -338,9 +338,8 @@ int valid_property(const char *property, group_desc_t *group, const char *entry)
  *
  * With `export_property` every entry must have a property group. Which of the properties in it belong to the group is
  * found as by valid_property(): below a nested group that cannot be opened or read none is found, and that is no
- * failure. While `get_property` and `export_property` run, the
- * record's `name` points to a copy of the name of the group that the properties belong to; afterwards it points to the
- * caller's string again, on every path.
+ * failure. While `get_property` and `export_property` run, the record's `name` points to a copy of the name of the
+ * group that the properties belong to; afterwards it points to the caller's string again, on every path.
  *
  * @return The handle from `export_begin`, which is the caller's now; or null after the first failure: the handle, if
  *         there was one, went to `export_discard`. A nesting that leads to one group on two paths is a failure, as for
