@@ -22,24 +22,26 @@ Result no_key_for(const ConfigPath &path, Result result) {
     return fail(result, KVIO_NO_KEY, "ftok(%s%s) failed\n", path.directory(), path.name());
 }
 
-// Copies `size` bytes between two open files; false with errno when either side comes up short.
-bool copy_bytes(int from, int to, off_t size) {
+enum class Copied { all, source_failed, target_failed };
+
+// Copies `size` bytes between two open files; with errno when either side comes up short.
+Copied copy_bytes(int from, int to, off_t size) {
     char chunk[4096];
     while (size > 0) {
         ssize_t got = read(from, chunk, static_cast<std::size_t>(std::min<off_t>(size, sizeof chunk)));
         if (got < 0 && errno == EINTR) continue;
         if (got == 0) errno = EIO;  // the file became shorter
-        if (got <= 0) return false;
+        if (got <= 0) return Copied::source_failed;
         for (ssize_t done = 0; done < got;) {
             ssize_t put = write(to, chunk + done, static_cast<std::size_t>(got - done));
             if (put < 0 && errno == EINTR) continue;
             if (put == 0) errno = ENOSPC;
-            if (put <= 0) return false;
+            if (put <= 0) return Copied::target_failed;
             done += put;
         }
         size -= got;
     }
-    return true;
+    return Copied::all;
 }
 
 // A regular file, opened for reading. Opening does not wait for a writer where the name is that of a pipe.
@@ -58,23 +60,27 @@ const char *copy_file(const ConfigPath &source, const ConfigPath &target) {
     off_t size;
     Descriptor from = open_source(source.text(), size);
     if (!from) return source.name();
-    Descriptor to(open(target.text(), O_WRONLY | O_TRUNC | O_CLOEXEC));
-    if (!to || !copy_bytes(from.get(), to.get(), size) || to.close() != 0) return target.name();
-    return nullptr;
+    Descriptor to(open(target.text(), O_WRONLY | O_TRUNC | O_NONBLOCK | O_CLOEXEC));
+    if (!to) return target.name();
+    Copied copied = copy_bytes(from.get(), to.get(), size);
+    if (copied == Copied::source_failed) return source.name();
+    return copied == Copied::all && to.close() == 0 ? nullptr : target.name();
 }
 
 // Makes a missing configuration from the template, if there is one. The file gets its name when it is complete, with
-// link(2), which never replaces another one.
+// link(2), which never replaces another one. Until then it has a short name in the same directory: with the
+// configuration's own in it, it could be too long.
 void create_from_template(const ConfigPath &path) {
     off_t size;
     Descriptor from = open_source(paths::system_default_template, size);
     if (!from) return;
     char temporary[4096];
-    if (std::snprintf(temporary, sizeof temporary, "%s.XXXXXX", path.text()) >= static_cast<int>(sizeof temporary))
-        return;
+    int directory = static_cast<int>(std::strrchr(path.text(), '/') - path.text());
+    int length = std::snprintf(temporary, sizeof temporary, "%.*s/.new.XXXXXX", directory, path.text());
+    if (length >= static_cast<int>(sizeof temporary)) return;
     Descriptor to(mkostemp(temporary, O_CLOEXEC));
     if (!to) return;
-    if (copy_bytes(from.get(), to.get(), size) && fdatasync(to.get()) == 0 && to.close() == 0)
+    if (copy_bytes(from.get(), to.get(), size) == Copied::all && fdatasync(to.get()) == 0 && to.close() == 0)
         link(temporary, path.text());
     unlink(temporary);
 }
@@ -178,8 +184,7 @@ int kvio_copy_config(const char *source, const char *target) {
 
 int kvio_rename_config(const char *source, const char *target) {
     ConfigPath from(paths::config_directory, source), to(paths::config_directory, target);
-    struct stat existing;
-    if (!empty(target) && stat(to.text(), &existing) == 0)
+    if (to.key() != -1)  // which it has only if it exists
         return fail(-1, KVIO_EXISTS, "rename: target file \"%s\" is already existed\n", target);
     FileLock source_lock(from);
     if (source_lock.status() == FileLock::no_key) {
@@ -195,6 +200,7 @@ int kvio_rename_config(const char *source, const char *target) {
     bool taken = !target_lock.created() || !is_placeholder(to);
     bool renamed = !taken && std::rename(from.text(), to.text()) == 0;
     int reason = errno;
+    if (!taken && !renamed) unlink(to.text());  // in the way of another try
     source_lock.unlock();
     target_lock.unlock();
     if (taken) return fail(-1, KVIO_EXISTS, "rename: target file \"%s\" is already existed\n", target);

@@ -34,19 +34,19 @@ xmlNode *find_value(const xmlNode *entity, const char *field) {
     return nullptr;
 }
 
-// Nothing is taken away before the new text is in place or certain to get there.
+// Removes the first child and appends the value, which becomes one with a text that is last then. Everything that needs
+// memory is done before the element is touched.
 bool replace_text(xmlNode *element, const char *value) {
-    auto text = xml::guarded<xml::Detached>([&] { return xmlNewDocText(element->doc, xml::str(value)); });
+    xmlNode *first = element->children, *last = element->last;
+    bool joined = last != first && last->type == XML_TEXT_NODE;
+    const xmlChar *begin = joined ? last->content : xml::str(value);
+    auto text = xml::guarded<xml::Detached>([&] { return xmlNewDocText(element->doc, begin); });
     if (!text) return false;
-    xmlNode *old = element->children;
-    if (old && !old->next) {
-        xmlReplaceNode(old, text.release());
-    } else if (!xml::done([&] { return xmlAddChild(element, text.release()); })) {  // may join it to a text before it
-        return false;
-    } else if (old) {
-        xmlUnlinkNode(old);
-    }
-    xmlFreeNode(old);
+    if (joined && !xml::done([&] { return xmlNodeAddContent(text.get(), xml::str(value)), true; })) return false;
+    if (joined) xmlFreeNode(xmlReplaceNode(last, text.release()));
+    xmlUnlinkNode(first);
+    xmlFreeNode(first);
+    if (!joined) xmlAddChild(element, text.release());
     return true;
 }
 

@@ -37,8 +37,8 @@ FileLock::FileLock(const ConfigPath &path, Missing missing) noexcept {
         created_ = false;
         key_t key = path.key();
         if (key == -1 && errno == ENOENT && missing == is_created) {
-            // Exclusively: a file that appeared meanwhile is somebody's configuration.
-            Descriptor fresh(open(path.text(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+            // Without truncation: a file that appeared meanwhile is somebody's configuration.
+            Descriptor fresh(open(path.text(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
             created_ = bool(fresh);
             fresh.close();
             key = path.key();

@@ -42,7 +42,7 @@ public:
 
     Status status() const noexcept { return status_; }
     int reason() const noexcept { return reason_; }      // errno of what failed
-    bool created() const noexcept { return created_; }   // the file was made by the constructor
+    bool created() const noexcept { return created_; }   // the file was missing at first
     int id() const noexcept { return id_; }
 
     void unlock() noexcept;

@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 
 #include "store/uninterrupted.h"
 #include "store/xml.h"
@@ -115,15 +114,14 @@ bool overwrite(Descriptor file, Sink &sink, off_t old_size) noexcept {
     return written && fdatasync(file.get()) == 0 && file.close() == 0;
 }
 
-// Compressed documents and targets that are no regular files. libxml2 would read more than a path out of a file name,
-// so it gets that of an open descriptor.
-int write_through_libxml(xmlDoc *document, int fd) noexcept {
-    char name[32];
-    std::snprintf(name, sizeof name, "/proc/self/fd/%d", fd);
+// Compressed documents and targets that are no regular files.
+int write_through_libxml(xmlDoc *document, Descriptor file, bool regular) noexcept {
     xmlResetLastError();
-    int written = xmlSaveFormatFile(name, document, 1);
+    int written = xmlSaveFormatFile(DescriptorName(file.get()).text, document, 1);
     const xmlError *error = xmlGetLastError();
-    return error && (error->domain == XML_FROM_IO || error->code == XML_ERR_NO_MEMORY) ? -1 : written;
+    if (error && (error->domain == XML_FROM_IO || error->code == XML_ERR_NO_MEMORY)) return -1;
+    if (regular && fdatasync(file.get()) != 0) return -1;
+    return file.close() == 0 ? written : -1;
 }
 
 }  // namespace
@@ -138,7 +136,7 @@ int write(xmlDoc *document, const char *path, unsigned mode) noexcept {
     }
     Descriptor file(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, mode));
     if (!file || fstat(file.get(), &now) != 0) return -1;
-    if (!sink.bytes) return write_through_libxml(document, file.get());
+    if (!sink.bytes) return write_through_libxml(document, std::move(file), S_ISREG(now.st_mode));
     return overwrite(std::move(file), sink, now.st_size) ? static_cast<int>(sink.size) : -1;
 }
 

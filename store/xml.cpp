@@ -13,8 +13,13 @@ Text::Text(const xmlNode *holder, const xmlNode *first) noexcept {
         if (first->content) text_ = str(first->content);
         return;
     }
-    owned_ = guarded<String>([&] { return xmlNodeGetContent(holder); });
-    text_ = str(owned_.get());
+    put_together(holder);
+}
+
+// A node without content, such as a reference to an entity that was never declared, reads as "".
+void Text::put_together(const xmlNode *node) noexcept {
+    owned_ = guarded<String>([&] { return xmlNodeGetContent(node); });
+    if (owned_ || out_of_memory()) text_ = str(owned_.get());
 }
 
 Text Text::said_by(const xmlNode *node) noexcept {
@@ -23,8 +28,7 @@ Text Text::said_by(const xmlNode *node) noexcept {
         case XML_ELEMENT_NODE:
             return below(node);
         case XML_ENTITY_REF_NODE:
-            text.owned_ = guarded<String>([&] { return xmlNodeGetContent(node); });
-            text.text_ = str(text.owned_.get());
+            text.put_together(node);
             return text;
         default:
             if (node->content) text.text_ = str(node->content);
@@ -90,7 +94,8 @@ bool is_compressed(int fd) noexcept {
 Document parse(const char *path) noexcept {
     Descriptor file(path ? open(path, O_RDONLY | O_CLOEXEC) : -1);
     if (!file) return nullptr;
-    if (is_compressed(file.get())) return guarded<Document>([&] { return xmlParseFile(path); });
+    if (is_compressed(file.get()))
+        return guarded<Document>([&] { return xmlParseFile(DescriptorName(file.get()).text); });
     return guarded<Document>([&] { return xmlReadFd(file.get(), path, nullptr, 0); });
 }
 

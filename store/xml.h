@@ -12,6 +12,7 @@
 #include <libxml/xmlerror.h>
 #include <libxml/xpath.h>
 
+#include <cstdio>
 #include <cstring>
 
 #include "base/owned.h"
@@ -93,6 +94,7 @@ public:
 private:
     Text() = default;
     Text(const xmlNode *holder, const xmlNode *first) noexcept;
+    void put_together(const xmlNode *node) noexcept;
 
     const char *text_ = "";
     String owned_;
@@ -124,6 +126,12 @@ inline bool is_named(const xmlNode *node, const char *name) noexcept {
 // Sets an attribute to a text, taken as it is; an existing one is unchanged when memory is short.
 bool set_attribute(xmlNode *node, const char *name, const char *value) noexcept;
 void remove_attribute(xmlNode *node, const char *name) noexcept;
+
+// A file name for an open descriptor, for calls that would read more than a path out of the file's own.
+struct DescriptorName {
+    explicit DescriptorName(int fd) noexcept { std::snprintf(text, sizeof text, "/proc/self/fd/%d", fd); }
+    char text[32];
+};
 
 // Parses a file of which only the path says where it is: no URL, no catalogue, "-" is a file name.
 Document parse(const char *path) noexcept;
