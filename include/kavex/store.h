@@ -193,7 +193,7 @@ int kvio_close_config(kvio_config_t *config);
  *
  * @return 0, or -1: #KVIO_NO_FILE "copy: %s is not existed\n" (source); #KVIO_NO_KEY "ftok(%s) failed\n" (path);
  *         #KVIO_LOCKED "%s is being opened\n" (the name that is held), also for a copy onto itself; #KVIO_IO "copy:
- *         %s: %s\n" (the file's name, the system's reason): the target may then be incomplete.
+ *         %s: %s\n" (the name of the file that failed, the system's reason): the target may then be incomplete.
  */
 int kvio_copy_config(const char *source, const char *target);
 
@@ -203,8 +203,8 @@ int kvio_copy_config(const char *source, const char *target);
  *
  * @return 0, or -1: #KVIO_EXISTS "rename: target file \"%s\" is already existed\n" (target), with neither file touched;
  *         #KVIO_NO_FILE "rename: %s is not existed\n" (source); #KVIO_NO_KEY and #KVIO_LOCKED as for
- *         kvio_copy_config(); #KVIO_IO "rename: %s: %s\n" (source, the system's reason). A failure after the source was
- *         locked can leave an empty file under the target's name.
+ *         kvio_copy_config(); #KVIO_IO "rename: %s: %s\n" (source, the system's reason). When the target's lock is not
+ *         to be had, an empty file stays under its name.
  */
 int kvio_rename_config(const char *source, const char *target);
 
