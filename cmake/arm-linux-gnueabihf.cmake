@@ -26,5 +26,5 @@ set(ENV{PKG_CONFIG_LIBDIR} ${CMAKE_SYSROOT}/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE
 # Tests run under the emulator, inside the private root.
 find_program(KAVEX_QEMU_ARM NAMES qemu-arm qemu-arm-static)
 if(KAVEX_QEMU_ARM)
-  set(CMAKE_CROSSCOMPILING_EMULATOR ${KAVEX_QEMU_ARM} -L ${CMAKE_SYSROOT})
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${KAVEX_QEMU_ARM})
 endif()
