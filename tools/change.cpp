@@ -1,0 +1,330 @@
+// The verbs that change. Each works on an open document; run_change() and batch() open it, save it and close it.
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+#include <iterator>
+#include <optional>
+
+#include <libxml/parser.h>
+#include <libxml/xmlstring.h>
+
+#include "document.h"
+#include "output.h"
+
+namespace kvio {
+namespace {
+
+// What was printed for a change that was not saved would be wrong.
+std::string pending;
+
+std::string standard_input() {
+    std::string text(std::istreambuf_iterator<char>(std::cin), {});
+    if (std::cin.bad()) throw Failure{io_error, "standard input cannot be read"};
+    return text;
+}
+
+// The store takes any text, and its writer stores what is none as something that does not read back.
+const std::string &checked_text(const std::string &text, const std::string &what) {
+    bool plain = xmlCheckUTF8(reinterpret_cast<const unsigned char *>(text.c_str())) != 0;
+    for (std::size_t i = 0; i < text.size() && plain; ++i) {
+        auto c = static_cast<unsigned char>(text[i]);
+        plain = c >= ' ' ? text.compare(i, 3, "\xEF\xBF\xBE") != 0 && text.compare(i, 3, "\xEF\xBF\xBF") != 0
+                         : c == '\t' || c == '\n';
+    }
+    if (!plain) throw Failure{misused, what + " is no UTF-8 text, or has control characters"};
+    return text;
+}
+
+const std::string &checked_name(const std::string &name, const std::string &what) {
+    if (xmlValidateNCName(reinterpret_cast<const xmlChar *>(name.c_str()), 0) != 0)
+        throw Failure{misused, what + " " + one_line(name) + " is no XML name"};
+    return name;
+}
+
+const std::string &checked_type(const std::string &type) {
+    if (type == "table" || type == "list" || type == "group")
+        throw Failure{misused, type + " is a kind of container, no type of entities"};
+    return checked_name(type, "type");
+}
+
+// kvio_join() and its like read a name as character data.
+std::string character_data(const std::string &name) {
+    std::string text;
+    for (char c : checked_text(name, "the name")) text += c == '&' ? "&amp;" : std::string(1, c);
+    return text;
+}
+
+// Position of the first member with a name, or 0.
+int position_of(kvio_iterator_t *iterator, const std::string &name) {
+    std::string buffer(name.size() + 2, '\0');
+    for (unsigned position = 1, size = static_cast<unsigned>(kvio_size(iterator)); position <= size; ++position)
+        if (kvio_regain_index2(iterator, position, buffer.data(), static_cast<unsigned>(buffer.size())) >= 0 &&
+            name == buffer.c_str())
+            return static_cast<int>(position);
+    return 0;
+}
+
+int number(const std::string &text, const char *what) {
+    errno = 0;
+    char *end;
+    long value = std::strtol(text.c_str(), &end, 10);
+    if (text.empty() || *end || errno || value < 1 || value > 0x7fffffff)
+        throw Failure{misused, std::string(what) + " is a number from 1, not " + text};
+    return static_cast<int>(value);
+}
+
+void set_fields(Call &call, kvio_node_t *entity, std::size_t first) {
+    for (std::size_t i = first; i + 1 < call.count(); i += 2) {
+        const std::string &field = checked_name(call[i], "field"), &value = checked_text(call[i + 1], "the value");
+        if (!kvio_set(entity, field.c_str(), value.c_str())) store_failure("field " + field);
+    }
+}
+
+void need_pairs(Call &call, std::size_t first) {
+    if ((call.count() - first) % 2 != 0) throw Failure{misused, "the last field has no value"};
+}
+
+// One value at most can come from standard input, and it is read before the file is locked.
+void read_values(Call &call) {
+    if (call.verb->change != set && call.verb->change != define) return;
+    bool taken = call.in_batch;
+    for (std::size_t i = 5; i < call.count(); i += 2) {
+        if (call[i] != "-") continue;
+        if (taken) throw Failure{misused, call.in_batch ? "a batch has no value on standard input"
+                                                        : "only one value can come from standard input"};
+        taken = true;
+        std::string &value = call.arguments[i] = standard_input();
+        if (value.find('\0') != std::string::npos) throw Failure{misused, "the value has a zero byte"};
+        if (!value.empty() && value.back() == '\n') value.pop_back();
+    }
+}
+
+Container opened(Call &call, Document &document) { return {document, call[1], call[2], call[3], call[4]}; }
+
+std::string naming(Element scope, const std::string &kind, const std::string &type, const std::string &name) {
+    for (Element container : scope.children()) {
+        if (container.role() != Role::container || container.type() != type) continue;
+        if (!kind.empty() && container.tag() != kind) continue;
+        for (Element member : container.children())
+            if (member.tag() == (kind.empty() ? "entity" : "container") && member.text() == name)
+                return container.tag() + ' ' + container.name();
+    }
+    return "";
+}
+
+void refuse_if_named(Call &call, Document &document, const std::string &kind, const std::string &type,
+                     const std::string &name) {
+    if (call.has('f')) return;
+    std::string container = naming(document.tree().scope(call[1]), kind, type, name);
+    if (!container.empty())
+        throw Failure{inconsistent, container + " names " + name + "; take it out first, or say --force"};
+}
+
+using AttributeChange = int (*)(kvio_node_t *, const char *, uint32_t *);
+
+void count_attribute(Call &call, Document &document, AttributeChange change) {
+    uint32_t value = 0;
+    kvio_node_t *entity = document.entity(call[1], call[2], call[3]);
+    if (!change(entity, checked_name(call[4], "attribute").c_str(), &value)) store_failure("attribute " + call[4]);
+    pending += std::to_string(value) + '\n';
+}
+
+// Words as a shell makes them: blanks separate, quotes and backslashes keep together, # begins a comment.
+Strings split(const std::string &line) {
+    Strings words;
+    std::optional<std::string> word;
+    char quote = 0;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        char c = line[i];
+        if (quote && c == quote) {
+            quote = 0;
+        } else if (c == '\\' && quote != '\'' && i + 1 < line.size()) {
+            word = word.value_or("") + line[++i];
+        } else if (!quote && (c == '"' || c == '\'')) {
+            quote = c;
+            word = word.value_or("");
+        } else if (!quote && (c == ' ' || c == '\t')) {
+            if (word) words.push_back(*std::exchange(word, std::nullopt));
+        } else if (!quote && !word && c == '#') {
+            break;
+        } else {
+            word = word.value_or("") + c;
+        }
+    }
+    if (quote) throw Failure{misused, "a quote is not closed"};
+    if (word) words.push_back(*word);
+    return words;
+}
+
+void run_line(const std::string &line, const std::string &name, Document &document) {
+    Strings words = split(line);
+    if (words.empty()) return;
+    Call call = parse(words, name.c_str());
+    if (!call.verb || !call.verb->change || call.has('h')) throw Failure{misused, words[0] + " is no change"};
+    read_values(call);
+    call.verb->change(call, document);
+}
+
+}  // namespace
+
+int run_change(Call &call) {
+    read_values(call);
+    {
+        Document document = Document::change(call[0]);
+        call.verb->change(call, document);
+        document.save();
+    }
+    return put(pending), success;
+}
+
+int batch(Call &call) {
+    std::string text = standard_input();
+    {
+        Document document = Document::change(call[0]);
+        int line = 0;
+        for (std::size_t begin = 0; begin < text.size(); ) {
+            std::size_t end = std::min(text.find('\n', begin), text.size());
+            ++line;
+            try {
+                run_line(text.substr(begin, end - begin), call[0], document);
+            } catch (const Failure &failure) {
+                throw Failure{failure.status, "line " + std::to_string(line) + ": " + failure.text + "; nothing is saved"};
+            }
+            begin = end + 1;
+        }
+        document.save();
+    }
+    return put(pending), success;
+}
+
+// ---- entities
+
+void set(Call &call, Document &document) {
+    need_pairs(call, 4);
+    set_fields(call, document.entity(call[1], call[2], call[3]), 4);
+}
+
+void unset(Call &call, Document &document) {
+    kvio_node_t *entity = document.entity(call[1], call[2], call[3]);
+    for (std::size_t i = 4; i < call.count(); ++i)
+        if (!kvio_unset(entity, checked_name(call[i], "field").c_str())) store_failure("field " + call[i]);
+}
+
+void define(Call &call, Document &document) {
+    need_pairs(call, 4);
+    const std::string &type = checked_type(call[2]), &name = checked_text(call[3], "the name");
+    document.check_scope(call[1]);
+    kvio_node_t *entity = kvio_define2(document.get(), call[1].c_str(), type.c_str(), name.c_str());
+    if (!entity) store_failure(type + ' ' + name + " in " + call[1]);
+    set_fields(call, entity, 4);
+}
+
+void undefine(Call &call, Document &document) {
+    document.entity(call[1], call[2], call[3]);
+    refuse_if_named(call, document, "", call[2], call[3]);
+    if (!kvio_undefine(document.get(), call[1].c_str(), call[2].c_str(), call[3].c_str()))
+        store_failure(call[2] + ' ' + call[3] + " in " + call[1]);
+}
+
+// ---- containers
+
+void create(Call &call, Document &document) {
+    checked_name(call[3], "type");
+    checked_text(call[4], "the name");
+    Container made(document, call[1], call[2], call[3], call[4], Container::create_it);
+    document.members_changed();
+}
+
+void dispose(Call &call, Document &document) {
+    { Container there = opened(call, document); }
+    refuse_if_named(call, document, call[2], call[3], call[4]);
+    if (!kind_of(call[2]).dispose(document.get(), call[1].c_str(), call[3].c_str(), call[4].c_str()))
+        store_failure(call[2] + ' ' + call[4]);
+    document.members_changed();
+}
+
+void join(Call &call, Document &document) {
+    Container container = opened(call, document);
+    bool entities = !call.has('c');
+    for (std::size_t i = 5; i < call.count(); ++i) {
+        const std::string &name = call[i];
+        std::string data = character_data(name);
+        // The store looks for the name as it is given, and with an ampersand it is given differently.
+        if (data != name && position_of(container.get(), name)) throw Failure{not_found, name + ": it exists already"};
+        if (!kvio_join(container.get(), data.c_str(), entities)) store_failure(name);
+        if (call.has('f')) continue;
+        if (entities) document.entity(call[1], call[3], name);
+        else Container nested(document, call[1], call[2], call[3], name);
+    }
+    document.members_changed();
+    if (entities || call.has('f')) return;
+    std::unique_ptr<kvio_entities_t, void (*)(kvio_entities_t *)> found(kvio_retrieve_all2(container.get()),
+                                                                       kvio_free_entities);
+    if (!found && kvio_errno == KVIO_LOOP) store_failure(container.label());
+}
+
+void append(Call &call, Document &document) {
+    Container container = opened(call, document);
+    const char *name = call.count() > 5 ? checked_text(call[5], "the name").c_str() : nullptr;
+    if (!kvio_append(container.get(), name)) store_failure(container.label());
+    document.members_changed();
+}
+
+void insert(Call &call, Document &document) {
+    int position = number(call[5], "the position");
+    Container container = opened(call, document);
+    std::string name = call.count() > 6 ? character_data(call[6]) : "";
+    if (!kvio_insert(container.get(), name.c_str(), position)) store_failure(container.label());
+    document.members_changed();
+}
+
+void leave(Call &call, Document &document) {
+    if (call.has('p') == (call.count() > 5)) throw Failure{misused, "either members or --position"};
+    Container container = opened(call, document);
+    if (call.has('p') && !kvio_delete(container.get(), number(call.options['p'], "--position")))
+        store_failure(container.label());
+    for (std::size_t i = 5; i < call.count(); ++i)
+        if (!kvio_remove(container.get(), call[i].c_str())) store_failure("member " + call[i] + " of " + container.label());
+    document.members_changed();
+}
+
+void rename_member(Call &call, Document &document) {
+    Container container = opened(call, document);
+    if (call[5] != call[6] && position_of(container.get(), call[6]))
+        throw Failure{not_found, "member " + call[6] + " of " + container.label() + ": it exists already"};
+    if (!kvio_change_container_element(container.get(), call[5].c_str(), character_data(call[6]).c_str()))
+        store_failure("member " + call[5] + " of " + container.label());
+    document.members_changed();
+}
+
+// ---- attributes
+
+void attr_set(Call &call, Document &document) {
+    const std::string &attribute = checked_name(call[4], "attribute"), &value = checked_text(call[5], "the value");
+    if (call.has('k')) {
+        Container container(document, call[1], call.options['k'], call[2], call[3]);
+        if (!kvio_setattr_container(container.get(), attribute.c_str(), value.c_str())) store_failure(container.label());
+    } else if (!kvio_setattr_entity(document.entity(call[1], call[2], call[3]), attribute.c_str(), value.c_str())) {
+        store_failure(call[2] + ' ' + call[3]);
+    }
+    document.members_changed();  // of "name" and "type" the other verbs depend
+}
+
+void attr_unset(Call &call, Document &document) {
+    const std::string &attribute = call[4];
+    if (attribute == "name" || (attribute == "type" && call.has('k')))
+        throw Failure{misused, "without its " + attribute + " nothing would find it again"};
+    if (call.has('k')) {
+        Container container(document, call[1], call.options['k'], call[2], call[3]);
+        if (!kvio_unsetattr_container(container.get(), attribute.c_str())) store_failure(container.label());
+    } else if (!kvio_unsetattr_entity(document.entity(call[1], call[2], call[3]), attribute.c_str())) {
+        store_failure(call[2] + ' ' + call[3]);
+    }
+}
+
+void attr_increase(Call &call, Document &document) { count_attribute(call, document, kvio_increase_entity_attr); }
+void attr_decrease(Call &call, Document &document) { count_attribute(call, document, kvio_decrease_entity_attr); }
+
+}  // namespace kvio

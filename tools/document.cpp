@@ -1,0 +1,191 @@
+#include "document.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "locks.h"
+
+namespace kvio {
+namespace {
+
+struct Meaning {
+    kvio_code code;
+    Status status;
+    const char *text;
+};
+
+constexpr Meaning meanings[] = {
+    {KVIO_LOCKED, locked, "somebody else has it open (kvio lock status says more)"},
+    {KVIO_NO_MEMORY, io_error, "out of memory"},
+    {KVIO_MALFORMED, inconsistent, "not well-formed XML"},
+    {KVIO_NO_KEY, not_found, "there is no such file"},
+    {KVIO_IO, io_error, "it cannot be written"},
+    {KVIO_BAD_SCOPE, inconsistent, "the name is not unique"},
+    {KVIO_XML, misused, "the XML library does not take it"},
+    {KVIO_EXISTS, not_found, "it exists already"},
+    {KVIO_BAD_ITERATOR, inconsistent, "broken container"},
+    {KVIO_OUT_OF_RANGE, not_found, "there is no such position"},
+    {KVIO_BAD_ENTITY, inconsistent, "broken entity"},
+    {KVIO_LOOP, inconsistent, "nested containers form a loop"},
+    {KVIO_EMPTY_ITEM, inconsistent, "there is a member without a name"},
+    {KVIO_NO_FILE, not_found, "there is no such file"},
+    {KVIO_NOT_FOUND, not_found, "not found"},
+    {KVIO_UNRESOLVED, inconsistent, "a nested container is missing or a member has no name"},
+};
+
+// A directory that may not be entered, or a file that may not be read or written, comes before what the store says.
+std::optional<Failure> system_failure(const std::string &what, const std::string &path) {
+    struct stat file;
+    if (stat(path.c_str(), &file) != 0) {
+        if (errno == ENOENT || errno == ENOTDIR) return Failure{not_found, what + ": there is no such file"};
+        return Failure{errno == EACCES ? denied : io_error, what + ": " + std::strerror(errno)};
+    }
+    if (S_ISDIR(file.st_mode)) return Failure{io_error, what + ": " + std::strerror(EISDIR)};
+    if (faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) != 0) return Failure{denied, what + ": " + std::strerror(errno)};
+    return std::nullopt;
+}
+
+kvio_config_t *open_snapshot(const std::string &path) {
+    kvio_config_t *config = kvio_restore_scope(path.c_str());
+    // Somebody may just be saving it: what was read is then neither the old nor the new document.
+    for (int attempt = 0; !config && kvio_errno == KVIO_MALFORMED && attempt < 3 && lock_of(path); ++attempt) {
+        usleep(20000);
+        config = kvio_restore_scope(path.c_str());
+    }
+    return config;
+}
+
+}  // namespace
+
+std::string path_of(const std::string &name) {
+    return name == "__system_default.xml" ? system_default : config_directory + name;
+}
+
+Undisturbed::Undisturbed() {
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGPIPE, SIGTSTP, SIGALRM}) sigaddset(&ending, signal);
+    sigprocmask(SIG_BLOCK, &ending, &before_);
+}
+
+Undisturbed::~Undisturbed() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+void store_failure(const std::string &what) {
+    for (const Meaning &meaning : meanings)
+        if (meaning.code == kvio_errno) throw Failure{meaning.status, what + ": " + meaning.text};
+    throw Failure{io_error, what + ": store code " + std::to_string(kvio_errno)};
+}
+
+void file_failure(const std::string &what, const std::string &path) {
+    if (kvio_errno == KVIO_LOCKED && !lock_of(path))
+        throw Failure{io_error, what + ": its lock cannot be made (semaphores used up?)"};
+    if (kvio_errno != KVIO_LOCKED)
+        if (std::optional<Failure> failure = system_failure(what, path)) throw *failure;
+    if (kvio_errno == KVIO_IO && faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0 && errno == EACCES)
+        throw Failure{denied, what + ": " + std::strerror(EACCES)};
+    store_failure(what);
+}
+
+Document Document::snapshot(const std::string &path) {
+    Document document(path);
+    document.owner_.reset(document.config_ = open_snapshot(path));
+    if (!document.config_) file_failure(path, path);
+    return document;
+}
+
+Document Document::change(const std::string &name) {
+    Document document(path_of(name));
+    document.undisturbed_ = std::make_unique<Undisturbed>();
+    document.owner_.reset(document.config_ = kvio_open_config(name.c_str(), 0));
+    if (!document.config_) file_failure(name, document.path_);
+    return document;
+}
+
+// Both handles name one lock; they are closed one right after the other, the new one first.
+Document Document::restored(const std::string &name, const std::string &dump) {
+    Document document = change(name);
+    document.config_ = kvio_restore(document.get(), dump.c_str());
+    if (!document.config_) file_failure(dump, dump);
+    document.retired_ = std::move(document.owner_);
+    document.owner_.reset(document.config_);
+    return document;
+}
+
+Document::~Document() {
+    owner_.reset();
+    retired_.reset();
+}
+
+void Document::save() {
+    if (kvio_save_config(get()) < 0) file_failure(path_, path_);
+}
+
+void Document::save_as(const std::string &name) {
+    if (kvio_save_as(get(), name.c_str()) >= 0) return;
+    if (kvio_errno == KVIO_LOCKED) store_failure(name);
+    file_failure(name, config_directory + name);
+}
+
+void Document::dump(const std::string &path) {
+    if (kvio_dump(get(), path.c_str()) < 0) file_failure(path, path);
+}
+
+const Tree &Document::tree() {
+    if (tree_) return *tree_;
+    int fd = memfd_create("kvio", MFD_CLOEXEC);
+    if (fd < 0) throw Failure{io_error, std::string("memory file: ") + std::strerror(errno)};
+    std::shared_ptr<xmlDoc> document;
+    if (kvio_dump(get(), ("/proc/self/fd/" + std::to_string(fd)).c_str()) >= 0) document = parse_descriptor(fd);
+    close(fd);
+    if (!document) throw Failure{inconsistent, path_ + ": cannot be read back"};
+    return tree_.emplace(std::move(document));
+}
+
+// kvio_entity_count() counts what a path selects, of which a unique scope is the special case.
+void Document::check_scope(const std::string &scope) {
+    int many = kvio_entity_count(get(), scope.c_str(), "self::*");
+    if (many == 0) throw Failure{not_found, "no scope " + scope};
+    if (many > 1) throw Failure{inconsistent, "there are " + std::to_string(many) + " scopes " + scope};
+}
+
+kvio_node_t *Document::entity(const std::string &scope, const std::string &type, const std::string &name) {
+    kvio_node_t *node = kvio_retrieve_entity(get(), scope.c_str(), type.c_str(), name.c_str());
+    if (node) return node;
+    int code = kvio_errno;
+    check_scope(scope);
+    kvio_errno = code;
+    if (code == KVIO_NOT_FOUND) throw Failure{not_found, "no " + type + " " + name + " in " + scope};
+    store_failure(type + " " + name + " in " + scope);
+}
+
+const Kind &kind_of(const std::string &name) {
+    static const Kind kinds[] = {
+        {"table", kvio_create_table, kvio_open_table, kvio_dispose_table},
+        {"list", kvio_create_list, kvio_open_list, kvio_dispose_list},
+        {"group", kvio_create_group, kvio_open_group, kvio_dispose_group},
+    };
+    for (const Kind &kind : kinds)
+        if (kind.name == name) return kind;
+    throw Failure{misused, "KIND is table, list or group, not " + name};
+}
+
+Container::Container(Document &document, const std::string &scope, const std::string &kind, const std::string &type,
+                     const std::string &name, Mode mode)
+    : label_(kind + " " + name + " of " + type + " in " + scope) {
+    const Kind &functions = kind_of(kind);
+    auto call = mode == create_it ? functions.create : functions.open;
+    iterator_ = call(document.get(), scope.c_str(), type.c_str(), name.c_str());
+    if (iterator_) return;
+    int code = kvio_errno;
+    document.check_scope(scope);
+    kvio_errno = code;
+    if (code == KVIO_NOT_FOUND) throw Failure{not_found, "no " + label_};
+    store_failure(label_);
+}
+
+}  // namespace kvio

@@ -1,0 +1,98 @@
+// A configuration opened through the store, and what its codes mean to somebody at a shell.
+#ifndef KAVEX_TOOLS_DOCUMENT_H
+#define KAVEX_TOOLS_DOCUMENT_H
+
+#include <kavex/store.h>
+#include <signal.h>
+
+#include <memory>
+#include <string>
+
+#include "kvio.h"
+#include "tree.h"
+
+namespace kvio {
+
+inline constexpr char config_directory[] = "/etc/kavex/conf/";
+inline constexpr char system_default[] = "/etc/__system_default.xml";
+std::string path_of(const std::string &name);  // as kvio_open_config() builds it
+Strings configurations();                      // the names of all, sorted
+
+// Puts off the signals that end a program: one that dies with a file open leaves the file locked.
+class Undisturbed {
+public:
+    Undisturbed();
+    ~Undisturbed();
+
+private:
+    sigset_t before_;
+};
+
+// Throws: what went wrong according to kvio_errno, and the matching status.
+[[noreturn]] void store_failure(const std::string &what);
+// The same for a file, whose permissions are looked at: the store has no code for them.
+[[noreturn]] void file_failure(const std::string &what, const std::string &path);
+
+class Document {
+public:
+    static Document snapshot(const std::string &path);  // takes no lock
+    static Document look(const std::string &name) { return snapshot(path_of(name)); }
+    static Document change(const std::string &name);  // under the lock, until the end of its life
+    static Document restored(const std::string &name, const std::string &dump);
+    Document(Document &&) = default;
+    ~Document();
+
+    kvio_config_t *get() const { return config_; }
+    void save();
+    void save_as(const std::string &name);
+    void dump(const std::string &path);
+
+    const Tree &tree();                // as the document stood at the first call after the last members_changed()
+    void members_changed() { tree_.reset(); }
+
+    // Throw a Failure that names what is missing.
+    kvio_node_t *entity(const std::string &scope, const std::string &type, const std::string &name);
+    void check_scope(const std::string &scope);
+
+private:
+    explicit Document(const std::string &path) : path_(path) {}
+    struct Closer {
+        void operator()(kvio_config_t *config) const { kvio_close_config(config); }
+    };
+    std::string path_;
+    std::unique_ptr<Undisturbed> undisturbed_;  // before the handles: their lock goes first
+    std::unique_ptr<kvio_config_t, Closer> retired_;
+    std::unique_ptr<kvio_config_t, Closer> owner_;
+    kvio_config_t *config_ = nullptr;
+    std::optional<Tree> tree_;
+};
+
+// A handle on a container, closed at the end of its life.
+class Container {
+public:
+    enum Mode { open_it, create_it };
+    Container(Document &document, const std::string &scope, const std::string &kind, const std::string &type,
+              const std::string &name, Mode mode = open_it);
+    ~Container() { kvio_close_table(iterator_); }
+    Container(const Container &) = delete;
+    Container &operator=(const Container &) = delete;
+    kvio_iterator_t *get() const { return iterator_; }
+    const std::string &label() const { return label_; }
+
+private:
+    std::string label_;
+    kvio_iterator_t *iterator_;
+};
+
+// The functions of one kind of container; throws for other words than table, list and group.
+struct Kind {
+    const char *name;
+    kvio_iterator_t *(*create)(kvio_config_t *, const char *, const char *, const char *);
+    kvio_iterator_t *(*open)(kvio_config_t *, const char *, const char *, const char *);
+    int (*dispose)(kvio_config_t *, const char *, const char *, const char *);
+};
+const Kind &kind_of(const std::string &name);
+
+}  // namespace kvio
+
+#endif

@@ -1,0 +1,121 @@
+// The verbs for whole files: copies, names, dumps and backups.
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "document.h"
+#include "output.h"
+
+namespace kvio {
+namespace {
+
+// The store's file operations tell a locked file by its code alone, not which of the two it is.
+void run_on_files(int (*operation)(const char *, const char *), Call &call) {
+    Undisturbed undisturbed;
+    kvio_errno = 0;
+    if (operation(call[0].c_str(), call[1].c_str()) == 0) return;
+    std::string both = call[0] + " to " + call[1];
+    if (kvio_errno == KVIO_LOCKED || kvio_errno == KVIO_EXISTS) store_failure(both);
+    if (kvio_errno == KVIO_NO_FILE) store_failure(call[0]);
+    file_failure(both, config_directory + call[0]);
+}
+
+// Gives a file for the store to write to, or a copy of it on standard output when there is none.
+class Target {
+public:
+    explicit Target(const std::string &path) : path_(path) {
+        if (path != "-") return;
+        fd_ = memfd_create("kvio", MFD_CLOEXEC);
+        if (fd_ < 0) throw Failure{io_error, std::string("memory file: ") + std::strerror(errno)};
+        path_ = "/proc/self/fd/" + std::to_string(fd_);
+    }
+    ~Target() {
+        if (fd_ >= 0) close(fd_);
+    }
+    Target(const Target &) = delete;
+    Target &operator=(const Target &) = delete;
+
+    const std::string &path() const { return path_; }
+    void done() {
+        char block[65536];
+        for (ssize_t size; fd_ >= 0 && (size = read(fd_, block, sizeof block)) > 0;)
+            put(std::string(block, static_cast<std::size_t>(size)));
+    }
+
+private:
+    std::string path_;
+    int fd_ = -1;
+};
+
+[[noreturn]] void write_failure(const std::string &path) {
+    int reason = 0;
+    std::string directory = path.substr(0, path.find_last_of('/') + 1);
+    if (faccessat(AT_FDCWD, path.c_str(), F_OK, AT_EACCESS) == 0)
+        reason = faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 ? 0 : errno;
+    else if (faccessat(AT_FDCWD, directory.empty() ? "." : directory.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
+        reason = errno;
+    throw Failure{reason == EACCES ? denied : io_error,
+                  path + ": " + (reason ? std::strerror(reason) : "it cannot be written")};
+}
+
+void restore_scope(Call &call) {
+    Document source = Document::snapshot(call[1]), target = Document::change(call[0]);
+    source.check_scope(call[2]);
+    target.check_scope(call[2]);
+    std::unique_ptr<kvio_checkpoint_t, void (*)(kvio_checkpoint_t *)> scope(
+        kvio_create_checkpoint(source.get(), call[2].c_str()), kvio_release_checkpoint);
+    if (!scope) store_failure("scope " + call[2] + " of " + call[1]);
+    if (!kvio_rollback_checkpoint(target.get(), call[2].c_str(), scope.get())) store_failure("scope " + call[2]);
+    scope.release();  // the document's now
+    target.save();
+}
+
+}  // namespace
+
+int copy(Call &call) { return run_on_files(kvio_copy_config, call), success; }
+
+int rename(Call &call) { return run_on_files(kvio_rename_config, call), success; }
+
+int remove(Call &call) {
+    Undisturbed undisturbed;
+    if (kvio_remove_config(call[0].c_str()) == 0) return success;
+    if (kvio_errno == KVIO_LOCKED) store_failure(call[0]);
+    file_failure(call[0], config_directory + call[0]);
+}
+
+int save_as(Call &call) {
+    Document document = Document::change(call[0]);
+    document.save_as(call[1]);
+    return success;
+}
+
+int dump(Call &call) {
+    Document document = Document::look(call[0]);
+    Target target(call.count() > 1 ? call[1] : "-");
+    if (kvio_dump(document.get(), target.path().c_str()) < 0) write_failure(call[1]);
+    return target.done(), success;
+}
+
+int backup(Call &call) {
+    Document document = Document::look(call[0]);
+    document.check_scope(call[1]);
+    Target target(call.count() > 2 ? call[2] : "-");
+    if (!kvio_backup_scope(document.get(), call[1].c_str(), target.path().c_str())) {
+        if (kvio_errno == KVIO_IO) write_failure(call[2]);
+        store_failure("scope " + call[1]);
+    }
+    return target.done(), success;
+}
+
+int restore(Call &call) {
+    if (call.count() > 2) return restore_scope(call), success;
+    Document document = Document::restored(call[0], call[1]);
+    if (document.tree().root().tag() != "kavex") throw Failure{inconsistent, call[1] + ": no configuration"};
+    document.save();
+    return success;
+}
+
+}  // namespace kvio

@@ -1,0 +1,59 @@
+// kvio: the configurations and users of the appliance, at a shell.
+#include <cstring>
+#include <exception>
+#include <iostream>
+
+#include "kvio.h"
+#include "output.h"
+
+namespace kvio {
+namespace {
+
+int run(const Strings &words) {
+    Call call = parse(words);
+    if (call.has('h')) return put(help(call.verb)), success;
+    return call.verb->run(call);
+}
+
+// Said before anything is parsed, so that errors of usage, too, keep to it.
+bool asked_for(const Strings &words, const char *brief, const char *name) {
+    for (const std::string &word : words) {
+        if (word == "--") break;
+        if (word == brief || word == name) return true;
+    }
+    return false;
+}
+
+int guarded(const Strings &words) {
+    try {
+        int status = run(words);
+        if (std::fflush(stdout) == 0) return status;
+        throw Failure{io_error, std::string("standard output: ") + std::strerror(errno)};
+    } catch (const Failure &failure) {
+        std::fflush(stdout);
+        Messages::say(failure.text);
+        return failure.status;
+    } catch (const std::exception &error) {
+        Messages::say(error.what());
+        return io_error;
+    }
+}
+
+}  // namespace
+}  // namespace kvio
+
+int main(int argc, char **argv) {
+    using namespace kvio;
+    Strings words(argv + 1, argv + argc);
+    if (!words.empty() && words[0] == "--complete") {
+        Messages silent(false);
+        Messages::quiet = true;
+        words.erase(words.begin());
+        return put(complete(words)), 0;
+    }
+    if (words == Strings{"--manual"}) return put(manual()), 0;
+    Messages messages(asked_for(words, "-v", "--verbose"));
+    Messages::quiet = asked_for(words, "-q", "--quiet");
+    kvio_initialize();
+    return guarded(words);
+}

@@ -1,0 +1,86 @@
+#include "output.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace kvio {
+namespace {
+
+int original = 2;
+
+}  // namespace
+
+bool Messages::quiet = false;
+
+Messages::Messages(bool diagnostics) {
+    if (diagnostics || original != 2) return;
+    int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nowhere < 0) return;
+    int kept = fcntl(2, F_DUPFD_CLOEXEC, 3);
+    if (kept >= 0) {
+        dup2(nowhere, 2);
+        original = kept;
+        redirected_ = true;
+    }
+    close(nowhere);
+}
+
+Messages::~Messages() {
+    if (!redirected_) return;
+    dup2(original, 2);
+    close(original);
+    original = 2;
+}
+
+void Messages::say(const std::string &text) {
+    if (!quiet) dprintf(original, "kvio: %s\n", text.c_str());
+}
+
+std::string one_line(const std::string &text) {
+    std::string result;
+    for (char c : text) {
+        switch (c) {
+        case '\\': result += "\\\\"; break;
+        case '\t': result += "\\t"; break;
+        case '\n': result += "\\n"; break;
+        case '\r': result += "\\r"; break;
+        default: result += c;
+        }
+    }
+    return result;
+}
+
+std::string json(const std::string &text) {
+    std::string result = "\"";
+    for (char c : text) {
+        char code[8];
+        if (c == '"' || c == '\\') result += '\\', result += c;
+        else if (static_cast<unsigned char>(c) >= ' ') result += c;
+        else std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(c)), result += code;
+    }
+    return result + '"';
+}
+
+void put(const std::string &text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+
+void put_columns(std::initializer_list<std::string> columns) {
+    const char *separator = "";
+    for (const std::string &column : columns) put(separator + one_line(column)), separator = "\t";
+    put("\n");
+}
+
+bool decorated() {
+    static const bool result = [] {
+        const char *no_colour = std::getenv("NO_COLOR"), *terminal = std::getenv("TERM");
+        return isatty(1) && !(no_colour && *no_colour) && terminal && std::string(terminal) != "dumb";
+    }();
+    return result;
+}
+
+std::string coloured(const char *sgr, const std::string &text) {
+    return decorated() ? std::string("\033[") + sgr + 'm' + text + "\033[0m" : text;
+}
+
+}  // namespace kvio
