@@ -89,14 +89,46 @@ bool is_compressed(int fd) noexcept {
     return (head[0] == 0x1f && head[1] == 0x8b) || (head[0] == 0xfd && head[1] == '7');
 }
 
+// Notes a shortage of memory while it lives. In the record of the last error it would be lost when something else is
+// reported after it: a namespace that found no memory is missed, as undeclared, by the elements in it.
+class MemoryWatch {
+public:
+    MemoryWatch() noexcept : handler_(xmlStructuredError), context_(xmlStructuredErrorContext) {
+        xmlSetStructuredErrorFunc(this, note);
+    }
+    MemoryWatch(const MemoryWatch &) = delete;
+    MemoryWatch &operator=(const MemoryWatch &) = delete;
+    ~MemoryWatch() { xmlSetStructuredErrorFunc(context_, handler_); }
+
+    bool was_short() const noexcept { return short_; }
+
+private:
+    // Passes the error on to where it would have gone.
+    static void note(void *self, xmlError *error) noexcept {
+        auto *watch = static_cast<MemoryWatch *>(self);
+        if (error->code == XML_ERR_NO_MEMORY) watch->short_ = true;
+        if (watch->handler_)
+            watch->handler_(watch->context_, error);
+        else
+            xmlGenericError(xmlGenericErrorContext, "%s:%d: %s", error->file ? error->file : "", error->line,
+                            error->message ? error->message : "\n");
+    }
+
+    xmlStructuredErrorFunc handler_;
+    void *context_;
+    bool short_ = false;
+};
+
 }  // namespace
 
 Document parse(const char *path) noexcept {
     Descriptor file(path ? open(path, O_RDONLY | O_CLOEXEC) : -1);
     if (!file) return nullptr;
-    if (is_compressed(file.get()))
-        return guarded<Document>([&] { return xmlParseFile(DescriptorName(file.get()).text); });
-    return guarded<Document>([&] { return xmlReadFd(file.get(), path, nullptr, 0); });
+    MemoryWatch memory;
+    Document document(is_compressed(file.get()) ? xmlParseFile(DescriptorName(file.get()).text)
+                                                : xmlReadFd(file.get(), path, nullptr, 0));
+    if (memory.was_short()) document.reset();
+    return document;
 }
 
 }  // namespace xml
