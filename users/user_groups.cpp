@@ -39,6 +39,12 @@ bool is_being_expanded(const char *name, const Level *level) {
 // did has been appended.
 bool append_group(kvio_config_t *document, const Level &level, user_group_t &record, const char *function);
 
+// Not what the file says but the moment keeps a member from being read.
+bool out_of_memory(const char *function) {
+    kvlog(USER_OP, "[%s]Insufficient memory.", function);
+    return false;
+}
+
 bool append_user(const char *name, const Level &level, user_group_t &record, const char *function) {
     if (!name_fits(name, function)) return true;
     if (record.member_count < 0 || record.member_count >= capacity) {
@@ -69,6 +75,7 @@ bool append_members(kvio_config_t *document, kvio_iterator_t *group, const Level
     for (int position = 1; position <= size; ++position) {
         char name[longest_name + 2];  // a byte more than a name may have, to see those that were cut
         int kind = kvio_regain_index2(group, static_cast<unsigned>(position), name, sizeof name);
+        if (kind < 0 && kvio_errno == KVIO_XML) return out_of_memory(function);
         if (kind == 0 && !append_user(name, level, record, function)) return false;
         if (kind == 1 && !append_nested(document, name, level, record, function)) return false;
     }
@@ -77,6 +84,7 @@ bool append_members(kvio_config_t *document, kvio_iterator_t *group, const Level
 
 bool append_group(kvio_config_t *document, const Level &level, user_group_t &record, const char *function) {
     Group group(kvio_open_group(document, group_scope, group_type, level.name));
+    if (!group && kvio_errno == KVIO_NO_MEMORY) return out_of_memory(function);
     return append_members(document, group.get(), level, record, function);
 }
 

@@ -50,6 +50,7 @@ bool latest_struck;
 int fatal_allocation;  // counts from 1; 0 is none
 Extent allocation_extent;
 int allocation_count;
+long block_count;
 #endif
 
 void plan(const Plan &entry) {
@@ -113,6 +114,7 @@ void fail_allocation(int nth, Extent extent) {
 }
 
 int allocations() { return allocation_count; }
+long blocks() { return block_count; }
 #endif
 
 bool struck() { return latest_struck; }
@@ -301,6 +303,7 @@ extern "C" {
 void *__libc_malloc(size_t size);
 void *__libc_calloc(size_t count, size_t size);
 void *__libc_realloc(void *block, size_t size);
+void __libc_free(void *block);
 
 static bool no_memory() {
     using namespace faults;
@@ -313,9 +316,24 @@ static bool no_memory() {
     return true;
 }
 
-void *malloc(size_t size) noexcept { return no_memory() ? nullptr : __libc_malloc(size); }
-void *calloc(size_t count, size_t size) noexcept { return no_memory() ? nullptr : __libc_calloc(count, size); }
-void *realloc(void *block, size_t size) noexcept { return no_memory() ? nullptr : __libc_realloc(block, size); }
+static void *counted(void *block) {
+    if (faults::active && block) ++faults::block_count;
+    return block;
+}
+
+void *malloc(size_t size) noexcept { return no_memory() ? nullptr : counted(__libc_malloc(size)); }
+void *calloc(size_t count, size_t size) noexcept { return no_memory() ? nullptr : counted(__libc_calloc(count, size)); }
+
+void *realloc(void *block, size_t size) noexcept {
+    if (no_memory()) return nullptr;
+    void *grown = __libc_realloc(block, size);
+    return block ? grown : counted(grown);
+}
+
+void free(void *block) noexcept {
+    if (faults::active && block) --faults::block_count;
+    __libc_free(block);
+}
 
 }  // extern "C"
 #endif

@@ -29,6 +29,9 @@ void fail_allocation(int nth, Extent extent = once);
 
 // The number of allocations that the latest call() asked for.
 int allocations();
+
+// Blocks allocated inside call()s and not released inside any: 0 when a series of calls left nothing behind.
+long blocks();
 #endif
 
 // Whether a fault struck in the latest call() that had one planned.
