@@ -6,7 +6,8 @@
  *   sleep MS      close       hang       flood      die
  *   deaf          ignores SIGTERM
  *   only TEXT     ends here unless one of the arguments contains the text
- *   look          writes to /tmp/tool.state what it inherited: signals and descriptors
+ *   look          writes to /tmp/tool.state what it inherited: signals, descriptors, and
+ *                 pipes of the caller that are not close-on-exec
  */
 #include <dirent.h>
 #include <fcntl.h>
@@ -49,6 +50,23 @@ static void flood(void)
     while (write(1, block, sizeof block) > 0) {}
 }
 
+/* A pipe that the caller would hand on to a process that another thread of it starts meanwhile. */
+static void look_at_callers_pipes(FILE *state)
+{
+    char path[64], text[64];
+    for (int fd = 3; fd < 2000; ++fd) {
+        unsigned int flags = O_CLOEXEC;
+        FILE *info;
+        snprintf(path, sizeof path, "/proc/%d/fd/%d", (int)getppid(), fd);
+        if (readlink(path, text, sizeof text) < 5 || strncmp(text, "pipe:", 5) != 0) continue;
+        snprintf(path, sizeof path, "/proc/%d/fdinfo/%d", (int)getppid(), fd);
+        if (!(info = fopen(path, "re"))) continue;
+        if (fscanf(info, "pos: %*d flags: %o", &flags) != 1 || !(flags & O_CLOEXEC))
+            fprintf(state, "the caller's pipe %d is not close-on-exec\n", fd);
+        fclose(info);
+    }
+}
+
 /* Leaves out its own files. */
 static void look(void)
 {
@@ -64,6 +82,9 @@ static void look(void)
             fd != fileno(commands))
             fprintf(state, "descriptor %d\n", fd);
     }
+    look_at_callers_pipes(state);
+    closedir(directory);
+    fclose(status);
     fclose(state);
 }
 
