@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 
-#include <cstdlib>
+#include <cstdarg>
 #include <deque>
 #include <ostream>
 #include <regex>
@@ -33,10 +33,10 @@ bool fails(const char *function) {
 // ------------------------------------------------------------------------------------------------------- callbacks
 
 // While it lives the test's own code runs, whose calls of the store and allocations do not count and do not fail.
-class Callback {
+class Quiet {
 public:
-    Callback() { running = false; }
-    ~Callback() { running = true; }
+    Quiet() { running = false; }
+    ~Quiet() { running = true; }
 
 private:
     faults::Pause pause_;
@@ -47,14 +47,30 @@ struct Entry {
 };
 std::set<void *> buffers;
 Entry own;  // the caller's, from no callback
-std::deque<std::string> exports;
+int the_handle;
 
-// Records a callback with its arguments; true when it is to fail.
-bool record(const char *function, const std::string &arguments = "") {
-    calls += function;
-    if (!arguments.empty()) calls += "(" + arguments + ")";
-    calls += ' ';
+// Records a callback; true when it is to fail.
+bool record(const char *function) {
+    Quiet quiet;
+    calls += std::string(function) + " ";
     return due(function);
+}
+
+[[gnu::format(printf, 2, 3)]] bool record(const char *function, const char *format, ...) {
+    Quiet quiet;
+    char arguments[512];
+    va_list list;
+    va_start(list, format);
+    vsnprintf(arguments, sizeof arguments, format, list);
+    va_end(list);
+    calls += std::string(function) + "(" + arguments + ") ";
+    return due(function);
+}
+
+// The last of the callbacks comes when everything is closed.
+bool end() {
+    EXPECT_EQ(handles, 0) << "a container is open still";
+    return record("end");
 }
 
 const char *text_of(void *buffer) {
@@ -62,19 +78,19 @@ const char *text_of(void *buffer) {
     return static_cast<Entry *>(buffer)->text;
 }
 
-std::string name_of(kvio_node_t *entity) {
-    char name[256] = "";
+const char *name_of(kvio_node_t *entity) {
+    Quiet quiet;
+    static char name[256];
     EXPECT_EQ(kvio_name2(entity, name, sizeof name), 1);
     return name;
 }
 
-std::string number(int value) { return std::to_string(value); }
+const char *name_of(void *handle) { return handle == &the_handle ? "handle" : "another handle"; }
 
 void *alloc(const char *function) {
     if (record(function)) return nullptr;
-    void *buffer = new Entry{};
-    buffers.insert(buffer);
-    return buffer;
+    Quiet quiet;
+    return *buffers.insert(new Entry{}).first;
 }
 
 void release(const char *function, void *buffer) {
@@ -85,22 +101,18 @@ void release(const char *function, void *buffer) {
 
 int get(const char *function, kvio_node_t *entity, void *buffer) {
     text_of(buffer);
-    if (record(function, name_of(entity))) return -1;
-    if (!kvio_get2(entity, "v", static_cast<Entry *>(buffer)->text, sizeof(Entry::text)))
-        static_cast<Entry *>(buffer)->text[0] = '\0';
+    if (record(function, "%s", name_of(entity))) return -1;
+    Quiet quiet;
+    kvio_get2(entity, "v", static_cast<Entry *>(buffer)->text, sizeof(Entry::text));
     return 0;
 }
 
 int set(const char *function, kvio_node_t *entity, void *data, void *current) {
-    std::string change = name_of(entity) + (current ? std::string(":") + text_of(current) : "") + "=" +
-                         static_cast<const char *>(data);
-    if (record(function, change)) return -1;
-    return kvio_set(entity, "v", static_cast<const char *>(data)) ? 0 : -1;
-}
-
-std::string handle_name(void *handle) {
-    EXPECT_EQ(handle, &exports) << "not the export handle";
-    return "handle";
+    const char *text = static_cast<const char *>(data);
+    if (record(function, "%s%s%s=%s", name_of(entity), current ? ":" : "", current ? text_of(current) : "", text))
+        return -1;
+    Quiet quiet;
+    return kvio_set(entity, "v", text) ? 0 : -1;
 }
 
 }  // namespace
@@ -113,38 +125,14 @@ list_desc_t Objects::list(const char *name) {
     list.type = "t";
     list.name = name;
     list.max_entries = 100;
-    list.begin = [] {
-        Callback callback;
-        return record("begin") ? 1 : 7;
-    };
-    list.end = [] {
-        Callback callback;
-        return record("end") ? 1 : 7;
-    };
-    list.print_entry = [](int position, void *entry) {
-        Callback callback;
-        return record("print_entry", number(position) + "," + text_of(entry)) ? 1 : 0;
-    };
-    list.print_name = [](int position, const char *entry, int count) {
-        Callback callback;
-        return record("print_name", number(position) + "," + entry + "," + number(count)) ? 1 : 0;
-    };
-    list.alloc_entry = [] {
-        Callback callback;
-        return alloc("alloc_entry");
-    };
-    list.set_entry = [](kvio_node_t *entity, void *data) {
-        Callback callback;
-        return set("set_entry", entity, data, nullptr) < 0 ? -1 : 7;
-    };
-    list.get_entry = [](kvio_node_t *entity, void *entry) {
-        Callback callback;
-        return get("get_entry", entity, entry);
-    };
-    list.free_entry = [](void *entry) {
-        Callback callback;
-        release("free_entry", entry);
-    };
+    list.begin = [] { return record("begin") ? 1 : 7; };
+    list.end = [] { return end() ? 1 : 7; };
+    list.print_entry = [](int p, void *b) -> int { return record("print_entry", "%d,%s", p, text_of(b)); };
+    list.print_name = [](int p, const char *e, int c) -> int { return record("print_name", "%d,%s,%d", p, e, c); };
+    list.alloc_entry = [] { return alloc("alloc_entry"); };
+    list.set_entry = [](kvio_node_t *e, void *data) { return set("set_entry", e, data, nullptr) < 0 ? -1 : 7; };
+    list.get_entry = [](kvio_node_t *e, void *b) { return get("get_entry", e, b); };
+    list.free_entry = [](void *b) { release("free_entry", b); };
     return list;
 }
 
@@ -158,84 +146,34 @@ group_desc_t Objects::group(const char *name) {
     group.type = "t";
     group.property_type = "p";
     group.name = names.back().data();
-    group.begin = [] {
-        Callback callback;
-        record("begin");
-    };
-    group.end = [] {
-        Callback callback;
-        record("end");
-    };
-    group.print_group = [](const char *nested) {
-        Callback callback;
-        return record("print_group", nested) ? 1 : 0;
-    };
-    group.print_entry = [](const char *entry, void *buffer) {
-        Callback callback;
-        return record("print_entry", std::string(entry) + "," + text_of(buffer)) ? 1 : 0;
-    };
-    group.alloc_entry = [] {
-        Callback callback;
-        return alloc("alloc_entry");
-    };
-    group.set_entry = [](kvio_node_t *entity, const char *entry, void *data, void *current) {
-        Callback callback;
-        EXPECT_EQ(name_of(entity), entry);
+    group.begin = [] { record("begin"); };
+    group.end = [] { end(); };
+    group.print_group = [](const char *g) -> int { return record("print_group", "%s", g); };
+    group.print_entry = [](const char *e, void *b) -> int { return record("print_entry", "%s,%s", e, text_of(b)); };
+    group.alloc_entry = [] { return alloc("alloc_entry"); };
+    group.set_entry = [](kvio_node_t *entity, const char *e, void *data, void *current) {
+        EXPECT_STREQ(name_of(entity), e);
         return set("set_entry", entity, data, current);
     };
-    group.entry_removed = [](const char *entry, void *buffer) {
-        Callback callback;
-        return record("entry_removed", std::string(entry) + "," + text_of(buffer)) ? 1 : 0;
+    group.entry_removed = [](const char *e, void *b) -> int { return record("entry_removed", "%s,%s", e, text_of(b)); };
+    group.get_entry = [](kvio_node_t *e, void *b) { return get("get_entry", e, b); };
+    group.free_entry = [](void *b) { release("free_entry", b); };
+    group.print_property = [](void *b) -> int { return record("print_property", "%s", text_of(b)); };
+    group.alloc_property = [] { return alloc("alloc_property"); };
+    group.set_property = [](kvio_node_t *p, void *data, void *current) {
+        return set("set_property", p, data, current);
     };
-    group.get_entry = [](kvio_node_t *entity, void *entry) {
-        Callback callback;
-        return get("get_entry", entity, entry);
+    group.property_removed = [](void *b) -> int { return record("property_removed", "%s", text_of(b)); };
+    group.get_property = [](kvio_node_t *p, void *b) { return get("get_property", p, b); };
+    group.free_property = [](void *b) { release("free_property", b); };
+    group.export_begin = [](int n) -> void * { return record("export_begin", "%d", n) ? nullptr : &the_handle; };
+    group.export_entry = [](int i, void *handle, const char *e, void *b) -> int {
+        return record("export_entry", "%d,%s,%s,%s", i, name_of(handle), e, text_of(b));
     };
-    group.free_entry = [](void *entry) {
-        Callback callback;
-        release("free_entry", entry);
+    group.export_property = [](int i, int p, void *handle, void *b) -> int {
+        return record("export_property", "%d,%d,%s,%s", i, p, name_of(handle), text_of(b));
     };
-    group.print_property = [](void *buffer) {
-        Callback callback;
-        return record("print_property", text_of(buffer)) ? 1 : 0;
-    };
-    group.alloc_property = [] {
-        Callback callback;
-        return alloc("alloc_property");
-    };
-    group.set_property = [](kvio_node_t *entity, void *data, void *current) {
-        Callback callback;
-        return set("set_property", entity, data, current);
-    };
-    group.property_removed = [](void *buffer) {
-        Callback callback;
-        return record("property_removed", text_of(buffer)) ? 1 : 0;
-    };
-    group.get_property = [](kvio_node_t *entity, void *buffer) {
-        Callback callback;
-        return get("get_property", entity, buffer);
-    };
-    group.free_property = [](void *buffer) {
-        Callback callback;
-        release("free_property", buffer);
-    };
-    group.export_begin = [](int count) -> void * {
-        Callback callback;
-        return record("export_begin", number(count)) ? nullptr : &exports;
-    };
-    group.export_entry = [](int index, void *handle, const char *entry, void *buffer) -> int {
-        Callback callback;
-        return record("export_entry", number(index) + "," + handle_name(handle) + "," + entry + "," + text_of(buffer));
-    };
-    group.export_property = [](int index, int property, void *handle, void *buffer) -> int {
-        Callback callback;
-        return record("export_property",
-                      number(index) + "," + number(property) + "," + handle_name(handle) + "," + text_of(buffer));
-    };
-    group.export_discard = [](void *handle) {
-        Callback callback;
-        record("export_discard", handle_name(handle));
-    };
+    group.export_discard = [](void *handle) { record("export_discard", "%s", name_of(handle)); };
     return group;
 }
 

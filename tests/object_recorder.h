@@ -38,8 +38,8 @@ protected:
     void unload();
     std::string scope() const;
 
-    // Runs one operation. What it wrote to descriptor 2 goes to `err`, less the store's lines when it has any that begin
-    // with a percent sign.
+    // Runs one operation. What it wrote to descriptor 2 goes to `err`: the lines that begin with a percent sign when
+    // there are any, else all.
     Seen run(const std::function<long()> &operation);
     std::string err;
 
