@@ -131,7 +131,8 @@ int write(xmlDoc *document, const char *path, unsigned mode) noexcept {
     struct stat now;
     bool regular = stat(path, &now) != 0 ? errno == ENOENT : S_ISREG(now.st_mode);
     Sink sink;
-    if (regular && document->compression <= 0) {
+    int compression = document->compression < 0 ? xmlGetCompressMode() : document->compression;
+    if (regular && compression <= 0) {
         if (!serialise(document, sink) || sink.size > INT_MAX) return -1;
     }
     Descriptor file(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, mode));

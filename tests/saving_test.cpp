@@ -1,0 +1,312 @@
+// What saving puts into a file: the bytes, and above all what is left of the old ones when it fails.
+#include <fcntl.h>
+#include <libxml/parser.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include "tests/open_document.h"
+
+namespace {
+
+class Saving : public OpenDocument {
+protected:
+    Outcome save() { return call([&] { return kvio_save_config(config); }); }
+    Outcome failure() const { return {-1, 5, "Problem occurred on saving XML to " + path() + "\n"}; }
+    // What a save is to write.
+    std::string pending() const {
+        kvio_dump(config, "/tmp/pending.xml");
+        return read_file("/tmp/pending.xml");
+    }
+    void set(const std::string &value) { ASSERT_EQ(kvio_set(kvio_retrieve_entity(config, "s", "t", "e"), "f", value.c_str()), 1); }
+    static struct stat status(const std::string &path) {
+        struct stat now = {};
+        EXPECT_EQ(stat(path.c_str(), &now), 0);
+        return now;
+    }
+};
+
+std::string utf16(const std::string &ascii) {
+    std::string text = "\xff\xfe";
+    for (char c : ascii) text += {c, '\0'};
+    return text;
+}
+
+TEST_F(Saving, WritesTheBytesOfTheLibrary) {
+    const std::string body = "<kavex a=\"&lt;&#10;&quot;'\"><s><t name=\"e\"><f>a&amp;b &#233; &#8364;</f><g/><h></h></t></s></kavex>";
+    const std::string documents[] = {
+        body,
+        body + "\n\n",
+        "<kavex/>",
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + body,
+        "<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"yes\"?>" + body,
+        "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><kavex><s>\xe9<t name=\"\xe9\">&#8364;</t></s></kavex>",
+        "<?xml version=\"1.0\" encoding=\"US-ASCII\"?>" + body,
+        "<?xml version=\"1.0\" encoding=\"windows-1252\"?><kavex><s>\x80</s></kavex>",
+        "<?xml version=\"1.0\" encoding=\"EUC-JP\"?><kavex><s>\xc6\xfc</s></kavex>",
+        utf16("<?xml version=\"1.0\" encoding=\"UTF-16\"?>" + body),
+        utf16(body),
+        "<kavex>\n  <s>\n\t<t name=\"e\"><f>1</f>\n\n</t>text<u><v/></u></s>\n</kavex>",
+        "<kavex><s>mixed <b>content</b> here</s><s xml:space=\"preserve\"><a> <b/></a></s></kavex>",
+        "<!DOCTYPE kavex [<!ENTITY x \"<y/>\"><!ELEMENT kavex ANY><!ATTLIST t id ID #IMPLIED>]><kavex>&x;<t id=\"i\"/></kavex>",
+        "<!DOCTYPE kavex SYSTEM \"none.dtd\"><kavex><s>&undeclared;</s></kavex>",
+        "<!-- a --><?pi b?>\n<kavex><!-- c --><?pi?><![CDATA[<d>]]></kavex><!-- e -->",
+        "<n:kavex xmlns:n=\"urn:n\" xmlns=\"urn:d\"><s n:a=\"1\"/></n:kavex>",
+    };
+    for (const std::string &document : documents) {
+        open_whole(document);
+        xmlDoc *same = xmlParseFile(path().c_str());
+        const int expected = xmlSaveFormatFile("/tmp/expected.xml", same, 1);
+        xmlFreeDoc(same);
+        const struct stat before = status(path());
+        EXPECT_EQ(save(), (Outcome{static_cast<long>(read_file("/tmp/expected.xml").size()), 0})) << document;
+        EXPECT_EQ(read_config("a.xml"), read_file("/tmp/expected.xml")) << document;
+        EXPECT_EQ(expected, static_cast<long>(read_file("/tmp/expected.xml").size())) << document;
+        EXPECT_EQ(status(path()).st_ino, before.st_ino) << "the lock hangs on it";
+        EXPECT_EQ(status(path()).st_mode, before.st_mode);
+    }
+}
+
+TEST_F(Saving, ShorterAndLongerDocuments) {
+    open("<t name=\"e\"/>");
+    for (std::size_t size : {1u, 300000u, 299999u, 4096u, 4097u, 0u}) {
+        set(std::string(size, 'v'));
+        const std::string wanted = pending();
+        EXPECT_EQ(save(), (Outcome{static_cast<long>(wanted.size()), 0}));
+        EXPECT_EQ(read_config("a.xml"), wanted);
+        EXPECT_LE(status(path()).st_blocks * 512, static_cast<long>(wanted.size() / 4096 + 1) * 4096) << "no room kept";
+    }
+    // A file that went away meanwhile is made again.
+    unlink(path().c_str());
+    EXPECT_EQ(save().code, 0);
+    EXPECT_EQ(file_mode(path()), 0600u);
+    EXPECT_EQ(call([] { return kvio_save_config(nullptr); }),
+              (Outcome{-1, 6, "kvio_save_config error: passing NULL argument\n"}));
+}
+
+TEST_F(Saving, FailuresAreReportedAndTheNextTryWorks) {
+    enum Left { old_bytes, new_bytes, done };
+    struct Row {
+        const char *function;
+        int error;
+        Left left;
+    } rows[] = {
+        {"open", EACCES, old_bytes},     {"fallocate", ENOSPC, old_bytes}, {"fallocate", EFBIG, old_bytes},
+        {"fallocate", EINTR, done},      {"fallocate", EOPNOTSUPP, done},  {"fallocate", ENOSYS, done},
+        {"pwrite", EIO, old_bytes},      {"pwrite", EINTR, done},          {"ftruncate", EIO, new_bytes},
+        {"fdatasync", EIO, new_bytes},   {"close", ENOSPC, new_bytes},     {"pwrite", 0, done},
+    };
+    for (const Row &row : rows) {
+        for (const char *value : {"v", "a longer value than before"}) {
+            SCOPED_TRACE(testing::Message() << row.function << " " << row.error << " " << value);
+            open("<t name=\"e\"><f>old value</f></t>");
+            const std::string before = read_config("a.xml");
+            set(value);
+            const std::string wanted = pending();
+            if (row.error) faults::fail(row.function, row.error);
+            else faults::shorten(row.function, 7);
+            Outcome outcome = save();
+            EXPECT_TRUE(faults::struck());
+            EXPECT_EQ(outcome, row.left == done ? (Outcome{static_cast<long>(wanted.size()), 0}) : failure());
+            if (row.left == old_bytes) {
+                EXPECT_EQ(read_config("a.xml"), before);
+            } else {
+                EXPECT_EQ(read_config("a.xml").substr(0, wanted.size()), wanted);
+            }
+            EXPECT_TRUE(locked(path()));
+            EXPECT_EQ(save(), (Outcome{static_cast<long>(wanted.size()), 0}));
+            EXPECT_EQ(read_config("a.xml"), wanted);
+        }
+    }
+}
+
+// A file system of 256 KiB, and a limit on the size of files: what does not fit leaves what is there.
+TEST_F(Saving, AFullDiskLeavesTheOldFileWhole) {
+    open("<t name=\"e\"/>");
+    set(std::string(100000, 'o'));
+    const std::string small = small_disk("a.xml"), small_path = config_path(small), elsewhere = config_path(small_disk("b.xml"));
+    ASSERT_GT(call([&] { return kvio_save_as(config, small.c_str()); }).result, 0);
+    const std::string before = read_file(small_path);
+    const Outcome full{-1, 5, "Problem occurred on saving XML to " + small_path + "\n"};
+    set(std::string(300000, 'n'));
+    for (int time : {1, 2}) {
+        EXPECT_EQ(save(), full) << time;
+        EXPECT_EQ(read_file(small_path), before) << time;
+        EXPECT_EQ(status(small_path).st_blocks, static_cast<long>((before.size() + 4095) / 4096 * 8)) << "gives the room back";
+    }
+    EXPECT_EQ(call([&] { return kvio_dump(config, elsewhere.c_str()); }),
+              (Outcome{-1, 5, "Problem occurred on saving XML to " + elsewhere + "\n"}));
+    set(std::string(120000, 'w'));
+    EXPECT_GT(save().result, 120000);
+    const std::string after = read_file(small_path);
+    rlimit limit = {}, tight = {};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    tight = {110000, limit.rlim_max};
+    set(std::string(120001, 'x'));
+    setrlimit(RLIMIT_FSIZE, &tight);
+    Outcome limited = save();
+    setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_EQ(limited, full);
+    EXPECT_EQ(read_file(small_path), after);
+    EXPECT_GT(save().result, 120001);
+}
+
+TEST_F(Saving, ANameIsNothingButAPath) {
+    const std::string text = "<?xml version=\"1.0\"?>\n<kavex/>\n";
+    const std::filesystem::path here = std::filesystem::current_path();
+    std::filesystem::create_directories("/tmp/names/http:/host");
+    std::filesystem::create_directories("/tmp/names/file:/tmp");
+    std::filesystem::current_path("/tmp/names");
+    for (const char *name : {"-", "a%41.xml", "http://host/a.xml", "file:/tmp/a.xml", "a b.xml.gz", "\xff", "a?b#c"}) {
+        open_whole("<kavex/>");
+        EXPECT_EQ(call([&] { return kvio_dump(config, name); }), (Outcome{static_cast<long>(text.size()), 0})) << name;
+        EXPECT_EQ(read_file(std::string("/tmp/names/") + name), text);
+        kvio_config_t *read = nullptr;
+        EXPECT_EQ(call([&] { return read = kvio_restore_scope(name); }), (Outcome{1, 0})) << name;
+        EXPECT_EQ(call([&] { return kvio_save_config(read); }), (Outcome{static_cast<long>(text.size()), 0})) << name;
+        call([&] { return kvio_close_config(read); });
+        if (std::string(name).find('/') != std::string::npos) continue;
+        EXPECT_GT(call([&] { return kvio_save_as(config, name); }).result, 0) << name;
+        EXPECT_EQ(read_config(name), text);
+        EXPECT_GT(save().result, 0);
+    }
+    EXPECT_FALSE(file_exists("/tmp/names/aA.xml") || file_exists(config_path("aA.xml")));
+    std::filesystem::current_path(here);
+}
+
+TEST_F(Saving, TargetsThatAreNoFiles) {
+    open("<t name=\"e\"><f>" + std::string(200000, 'v') + "</f></t>");
+    EXPECT_EQ(call([&] { return kvio_dump(config, "/dev/full"); }),
+              (Outcome{-1, 5, "Problem occurred on saving XML to /dev/full\n"}));
+    EXPECT_GT(call([&] { return kvio_dump(config, "/dev/null"); }).result, 200000);
+    ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0);
+    std::string arrived;
+    std::thread reader([&] { arrived = read_file("/tmp/fifo"); });
+    Outcome outcome = call([&] { return kvio_dump(config, "/tmp/fifo"); });
+    reader.join();
+    EXPECT_EQ(outcome, (Outcome{static_cast<long>(arrived.size()), 0}));
+    EXPECT_EQ(arrived, pending());
+}
+
+// Compressed files are read; what is written is the XML library's choice.
+TEST_F(Saving, CompressedDocuments) {
+    const std::string name = "a%41.xml", file = config_path(name);
+    open("<t name=\"e\"><f>" + std::string(1000, 'o') + "</f></t>");
+    xmlDoc *document = xmlParseFile(path().c_str());
+    xmlSetDocCompressMode(document, 9);
+    xmlSaveFormatFile("/tmp/a.gz", document, 1);
+    xmlFreeDoc(document);
+    close();
+    for (int mode : {0, 9}) {
+        write_file(file, read_file("/tmp/a.gz"));
+        ASSERT_EQ(read_file(file).substr(0, 2), "\x1f\x8b");
+        ASSERT_EQ(call([&] { return config = kvio_open_config(name.c_str(), 0); }).result, 1);
+        uint32_t length = 0;
+        EXPECT_EQ(kvio_getlen(kvio_retrieve_entity(config, "s", "t", "e"), "f", &length), 1);
+        EXPECT_EQ(length, 1000u);
+        xmlSetCompressMode(mode);
+        document = xmlParseFile("/tmp/a.gz");
+        const int expected = xmlSaveFormatFile("/tmp/expected", document, 1);
+        xmlFreeDoc(document);
+        for (const char *failing : {"fdatasync", "close"}) {
+            faults::fail(failing, EIO, 1, faults::from_then_on);
+            EXPECT_EQ(save(), (Outcome{-1, 5, "Problem occurred on saving XML to " + file + "\n"})) << failing << mode;
+        }
+        EXPECT_EQ(save(), (Outcome{expected, 0}));
+        xmlSetCompressMode(0);
+        EXPECT_EQ(read_file(file), read_file("/tmp/expected"));
+        EXPECT_EQ(read_file(file).substr(0, 2) == "\x1f\x8b", mode == 9);
+        close();
+    }
+}
+
+// A child saves two documents of 100 KB in turn and is killed at a random moment: one of them is there, whole.
+TEST_F(Saving, AKillCostsNothing) {
+    std::string entities;
+    for (int i = 0; i < 900; ++i) entities += "<t name=\"" + std::to_string(i) + "\"><f>" + std::string(80, 'v') + "</f></t>";
+    open("<t name=\"e\"><f>a</f></t>" + entities);
+    const std::string one = pending();
+    set(std::string(3000, 'b'));
+    const std::string other = pending();
+    save();
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+    unsigned random = 12345;
+    int seen[2] = {};
+    for (int round = 0; round < 200 && !HasFailure(); ++round) {
+        pid_t child = fork();
+        if (child == 0) {
+            for (int i = round;; ++i) {
+                kvio_set(kvio_retrieve_entity(config, "s", "t", "e"), "f", i % 2 ? "a" : std::string(3000, 'b').c_str());
+                if (kvio_save_config(config) < 0) _exit(1);
+            }
+        }
+        random = random * 1103515245 + 12345;
+        usleep(500 + random / 65536 % 4000);
+        kill(child, SIGKILL);
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status)) << "a save failed";
+        while (waitpid(-1, nullptr, __WALL) > 0) {}  // what it left to do itself, which is ours now
+        const std::string found = read_config("a.xml");
+        EXPECT_TRUE(found == one || found == other) << "round " << round << ": " << found.size() << " bytes";
+        ++seen[found == one];
+    }
+    prctl(PR_SET_CHILD_SUBREAPER, 0);
+    EXPECT_GT(seen[0], 0);
+    EXPECT_GT(seen[1], 0);
+}
+
+// Where no process may be started the save does its work alone; a child of the caller's is not taken for the helper.
+TEST_F(Saving, TheCallersChildrenAreLeftAlone) {
+    open("<t name=\"e\"/>");
+    pid_t child = fork();
+    if (child == 0) _exit(7);
+    EXPECT_GT(save().result, 0);
+    int status = 0;
+    EXPECT_EQ(waitpid(-1, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 7);
+    signal(SIGCHLD, SIG_IGN);
+    EXPECT_GT(save().result, 0);
+    signal(SIGCHLD, SIG_DFL);
+}
+
+#ifdef KAVEX_TEST_ALLOCATIONS
+TEST_F(Saving, WithoutMemoryTheOldFileIsLeft) {
+    for (const char *encoding : {"UTF-8", "ISO-8859-1"}) {
+        for (faults::Extent extent : {faults::once, faults::from_then_on}) {
+            open_whole(std::string("<?xml version=\"1.0\" encoding=\"") + encoding +
+                       "\"?><kavex><s><t name=\"e\"><f>old</f></t></s></kavex>");
+            const std::string before = read_config("a.xml");
+            set(std::string(20000, 'v') + "&\xc3\xa9");
+            const std::string wanted = pending();
+            const Outcome success{static_cast<long>(wanted.size()), 0};
+            faults::each([&](int nth) {
+                write_config("a.xml", before);
+                faults::fail_allocation(nth, extent);
+                Outcome outcome = save();
+                EXPECT_EQ(outcome, outcome.code ? failure() : success);
+                EXPECT_EQ(read_config("a.xml"), outcome.code ? before : wanted);
+                EXPECT_EQ(save(), success);
+                faults::fail_allocation(nth, extent);
+                outcome = call([&] { return kvio_save_as(config, "b.xml"); });
+                EXPECT_EQ(outcome, outcome.code ? (Outcome{-1, 5, "Problem occurred on saving XML to b.xml\n"}) : success);
+                EXPECT_EQ(read_config("b.xml"), outcome.code ? "" : wanted);
+                EXPECT_EQ(lock_count(), 1);
+                if (!outcome.code) {
+                    EXPECT_EQ(call([&] { return kvio_save_as(config, "a.xml"); }), success);
+                }
+                unlink(config_path("b.xml").c_str());
+            });
+        }
+    }
+}
+#endif
+
+}  // namespace
