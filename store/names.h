@@ -16,23 +16,16 @@ public:
     static constexpr std::uint32_t none = UINT32_MAX;
 
     // The number of a name, none if it has not come.
-    std::uint32_t find(const char *name) const noexcept {
-        if (slots_.empty()) return none;
-        std::uint32_t hash = hash_of(name);
-        for (std::uint32_t slot = hash & mask();; slot = (slot + 1) & mask()) {
-            std::uint32_t number = slots_[slot];
-            if (number == none) return none;
-            if (names_[number].hash == hash && same(names_[number].text, name)) return number;
-        }
-    }
+    std::uint32_t find(const char *name) const noexcept { return find(name, hash_of(name)); }
 
     // The number of a name that comes now; none when memory is short.
     std::uint32_t add(const char *name) noexcept {
-        std::uint32_t number = find(name);
+        std::uint32_t hash = hash_of(name);
+        std::uint32_t number = find(name, hash);
         if (number != none) return number;
         if (2 * (names_.size() + 1) > slots_.size() && !grow()) return none;
         number = static_cast<std::uint32_t>(names_.size());
-        if (!names_.push({name, hash_of(name)})) return none;
+        if (!names_.push({name, hash})) return none;
         place(number);
         return number;
     }
@@ -45,11 +38,38 @@ private:
         std::uint32_t hash;
     };
 
-    // FNV-1a (http://www.isthe.com/chongo/tech/comp/fnv/).
+    // Hashing is most of the work. It goes by four bytes; the last four may overlap those before them.
     static std::uint32_t hash_of(const char *text) noexcept {
-        std::uint32_t hash = 2166136261u;
-        for (; *text; ++text) hash = (hash ^ static_cast<unsigned char>(*text)) * 16777619u;
-        return hash;
+        std::size_t length = std::strlen(text);
+        std::uint32_t hash = static_cast<std::uint32_t>(length);
+        if (length < 4) {
+            for (; *text; ++text) hash = mixed(hash, static_cast<unsigned char>(*text));
+            return hash;
+        }
+        const char *last = text + length - 4;
+        for (; text < last; text += 4) hash = mixed(hash, four_bytes(text));
+        return mixed(hash, four_bytes(last));
+    }
+
+    static std::uint32_t four_bytes(const char *text) noexcept {
+        std::uint32_t word;
+        std::memcpy(&word, text, sizeof word);
+        return word;
+    }
+
+    // A product's high bits depend on all bits, its low bits on low ones only; a slot is made of low bits.
+    static std::uint32_t mixed(std::uint32_t hash, std::uint32_t word) noexcept {
+        hash = (hash ^ word) * 0x9E3779B1u;
+        return hash ^ hash >> 15;
+    }
+
+    std::uint32_t find(const char *name, std::uint32_t hash) const noexcept {
+        if (slots_.empty()) return none;
+        for (std::uint32_t slot = hash & mask();; slot = (slot + 1) & mask()) {
+            std::uint32_t number = slots_[slot];
+            if (number == none) return none;
+            if (names_[number].hash == hash && same(names_[number].text, name)) return number;
+        }
     }
 
     std::uint32_t mask() const noexcept { return static_cast<std::uint32_t>(slots_.size() - 1); }
