@@ -78,25 +78,41 @@ bool is_below_root(const xmlNode *node) noexcept {
     return xml::is_element(node) && node->parent && xml::is_element(node->parent);
 }
 
+// The value of the variable $name; there is no other one.
+xmlXPathObject *name_variable(void *value, const xmlChar *variable, const xmlChar *) noexcept {
+    return xml::equal(variable, "name") ? xmlXPathNewString(static_cast<const xmlChar *>(value)) : nullptr;
+}
+
+// xmlXPathEvalExpression() frees its own state twice when there is no memory for the stack of values in it; so
+// the stack is made here.
+xml::Result evaluate_expression(const char *expression, xmlXPathContext *context) noexcept {
+    auto state = xml::guarded<Owned<xmlXPathParserContext, xmlXPathFreeParserContext>>(
+        [&] { return xmlXPathNewParserContext(xml::str(expression), context); });
+    if (!state) return nullptr;
+    constexpr int values = 10;  // it grows
+    state->valueTab = static_cast<xmlXPathObject **>(xmlMalloc(values * sizeof *state->valueTab));
+    if (!state->valueTab) return nullptr;
+    state->valueMax = values;
+    auto result = xml::guarded<xml::Result>([&]() -> xmlXPathObject * {
+        xmlXPathEvalExpr(state.get());
+        return state->error == XPATH_EXPRESSION_OK ? valuePop(state.get()) : nullptr;
+    });
+    while (xmlXPathObject *left = valuePop(state.get())) xmlXPathFreeObject(left);
+    return result;
+}
+
 // Evaluates "/kavex/SCOPE", "/kavex/SCOPE/TYPE" or "/kavex/SCOPE/TYPE[@name=$name]". The name is passed as a variable:
-// inside the expression a quote in it could select another entity.
+// inside the expression a quote in it could select another entity. The "[1]" changes nothing but that libxml2 does not
+// take the expression for a pattern, whose matching hides a shortage of memory.
 Evaluation evaluate(xmlDoc *document, const char *scope, const char *type, const char *name) noexcept {
     char *text = nullptr;
-    if (asprintf(&text, "/kavex/%s%s%s%s", scope, type ? "/" : "", type ? type : "", name ? "[@name=$name]" : "") < 0)
+    if (asprintf(&text, "/kavex[1]/%s%s%s%s", scope, type ? "/" : "", type ? type : "", name ? "[@name=$name]" : "") < 0)
         return {Evaluation::failed};
     Block<char> expression(text);
     auto context = xml::guarded<xml::Context>([&] { return xmlXPathNewContext(document); });
     if (!context) return {Evaluation::no_context};
-    if (name) {
-        auto value = xml::guarded<xml::Result>([&] { return xmlXPathNewString(xml::str(name)); });
-        bool known = value && xml::done([&] {
-            return xmlXPathRegisterVariable(context.get(), xml::str("name"), value.get()) == 0;
-        });
-        if (!known) return {Evaluation::failed};
-        value.release();
-    }
-    auto result = xml::guarded<xml::Result>(
-        [&] { return xmlXPathEvalExpression(xml::str(expression.get()), context.get()); });
+    if (name) xmlXPathRegisterVariableLookup(context.get(), name_variable, const_cast<char *>(name));
+    xml::Result result = evaluate_expression(expression.get(), context.get());
     if (!result) return {Evaluation::failed};
     const xmlNodeSet *nodes = result->type == XPATH_NODESET ? result->nodesetval : nullptr;
     if (!nodes) return {};
