@@ -103,21 +103,10 @@ void read_values(Call &call) {
 
 Container opened(Call &call, Document &document) { return {document, call[1], call[2], call[3], call[4]}; }
 
-std::string naming(Element scope, const std::string &kind, const std::string &type, const std::string &name) {
-    for (Element container : scope.children()) {
-        if (container.role() != Role::container || container.type() != type) continue;
-        if (!kind.empty() && container.tag() != kind) continue;
-        for (Element member : container.children())
-            if (member.tag() == (kind.empty() ? "entity" : "container") && member.text() == name)
-                return container.tag() + ' ' + container.name();
-    }
-    return "";
-}
-
 void refuse_if_named(Call &call, Document &document, const std::string &kind, const std::string &type,
                      const std::string &name) {
     if (call.has('f')) return;
-    std::string container = naming(document.tree().scope(call[1]), kind, type, name);
+    std::string container = document.references().container_naming(document.tree().scope(call[1]), kind, type, name);
     if (!container.empty())
         throw Failure{inconsistent, container + " names " + name + "; take it out first, or say --force"};
 }
@@ -252,8 +241,9 @@ void join(Call &call, Document &document) {
         const std::string &name = call[i];
         std::string data = character_data(name);
         // The store looks for the name as it is given, and with an ampersand it is given differently.
-        if (data != name && position_of(container.get(), name)) throw Failure{not_found, name + ": it exists already"};
-        if (!kvio_join(container.get(), data.c_str(), entities)) store_failure(name);
+        if (data != name && position_of(container.get(), name)) kvio_errno = KVIO_EXISTS;
+        else kvio_join(container.get(), data.c_str(), entities);
+        if (kvio_errno) store_failure("member " + name + " of " + container.label());
         if (call.has('f')) continue;
         if (entities) document.entity(call[1], call[3], name);
         else Container nested(document, call[1], call[2], call[3], name);

@@ -125,15 +125,7 @@ void Document::save() {
     if (kvio_save_config(get()) < 0) file_failure(path_, path_);
 }
 
-void Document::save_as(const std::string &name) {
-    if (kvio_save_as(get(), name.c_str()) >= 0) return;
-    if (kvio_errno == KVIO_LOCKED) store_failure(name);
-    file_failure(name, config_directory + name);
-}
-
-void Document::dump(const std::string &path) {
-    if (kvio_dump(get(), path.c_str()) < 0) file_failure(path, path);
-}
+bool Document::save_as(const std::string &name) { return kvio_save_as(get(), name.c_str()) >= 0; }
 
 const Tree &Document::tree() {
     if (tree_) return *tree_;
@@ -145,6 +137,8 @@ const Tree &Document::tree() {
     if (!document) throw Failure{inconsistent, path_ + ": cannot be read back"};
     return tree_.emplace(std::move(document));
 }
+
+const References &Document::references() { return references_ ? *references_ : references_.emplace(tree()); }
 
 // kvio_entity_count() counts what a path selects, of which a unique scope is the special case.
 void Document::check_scope(const std::string &scope) {

@@ -44,11 +44,11 @@ public:
 
     kvio_config_t *get() const { return config_; }
     void save();
-    void save_as(const std::string &name);
-    void dump(const std::string &path);
+    bool save_as(const std::string &name);
 
     const Tree &tree();                // as the document stood at the first call after the last members_changed()
-    void members_changed() { tree_.reset(); }
+    const References &references();
+    void members_changed() { tree_.reset(), references_.reset(); }
 
     // Throw a Failure that names what is missing.
     kvio_node_t *entity(const std::string &scope, const std::string &type, const std::string &name);
@@ -65,6 +65,7 @@ private:
     std::unique_ptr<kvio_config_t, Closer> owner_;
     kvio_config_t *config_ = nullptr;
     std::optional<Tree> tree_;
+    std::optional<References> references_;
 };
 
 // A handle on a container, closed at the end of its life.

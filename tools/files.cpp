@@ -12,15 +12,28 @@
 namespace kvio {
 namespace {
 
-// The store's file operations tell a locked file by its code alone, not which of the two it is.
+[[noreturn]] void write_failure(const std::string &path) {
+    int reason = 0;
+    std::string directory = path.substr(0, path.find_last_of('/') + 1);
+    if (faccessat(AT_FDCWD, path.c_str(), F_OK, AT_EACCESS) == 0)
+        reason = faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 ? 0 : errno;
+    else if (faccessat(AT_FDCWD, directory.empty() ? "." : directory.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
+        reason = errno;
+    throw Failure{reason == EACCES ? denied : io_error,
+                  path + ": " + (reason ? std::strerror(reason) : "it cannot be written")};
+}
+
 void run_on_files(int (*operation)(const char *, const char *), Call &call) {
+    if (call[0] == call[1]) throw Failure{misused, call[0] + " twice"};
     Undisturbed undisturbed;
     kvio_errno = 0;
     if (operation(call[0].c_str(), call[1].c_str()) == 0) return;
-    std::string both = call[0] + " to " + call[1];
-    if (kvio_errno == KVIO_LOCKED || kvio_errno == KVIO_EXISTS) store_failure(both);
+    if (kvio_errno == KVIO_LOCKED || kvio_errno == KVIO_EXISTS) store_failure(call[0] + " to " + call[1]);
     if (kvio_errno == KVIO_NO_FILE) store_failure(call[0]);
-    file_failure(both, config_directory + call[0]);
+    // What is wrong with the source, if anything, is its permissions; else it is the target.
+    std::string source = config_directory + call[0];
+    if (faccessat(AT_FDCWD, source.c_str(), R_OK, AT_EACCESS) != 0) file_failure(call[0], source);
+    write_failure(config_directory + call[1]);
 }
 
 // Gives a file for the store to write to, or a copy of it on standard output when there is none.
@@ -50,17 +63,6 @@ private:
     int fd_ = -1;
 };
 
-[[noreturn]] void write_failure(const std::string &path) {
-    int reason = 0;
-    std::string directory = path.substr(0, path.find_last_of('/') + 1);
-    if (faccessat(AT_FDCWD, path.c_str(), F_OK, AT_EACCESS) == 0)
-        reason = faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 ? 0 : errno;
-    else if (faccessat(AT_FDCWD, directory.empty() ? "." : directory.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
-        reason = errno;
-    throw Failure{reason == EACCES ? denied : io_error,
-                  path + ": " + (reason ? std::strerror(reason) : "it cannot be written")};
-}
-
 void restore_scope(Call &call) {
     Document source = Document::snapshot(call[1]), target = Document::change(call[0]);
     source.check_scope(call[2]);
@@ -87,9 +89,11 @@ int remove(Call &call) {
 }
 
 int save_as(Call &call) {
+    if (call[0] == call[1]) throw Failure{misused, call[0] + " twice"};
     Document document = Document::change(call[0]);
-    document.save_as(call[1]);
-    return success;
+    if (document.save_as(call[1])) return success;
+    if (kvio_errno == KVIO_LOCKED) store_failure(call[1]);
+    write_failure(config_directory + call[1]);
 }
 
 int dump(Call &call) {

@@ -12,16 +12,9 @@ namespace {
 int run(const Strings &words) {
     Call call = parse(words);
     if (call.has('h')) return put(help(call.verb)), success;
+    Messages messages(call.has('v'));
+    Messages::quiet = call.has('q');
     return call.verb->run(call);
-}
-
-// Said before anything is parsed, so that errors of usage, too, keep to it.
-bool asked_for(const Strings &words, const char *brief, const char *name) {
-    for (const std::string &word : words) {
-        if (word == "--") break;
-        if (word == brief || word == name) return true;
-    }
-    return false;
 }
 
 int guarded(const Strings &words) {
@@ -52,8 +45,6 @@ int main(int argc, char **argv) {
         return put(complete(words)), 0;
     }
     if (words == Strings{"--manual"}) return put(manual()), 0;
-    Messages messages(asked_for(words, "-v", "--verbose"));
-    Messages::quiet = asked_for(words, "-q", "--quiet");
     kvio_initialize();
     return guarded(words);
 }

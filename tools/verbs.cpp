@@ -2,6 +2,7 @@
 #include <getopt.h>
 
 #include <algorithm>
+#include <cctype>
 #include <sstream>
 
 #include "kvio.h"
@@ -201,6 +202,12 @@ std::string option_line(const Option &option) {
     return padded(text, 24) + option.summary + '\n';
 }
 
+std::string sentence(const Verb &verb) {
+    std::string text = verb.summary;
+    text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+    return text + '.';
+}
+
 // A text as an argument of a macro of mdoc(7).
 std::string mdoc(const std::string &text) {
     std::string result;
@@ -240,7 +247,7 @@ Call parse(const Strings &words, const char *name_in_batch) {
 std::string help(const Verb *verb) {
     std::string text;
     if (verb) {
-        text = "Usage: " + synopsis(*verb) + "\n\n" + verb->summary + ".\n\n";
+        text = "Usage: " + synopsis(*verb) + "\n\n" + sentence(*verb) + "\n\n";
         for (char letter : std::string(verb->options) + everywhere) text += option_line(*find_option(letter));
         return text + "\nExample: " + verb->example + '\n';
     }
@@ -263,9 +270,7 @@ std::string manual() {
             text += std::string(" Oo Fl \\-") + option.name + (option.argument ? std::string(" Ar ") + option.argument : "") + " Oc";
         }
         if (*verb.usage) text += std::string(" Ar ") + mdoc(verb.usage);
-        std::string summary = verb.summary;
-        summary[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(summary[0])));
-        text += '\n' + mdoc(summary) + ".\n.Dl " + mdoc(verb.example) + '\n';
+        text += '\n' + mdoc(sentence(verb)) + "\n.Dl " + mdoc(verb.example) + '\n';
     }
     return text;
 }

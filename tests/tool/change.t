@@ -1,0 +1,271 @@
+$ cat >/tmp/a.xml <<'XML'
+> <kavex><s><t name="x" reference="1"><f>1</f></t><t name="y" n="4294967295"/><u name="x"/><group name="g" type="t" reference="1"><entity>x</entity></group><group name="h" type="t"><container>g</container></group><list name="l" type="t"><entity>x</entity><entity>y</entity><entity>x</entity></list></s><two/><two/></kavex>
+> XML
+$ cp /tmp/a.xml /etc/kavex/conf/a.xml
+
+Values.
+
+$ kvio set a.xml s t x f 2 g 'a<b>&"c"' && kvio get a.xml s t x
+f	2
+g	a<b>&"c"
+$ printf 'one\ntwo\n' | kvio set a.xml s t x f - && kvio get a.xml s t x f
+one
+two
+$ printf '' | kvio set a.xml s t x f - && kvio get a.xml s t x f
+
+
+$ kvio set a.xml s t x -- f -5 && kvio get a.xml s t x f
+-5
+$ kvio set a.xml s t x f -5
+! kvio: no option -5; see kvio set --help
+[2]
+$ kvio set a.xml s t x f 1 g; kvio get a.xml s t x f
+-5
+! kvio: the last field has no value
+$ kvio set a.xml s t x f - g - </dev/null
+! kvio: only one value can come from standard input
+[2]
+$ printf 'a\0b' | kvio set a.xml s t x f -
+! kvio: the value has a zero byte
+[2]
+$ kvio set a.xml s t x f $'a\001b'
+! kvio: the value is no UTF-8 text, or has control characters
+[2]
+$ kvio set a.xml s t x f $'a\xffb'
+! kvio: the value is no UTF-8 text, or has control characters
+[2]
+$ kvio set a.xml s t x f $'a\xef\xbf\xbfb'
+! kvio: the value is no UTF-8 text, or has control characters
+[2]
+$ kvio set a.xml s t x 'f g' 1
+! kvio: field f g is no XML name
+[2]
+$ kvio set a.xml s t ghost f 1
+! kvio: no t ghost in s
+[1]
+$ kvio set a.xml two t x f 1
+! kvio: there are 2 scopes two
+[4]
+$ kvio set a.xml 's[' t x f 1
+! kvio: no scope s[
+[1]
+$ kvio unset a.xml s t x g new && kvio get a.xml s t x
+f	-5
+g	
+new	
+
+Entities.
+
+$ kvio define a.xml s t 'z & "z"' f 1 g 2 && kvio get a.xml s t 'z & "z"'
+f	1
+g	2
+$ kvio define a.xml s t x
+! kvio: t x in s: it exists already
+[1]
+$ kvio define a.xml nowhere t x
+! kvio: no scope nowhere
+[1]
+$ kvio define a.xml s group x
+! kvio: group is a kind of container, no type of entities
+[2]
+$ kvio define a.xml s 'a b' x
+! kvio: type a b is no XML name
+[2]
+$ kvio undefine a.xml s t x
+! kvio: group g names x; take it out first, or say --force
+[4]
+$ kvio undefine a.xml s t 'z & "z"' && kvio undefine a.xml s u x && kvio ls a.xml s
+t	x
+t	y
+group	t	g
+group	t	h
+list	t	l
+$ kvio undefine a.xml s u x
+! kvio: no u x in s
+[1]
+$ kvio undefine --force a.xml s t x && kvio members a.xml s group t g && kvio members -r a.xml s group t g
+entity	x
+
+Containers and members.
+
+$ cp /tmp/a.xml /etc/kavex/conf/a.xml
+$ kvio create a.xml s list t m && kvio create a.xml s list t m
+! kvio: list m of t in s: it exists already
+[1]
+$ kvio create a.xml s heap t m
+! kvio: KIND is table, list or group, not heap
+[2]
+$ kvio create a.xml s list 't t' m
+! kvio: type t t is no XML name
+[2]
+$ kvio join a.xml s list t m x y && kvio join a.xml s list t m x
+! kvio: member x of list m of t in s: it exists already
+[1]
+$ kvio join a.xml s list t m ghost; kvio members a.xml s list t m
+entity	x
+entity	y
+! kvio: no t ghost in s
+$ kvio join -f a.xml s list t m ghost 'a&amp;b' 'c&d' && kvio join -f a.xml s list t m 'c&d'
+! kvio: member c&d of list m of t in s: it exists already
+[1]
+$ kvio members a.xml s list t m
+entity	x
+entity	y
+entity	ghost
+entity	a&amp;b
+entity	c&d
+$ kvio join -c a.xml s group t h h
+! kvio: group h of t in s: nested containers form a loop
+[4]
+$ kvio join -c a.xml s group t g h
+! kvio: group g of t in s: nested containers form a loop
+[4]
+$ kvio join -c a.xml s group t g ghost
+! kvio: no group ghost of t in s
+[1]
+$ kvio join -cf a.xml s group t g h && kvio members -r a.xml s group t g
+! kvio: group g of t in s: nested containers form a loop
+[4]
+$ kvio leave a.xml s group t g h && kvio members -r a.xml s group t h
+x
+$ kvio append a.xml s list t m x && kvio append a.xml s list t m && kvio insert a.xml s list t m 1 'p&q' && kvio insert a.xml s list t m 3
+$ kvio members a.xml s list t m
+entity	p&q
+entity	x
+entity	#3
+entity	y
+entity	ghost
+entity	a&amp;b
+entity	c&d
+entity	x
+entity	#7
+$ kvio insert a.xml s list t m 99 x
+! kvio: list m of t in s: there is no such position
+[1]
+$ kvio insert a.xml s list t m 0x1 x
+! kvio: the position is a number from 1, not 0x1
+[2]
+$ kvio leave a.xml s list t m 'c&d' ghost '#3' && kvio leave --position 1 a.xml s list t m && kvio members a.xml s list t m
+entity	x
+entity	y
+entity	a&amp;b
+entity	x
+entity	#7
+$ kvio leave a.xml s list t m x ghost; kvio leave -p 9 a.xml s list t m; kvio leave -p 1 a.xml s list t m x; kvio leave a.xml s list t m
+! kvio: member ghost of list m of t in s: not found
+! kvio: list m of t in s: there is no such position
+! kvio: either members or --position
+! kvio: either members or --position
+[2]
+$ kvio rename-member a.xml s list t m 'a&amp;b' 'r&d' && kvio rename-member a.xml s list t m ghost x
+! kvio: member x of list m of t in s: it exists already
+[1]
+$ kvio rename-member a.xml s list t m y x
+! kvio: member x of list m of t in s: it exists already
+[1]
+$ kvio members a.xml s list t m
+entity	x
+entity	y
+entity	r&d
+entity	x
+entity	#7
+$ kvio dispose a.xml s group t g
+! kvio: group h names g; take it out first, or say --force
+[4]
+$ kvio dispose -f a.xml s group t g && kvio dispose a.xml s list t m && kvio dispose a.xml s list t m
+! kvio: no list m of t in s
+[1]
+$ kvio show a.xml s
+s/
+  t x [reference=1]
+    f = 1
+  t y [n=4294967295]
+  u x
+  group h of t
+    g (container)
+  list l of t
+    x
+    y
+    x
+
+Attributes and counters.
+
+$ kvio attr set a.xml s t y note 'a "b" <c>' && kvio attr get a.xml s t y note
+a "b" <c>
+$ kvio attr set -k list a.xml s t l note n && kvio attr get -k list a.xml s t l note
+n
+$ kvio attr unset a.xml s t y note && kvio attr get a.xml s t y note
+! kvio: no attribute note at t y
+[1]
+$ kvio attr unset -k list a.xml s t l note && kvio attr unset -k list a.xml s t l note && kvio attr get -k list a.xml s t l note
+! kvio: no attribute note at t l
+[1]
+$ kvio attr unset a.xml s t y name; kvio attr unset -k list a.xml s t l type
+! kvio: without its name nothing would find it again
+! kvio: without its type nothing would find it again
+[2]
+$ kvio attr increase a.xml s t y n; kvio attr decrease a.xml s t y n; kvio attr increase a.xml s t y new; kvio attr get a.xml s t y n
+0
+0
+1
+0
+$ kvio attr set a.xml s t y 'a b' 1
+! kvio: attribute a b is no XML name
+[2]
+
+A batch is saved as a whole or not at all.
+
+$ cp /tmp/a.xml /etc/kavex/conf/a.xml
+$ kvio batch a.xml <<'LINES'
+> # a comment, and an empty line
+>
+> define s t "a b" f 'single "quoted"'   # behind a line
+> join s group t g "a b"
+> set s t a\ b g "x\"y" h ''
+> attr increase s t "a b" reference
+> leave s group t g x
+> undefine -- s t y
+> undefine --force s t x
+> LINES
+! kvio: line 8: list l names y; take it out first, or say --force; nothing is saved
+[4]
+$ kvio show a.xml s
+s/
+  t x [reference=1]
+    f = 1
+  t y [n=4294967295]
+  u x
+  group g of t [reference=1]
+    x
+  group h of t
+    g (container)
+  list l of t
+    x
+    y
+    x
+$ cp /tmp/a.xml /etc/kavex/conf/a.xml
+$ printf 'set s t x f 9\nundefine s t x\n' | kvio batch a.xml; kvio get a.xml s t x f
+1
+! kvio: line 2: group g names x; take it out first, or say --force; nothing is saved
+$ printf 'leave s group t g x\nleave s list t l x x\nundefine s t x' | kvio batch a.xml; kvio ls a.xml s t
+y
+$ printf 'attr increase s t y n\nget s t x f\n' | kvio batch a.xml
+! kvio: line 2: get is no change; nothing is saved
+[2]
+$ printf 'set s t x f "a\n' | kvio batch a.xml
+! kvio: line 1: a quote is not closed; nothing is saved
+[2]
+$ printf 'set s t y f -\n' | kvio batch a.xml
+! kvio: line 1: a batch has no value on standard input; nothing is saved
+[2]
+$ printf 'set s t x\n' | kvio batch a.xml
+! kvio: line 1: usage: kvio set NAME SCOPE TYPE ENTITY FIELD VALUE [FIELD VALUE]...; nothing is saved
+[2]
+$ kvio batch a.xml </dev/null && echo '<kavex' >/etc/kavex/conf/b.xml && kvio batch b.xml </dev/null
+! kvio: b.xml: not well-formed XML
+[4]
+
+Nothing of this left a lock behind, and a signal in the middle of a change does not either.
+
+$ for i in 1 2 3 4 5 6 7 8; do seq 3000 | sed 's/.*/define s t n&/' | timeout 0.0$i kvio -q batch a.xml; done; kvio lock status a.xml
+a.xml: free

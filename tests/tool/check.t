@@ -1,0 +1,100 @@
+$ $EXAMPLES/make-configuration | sed 's/ reference="0"//' >/etc/kavex/conf/good.xml; kvio check good.xml
+$ cat >/etc/kavex/conf/a.xml <<'XML'
+> <kavex><s><t name="x" reference="1"/><t name="x"/><t name="y" reference="0"/><t name="z" reference="5"/><u name="x" reference="many"/>
+> <group name="g" type="t" reference="0"><entity>x</entity><entity>ghost</entity><entity>y</entity><entity/><container>nowhere</container><entity>y</entity><other>y</other></group>
+> <group name="h" type="t"><container>g</container><container>i</container><entity>y</entity></group>
+> <group name="i" type="t"><container>h</container></group>
+> <group name="self" type="u"><container>self</container><entity>x</entity></group>
+> <group name="self" type="t"/>
+> <list name="l" type="t"><entity>y</entity><entity>y</entity><container>g</container></list>
+> <table name="twice" type="t"><entity>ghost</entity></table><table name="twice" type="t"/>
+> <list name="untyped"><entity>y</entity></list><list type="t"/>
+> <group name="users" type="user_group_object_t"><entity>alice</entity></group>
+> </s><two><t name="a" reference="0"/><group name="g" type="t"><entity>a</entity><entity>b</entity></group></two><two/></kavex>
+> XML
+$ cp /etc/kavex/conf/a.xml /tmp/a.xml
+$ kvio check a.xml
+two: the scope occurs 2 times
+s: t x occurs 2 times
+s: group g: member 2 names no t: ghost
+s: group g: member 4 has no name
+s: group g: member 5 names no group: nowhere
+s: group g: member 6 is there already: y
+s: group g: member 7 is neither entity nor container: other
+s: list untyped has no type
+s: list of t has no name
+s: list l: member 3 names no list: g
+s: table twice of t occurs 2 times
+s: table twice: member 1 names no t: ghost
+s: group h contains itself: h > i > h
+s: group self contains itself: self > self
+s: t y: reference is 0, groups that name it: 2
+s: t z: reference is 5, groups that name it: 0
+s: u x: reference is many, groups that name it: 1
+s: group g: reference is 0, groups that name it: 1
+two: group g: member 2 names no t: b
+two: t a: reference is 0, groups that name it: 1
+[4]
+$ kvio check --repair a.xml | grep repair; kvio check -R a.xml >/dev/null
+s: group g: member 2 names no t: ghost (repair: remove the member)
+s: group g: member 4 has no name (repair: remove the member)
+s: group g: member 5 names no group: nowhere (repair: remove the member)
+s: group g: member 6 is there already: y (repair: remove the member)
+s: list l: member 3 names no list: g (repair: remove the member)
+s: t y: reference is 0, groups that name it: 2 (repair: set it to 2)
+s: u x: reference is many, groups that name it: 1 (repair: set it to 1)
+s: group g: reference is 0, groups that name it: 1 (repair: set it to 1)
+[4]
+$ kvio check --yes a.xml
+! kvio: --yes goes with --repair
+[2]
+$ cmp /tmp/a.xml /etc/kavex/conf/a.xml
+$ kvio check --repair --yes a.xml | grep repaired
+s: group g: member 2 names no t: ghost (repaired: remove the member)
+s: group g: member 4 has no name (repaired: remove the member)
+s: group g: member 5 names no group: nowhere (repaired: remove the member)
+s: group g: member 6 is there already: y (repaired: remove the member)
+s: list l: member 3 names no list: g (repaired: remove the member)
+s: t y: reference is 0, groups that name it: 2 (repaired: set it to 2)
+s: u x: reference is many, groups that name it: 1 (repaired: set it to 1)
+s: group g: reference is 0, groups that name it: 1 (repaired: set it to 1)
+$ kvio check a.xml
+two: the scope occurs 2 times
+s: t x occurs 2 times
+s: group g: member 3 is neither entity nor container: other
+s: list untyped has no type
+s: list of t has no name
+s: table twice of t occurs 2 times
+s: table twice: member 1 names no t: ghost
+s: group h contains itself: h > i > h
+s: group self contains itself: self > self
+s: t z: reference is 5, groups that name it: 0
+two: group g: member 2 names no t: b
+two: t a: reference is 0, groups that name it: 1
+[4]
+$ kvio show a.xml s | sed -n '/group g/,/group i/p'
+  group g of t [reference=1]
+    x
+    y
+    y (other)
+  group h of t
+    g (container)
+    i (container)
+    y
+  group i of t
+
+$ $EXAMPLES/make-configuration >/etc/kavex/conf/counts.xml; kvio check -R counts.xml | head -2; kvio check -Ry counts.xml >/dev/null && kvio check counts.xml && kvio refs counts.xml object/address address_object_t floor-10 && kvio attr get counts.xml object/address address_object_t floor-10 reference
+object/address: address_object_t floor-10: reference is 0, groups that name it: 1 (repair: set it to 1)
+object/address: address_object_t floor-11: reference is 0, groups that name it: 1 (repair: set it to 1)
+group	address_object_t	lower-floors
+1
+
+A repair needs the lock; looking does not. Nothing to repair, nothing written.
+
+$ python3 $TESTS/tool/hold.py a.xml; kvio check a.xml >/dev/null; kvio check -R a.xml >/dev/null; kvio check -Ry a.xml; kvio lock clear -y a.xml; kvio check -Ry a.xml >/dev/null
+! kvio: a.xml: somebody else has it open (kvio lock status says more)
+[4]
+$ kvio check -q broken.xml; echo '<kavex>' >/etc/kavex/conf/broken.xml; kvio check broken.xml; echo '<x/>' >/etc/kavex/conf/broken.xml; kvio check broken.xml
+the root element is x, not kavex
+! kvio: /etc/kavex/conf/broken.xml: not well-formed XML
+[4]

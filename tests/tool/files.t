@@ -1,0 +1,142 @@
+$ $EXAMPLES/make-configuration >/etc/kavex/conf/a.xml
+$ echo '<kavex><interface><interface_t name="lan"><mtu>1</mtu></interface_t></interface></kavex>' >/etc/__system_default.xml
+
+Files. The order of arguments is that of cp and mv.
+
+$ kvio copy a.xml b.xml && cmp /etc/kavex/conf/a.xml /etc/kavex/conf/b.xml && stat -c %a /etc/kavex/conf/b.xml
+600
+$ kvio copy a.xml a.xml
+! kvio: a.xml twice
+[2]
+$ kvio copy ghost.xml b.xml
+! kvio: ghost.xml: there is no such file
+[1]
+$ kvio rename a.xml b.xml
+! kvio: a.xml to b.xml: it exists already
+[1]
+$ kvio rename b.xml c.xml && kvio ls
+a.xml
+c.xml
+$ kvio rename b.xml d.xml
+! kvio: b.xml: there is no such file
+[1]
+$ kvio remove c.xml && kvio remove c.xml
+! kvio: c.xml: there is no such file
+[1]
+$ kvio copy a.xml small/a.xml && kvio ls small/a.xml object/user_group
+group_description_t	office
+group_description_t	staff
+group	user_group_object_t	staff
+group	user_group_object_t	guests
+group	user_group_object_t	office
+$ kvio save-as a.xml tidy.xml && cmp /etc/kavex/conf/a.xml /etc/kavex/conf/tidy.xml && stat -c %a /etc/kavex/conf/tidy.xml
+600
+$ kvio save-as a.xml a.xml
+! kvio: a.xml twice
+[2]
+$ kvio save-as a.xml nowhere/b.xml
+! kvio: /etc/kavex/conf/nowhere/b.xml: No such file or directory
+[5]
+$ mkdir /etc/kavex/conf/shut; chmod 500 /etc/kavex/conf/shut; kvio copy a.xml shut/b.xml
+! kvio: /etc/kavex/conf/shut/b.xml: Permission denied
+[6]
+$ kvio remove tidy.xml; kvio ls
+a.xml
+$ chmod 400 /etc/kavex/conf/a.xml; kvio set a.xml interface interface_t lan mtu 9; chmod 600 /etc/kavex/conf/a.xml
+! kvio: /etc/kavex/conf/a.xml: Permission denied
+
+Dumps and backups, to files and into pipes.
+
+$ kvio dump a.xml /tmp/dump.xml && kvio dump a.xml | cmp - /tmp/dump.xml && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
+$ kvio dump a.xml - | head -2
+<?xml version="1.0" encoding="UTF-8"?>
+<kavex>
+$ kvio dump a.xml /nowhere/dump.xml
+! kvio: /nowhere/dump.xml: No such file or directory
+[5]
+$ kvio dump a.xml /usr/dump.xml
+! kvio: /usr/dump.xml: Read-only file system
+[5]
+$ touch /tmp/shut.xml; chmod 0 /tmp/shut.xml; kvio dump a.xml /tmp/shut.xml; kvio restore a.xml /tmp/shut.xml
+! kvio: /tmp/shut.xml: Permission denied
+! kvio: /tmp/shut.xml: Permission denied
+[6]
+$ kvio backup a.xml object/user_group | head -4
+<?xml version="1.0"?>
+<kavex>
+  <object>
+    <user_group>
+$ kvio backup a.xml object/user_group /tmp/groups.xml && kvio backup a.xml nowhere /tmp/groups.xml
+! kvio: no scope nowhere
+[1]
+
+Differences. Order counts in lists and tables alone.
+
+$ kvio diff a.xml /tmp/dump.xml
+$ cat >/tmp/1.xml <<'XML'
+> <kavex><s a="1"><t name="x"><f>1</f><g>2</g></t><t name="y"/><group name="g" type="t"><entity>x</entity><entity>y</entity></group><list name="l" type="t"><entity>x</entity><entity>y</entity></list><deep><t name="d"/></deep></s><text>one</text></kavex>
+> XML
+$ cat >/tmp/2.xml <<'XML'
+> <kavex><text>one</text><s a="1"><group name="g" type="t"><entity>y</entity><entity>x</entity></group><list name="l" type="t"><entity>x</entity><entity>y</entity></list><t name="y"/><t name="x"><g>2</g><f>1</f></t><deep><t name="d"/></deep></s></kavex>
+> XML
+$ cat >/tmp/3.xml <<'XML'
+> <kavex><text>two</text><s a="2" b="3"><group name="g" type="t"><entity>y</entity><container>h</container></group><list name="l" type="t"><entity>y</entity><entity>x</entity></list><t name="y" n="1"/><t name="x"><g>4
+> 5</g><h/></t><t name="z"><f>new</f></t></s></kavex>
+> XML
+$ cp /tmp/1.xml /etc/kavex/conf/d.xml
+$ kvio diff d.xml /tmp/2.xml
+$ kvio diff d.xml /tmp/3.xml
+~ s @a: 1 -> 2
++ s @b: 3
++ s group of t g member h (container)
+- s group of t g member x
+~ s list of t l members: x, y -> y, x
+- s t x f: 1
+~ s t x g: 2 -> 4\n5
++ s t x h
++ s t y @n: 1
++ s t z
+- s/deep
+~ text text: one -> two
+[1]
+$ kvio diff tidy.xml /tmp/3.xml; kvio diff d.xml /tmp/4.xml
+! kvio: /etc/kavex/conf/tidy.xml: there is no such file
+! kvio: /tmp/4.xml: there is no such file
+[1]
+$ kvio diff d.xml
++ interface
+- s
+- text
+[1]
+$ kvio -q diff d.xml /tmp/3.xml | wc -l
+12
+
+Restoring. What a scope had is gone; what else changed stays.
+
+$ kvio set a.xml interface interface_t lan mtu 9000 && kvio create a.xml object/user_group list t new && kvio diff a.xml /tmp/dump.xml
+~ interface interface_t lan mtu: 9000 -> 1500
+- object/user_group list of t new
+[1]
+$ kvio restore a.xml /tmp/groups.xml object/user_group && kvio diff a.xml /tmp/dump.xml
+~ interface interface_t lan mtu: 9000 -> 1500
+[1]
+$ kvio restore a.xml /tmp/groups.xml object/address
+! kvio: no scope object/address
+[1]
+$ kvio restore a.xml /tmp/dump.xml && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
+$ echo '<other/>' >/tmp/other.xml; kvio restore a.xml /tmp/other.xml; kvio restore a.xml /tmp/ghost.xml; echo '<' >/tmp/other.xml; kvio restore a.xml /tmp/other.xml
+! kvio: /tmp/other.xml: no configuration
+! kvio: /tmp/ghost.xml: there is no such file
+! kvio: /tmp/other.xml: not well-formed XML
+[4]
+$ cmp /etc/kavex/conf/a.xml /tmp/dump.xml
+
+A full disk leaves the file as it was.
+
+$ head -c 150000 /dev/zero | tr '\0' x >/tmp/long; cp /etc/kavex/conf/small/a.xml /tmp/before.xml
+$ kvio define small/a.xml interface interface_t long f - </tmp/long && kvio define small/a.xml interface interface_t longer f - </tmp/long
+! kvio: /etc/kavex/conf/small/a.xml: it cannot be written
+[5]
+$ kvio ls small/a.xml interface | tail -2
+interface_t	lan.15
+interface_t	long

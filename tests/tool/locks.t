@@ -1,0 +1,67 @@
+$ for name in a b c; do echo '<kavex/>' >/etc/kavex/conf/$name.xml; done; echo >/tmp/libkavex.so.1
+$ kvio lock status
+a.xml: free
+b.xml: free
+c.xml: free
+$ kvio lock status a.xml && kvio lock status ghost.xml
+a.xml: free
+! kvio: ghost.xml: there is no such file
+[1]
+
+A process died with a.xml open, another one holds b.xml and has the library mapped.
+
+$ python3 $TESTS/tool/hold.py a.xml
+$ python3 $TESTS/tool/hold.py b.xml 600 /tmp/libkavex.so.1 >/tmp/held 2>&1 & until grep -q held /tmp/held; do sleep 0.05; done
+$ kvio lock status --all | sed 's/since 2[0-9-]* [0-9:]* by/since DATE by/; s/semaphore [0-9]*/semaphore N/; s/process [0-9]*/process N/'
+a.xml: held since DATE by uid 0 (root), semaphore N
+  process N (python3)
+b.xml: held since DATE by uid 0 (root), semaphore N
+  process N (python3)
+c.xml: free
+$ kvio lock status c.xml; kvio lock status a.xml >/dev/null
+c.xml: free
+[3]
+$ kvio lock status -a a.xml
+! kvio: either names or --all
+[2]
+$ test "$(date +%F)" = "$(kvio lock status a.xml | sed -n 's/.*since \([0-9-]*\) .*/\1/p')" && echo today
+today
+$ kvio lock clear -y a.xml 2>&1 | sed 's/process [0-9]*/process N/'; echo ${PIPESTATUS[0]}
+kvio: process N (python3) may hold a.xml; --force removes the lock nevertheless
+3
+$ kvio set b.xml s t x f 1; kvio copy b.xml d.xml; kvio copy c.xml b.xml; kvio remove b.xml; kvio batch b.xml </dev/null
+! kvio: b.xml: somebody else has it open (kvio lock status says more)
+! kvio: b.xml to d.xml: somebody else has it open (kvio lock status says more)
+! kvio: c.xml to b.xml: somebody else has it open (kvio lock status says more)
+! kvio: b.xml: somebody else has it open (kvio lock status says more)
+! kvio: b.xml: somebody else has it open (kvio lock status says more)
+[3]
+
+The live one ends, the dead one's lock is removed; the terminal is asked.
+
+$ pid=$(kvio lock status b.xml | sed -n 's/.*process \([0-9]*\).*/\1/p'); kill $pid; while [ -e /proc/$pid/maps ] && grep -q kavex /proc/$pid/maps; do sleep 0.05; done 2>/dev/null
+$ kvio lock clear a.xml </dev/null
+! kvio: no terminal to ask on: say --yes to remove the lock of a.xml
+[2]
+$ kvio lock clear a.xml extra
+! kvio: usage: kvio lock clear [--yes] [--force] NAME
+[2]
+$ echo n | script -qec 'kvio lock clear a.xml; echo status $?' /dev/null | tr -d '\r' | tail -1
+Remove the lock of a.xml? [y/N] status 1
+$ kvio lock status a.xml >/dev/null
+[3]
+$ echo y | script -qec 'kvio lock clear a.xml; echo status $?' /dev/null | tr -d '\r' | tail -1
+Remove the lock of a.xml? [y/N] status 0
+$ kvio lock status a.xml; kvio lock clear a.xml
+a.xml: free
+! kvio: a.xml is free
+$ python3 $TESTS/tool/hold.py c.xml 600 /tmp/libkavex.so.1 >/tmp/held2 2>&1 & until grep -q held /tmp/held2; do sleep 0.05; done
+$ kvio lock clear --force -y c.xml 2>&1 | sed 's/process [0-9]*/process N/'; kvio lock clear -qfy b.xml; kvio lock clear -fy b.xml; kvio lock status
+kvio: process N (python3) may lose its lock
+a.xml: free
+b.xml: free
+c.xml: free
+! kvio: b.xml is free
+$ kvio lock clear ghost.xml
+! kvio: ghost.xml: there is no such file
+[1]

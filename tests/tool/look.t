@@ -1,0 +1,295 @@
+The configuration of all the transcripts here: every kind of element, an order of each kind, texts that need care.
+
+$ cat >/etc/kavex/conf/a.xml <<'XML'
+> <kavex version="7"><system><version>1.2</version><empty/></system><object note="n"><address>
+> <host_t name="lan" reference="2" colour="red"><ip>10.0.0.1</ip><note>a &lt; b &amp; c	tab
+> line</note><ip>twice</ip><none/></host_t>
+> <host_t name="wan" reference="0"><ip>10.9.0.1</ip></host_t>
+> <host_t name="dmz &quot;2&quot;" reference="1"/>
+> <net_t name="lan"><ip>10.0.0.0</ip></net_t>
+> <group name="inside" type="host_t" reference="1"><entity>lan</entity><entity>dmz "2"</entity></group>
+> <group name="all" type="host_t" reference="0"><container>inside</container><entity>lan</entity></group>
+> <list name="order" type="host_t"><entity>wan</entity><entity>lan</entity><entity>wan</entity></list>
+> <table name="order" type="net_t"><entity>lan</entity></table>
+> </address></object></kavex>
+> XML
+
+$ kvio ls
+a.xml
+$ kvio ls a.xml
+system
+system/version
+system/empty
+object
+object/address
+$ kvio ls a.xml object
+address/
+$ kvio ls a.xml object/address
+host_t	lan
+host_t	wan
+host_t	dmz "2"
+net_t	lan
+group	host_t	inside
+group	host_t	all
+list	host_t	order
+table	net_t	order
+$ kvio ls a.xml object/address host_t
+lan
+wan
+dmz "2"
+$ kvio ls a.xml object/address ghost_t
+$ kvio ls a.xml object/nowhere
+! kvio: no scope object/nowhere
+[1]
+$ kvio ls b.xml
+! kvio: /etc/kavex/conf/b.xml: there is no such file
+[1]
+
+$ kvio show a.xml
+system/
+  version/ 1.2
+  empty/
+object/ [note=n]
+  address/
+    host_t lan [reference=2, colour=red]
+      ip = 10.0.0.1
+      note = a < b & c\ttab\nline
+      ip = twice
+      none = 
+    host_t wan [reference=0]
+      ip = 10.9.0.1
+    host_t dmz "2" [reference=1]
+    net_t lan
+      ip = 10.0.0.0
+    group inside of host_t [reference=1]
+      lan
+      dmz "2"
+    group all of host_t [reference=0]
+      inside (container)
+      lan
+    list order of host_t
+      wan
+      lan
+      wan
+    table order of net_t
+      lan
+$ kvio show a.xml system
+system/
+  version/ 1.2
+  empty/
+$ kvio show --format json a.xml
+[
+  {"scope": "system", "attributes": {}, "entities": [], "containers": [], "scopes": [
+    {"scope": "system/version", "attributes": {}, "text": "1.2", "entities": [], "containers": [], "scopes": []},
+    {"scope": "system/empty", "attributes": {}, "entities": [], "containers": [], "scopes": []}]},
+  {"scope": "object", "attributes": {"note": "n"}, "entities": [], "containers": [], "scopes": [
+    {"scope": "object/address", "attributes": {}, "entities": [
+      {"type": "host_t", "name": "lan", "attributes": {"reference": "2", "colour": "red"}, "fields": {"ip": "10.0.0.1", "note": "a < b & c\u0009tab\u000aline", "none": ""}},
+      {"type": "host_t", "name": "wan", "attributes": {"reference": "0"}, "fields": {"ip": "10.9.0.1"}},
+      {"type": "host_t", "name": "dmz \"2\"", "attributes": {"reference": "1"}, "fields": {}},
+      {"type": "net_t", "name": "lan", "attributes": {}, "fields": {"ip": "10.0.0.0"}}], "containers": [
+      {"kind": "group", "type": "host_t", "name": "inside", "attributes": {"reference": "1"}, "members": [{"entity": "lan"}, {"entity": "dmz \"2\""}]},
+      {"kind": "group", "type": "host_t", "name": "all", "attributes": {"reference": "0"}, "members": [{"container": "inside"}, {"entity": "lan"}]},
+      {"kind": "list", "type": "host_t", "name": "order", "attributes": {}, "members": [{"entity": "wan"}, {"entity": "lan"}, {"entity": "wan"}]},
+      {"kind": "table", "type": "net_t", "name": "order", "attributes": {}, "members": [{"entity": "lan"}]}], "scopes": []}]}
+]
+$ kvio show -F json a.xml object/address | python3 -m json.tool >/dev/null && echo valid
+valid
+$ kvio show -Fxml a.xml system
+<?xml version="1.0"?>
+<kavex>
+  <system>
+    <version>1.2</version>
+    <empty/>
+  </system>
+</kavex>
+$ kvio show --format=yaml a.xml
+! kvio: FORMAT is text, json or xml, not yaml
+[2]
+$ kvio show a.xml //address
+! kvio: no scope //address
+[1]
+$ kvio show a.xml '*'
+! kvio: there are 2 scopes *
+[4]
+$ TERM=xterm script -qec 'kvio show a.xml object/address' /dev/null | tr -d '\r' | sed 's/\x1b/^/g' | head -4
+^[1;34maddress/^[0m
+├─ ^[32mhost_t^[0m ^[1mlan^[0m^[2m [reference=2, colour=red]^[0m
+│  ├─ ip = 10.0.0.1
+│  ├─ note = a < b & c\ttab\nline
+$ NO_COLOR=1 TERM=xterm script -qec 'kvio show a.xml system' /dev/null | tr -d '\r'
+system/
+  version/ 1.2
+  empty/
+
+$ kvio get a.xml object/address host_t lan
+ip	10.0.0.1
+note	a < b & c\ttab\nline
+ip	twice
+none	
+$ kvio get a.xml object/address host_t lan note
+a < b & c	tab
+line
+$ kvio get a.xml object/address host_t lan none
+
+$ kvio get a.xml object/address net_t lan ip
+10.0.0.0
+$ kvio get a.xml object/address host_t 'dmz "2"'
+$ kvio get a.xml object/address host_t 'dmz "2"' ip
+! kvio: field ip of host_t dmz "2": not found
+[1]
+$ kvio get a.xml object/address host_t nobody ip
+! kvio: no host_t nobody in object/address
+[1]
+$ kvio get a.xml object/address host_t nobody
+! kvio: no host_t nobody in object/address
+[1]
+$ kvio get a.xml nowhere host_t lan ip
+! kvio: no scope nowhere
+[1]
+$ kvio get -q a.xml nowhere host_t lan ip
+[1]
+$ kvio get --default 0.0.0.0 a.xml object/address host_t nobody ip
+0.0.0.0
+$ kvio get -d '' a.xml object/address host_t lan mask
+
+$ kvio get -d x b.xml object/address host_t lan mask
+! kvio: /etc/kavex/conf/b.xml: there is no such file
+[1]
+$ kvio -v get a.xml object/address host_t lan ip 2>&1 | sed 's/[0-9][0-9]* is/N is/'
+Semaphore -N is removed
+10.0.0.1
+
+$ kvio members a.xml object/address group host_t all
+container	inside
+entity	lan
+$ kvio members --recursive a.xml object/address group host_t all
+lan
+dmz "2"
+$ kvio members -r a.xml object/address list host_t order
+wan
+lan
+$ kvio members a.xml object/address list net_t order
+! kvio: no list order of net_t in object/address
+[1]
+$ kvio members a.xml object/address set host_t order
+! kvio: KIND is table, list or group, not set
+[2]
+$ kvio members -r a.xml object/address list net_t order
+! kvio: no list order of net_t in object/address
+[1]
+
+$ kvio find a.xml '10.*'
+object/address	host_t	lan	ip	10.0.0.1
+object/address	host_t	wan	ip	10.9.0.1
+object/address	net_t	lan	ip	10.0.0.0
+$ kvio find a.xml lan object
+object/address	host_t	lan
+object/address	net_t	lan
+$ kvio find -t net_t a.xml '*lan*'
+object/address	net_t	lan
+$ kvio find --field ip --type host_t a.xml '*'
+object/address	host_t	lan	ip	10.0.0.1
+object/address	host_t	lan	ip	twice
+object/address	host_t	wan	ip	10.9.0.1
+$ kvio find a.xml nothing
+[1]
+$ kvio count a.xml object/address host_t
+3
+$ kvio count a.xml object/address ghost_t
+0
+$ kvio count a.xml '*' host_t
+! kvio: there are 2 scopes *
+[4]
+$ kvio refs a.xml object/address host_t lan
+group	host_t	inside
+group	host_t	all
+list	host_t	order
+$ kvio refs --kind group a.xml object/address host_t inside
+group	host_t	all
+$ kvio refs a.xml object/address host_t inside
+[1]
+$ kvio refs a.xml object/address net_t lan
+table	net_t	order
+$ kvio attr get a.xml object/address host_t lan colour
+red
+$ kvio attr get -k group a.xml object/address host_t inside reference
+1
+$ kvio attr get a.xml object/address host_t wan colour
+! kvio: no attribute colour at host_t wan
+[1]
+$ kvio attr get --default none a.xml object/address host_t wan colour
+none
+
+Somebody else holds the file: whoever only looks does not mind.
+
+$ python3 $TESTS/tool/hold.py a.xml; kvio get a.xml object/address host_t wan ip; kvio count a.xml object/address net_t; kvio set a.xml object/address host_t wan ip x; kvio lock clear -y a.xml
+10.9.0.1
+1
+! kvio: a.xml: somebody else has it open (kvio lock status says more)
+
+Usage.
+
+$ kvio
+! kvio: no verb; kvio --help lists them
+[2]
+$ kvio get a.xml
+! kvio: usage: kvio get [--default VALUE] NAME SCOPE TYPE ENTITY [FIELD]
+[2]
+$ kvio get a.xml 1 2 3 4 5
+! kvio: usage: kvio get [--default VALUE] NAME SCOPE TYPE ENTITY [FIELD]
+[2]
+$ kvio attr
+! kvio: no verb attr; kvio --help lists them
+[2]
+$ kvio show --frobnicate a.xml
+! kvio: no option --frobnicate; see kvio show --help
+[2]
+$ kvio show -Z a.xml
+! kvio: no option -Z; see kvio show --help
+[2]
+$ kvio show a.xml --format
+! kvio: no argument for -F; see kvio show --help
+[2]
+$ kvio ls -- -q
+! kvio: /etc/kavex/conf/-q: there is no such file
+[1]
+$ kvio attr get --help
+Usage: kvio attr get [--kind KIND] [--default VALUE] NAME SCOPE TYPE ENTITY ATTRIBUTE
+
+print an attribute of an entity or container.
+
+  -k, --kind KIND       ENTITY is the name of a container: a table, list or group
+  -d, --default VALUE   what to print, with success, when there is no such value
+  -h, --help            describe the verb
+  -q, --quiet           no messages; the exit status tells
+  -v, --verbose         the store's own diagnostics, too
+
+Example: kvio attr get appliance.xml interface interface_t lan reference
+$ kvio user types > /dev/full
+! kvio: standard output: No space left on device
+[5]
+$ kvio ls a.xml > /dev/full
+! kvio: standard output: No space left on device
+[5]
+
+Files that are none.
+
+$ echo '<kavex><a>' >/etc/kavex/conf/broken.xml; kvio ls broken.xml
+! kvio: /etc/kavex/conf/broken.xml: not well-formed XML
+[4]
+$ touch /etc/kavex/conf/closed.xml; chmod 0 /etc/kavex/conf/closed.xml; kvio ls closed.xml
+! kvio: /etc/kavex/conf/closed.xml: Permission denied
+[6]
+$ kvio set closed.xml a b c d e
+! kvio: closed.xml: Permission denied
+[6]
+$ kvio set broken.xml a b c d e
+! kvio: broken.xml: not well-formed XML
+[4]
+$ kvio set ghost.xml a b c d e
+! kvio: ghost.xml: there is no such file
+[1]
+$ kvio ls .
+! kvio: /etc/kavex/conf/.: Is a directory
+[5]

@@ -1,0 +1,69 @@
+#!/usr/bin/env python3
+"""Runs a recorded session again and compares everything it shows, for the inside of a private appliance root.
+
+    transcript.py [--update] [--readme] PATH FILE
+
+A line "$ COMMAND" runs in bash, with PATH in front of the search path and "> " in front of its further lines. Below stand its
+standard output, its standard error with "! " in front, and "[N]" for an exit status other than 0. Other lines in front
+of the first command, after an empty line, are comments. With --readme the session is what stands between ```console
+and ``` of the file. --update writes what was seen into the file, to be read over before it is committed.
+"""
+import difflib
+import os
+import re
+import subprocess
+import sys
+
+
+def run(command, environment):
+    done = subprocess.run(["bash", "-c", command], capture_output=True, env=environment, timeout=60)
+    out, err = (stream.decode(errors="backslashreplace") for stream in (done.stdout, done.stderr))
+    lines = out.splitlines() + ["! " + line for line in err.splitlines()]
+    if out and not out.endswith("\n"):
+        lines[len(out.splitlines()) - 1] += "\\"
+    return lines + ([f"[{done.returncode}]"] if done.returncode else [])
+
+
+def replay(lines, environment):
+    seen, index = [], 0
+    while index < len(lines):
+        if not lines[index].startswith("$ "):
+            seen.append(lines[index])
+            index += 1
+            continue
+        command = [lines[index][2:]]
+        seen.append(lines[index])
+        index += 1
+        while index < len(lines) and (lines[index] + " ").startswith("> "):
+            command.append(lines[index][2:])
+            seen.append(lines[index])
+            index += 1
+        while index < len(lines) and lines[index] and not lines[index].startswith("$ "):
+            index += 1
+        seen += run("\n".join(command), environment)
+    return seen
+
+
+def main():
+    options, (search, path) = sys.argv[1:-2], sys.argv[-2:]
+    assert os.environ.get("KAVEX_PRIVATE_ROOT"), "run me with scripts/appliance-root"
+    tests = os.path.dirname(os.path.abspath(__file__))
+    environment = dict(os.environ, PATH=f"{search}:{os.environ['PATH']}", TZ="UTC",
+                       TESTS=tests, EXAMPLES=os.path.join(os.path.dirname(tests), "examples"))
+    text = open(path).read()
+    if "--readme" in options:
+        text = re.search(r"\n```console\n(.*?)```\n", text, re.S).group(1)
+        subprocess.run("$EXAMPLES/make-configuration >/etc/kavex/conf/appliance.xml", shell=True, check=True, env=environment)
+    expected = text.splitlines()
+    assert any(line.startswith("$ ") for line in expected), f"no command in {path}"
+    seen = replay(expected, environment)
+    semaphores = open("/proc/sysvipc/sem").read().splitlines()[1:]
+    if semaphores:
+        seen.append(f"! {len(semaphores)} semaphore sets are left")
+    if "--update" in options:
+        open(path, "w").write("\n".join(seen) + "\n")
+    elif seen != expected:
+        sys.exit("\n".join(difflib.unified_diff(expected, seen, path, "seen", n=5, lineterm="")))
+
+
+main()
