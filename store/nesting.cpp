@@ -44,7 +44,7 @@ bool Nesting::read_members(std::uint32_t number, Detail detail) noexcept {
 }
 
 bool Nesting::read_member(const xmlNode *child, Detail detail) noexcept {
-    bool is_entity = xml::is_element(child, "entity");
+    bool is_entity = entity_member_.is_of(child);
     if (!is_entity && !xml::is_element(child, "container")) return true;
     if (is_entity && detail == containers) return members_.push({child, Member::entity, none});
     const char *name = texts_.keep(xml::Text::below(child));
@@ -185,8 +185,9 @@ bool Nesting::list_entities() noexcept {
     std::size_t open = 0;
     for (const Wanted &wanted : wanted_) open += wanted.times;
     if (!open) return true;
+    ElementName type(top_->type);
     for (xmlNode *child = top_->node->parent->children; child; child = child->next) {
-        if (!xml::is_element(child, top_->type)) continue;
+        if (!type.is_of(child)) continue;
         const xmlAttr *name = xml::name_of(child);
         if (!name) continue;
         xml::Text text = xml::Text::of(name);
