@@ -150,6 +150,13 @@ TEST_F(Export, LoopsEnd) {
     EXPECT_EQ(search("none_a", "one", "a"), (Found{0, "one"}));
 }
 
+// The second path to a chain ends where the first did.
+TEST_F(Export, AChainThatWasSearchedEndsWithItsLastGroup) {
+    load(stored("top", {"+a", "+z"}) + stored("a", {"+b"}) + stored("b", {"+c"}) + stored("c", {"+d"}) +
+         stored("d", {}) + stored("z", {"+a"}));
+    EXPECT_EQ(search("none_a", "top", "a"), (Found{0, "d"}));
+}
+
 // A plain search would pass the last level 2^30 times.
 TEST_F(Export, ManyPathsAreWalkedOnce) {
     std::string scope;
