@@ -112,6 +112,10 @@ TEST_F(UserGroups, MembershipIsAnsweredByTheWholeName) {
     for (const Row &row : rows)
         EXPECT_EQ(call([&] { return check_user_in_group(row.group, row.user); }).result, row.result)
             << row.group << row.user;
+    const std::string name32(32, 'n');
+    groups(group("g", user(name32)));
+    EXPECT_EQ(call([&] { return check_user_in_group("g", name32.c_str()); }),
+              outcome(-1, {"[check_user_in_group]User name is too long:" + name32 + "."}));
 }
 
 TEST_F(UserGroups, WhatFailsIsLoggedAndEverythingGivenBack) {

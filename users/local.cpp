@@ -97,15 +97,16 @@ int get_info_from_local(user_profile_t *profile, const char *user, int wanted_ty
     if (!profile || !user) return -1;
     char line[piece_size] = "";
 
-    File accounts = open_accounts(paths::passwd, __func__);
-    if (!accounts) return -1;
-    if (get_passwd_line(accounts.get(), user, wanted_type, line) == 0)
+    File file = open_accounts(paths::passwd, __func__);
+    if (!file) return -1;
+    if (get_passwd_line(file.get(), user, wanted_type, line) == 0)
         return fill_from_line(*profile, user, line, __func__) ? 0 : -1;
     kvlog(USER_OP, "[%s]User:%s does not found in local database.", __func__, user);
 
-    File domain = open_accounts(paths::domain_users, __func__);
-    if (!domain) return -1;
-    bool found = get_passwd_line(domain.get(), user, wanted_type, line) == 0;
+    file.reset();
+    file = open_accounts(paths::domain_users, __func__);
+    if (!file) return -1;
+    bool found = get_passwd_line(file.get(), user, wanted_type, line) == 0;
     kvlog(USER_OP, "[%s]buf=%s", __func__, line);
     if (found) return fill_domain_user(*profile, user, __func__) ? 0 : -1;
     kvlog(USER_OP, "[%s]User:%s does not found in domain database.", __func__, user);

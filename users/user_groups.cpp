@@ -151,7 +151,7 @@ int get_member(kvio_config_t *document, const char *group, user_group_t *record)
 }
 
 int check_user_in_group(const char *group, const char *user) {
-    if (!user) return -1;
+    if (!user || !name_fits(user, __func__)) return -1;
     UserGroup record(retrieve_user_group(group));
     if (!record) return -1;
     for (int i = 0; i < record->member_count; ++i)

@@ -337,8 +337,9 @@ user_group_t *retrieve_user_group(const char *group);
  */
 int get_member(kvio_config_t *document, const char *group, user_group_t *record);
 
-/** @return 1 if the user is in the group or one of its nested groups, 0 if not; -1, after a message of
- *          retrieve_user_group(), if the group cannot be read completely. */
+/** @return 1 if the user is in the group or one of its nested groups, 0 if not; -1 if the name is too long (members of
+ *          such names are left out, and nothing can be said of them) or, after a message of retrieve_user_group(), if
+ *          the group cannot be read. */
 int check_user_in_group(const char *group, const char *user);
 
 /**
