@@ -32,8 +32,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     static char *const buffer = fuzz::make_buffer();
     static const bool prepared = [] {
         fuzz::make_lock();
-        fuzz::write_file(paths::passwd, "alice:x:1:1:A&admin&120&120&1440&1440&1&0:/:/bin/sh\n"
-                                        "bob:x:2:2:B&ext-user:/:/bin/sh\nradius-users:x:3:3:R&ext-user&1&2&3&4&1&1:/:\n");
+        fuzz::write_file(paths::passwd,
+                         "alice:x:1:1:A&admin&120&120&1440&1440&1&0:/:/bin/sh\n"
+                         "bob:x:2:2:B&ext-user:/:/bin/sh\nradius-users:x:3:3:R&ext-user&1&2&3&4&1&1:/:\n");
         fuzz::write_file(paths::domain_users, "dora:x:1:1::/:\n");
         return true;
     }();

@@ -27,9 +27,7 @@ std::vector<std::string> searched_for(const char *user) {
     arguments.clear();
     auto profile = std::make_unique<user_profile_t>();
     in_child = false;
-    if (setjmp(way_back) == 0) {
-        MUST(get_info_from_ldap(profile.get(), user) == -1);
-    }
+    if (setjmp(way_back) == 0) { MUST(get_info_from_ldap(profile.get(), user) == -1); }
     in_child = false;
     return arguments;
 }

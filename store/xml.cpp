@@ -119,15 +119,53 @@ private:
     bool short_ = false;
 };
 
+// What a document's references to entities stand for. libxml2 keeps them as references, and whoever reads a text gets
+// them expanded, each time: a small file can have texts that no memory holds. Its own check lets pass what is in
+// proportion to the size of the file.
+class Expansion {
+public:
+    explicit Expansion(const xmlDoc *document) noexcept : document_(document) {}
+
+    // Whether all of it together is small enough to be read again and again.
+    bool is_bearable() noexcept { return !document_->intSubset || take(document_->children, 0); }
+
+private:
+    static constexpr long most = 1'000'000;  // bytes
+    static constexpr long reference = 16;    // what one counts for, however little it stands for
+    static constexpr int deepest = 40;       // entities within entities, as libxml2 has it
+
+    bool take(const xmlNode *first, int depth) noexcept {
+        for (const xmlNode *node = first; node; node = node->next) {
+            if (node->type == XML_ENTITY_REF_NODE) {
+                const xmlEntity *entity = xmlGetDocEntity(document_, node->name);
+                taken_ += reference;
+                if (taken_ > most || depth == deepest || (entity && !take(entity->children, depth + 1))) return false;
+            } else if (node->type == XML_ELEMENT_NODE) {
+                for (const xmlAttr *at = node->properties; at; at = at->next)
+                    if (!take(at->children, depth)) return false;
+                if (!take(node->children, depth)) return false;
+            } else if (depth > 0 && node->content && node->type != XML_ENTITY_DECL) {
+                taken_ += static_cast<long>(std::strlen(str(node->content)));
+                if (taken_ > most) return false;
+            }
+        }
+        return true;
+    }
+
+    const xmlDoc *document_;
+    long taken_ = 0;
+};
+
 }  // namespace
 
 Document parse(const char *path) noexcept {
-    Descriptor file(path ? open(path, O_RDONLY | O_CLOEXEC) : -1);
+    // Somebody may have put a pipe there, for whose other end one would wait for ever.
+    Descriptor file(path ? open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC) : -1);
     if (!file) return nullptr;
     MemoryWatch memory;
     Document document(is_compressed(file.get()) ? xmlParseFile(DescriptorName(file.get()).text)
                                                 : xmlReadFd(file.get(), path, nullptr, 0));
-    if (memory.was_short()) document.reset();
+    if (memory.was_short() || (document && !Expansion(document.get()).is_bearable())) document.reset();
     return document;
 }
 

@@ -133,7 +133,8 @@ struct DescriptorName {
     char text[32];
 };
 
-// Parses a file of which only the path says where it is: no URL, no catalogue, "-" is a file name.
+// Parses a file of which only the path says where it is: no URL, no catalogue, "-" is a file name. Null also for a
+// document whose entities make it a bomb.
 Document parse(const char *path) noexcept;
 
 // Writes a document over a file in place, so that a failure leaves its old contents; creates it with `mode`.

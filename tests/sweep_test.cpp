@@ -174,7 +174,7 @@ enum Leaves {
 // In Debian's 2.9.14 libxml2 itself loses blocks when memory is short: xmlStringGetNodeList() the name of a reference
 // (a block from xmlStrndup(), below xmlNodeSetContent()), and xmlStaticCopyNodeList() the nodes that it has copied
 // (blocks from malloc() and xmlStrdup() in xmlStaticCopyNode(), below xmlCopyNode()).
-constexpr long name_of_reference = 1, copy_of_nodes = 4;
+constexpr long name_of_reference = 1, copy_of_nodes = 100;
 
 
 struct Scenario {

@@ -2,6 +2,8 @@
 #ifndef KAVEX_USERS_FILE_H
 #define KAVEX_USERS_FILE_H
 
+#include <fcntl.h>
+
 #include <cstdio>
 
 #include "base/owned.h"
@@ -11,6 +13,12 @@ inline void close_file(std::FILE *file) { std::fclose(file); }
 
 using File = Owned<std::FILE, close_file>;
 
-inline File open_to_read(const char *path) { return File(std::fopen(path, "re")); }
+// Two of these files lie where everybody may write: opening does not wait where somebody has put a pipe.
+inline File open_to_read(const char *path) {
+    Descriptor descriptor(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    File file(descriptor ? fdopen(descriptor.get(), "r") : nullptr);
+    if (file) descriptor.release();
+    return file;
+}
 
 #endif

@@ -153,7 +153,8 @@ void kvio_initialize(void);
  * "%s is not existed. Creating from template\n" (name) comes first. A failed open leaves no lock behind.
  *
  * A second open of a file that is open, also in the same process, fails at once. External entities and DTDs that the
- * file names are not loaded.
+ * file names are not loaded. A file whose references to entities stand for more than 1,000,000 bytes in sum, each
+ * counting 16 bytes more, is refused as not well-formed, here and wherever else a document is read.
  */
 kvio_config_t *kvio_open_config(const char *name, int flags);
 

@@ -39,6 +39,8 @@ struct Key {
 // Fixed storage: the functions that look here must not allocate.
 Plan plans[8];
 size_t plan_count;
+Plan intrusion;  // plans' function and number, for the deed
+std::function<void()> deed;
 Key keys[4];
 size_t key_count;
 bool active;
@@ -61,6 +63,11 @@ void plan(const Plan &entry) {
 // The plan that strikes at this use of the function, or null.
 const Plan *due(const char *function) {
     if (!active) return nullptr;
+    if (intrusion.nth && std::strcmp(intrusion.function, function) == 0 && --intrusion.nth == 0) {
+        Pause pause;
+        deed();
+        fired = true;
+    }
     for (Plan *entry = plans; entry != plans + plan_count; ++entry) {
         if (std::strcmp(entry->function, function) != 0 || entry->nth == 0) continue;
         if (entry->nth > 1) { --entry->nth; continue; }
@@ -99,6 +106,11 @@ void fail(const char *function, int error, int nth, Extent extent) { plan({funct
 
 void shorten(const char *function, size_t bytes, int nth, Extent extent) { plan({function, 0, bytes, nth, extent}); }
 
+void intrude(const char *function, std::function<void()> what, int nth) {
+    intrusion = {function, 0, 0, nth, once};
+    deed = std::move(what);
+}
+
 void set_key(const char *path, int project, key_t key) {
     if (key_count == std::size(keys)) std::abort();
     Key &entry = keys[key_count++];
@@ -121,6 +133,7 @@ bool struck() { return latest_struck; }
 
 void clear() {
     plan_count = key_count = 0;
+    intrusion = {};
     active = latest_struck = false;
 #ifdef KAVEX_TEST_ALLOCATIONS
     fatal_allocation = 0;
@@ -128,7 +141,7 @@ void clear() {
 }
 
 void begin() {
-    was_planned = plan_count > 0;
+    was_planned = plan_count > 0 || intrusion.nth;
     fired = false;
 #ifdef KAVEX_TEST_ALLOCATIONS
     was_planned = was_planned || fatal_allocation > 0;
@@ -141,6 +154,7 @@ void end() {
     active = false;
     if (was_planned) latest_struck = fired;
     plan_count = 0;
+    intrusion = {};
 #ifdef KAVEX_TEST_ALLOCATIONS
     fatal_allocation = 0;
 #endif

@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
+#include <functional>
+
 namespace faults {
 
 enum Extent { once, from_then_on };
@@ -19,6 +21,9 @@ void fail(const char *function, int error, int nth = 1, Extent extent = once);
 
 // The nth read, write or pwrite moves no more than this many bytes: 0 is the end of the file.
 void shorten(const char *function, size_t bytes, int nth = 1, Extent extent = once);
+
+// Right before the nth use of a function somebody else does this.
+void intrude(const char *function, std::function<void()> deed, int nth = 1);
 
 // ftok() of this path with this project id gives this key.
 void set_key(const char *path, int project, key_t key);
