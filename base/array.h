@@ -40,6 +40,15 @@ public:
         return true;
     }
 
+    // Appends copies of a record until there are `size`, which are no fewer than now.
+    bool fill(std::size_t size, T record) noexcept {
+        if (!reserve(size)) return false;
+        T *records = records_.get();
+        for (std::size_t at = size_; at < size; ++at) records[at] = record;
+        size_ = size;
+        return true;
+    }
+
     void pop() noexcept { --size_; }
     T &top() noexcept { return records_.get()[size_ - 1]; }
 

@@ -25,17 +25,17 @@ public:
         if (number != none) return number;
         if (2 * (names_.size() + 1) > slots_.size() && !grow()) return none;
         number = static_cast<std::uint32_t>(names_.size());
-        if (!names_.push({name, hash})) return none;
-        place(number);
+        if (!names_.push(name)) return none;
+        place({hash, number});
         return number;
     }
 
     std::size_t size() const noexcept { return names_.size(); }
 
 private:
-    struct Name {
-        const char *text;
+    struct Slot {
         std::uint32_t hash;
+        std::uint32_t number;
     };
 
     // Hashing is most of the work. It goes by four bytes; the last four may overlap those before them.
@@ -65,33 +65,35 @@ private:
 
     std::uint32_t find(const char *name, std::uint32_t hash) const noexcept {
         if (slots_.empty()) return none;
-        for (std::uint32_t slot = hash & mask();; slot = (slot + 1) & mask()) {
-            std::uint32_t number = slots_[slot];
-            if (number == none) return none;
-            if (names_[number].hash == hash && same(names_[number].text, name)) return number;
+        for (std::size_t at = hash & mask();; at = (at + 1) & mask()) {
+            Slot slot = slots_[at];
+            if (slot.number == none) return none;
+            if (slot.hash == hash && same(names_[slot.number], name)) return slot.number;
         }
     }
 
-    std::uint32_t mask() const noexcept { return static_cast<std::uint32_t>(slots_.size() - 1); }
+    std::size_t mask() const noexcept { return slots_.size() - 1; }
 
-    void place(std::uint32_t number) noexcept {
-        std::uint32_t slot = names_[number].hash & mask();
-        while (slots_[slot] != none) slot = (slot + 1) & mask();
-        slots_[slot] = number;
+    void place(Slot slot) noexcept {
+        std::size_t at = slot.hash & mask();
+        while (slots_[at].number != none) at = (at + 1) & mask();
+        slots_[at] = slot;
     }
 
     bool grow() noexcept {
-        std::size_t size = slots_.empty() ? 16 : 2 * slots_.size();
-        Array<std::uint32_t> larger;
-        if (!larger.reserve(size)) return false;
-        while (larger.size() < size) larger.push(none);
-        slots_ = std::move(larger);
-        for (std::uint32_t number = 0; number < names_.size(); ++number) place(number);
+        Array<Slot> old = std::move(slots_);
+        std::size_t size = old.empty() ? 16 : 4 * old.size();
+        if (!slots_.fill(size, {0, none})) {
+            slots_ = std::move(old);
+            return false;
+        }
+        for (Slot slot : old)
+            if (slot.number != none) place(slot);
         return true;
     }
 
-    Array<Name> names_;
-    Array<std::uint32_t> slots_;  // a power of two of them, at most half in use
+    Array<const char *> names_;
+    Array<Slot> slots_;  // a power of two of them, at most half in use
 };
 
 }  // namespace store

@@ -8,14 +8,6 @@ namespace {
 
 constexpr std::uint32_t none = NameTable::none;
 
-// One value for each of a number of records; false when memory is short.
-template <class T>
-bool fill(Array<T> &array, std::size_t size, T value) noexcept {
-    if (!array.reserve(size)) return false;
-    while (array.size() < size) array.push(value);
-    return true;
-}
-
 }  // namespace
 
 const char *Nesting::Texts::keep(xml::Text text) noexcept {
@@ -105,7 +97,7 @@ Nesting::Frame Nesting::enter(std::uint32_t container, long long value) const no
 int Nesting::check_loop() const noexcept {
     Array<bool> passed;
     Array<Frame> way;
-    if (!fill(passed, read_.size(), false) || !way.push(enter(0, 0)))
+    if (!passed.fill(read_.size(), false) || !way.push(enter(0, 0)))
         return fail(-1, KVIO_NO_MEMORY);
     passed[0] = true;
     while (!way.empty()) {
@@ -140,7 +132,7 @@ int Nesting::real_size() const noexcept {
 
     Array<Known> known;
     Array<Frame> way;
-    if (!fill(known, read_.size(), {Known::unseen, KVIO_OK, 0}) || !way.push(enter(0, 0)))
+    if (!known.fill(read_.size(), {Known::unseen, KVIO_OK, 0}) || !way.push(enter(0, 0)))
         return fail(-1, KVIO_NO_MEMORY);
     known[0].state = Known::under_way;
     for (;;) {
@@ -212,7 +204,7 @@ bool Nesting::collect(Array<xmlNode *> &entities) noexcept {
     enum State : char { ready, under_way, used_up };
     Array<State> states;
     Array<Frame> way;
-    if (!list_entities() || !fill(states, read_.size(), ready) || !way.push(enter(0, 0)))
+    if (!list_entities() || !states.fill(read_.size(), ready) || !way.push(enter(0, 0)))
         return fail(false, KVIO_NO_MEMORY);
     states[0] = under_way;
     while (!way.empty()) {

@@ -6,16 +6,6 @@
 
 namespace xml {
 
-Text::Text(const xmlNode *holder, const xmlNode *first) noexcept {
-    if (!first) return;
-    bool is_text = first->type == XML_TEXT_NODE || first->type == XML_CDATA_SECTION_NODE;
-    if (is_text && !first->next) {
-        if (first->content) text_ = str(first->content);
-        return;
-    }
-    put_together(holder);
-}
-
 // A node without content, such as a reference to an entity that was never declared, reads as "".
 void Text::put_together(const xmlNode *node) noexcept {
     owned_ = guarded<String>([&] { return xmlNodeGetContent(node); });

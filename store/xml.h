@@ -93,7 +93,14 @@ public:
 
 private:
     Text() = default;
-    Text(const xmlNode *holder, const xmlNode *first) noexcept;
+    Text(const xmlNode *holder, const xmlNode *first) noexcept {
+        if (!first) return;
+        if (!first->next && (first->type == XML_TEXT_NODE || first->type == XML_CDATA_SECTION_NODE)) {
+            if (first->content) text_ = str(first->content);
+        } else {
+            put_together(holder);
+        }
+    }
     void put_together(const xmlNode *node) noexcept;
 
     const char *text_ = "";
