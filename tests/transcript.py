@@ -4,8 +4,8 @@
     transcript.py [--update] [--readme] PATH FILE
 
 A line "$ COMMAND" runs in bash, with PATH in front of the search path and "> " in front of its further lines. Below stand its
-standard output, its standard error with "! " in front, and "[N]" for an exit status other than 0. Other lines in front
-of the first command, after an empty line, are comments. With --readme the session is what stands between ```console
+standard output, its standard error with "! " in front, and "[N]" for an exit status other than 0; "~" is an empty line.
+What follows an empty line, up to the next command, is a comment. With --readme the session is what stands between ```console
 and ``` of the file. --update writes what was seen into the file, to be read over before it is committed.
 """
 import difflib
@@ -18,9 +18,8 @@ import sys
 def run(command, environment):
     done = subprocess.run(["bash", "-c", command], capture_output=True, env=environment, timeout=60)
     out, err = (stream.decode(errors="backslashreplace") for stream in (done.stdout, done.stderr))
-    lines = out.splitlines() + ["! " + line for line in err.splitlines()]
-    if out and not out.endswith("\n"):
-        lines[len(out.splitlines()) - 1] += "\\"
+    lines = [line or "~" for line in out.removesuffix("\n").split("\n")] if out else []
+    lines += ["! " + line for line in err.splitlines()]
     return lines + ([f"[{done.returncode}]"] if done.returncode else [])
 
 

@@ -270,7 +270,9 @@ std::string manual() {
             text += std::string(" Oo Fl \\-") + option.name + (option.argument ? std::string(" Ar ") + option.argument : "") + " Oc";
         }
         if (*verb.usage) text += std::string(" Ar ") + mdoc(verb.usage);
-        text += '\n' + mdoc(sentence(verb)) + "\n.Dl " + mdoc(verb.example) + '\n';
+        std::string line = sentence(verb);
+        if (line.size() > 72) line[line.rfind(' ', 72)] = '\n';
+        text += '\n' + mdoc(line) + "\n.Dl " + mdoc(verb.example) + '\n';
     }
     return text;
 }

@@ -95,11 +95,11 @@ typedef struct user_type_def_t {
     int32_t remote_admin;     /**< remote administration flag */
     int32_t remote_access;    /**< and remote access flag. */
     int32_t field8;           /**< Fields 8 to 13 are for the programs that read the table. */
-    int32_t field9;
-    int32_t field10;
-    const char *field11;
-    int32_t field12;
-    int32_t field13;
+    int32_t field9;           /**< As field8. */
+    int32_t field10;          /**< As field8. */
+    const char *field11;      /**< As field8. */
+    int32_t field12;          /**< As field8. */
+    int32_t field13;          /**< As field8. */
 } user_type_def_t;
 
 /** The built-in user types: "admin", "limited-admin", "ext-user" and "ext-group-user", then a row of zeros. A row's
@@ -141,8 +141,8 @@ typedef struct radius_entry_t {
 
 /** The whole segment. 8,400 bytes, integers in the machine's byte order. */
 typedef struct auth_buffer_t {
-    auth_entry_t auth[AUTH_BUFFER_SLOTS];
-    radius_entry_t radius[AUTH_BUFFER_SLOTS];
+    auth_entry_t auth[AUTH_BUFFER_SLOTS];     /**< The authentication list. */
+    radius_entry_t radius[AUTH_BUFFER_SLOTS]; /**< The RADIUS results. */
 } auth_buffer_t;
 
 /**

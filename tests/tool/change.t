@@ -12,6 +12,7 @@ $ printf 'one\ntwo\n' | kvio set a.xml s t x f - && kvio get a.xml s t x f
 one
 two
 $ printf '' | kvio set a.xml s t x f - && kvio get a.xml s t x f
+~
 
 
 $ kvio set a.xml s t x -- f -5 && kvio get a.xml s t x f

@@ -3,7 +3,7 @@ $ complete() { kvio --complete "$@" | tr '\n' ' '; echo; }; complete re; complet
 refs remove rename rename-member restore 
 decrease get increase set unset 
 status 
-
+~
 append attr backup batch check copy count create define diff dispose dump find get insert join leave lock ls members refs remove rename rename-member restore save-as set show undefine unset user 
 $ complete() { kvio --complete "$@" | tr '\n' ' '; echo; }; complete get ''; complete get a.xml object/; complete get a.xml object/address ''; complete get a.xml object/address address_object_t floor-; complete get a.xml interface interface_t lan m
 a.xml with blank.xml 
@@ -24,16 +24,16 @@ servers
 group list table 
 json text xml 
 --format --help --quiet --verbose 
-
+~
 name reference 
 $ complete() { kvio --complete "$@" | tr '\n' ' '; echo; }; complete get ghost.xml ''; complete get a.xml ghost ''; complete copy a.xml new; complete set a.xml interface interface_t lan mtu 1 a; complete lock status a.xml w; complete; complete user show a
-
-
-
+~
+~
+~
 address 
 with blank.xml 
 append attr backup batch check copy count create define diff dispose dump find get insert join leave lock ls members refs remove rename rename-member restore save-as set show undefine unset user 
-
+~
 
 In bash.
 

@@ -131,7 +131,7 @@ $ kvio get a.xml object/address host_t lan note
 a < b & c	tab
 line
 $ kvio get a.xml object/address host_t lan none
-
+~
 $ kvio get a.xml object/address net_t lan ip
 10.0.0.0
 $ kvio get a.xml object/address host_t 'dmz "2"'
@@ -152,7 +152,7 @@ $ kvio get -q a.xml nowhere host_t lan ip
 $ kvio get --default 0.0.0.0 a.xml object/address host_t nobody ip
 0.0.0.0
 $ kvio get -d '' a.xml object/address host_t lan mask
-
+~
 $ kvio get -d x b.xml object/address host_t lan mask
 ! kvio: /etc/kavex/conf/b.xml: there is no such file
 [1]
@@ -256,15 +256,15 @@ $ kvio ls -- -q
 [1]
 $ kvio attr get --help
 Usage: kvio attr get [--kind KIND] [--default VALUE] NAME SCOPE TYPE ENTITY ATTRIBUTE
-
-print an attribute of an entity or container.
-
+~
+Print an attribute of an entity or container.
+~
   -k, --kind KIND       ENTITY is the name of a container: a table, list or group
   -d, --default VALUE   what to print, with success, when there is no such value
   -h, --help            describe the verb
   -q, --quiet           no messages; the exit status tells
   -v, --verbose         the store's own diagnostics, too
-
+~
 Example: kvio attr get appliance.xml interface interface_t lan reference
 $ kvio user types > /dev/full
 ! kvio: standard output: No space left on device
