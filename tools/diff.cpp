@@ -1,4 +1,4 @@
-// `diff`: two configurations, by entity and field. The order of scopes, entities, containers, fields and of a group's
+// `diff`: what a configuration has become, compared with a file, by entity and field. The order of scopes, entities, containers, fields and of a group's
 // members has no meaning; that of the members of lists and tables has.
 #include <algorithm>
 #include <map>
@@ -97,8 +97,8 @@ void print(char sign, const Contents::value_type &one) {
 }  // namespace
 
 int diff(Call &call) {
-    Document first = Document::look(call[0]), second = Document::snapshot(call.count() > 1 ? call[1] : system_default);
-    Contents before = contents_of(first), after = contents_of(second);
+    Document current = Document::look(call[0]), base = Document::snapshot(call.count() > 1 ? call[1] : system_default);
+    Contents before = contents_of(base), after = contents_of(current);
     bool different = false;
     Place gone, came;
     auto old = before.begin(), now = after.begin();

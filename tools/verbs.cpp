@@ -91,7 +91,7 @@ const std::vector<Verb> verbs = {
      "kvio backup appliance.xml object/address /tmp/addresses.xml", backup, nullptr},
     {"restore", "NAME FILE [SCOPE]", "", "put back what dump wrote, or one scope of it or of a backup",
      "kvio restore appliance.xml /tmp/addresses.xml object/address", restore, nullptr},
-    {"diff", "NAME [FILE]", "", "compare a configuration with a file, or with the template",
+    {"diff", "NAME [FILE]", "", "tell how a configuration differs from a file, or from the template",
      "kvio diff appliance.xml /tmp/appliance.xml", diff, nullptr},
     {"check", "NAME", "Ry", "look for dangling and duplicate names, loops, broken containers and wrong counts",
      "kvio check --repair appliance.xml", check, nullptr},

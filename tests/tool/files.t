@@ -86,27 +86,27 @@ $ cat >/tmp/3.xml <<'XML'
 $ cp /tmp/1.xml /etc/kavex/conf/d.xml
 $ kvio diff d.xml /tmp/2.xml
 $ kvio diff d.xml /tmp/3.xml
-~ s @a: 1 -> 2
-+ s @b: 3
-+ s group of t g member h (container)
-- s group of t g member x
-~ s list of t l members: x, y -> y, x
-- s t x f: 1
-~ s t x g: 2 -> 4\n5
-+ s t x h
-+ s t y @n: 1
-+ s t z
-- s/deep
-~ text text: one -> two
+~ s @a: 2 -> 1
+- s @b: 3
+- s group of t g member h (container)
++ s group of t g member x
+~ s list of t l members: y, x -> x, y
++ s t x f: 1
+~ s t x g: 4\n5 -> 2
+- s t x h
+- s t y @n: 1
+- s t z
++ s/deep
+~ text text: two -> one
 [1]
 $ kvio diff tidy.xml /tmp/3.xml; kvio diff d.xml /tmp/4.xml
 ! kvio: /etc/kavex/conf/tidy.xml: there is no such file
 ! kvio: /tmp/4.xml: there is no such file
 [1]
 $ kvio diff d.xml
-+ interface
-- s
-- text
+- interface
++ s
++ text
 [1]
 $ kvio -q diff d.xml /tmp/3.xml | wc -l
 12
@@ -114,11 +114,11 @@ $ kvio -q diff d.xml /tmp/3.xml | wc -l
 Restoring. What a scope had is gone; what else changed stays.
 
 $ kvio set a.xml interface interface_t lan mtu 9000 && kvio create a.xml object/user_group list t new && kvio diff a.xml /tmp/dump.xml
-~ interface interface_t lan mtu: 9000 -> 1500
-- object/user_group list of t new
+~ interface interface_t lan mtu: 1500 -> 9000
++ object/user_group list of t new
 [1]
 $ kvio restore a.xml /tmp/groups.xml object/user_group && kvio diff a.xml /tmp/dump.xml
-~ interface interface_t lan mtu: 9000 -> 1500
+~ interface interface_t lan mtu: 1500 -> 9000
 [1]
 $ kvio restore a.xml /tmp/groups.xml object/address
 ! kvio: no scope object/address
