@@ -121,6 +121,12 @@ Evaluation evaluate(xmlDoc *document, const char *scope, const char *type, const
     return all;
 }
 
+bool has_name(const xmlNode *node, xml::Name &attribute, const char *name) noexcept {
+    for (const xmlAttr *at = node->properties; at; at = at->next)
+        if (attribute.is(at->name) && !at->ns) return xml::equals(at, name);
+    return false;
+}
+
 bool is_usable(const char *scope) noexcept { return scope && strnlen(scope, max_scope + 1) <= max_scope; }
 
 Found find(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept {
@@ -129,9 +135,10 @@ Found find(xmlDoc *document, const char *scope, const char *type, const char *na
     if (!type) return {true};
     if (is_plain(scope) && is_plain(type) && !std::strchr(type, '/')) {
         Found found{true};
+        xml::Name wanted(type), attribute("name");
         for_each_scope(document, scope, [&](const xmlNode *parent) {
             for_each_child(parent, [&](xmlNode *child) {
-                if (!xml::is_element(child, type) || child->ns || (name && !xml::is_named(child, name))) return;
+                if (!wanted.is_of(child) || child->ns || (name && !has_name(child, attribute, name))) return;
                 ++found.count;
                 found.only = child;
             });

@@ -177,7 +177,7 @@ bool Nesting::list_entities() noexcept {
     std::size_t open = 0;
     for (const Wanted &wanted : wanted_) open += wanted.times;
     if (!open) return true;
-    ElementName type(top_->type);
+    xml::Name type(top_->type);
     for (xmlNode *child = top_->node->parent->children; child; child = child->next) {
         if (!type.is_of(child)) continue;
         const xmlAttr *name = xml::name_of(child);

@@ -65,22 +65,6 @@ private:
         std::uint32_t first = NameTable::none, last = NameTable::none;
     };
 
-    // Tells the elements of one name. In a document as it was read equal names are one text: its address says enough.
-    class ElementName {
-    public:
-        explicit ElementName(const char *name) noexcept : name_(name) {}
-        bool is_of(const xmlNode *node) noexcept {
-            if (node->name == latest_) return xml::is_element(node);
-            if (!xml::is_element(node, name_)) return false;
-            latest_ = node->name;
-            return true;
-        }
-
-    private:
-        const char *name_;
-        const xmlChar *latest_ = nullptr;
-    };
-
     // Texts that are not in the tree in one piece.
     class Texts {
     public:
@@ -105,7 +89,7 @@ private:
     Frame enter(std::uint32_t container, long long value) const noexcept;
 
     const kvio_iterator_t *top_;
-    ElementName entity_member_{"entity"};
+    xml::Name entity_member_{"entity"};
     Texts texts_;
     Array<Container> read_;  // the top, then the others in the order in which they were met
     Array<Member> members_;

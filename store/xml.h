@@ -67,6 +67,24 @@ inline bool is_element(const xmlNode *node, const char *name) noexcept {
     return is_element(node) && equal(node->name, name);
 }
 
+// A name that many nodes are compared with. In a document as it was read equal names are one text: its address says
+// enough.
+class Name {
+public:
+    explicit Name(const char *name) noexcept : name_(name) {}
+    bool is(const xmlChar *text) noexcept {
+        if (text == latest_) return true;
+        if (!equal(text, name_)) return false;
+        latest_ = text;
+        return true;
+    }
+    bool is_of(const xmlNode *node) noexcept { return is_element(node) && is(node->name); }
+
+private:
+    const char *name_;
+    const xmlChar *latest_ = nullptr;
+};
+
 inline xmlNode *first_element(xmlNode *node) noexcept {
     while (node && !is_element(node)) node = node->next;
     return node;
