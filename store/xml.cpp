@@ -60,7 +60,7 @@ bool set_attribute(xmlNode *node, const char *name, const char *value) noexcept 
         return true;
     }
     auto fresh = guarded<Owned<xmlAttr, xmlFreeProp>>([&] { return xmlNewDocProp(node->doc, str(name), nullptr); });
-    if (!fresh) return false;
+    if (!fresh || !fresh->name) return false;  // a name that found no place in the dictionary is not reported
     replace_children(fresh.get(), std::move(text));
     xmlAddChild(node, reinterpret_cast<xmlNode *>(fresh.release()));
     return true;

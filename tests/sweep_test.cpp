@@ -174,7 +174,7 @@ enum Leaves {
 // In Debian's 2.9.14 libxml2 itself loses blocks when memory is short: xmlStringGetNodeList() the name of a reference
 // (a block from xmlStrndup(), below xmlNodeSetContent()), and xmlStaticCopyNodeList() the nodes that it has copied
 // (blocks from malloc() and xmlStrdup() in xmlStaticCopyNode(), below xmlCopyNode()).
-constexpr long name_of_reference = 1, copy_of_nodes = 100;
+constexpr long name_of_reference = 1, copy_of_nodes = 1000;
 
 
 struct Scenario {
@@ -487,8 +487,8 @@ protected:
             xmlResetLastError();
         }
         all += "|" + std::to_string(lock_count()) + "|" + std::to_string(lock_value()) + "|";
-        all.append(reinterpret_cast<const char *>(buffer_), sizeof *buffer_);
-        return all;
+        std::string bytes(reinterpret_cast<const char *>(buffer_), sizeof *buffer_);
+        return all + std::to_string(std::hash<std::string>()(bytes));
     }
 
     // The number of injection points.
