@@ -166,31 +166,4 @@ TEST_F(Attributes, TheNameIsAnAttributeToo) {
     EXPECT_EQ(call([&] { return iterator = kvio_open_list(config, "s", "u", "c"); }), (Outcome{1, 0}));
 }
 
-#ifdef KAVEX_TEST_ALLOCATIONS
-// The setters return 1 whatever the XML library reports: without memory the attribute is as it was.
-TEST_F(Attributes, WithoutMemorySettersChangeAllOrNothing) {
-    for (const char *name : {"a", "b"}) {
-        const std::string before = " a=\"old\"", after = name == std::string("a") ? " a=\"new\"" : " a=\"old\" b=\"new\"";
-        for (faults::Extent extent : {faults::once, faults::from_then_on}) {
-            int unchanged = 0;
-            faults::each([&](int nth) {
-                load(before);
-                const std::string neighbour = scope().substr(scope().find("<list"));
-                faults::fail_allocation(nth, extent);
-                EXPECT_EQ(call([&] { return kvio_setattr_entity(entity, name, "new"); }), (Outcome{1, 0}));
-                const bool struck = faults::struck();
-                const std::string now = scope(), changed = "<t name=\"e\"" + after + "/>" + neighbour;
-                if (struck && now != changed) {
-                    ++unchanged;
-                    EXPECT_EQ(now, "<t name=\"e\"" + before + "/>" + neighbour);
-                    EXPECT_EQ(call([&] { return kvio_setattr_entity(entity, name, "new"); }), (Outcome{1, 0}));
-                }
-                EXPECT_EQ(scope(), changed);
-            });
-            EXPECT_GT(unchanged, 0);
-        }
-    }
-}
-#endif
-
 }  // namespace

@@ -161,48 +161,4 @@ TEST_F(Backups, CheckpointsBelongToNoDocument) {
     EXPECT_EQ(call([&] { return kvio_dump(nullptr, "/tmp/x"); }), (Outcome{-1, 6, "kvio_dump error: passing NULL argument\n"}));
 }
 
-#ifdef KAVEX_TEST_ALLOCATIONS
-TEST_F(Backups, WithoutMemoryNothingIsLostAndNothingHalfDone) {
-    const std::string stored = "<group name=\"c\" type=\"t\"><entity>a</entity></group><t name=\"a\"><f>v</f></t>";
-    expect_failures_without_memory(
-        stored,
-        [&]() -> long {
-            int done = kvio_backup_scope(config, "s", "/tmp/backup.xml");
-            faults::Pause pause;
-            EXPECT_TRUE(!done || plain(read_file("/tmp/backup.xml")) == "<kavex><s>" + stored + "</s></kavex>");
-            return done;
-        },
-        [](const Outcome &outcome) {
-            const std::string who = "kvio_backup_scope";
-            return outcome == Outcome{0, 8, who + " fatal error: cannot create a new XML document\n"} ||
-                   outcome == Outcome{0, 8, who + " error on xmlCopyNode()\n"} ||
-                   outcome == Outcome{0, 8, who + " error on xmlNewNode()\n"} ||
-                   outcome == Outcome{0, 5, "Problem occurred on saving XML to /tmp/backup.xml\n"};
-        });
-    expect_failures_without_memory(
-        stored,
-        [&]() -> long {
-            kvio_checkpoint_t *copy = kvio_create_checkpoint(config, "s");
-            kvio_release_checkpoint(copy);
-            return copy != nullptr;
-        },
-        [](const Outcome &outcome) {
-            return outcome == Outcome{0, 8, "kvio_create_checkpoint error on xmlCopyNode()\n"};
-        });
-    write_file("/tmp/dump.xml", "<kavex><s/></kavex>");
-    expect_failures_without_memory(
-        stored,
-        [&]() -> long {
-            kvio_config_t *snapshot = kvio_restore_scope("/tmp/dump.xml");
-            int code = kvio_errno;
-            if (snapshot) kvio_close_config(snapshot);
-            kvio_errno = code;
-            return snapshot != nullptr;
-        },
-        [](const Outcome &outcome) {
-            return outcome == Outcome{0, 2, "No memory\n"} || outcome == Outcome{0, 3, "/tmp/dump.xml is not well-formed\n"};
-        });
-}
-#endif
-
 }  // namespace

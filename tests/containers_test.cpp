@@ -90,11 +90,7 @@ TEST_F(Containers, WhatCannotBeAddressedIsRefusedBeforeAnythingChanges) {
              Row{"missing", "t", "c", no_scope, no_scope},
              Row{"d", "t", "c", no_scope, no_scope},
              Row{"s[", "t", "c", no_scope, no_scope},
-             Row{"", "t", "c", no_scope, no_scope},
-             Row{".", "t", "c", no_scope, no_scope},
-             Row{"count(s)", "t", "c", no_scope, no_scope},
              Row{nullptr, "t", "c", no_scope, no_scope},
-             Row{n300.c_str(), "t", "c", no_scope, no_scope},
              Row{n64.c_str(), "t", "c", no_scope, {0, 22, "(" + path() + "): scope:[" + n64 + "] list:[c] type:[t] is not existed\n"}},
              Row{"s", n64.c_str(), "c", {0, 7, " error: name is too long: " + n64 + "\n"},
                  {0, 22, "(" + path() + "): scope:[s] list:[c] type:[" + n64 + "] is not existed\n"}},
@@ -152,22 +148,5 @@ TEST_F(Containers, AHandleOfASnapshotOnlyReads) {
     EXPECT_EQ(call([&] { return iterator = kvio_create_list(config, "s", "t", "c"); }), (Outcome{1, 0}));
     EXPECT_EQ(call([&] { return kvio_append(iterator, "m"); }).code, 11);
 }
-
-#ifdef KAVEX_TEST_ALLOCATIONS
-TEST_F(Containers, WithoutMemoryTheDocumentStaysAsItWas) {
-    const std::string stored = "<group name=\"c\" type=\"t\"/>";
-    auto create = [&]() -> long { return kvio_close_table(kvio_create_table(config, "s", "u", "n")) && kvio_errno == 0; };
-    auto open_it = [&]() -> long { return kvio_close_group(kvio_open_group(config, "s", "t", "c")) && kvio_errno == 0; };
-    expect_failures_without_memory(stored, create, [](const Outcome &outcome) {
-        const std::string who = make;
-        return outcome == Outcome{0, 8, who + " error on xmlNewNode(): no memory?\n"} ||
-               outcome == Outcome{0, 8, who + " error on xmlNewProp(): no memory?\n"} ||
-               outcome == Outcome{0, 2, who + " error: no memory to create a new iterator\n"};
-    });
-    expect_failures_without_memory(stored, open_it, [](const Outcome &outcome) {
-        return outcome == Outcome{0, 2, std::string(make) + " error: no memory to create a new iterator\n"};
-    });
-}
-#endif
 
 }  // namespace

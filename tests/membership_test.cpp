@@ -199,29 +199,4 @@ TEST_F(Membership, Positions) {
     EXPECT_EQ(members(), entity("x"));
 }
 
-#ifdef KAVEX_TEST_ALLOCATIONS
-TEST_F(Membership, WithoutMemoryTheMembersStayAsTheyWere) {
-    const std::string stored = "<group name=\"c\" type=\"t\"><entity>a</entity><container>b</container></group>";
-    struct Row {
-        const char *who;
-        std::function<long()> operation;
-    };
-    const char *name = "x &lt;&#65; y, a name that no short buffer holds: 0123456789 0123456789 0123456789 0123456789";
-    for (const Row &row : {Row{"kvio_join", [&] { return kvio_join(iterator, name, 0); }},
-                           Row{"kvio_insert", [&] { return kvio_insert(iterator, name, 1); }},
-                           Row{"kvio_change_container_element",
-                               [&] { return kvio_change_container_element(iterator, "a", name); }},
-                           Row{"kvio_append", [&] { return kvio_append(iterator, name); }},
-                           Row{"kvio_append", [&] { return kvio_append(iterator, nullptr); }}}) {
-        SCOPED_TRACE(row.who);
-        expect_failures_without_memory(stored, row.operation, [&](const Outcome &outcome) {
-            const std::string who = row.who;
-            return outcome == Outcome{0, 8, who + " error on xmlNewNode(): no memory?\n"} ||
-                   outcome == Outcome{0, 8, who + " error on xmlNodeSetContent()\n"} ||
-                   outcome == Outcome{0, 8, who + " error on xmlEncodeSpecialChars()\n"};
-        });
-    }
-}
-#endif
-
 }  // namespace
