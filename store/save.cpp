@@ -58,6 +58,13 @@ int take(void *sink, const char *data, int length) noexcept {
     return static_cast<Sink *>(sink)->append(data, static_cast<std::size_t>(length)) ? length : -1;
 }
 
+// A converter that meets a character which its encoding lacks may end the document there and report nothing.
+bool reads_back(const Sink &sink) noexcept {
+    if (sink.size > INT_MAX) return false;
+    return bool(guarded<Document>(
+        [&] { return xmlReadMemory(sink.bytes.get(), static_cast<int>(sink.size), nullptr, nullptr, 0); }));
+}
+
 // The bytes that xmlSaveFormatFile would write with format 1.
 bool serialise(xmlDoc *document, Sink &sink) noexcept {
     const char *encoding = str(document->encoding);
@@ -72,7 +79,8 @@ bool serialise(xmlDoc *document, Sink &sink) noexcept {
         if (converter) xmlCharEncCloseFunc(converter);
         return false;
     }
-    return xmlSaveFormatFileTo(buffer, document, encoding, 1) >= 0 && sink.whole && !out_of_memory();
+    bool whole = xmlSaveFormatFileTo(buffer, document, encoding, 1) >= 0 && sink.whole && !out_of_memory();
+    return whole && (!converter || reads_back(sink));
 }
 
 // Bytes beyond the limit on file sizes would be cut off in the middle, with a signal to boot.
