@@ -23,11 +23,12 @@
 namespace kvio {
 namespace {
 
-Strings entries(const std::string &directory) {
+Strings process_ids() {
     Strings result;
-    std::unique_ptr<DIR, int (*)(DIR *)> open(opendir(directory.c_str()), closedir);
-    while (dirent *entry = open ? readdir(open.get()) : nullptr) result.emplace_back(entry->d_name);
-    std::sort(result.begin(), result.end());
+    std::unique_ptr<DIR, int (*)(DIR *)> open(opendir("/proc"), closedir);
+    while (dirent *entry = open ? readdir(open.get()) : nullptr)
+        if (std::string(entry->d_name).find_first_not_of("0123456789") == std::string::npos)
+            result.emplace_back(entry->d_name);
     return result;
 }
 
@@ -38,10 +39,10 @@ std::string first_line(const std::string &path) {
     return line;
 }
 
-// Whether the process has the library mapped; no value: it does not say.
+// Whether the process has the library mapped; no value: it does not say. One that has ended meanwhile has not.
 std::optional<bool> maps_library(const std::string &pid) {
     std::ifstream maps("/proc/" + pid + "/maps");
-    if (!maps) return std::nullopt;
+    if (!maps && (errno == EACCES || errno == EPERM)) return std::nullopt;
     for (std::string line; std::getline(maps, line);)
         if (line.find("/libkavex.so") != std::string::npos) return true;
     return false;
@@ -121,8 +122,7 @@ std::optional<Lock> lock_of(const std::string &path) {
 
 std::vector<Process> candidates(const Lock &lock) {
     std::vector<Process> result;
-    for (const std::string &entry : entries("/proc")) {
-        if (entry.find_first_not_of("0123456789") != std::string::npos) continue;
+    for (const std::string &entry : process_ids()) {
         pid_t pid = std::stoi(entry);
         struct stat owner;
         if (pid == getpid() || stat(("/proc/" + entry).c_str(), &owner) != 0) continue;
@@ -138,10 +138,7 @@ int lock_status(Call &call) {
     Strings names = call.arguments;
     if (call.has('a') || names.empty()) {
         if (!names.empty()) throw Failure{misused, "either names or --all"};
-        for (const std::string &name : entries(config_directory)) {
-            struct stat file;
-            if (stat(path_of(name).c_str(), &file) == 0 && S_ISREG(file.st_mode)) names.push_back(name);
-        }
+        names = configurations();
     }
     bool held = false;
     for (const std::string &name : names) held = report(name) || held;

@@ -1,6 +1,7 @@
 // The verbs that look. They read snapshots, so that they work while somebody else holds the file.
 #include <dirent.h>
 #include <fnmatch.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -159,11 +160,13 @@ std::string attribute_of(kvio_node_t *entity, const std::string &attribute) {
 
 Strings configurations() {
     Strings names;
-    DIR *directory = opendir(config_directory);
+    std::unique_ptr<DIR, int (*)(DIR *)> directory(opendir(config_directory), closedir);
     if (!directory) throw Failure{errno == EACCES ? denied : not_found, std::string(config_directory) + " cannot be read"};
-    while (dirent *entry = readdir(directory))
-        if (entry->d_name[0] != '.' && entry->d_type != DT_DIR) names.emplace_back(entry->d_name);
-    closedir(directory);
+    while (dirent *entry = readdir(directory.get())) {
+        struct stat file;
+        if (stat((config_directory + std::string(entry->d_name)).c_str(), &file) == 0 && S_ISREG(file.st_mode))
+            names.emplace_back(entry->d_name);
+    }
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -211,6 +214,7 @@ int get(Call &call) {
     std::string value(length + 1, '\0');
     if (!kvio_get2(entity, call[4].c_str(), value.data(), length + 1)) store_failure("field " + call[4]);
     value.back() = '\n';
+    document.abandon();
     return put(value), success;
 }
 

@@ -11,7 +11,7 @@ a.xml: free
 A process died with a.xml open, another one holds b.xml and has the library mapped.
 
 $ python3 $TESTS/tool/hold.py a.xml
-$ python3 $TESTS/tool/hold.py b.xml 600 /tmp/libkavex.so.1 >/tmp/held 2>&1 & until grep -q held /tmp/held; do sleep 0.05; done
+$ python3 $TESTS/tool/hold.py b.xml 600 /tmp/libkavex.so.1 >/tmp/held 2>&1 & until grep -qs held /tmp/held; do sleep 0.05; done
 $ kvio lock status --all | sed 's/since 2[0-9-]* [0-9:]* by/since DATE by/; s/semaphore [0-9]*/semaphore N/; s/process [0-9]*/process N/'
 a.xml: held since DATE by uid 0 (root), semaphore N
   process N (python3)
@@ -55,7 +55,7 @@ Remove the lock of a.xml? [y/N] status 0
 $ kvio lock status a.xml; kvio lock clear a.xml
 a.xml: free
 ! kvio: a.xml is free
-$ python3 $TESTS/tool/hold.py c.xml 600 /tmp/libkavex.so.1 >/tmp/held2 2>&1 & until grep -q held /tmp/held2; do sleep 0.05; done
+$ python3 $TESTS/tool/hold.py c.xml 600 /tmp/libkavex.so.1 >/tmp/held2 2>&1 & until grep -qs held /tmp/held2; do sleep 0.05; done
 $ kvio lock clear --force -y c.xml 2>&1 | sed 's/process [0-9]*/process N/'; kvio lock clear -qfy b.xml; kvio lock clear -fy b.xml; kvio lock status
 kvio: process N (python3) may lose its lock
 a.xml: free
