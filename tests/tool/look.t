@@ -156,9 +156,9 @@ $ kvio get -d '' a.xml object/address host_t lan mask
 $ kvio get -d x b.xml object/address host_t lan mask
 ! kvio: /etc/kavex/conf/b.xml: there is no such file
 [1]
-$ kvio -v get a.xml object/address host_t lan ip 2>&1 | sed 's/[0-9][0-9]* is/N is/'
+$ kvio -v count a.xml object/address net_t 2>&1 | sed 's/[0-9][0-9]* is/N is/'
 Semaphore -N is removed
-10.0.0.1
+1
 
 $ kvio members a.xml object/address group host_t all
 container	inside
