@@ -341,6 +341,26 @@ TEST_F(Retrieval, DeepNestingNeedsNoStack) {
     EXPECT_EQ(results.code, 19);
 }
 
+// So many names that some of them have the same hash of 32 bits.
+TEST_F(Retrieval, ManyNamesStayApart) {
+    const int count = 200000;
+    std::string entities, names;
+    for (int i = 0; i < count; ++i) {
+        entities += "<t name=\"n" + std::to_string(i) + "\"/>";
+        names += "<entity>n" + std::to_string(i * 7919L % count) + "</entity>";
+    }
+    open_snapshot(entities + "<list name=\"c\" type=\"t\">" + names + "</list>");
+    open_list();
+    kvio_entities_t *all = kvio_retrieve_all(iterator);
+    ASSERT_TRUE(all);
+    EXPECT_EQ(all->count, count);
+    int wrong = 0;
+    for (int i = 0; i < all->count; ++i)
+        wrong += kvio_compare_name(all->items[i], ("n" + std::to_string(i * 7919L % count)).c_str()) != 1;
+    EXPECT_EQ(wrong, 0);
+    kvio_free_entities(all);
+}
+
 TEST_F(Retrieval, ManyPathsCostNoMoreThanTheirContainers) {
     // Each level names the next one twice, the last one two entities of one name and one more.
     auto levels = [](int n) {
