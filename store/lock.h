@@ -52,6 +52,8 @@ public:
     static void remove(int id) noexcept;
 
 private:
+    bool create_locked(const char *path) noexcept;
+
     Status status_;
     int reason_ = 0;
     bool created_ = false;
