@@ -207,7 +207,9 @@ TEST_F(Entities, BoundedCopiesWriteTheWholeBufferAndNoMore) {
         {0, rest}, {1, {"\0#######", 8}}, {2, {"a\0######", 8}}, {4, {"abc\0####", 8}},
         {6, {"abcde\0##", 8}}, {7, {"abcdef\0#", 8}}, {8, {"abcdef\0\0", 8}},
     };
-    for (const auto &[size, expected] : rows) {
+    for (const auto &row : rows) {
+        const unsigned size = row.first;
+        const std::string expected = row.second;
         std::string buffer = rest;
         EXPECT_EQ(call([&] { return kvio_get2(entity, "f", buffer.data(), size); }), (Outcome{1, 0}));
         EXPECT_EQ(buffer, expected);
@@ -231,7 +233,8 @@ TEST_F(Entities, Names) {
         {" k=\"e\"", nullptr}, {"", nullptr},       {" xmlns:n=\"urn:n\" n:name=\"e\"", nullptr},
         {" Name=\"e\"", nullptr},
     };
-    for (const auto &[attributes, name] : rows) {
+    for (const auto &row : rows) {
+        const char *attributes = row.first, *name = row.second;
         open_entity("", attributes);
         char text[16] = "kept";
         auto missed = [](const char *who) { return Outcome{0, 7, std::string(who) + "() fatal error: attribute 'name' is missed\n"}; };
