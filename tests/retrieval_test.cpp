@@ -343,11 +343,13 @@ TEST_F(Retrieval, DeepNestingNeedsNoStack) {
 
 // So many names that some of them have the same hash of 32 bits.
 TEST_F(Retrieval, ManyNamesStayApart) {
-    const int count = 200000;
+    constexpr int count = 200000;
+    auto name = [](int i) { return std::to_string(static_cast<uint64_t>(i) * 0x9E3779B97F4A7C15); };
+    auto at = [](int i) { return static_cast<int>(i * int64_t{7919} % count); };
     std::string entities, names;
     for (int i = 0; i < count; ++i) {
-        entities += "<t name=\"n" + std::to_string(i) + "\"/>";
-        names += "<entity>n" + std::to_string(i * 7919L % count) + "</entity>";
+        entities += "<t name=\"" + name(i) + "\"/>";
+        names += "<entity>" + name(at(i)) + "</entity>";
     }
     open_snapshot(entities + "<list name=\"c\" type=\"t\">" + names + "</list>");
     open_list();
@@ -355,8 +357,7 @@ TEST_F(Retrieval, ManyNamesStayApart) {
     ASSERT_TRUE(all);
     EXPECT_EQ(all->count, count);
     int wrong = 0;
-    for (int i = 0; i < all->count; ++i)
-        wrong += kvio_compare_name(all->items[i], ("n" + std::to_string(i * 7919L % count)).c_str()) != 1;
+    for (int i = 0; i < all->count; ++i) wrong += kvio_compare_name(all->items[i], name(at(i)).c_str()) != 1;
     EXPECT_EQ(wrong, 0);
     kvio_free_entities(all);
 }
