@@ -1,4 +1,4 @@
-$ for name in a b c; do echo '<kavex/>' >/etc/kavex/conf/$name.xml; done; echo >/tmp/libkavex.so.1
+$ echo "root:x:0:0::/:/bin/sh" >/etc/passwd; for name in a b c; do echo '<kavex/>' >/etc/kavex/conf/$name.xml; done; echo >/tmp/libkavex.so.1
 $ kvio lock status
 a.xml: free
 b.xml: free
