@@ -179,7 +179,8 @@ int batch(Call &call) {
             try {
                 run_line(text.substr(begin, end - begin), call[0], document);
             } catch (const Failure &failure) {
-                throw Failure{failure.status, "line " + std::to_string(line) + ": " + failure.text + "; nothing is saved"};
+                throw Failure{failure.status,
+                              "line " + std::to_string(line) + ": " + failure.text + "; nothing is saved"};
             }
             begin = end + 1;
         }
@@ -276,7 +277,8 @@ void leave(Call &call, Document &document) {
     if (call.has('p') && !kvio_delete(container.get(), number(call.options['p'], "--position")))
         store_failure(container.label());
     for (std::size_t i = 5; i < call.count(); ++i)
-        if (!kvio_remove(container.get(), call[i].c_str())) store_failure("member " + call[i] + " of " + container.label());
+        if (!kvio_remove(container.get(), call[i].c_str()))
+            store_failure("member " + call[i] + " of " + container.label());
     document.members_changed();
 }
 
@@ -295,7 +297,8 @@ void attr_set(Call &call, Document &document) {
     const std::string &attribute = checked_name(call[4], "attribute"), &value = checked_text(call[5], "the value");
     if (call.has('k')) {
         Container container(document, call[1], call.options['k'], call[2], call[3]);
-        if (!kvio_setattr_container(container.get(), attribute.c_str(), value.c_str())) store_failure(container.label());
+        if (!kvio_setattr_container(container.get(), attribute.c_str(), value.c_str()))
+            store_failure(container.label());
     } else if (!kvio_setattr_entity(document.entity(call[1], call[2], call[3]), attribute.c_str(), value.c_str())) {
         store_failure(call[2] + ' ' + call[3]);
     }

@@ -21,10 +21,7 @@ using Identity = std::vector<std::string>;
 
 Identity identity(Element container) { return {container.tag(), container.type(), container.name()}; }
 
-std::string label(Element element) {
-    return element.role() == Role::container ? element.tag() + ' ' + element.name()
-                                             : element.tag() + ' ' + element.name();
-}
+std::string label(Element element) { return element.tag() + ' ' + element.name(); }
 
 // The members of user groups are the names of users, of whom the configuration knows nothing.
 bool holds_entities(const std::string &type) { return type != "user_group_object_t"; }
@@ -52,7 +49,8 @@ public:
     }
 
 private:
-    void found(const std::string &text, const std::string &remedy = "", std::function<void(Document &)> repair = nullptr) {
+    void found(const std::string &text, const std::string &remedy = "",
+               std::function<void(Document &)> repair = nullptr) {
         bool repairable = unique_ && repair;
         problems_.push_back({scope_ + ": " + text, repairable ? remedy : "", repairable ? std::move(repair) : nullptr});
     }
@@ -68,7 +66,8 @@ private:
             ++position;
             std::string what = label(container) + ": member " + std::to_string(position), name = member.text();
             std::string fault = member_fault(container, member, typed);
-            if (fault.empty() && container.tag() == "group" && !names.insert(name).second) fault = "is there already: " + name;
+            if (fault.empty() && container.tag() == "group" && !names.insert(name).second)
+                fault = "is there already: " + name;
             if (fault.empty()) continue;
             bool known = member.tag() == "entity" || member.tag() == "container";
             if (known) count_member(container, member, -1);
@@ -80,11 +79,14 @@ private:
 
     std::string member_fault(Element container, Element member, bool typed) {
         std::string name = member.text();
-        if (member.tag() != "entity" && member.tag() != "container") return "is neither entity nor container: " + member.tag();
+        if (member.tag() != "entity" && member.tag() != "container")
+            return "is neither entity nor container: " + member.tag();
         if (name.empty()) return "has no name";
         if (!typed) return "";
         if (member.tag() == "container")
-            return containers_.count({container.tag(), container.type(), name}) ? "" : "names no " + container.tag() + ": " + name;
+            return containers_.count({container.tag(), container.type(), name})
+                       ? ""
+                       : "names no " + container.tag() + ": " + name;
         if (!holds_entities(container.type()) || entities_.count({container.type(), name})) return "";
         return "names no " + container.type() + ": " + name;
     }
@@ -125,10 +127,11 @@ private:
     // A count that is too low lets somebody delete what is in use, so it is raised. One that is too high may count
     // references that stand elsewhere.
     void check_counts() {
-        for (const auto &[key, same] : entities_) check_count(same, key, [this, key = key](Document &document, const char *count) {
-            kvio_node_t *entity = document.entity(scope_, key[0], key[1]);
-            if (!kvio_setattr_entity(entity, "reference", count)) store_failure(key[0] + ' ' + key[1]);
-        });
+        for (const auto &[key, same] : entities_)
+            check_count(same, key, [this, key = key](Document &document, const char *count) {
+                kvio_node_t *entity = document.entity(scope_, key[0], key[1]);
+                if (!kvio_setattr_entity(entity, "reference", count)) store_failure(key[0] + ' ' + key[1]);
+            });
         for (const auto &[key, same] : containers_) {
             if (key[0] != "group") continue;
             check_count(same, key, [this, key = key](Document &document, const char *count) {
@@ -145,7 +148,8 @@ private:
         int named = references_[key];
         long counted = std::strtol(text->c_str(), nullptr, 10);
         if (counted == named) return;
-        std::string what = label(same[0]) + ": reference is " + *text + ", groups that name it: " + std::to_string(named);
+        std::string what =
+            label(same[0]) + ": reference is " + *text + ", groups that name it: " + std::to_string(named);
         if (counted > named) return found(what);
         std::string right = std::to_string(named);
         found(what, "set it to " + right, [write, right](Document &document) { write(document, right.c_str()); });
@@ -162,7 +166,8 @@ private:
 
 std::vector<Problem> problems_of(const Tree &tree, std::vector<ScopeCheck> &checks) {
     std::vector<Problem> problems;
-    if (tree.root().tag() != "kavex") problems.push_back({"the root element is " + tree.root().tag() + ", not kavex", "", nullptr});
+    if (tree.root().tag() != "kavex")
+        problems.push_back({"the root element is " + tree.root().tag() + ", not kavex", "", nullptr});
     std::map<std::string, int> scopes;
     tree.each_scope([&](Element scope) { ++scopes[scope.scope()]; });
     for (const auto &[path, many] : scopes)
@@ -186,7 +191,8 @@ int check(Call &call) {
     bool remains = false, changed = false;
     std::string report;
     for (const Problem &problem : problems) {
-        std::string remedy = problem.remedy.empty() ? "" : (repair ? " (repaired: " : " (repair: ") + problem.remedy + ')';
+        std::string remedy =
+            problem.remedy.empty() ? "" : (repair ? " (repaired: " : " (repair: ") + problem.remedy + ')';
         report += one_line(problem.text) + (plan ? remedy : "") + '\n';
         (repair && problem.repair ? changed : remains) = true;
     }

@@ -52,7 +52,8 @@ void add_elements(std::set<std::string> &found, const Line &line, const std::str
         if (what == "TYPE" && child.role() == Role::entity && kind.empty()) found.insert(child.tag());
         if (what == "TYPE" && container) found.insert(child.type());
         if (container_names && container && child.type() == type) found.insert(child.name());
-        if ((what == "ENTITY" || what == "MEMBER") && !container_names && child.tag() == type) found.insert(child.name());
+        if ((what == "ENTITY" || what == "MEMBER") && !container_names && child.tag() == type)
+            found.insert(child.name());
     }
     Element entity = find_entity(scope, type, line.of("ENTITY"));
     if (!entity) return;
@@ -102,7 +103,8 @@ const Verb *verb_of(Strings &words) {
 
 std::set<std::string> option_words(const Verb *verb) {
     std::set<std::string> found;
-    for (char letter : std::string(verb ? verb->options : "") + "hqv") found.insert(std::string("--") + find_option(letter)->name);
+    for (char letter : std::string(verb ? verb->options : "") + "hqv")
+        found.insert(std::string("--") + find_option(letter)->name);
     return found;
 }
 
@@ -119,7 +121,8 @@ std::set<std::string> proposals(Strings words, const std::string &last) {
             more_options = false;
         } else if (more_options && word.size() > 1 && word[0] == '-') {
             for (const Option &option : options)
-                if (option.argument && (word == std::string("--") + option.name || word == std::string("-") + option.letter))
+                if (option.argument &&
+                    (word == std::string("--") + option.name || word == std::string("-") + option.letter))
                     open = &option;
         } else {
             line.arguments.push_back(word);
@@ -129,7 +132,9 @@ std::set<std::string> proposals(Strings words, const std::string &last) {
     if (open && open->letter == 'F') return {"json", "text", "xml"};
     if (open) return {};
     if (more_options && begins(last, "-")) return option_words(verb);
-    if (!verb) return line.arguments.size() < 2 ? verb_words(line.arguments.empty() ? "" : line.arguments[0]) : std::set<std::string>();
+    if (!verb)
+        return line.arguments.size() < 2 ? verb_words(line.arguments.empty() ? "" : line.arguments[0])
+                                         : std::set<std::string>();
     return candidates_for(line);
 }
 
@@ -138,7 +143,8 @@ std::set<std::string> proposals(Strings words, const std::string &last) {
 std::string complete(const Strings &words) {
     std::string text, last = words.empty() ? "" : words.back();
     try {
-        for (const std::string &word : proposals(Strings(words.begin(), words.empty() ? words.end() : words.end() - 1), last))
+        for (const std::string &word :
+             proposals(Strings(words.begin(), words.empty() ? words.end() : words.end() - 1), last))
             if (begins(word, last)) text += word + '\n';
     } catch (const Failure &) {  // no such configuration, scope, ...: nothing to propose
     }

@@ -1,5 +1,5 @@
-// `diff`: what a configuration has become, compared with a file, by entity and field. The order of scopes, entities, containers, fields and of a group's
-// members has no meaning; that of the members of lists and tables has.
+// `diff`: what a configuration has become, compared with a file, by entity and field. The order of scopes, entities,
+// containers and fields and that of a group's members has no meaning; that of the members of lists and tables has.
 #include <algorithm>
 #include <map>
 

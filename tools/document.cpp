@@ -46,7 +46,8 @@ std::optional<Failure> system_failure(const std::string &what, const std::string
         return Failure{errno == EACCES ? denied : io_error, what + ": " + std::strerror(errno)};
     }
     if (S_ISDIR(file.st_mode)) return Failure{io_error, what + ": " + std::strerror(EISDIR)};
-    if (faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) != 0) return Failure{denied, what + ": " + std::strerror(errno)};
+    if (faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) != 0)
+        return Failure{denied, what + ": " + std::strerror(errno)};
     return std::nullopt;
 }
 

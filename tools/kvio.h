@@ -37,8 +37,9 @@ struct Verb {
     const char *options;  // letters
     const char *summary;
     const char *example;
-    int (*run)(Call &call);                         // either this
-    void (*change)(Call &call, Document &document);  // or this, which batch can run, too: NAME is opened and saved around
+    // A change has both: run_change() opens NAME, changes, saves and closes; batch calls the change itself.
+    int (*run)(Call &call);
+    void (*change)(Call &call, Document &document);
 };
 
 // One call of a verb. The arguments begin with NAME also where a batch line leaves it out.

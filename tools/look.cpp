@@ -39,7 +39,8 @@ std::string label(Element element) {
                other_attributes(element, {"name"});
     case Role::scope: {
         std::string text = coloured("1;34", element.tag() + '/') + other_attributes(element, {});
-        return element.children().empty() ? text + (element.text().empty() ? "" : " " + one_line(element.text())) : text;
+        return element.children().empty() ? text + (element.text().empty() ? "" : " " + one_line(element.text()))
+                                          : text;
     }
     case Role::other: break;
     }
@@ -102,7 +103,8 @@ std::string json_list(const char *title, Element scope, Role role, const std::st
 std::string json_element(Element element, const std::string &indent) {
     if (element.role() == Role::entity)
         return "{\"type\": " + json(element.tag()) + ", \"name\": " + json(element.name()) +
-               ", \"attributes\": " + json_attributes(element, {"name"}) + ", \"fields\": " + json_fields(element) + '}';
+               ", \"attributes\": " + json_attributes(element, {"name"}) + ", \"fields\": " + json_fields(element) +
+               '}';
     if (element.role() == Role::container)
         return "{\"kind\": " + json(element.tag()) + ", \"type\": " + json(element.type()) + ", \"name\": " +
                json(element.name()) + ", \"attributes\": " + json_attributes(element, {"name", "type"}) +
@@ -131,7 +133,8 @@ struct Search {
         int found = 0;
         for (Element child : scope.children()) {
             if (child.role() == Role::scope) found += in_scope(child);
-            if (child.role() == Role::entity && (type.empty() || child.tag() == type)) found += in_entity(child, scope.scope());
+            if (child.role() == Role::entity && (type.empty() || child.tag() == type))
+                found += in_entity(child, scope.scope());
         }
         return found;
     }
@@ -161,7 +164,8 @@ std::string attribute_of(kvio_node_t *entity, const std::string &attribute) {
 Strings configurations() {
     Strings names;
     std::unique_ptr<DIR, int (*)(DIR *)> directory(opendir(config_directory), closedir);
-    if (!directory) throw Failure{errno == EACCES ? denied : not_found, std::string(config_directory) + " cannot be read"};
+    if (!directory)
+        throw Failure{errno == EACCES ? denied : not_found, std::string(config_directory) + " cannot be read"};
     while (dirent *entry = readdir(directory.get())) {
         struct stat file;
         if (stat((config_directory + std::string(entry->d_name)).c_str(), &file) == 0 && S_ISREG(file.st_mode))
@@ -206,7 +210,8 @@ int get(Call &call) {
     kvio_node_t *entity = nullptr;
     try {
         entity = document.entity(call[1], call[2], call[3]);
-        if (!kvio_getlen(entity, call[4].c_str(), &length)) store_failure("field " + call[4] + " of " + call[2] + " " + call[3]);
+        if (!kvio_getlen(entity, call[4].c_str(), &length))
+            store_failure("field " + call[4] + " of " + call[2] + " " + call[3]);
     } catch (const Failure &failure) {
         if (failure.status != not_found || !fallback) throw;
         return put(call.options['d'] + '\n'), success;

@@ -1,5 +1,5 @@
-// `user`: who has logged in and what they may do. None of these print secrets: no password is part of what they ask for,
-// and the log of a look-up, which has the directory's bind password in it, does not get to the terminal either.
+// `user`: who has logged in and what they may do. None of these print secrets: no password is part of what they ask
+// for, and the log of a look-up, which has the directory's bind password in it, does not get to the terminal either.
 #include <kavex/users.h>
 
 #include <memory>
@@ -83,7 +83,8 @@ int user_groups(Call &call) {
     }
     int known = verify_user_group(call[0].c_str());
     if (known == 0) throw Failure{not_found, "no user group " + call[0]};
-    if (known > 0) throw Failure{inconsistent, "user group " + call[0] + " cannot be read: its nesting loops or it is missing"};
+    if (known > 0)
+        throw Failure{inconsistent, "user group " + call[0] + " cannot be read: its nesting loops or it is missing"};
     throw Failure{io_error, "the user groups or the lock that guards them cannot be used"};
 }
 

@@ -55,13 +55,15 @@ const std::vector<Verb> verbs = {
      "kvio undefine appliance.xml object/address address_object_t printer", run_change, undefine},
     {"create", "NAME SCOPE KIND TYPE CONTAINER", "", "create an empty container",
      "kvio create appliance.xml object/address group address_object_t outside", run_change, create},
-    {"dispose", "NAME SCOPE KIND TYPE CONTAINER", "f", "delete a container that no container names; its members' entities stay",
+    {"dispose", "NAME SCOPE KIND TYPE CONTAINER", "f",
+     "delete a container that no container names; its members' entities stay",
      "kvio dispose appliance.xml object/service list service_object_t recently-used", run_change, dispose},
     {"join", "NAME SCOPE KIND TYPE CONTAINER MEMBER...", "cf", "add members at the end, each name once",
      "kvio join appliance.xml object/address group address_object_t servers printer", run_change, join},
     {"append", "NAME SCOPE KIND TYPE CONTAINER [MEMBER]", "", "add an entity member at the end, also a second time",
      "kvio append appliance.xml object/service list service_object_t recently-used http/tcp", run_change, append},
-    {"insert", "NAME SCOPE KIND TYPE CONTAINER NUMBER [MEMBER]", "", "add an entity member before the one at a position",
+    {"insert", "NAME SCOPE KIND TYPE CONTAINER NUMBER [MEMBER]", "",
+     "add an entity member before the one at a position",
      "kvio insert appliance.xml object/service list service_object_t recently-used 1 smtp/tcp", run_change, insert},
     {"leave", "NAME SCOPE KIND TYPE CONTAINER [MEMBER]...", "p", "remove members by name, or one by its position",
      "kvio leave appliance.xml object/address group address_object_t servers web-server", run_change, leave},
@@ -79,9 +81,10 @@ const std::vector<Verb> verbs = {
     {"batch", "NAME", "", "run the changes on standard input, one a line without NAME, and save if all succeed",
      "kvio batch appliance.xml <changes", batch, nullptr},
 
-    {"copy", "NAME NEW", "", "copy a configuration onto another one", "kvio copy appliance.xml spare.xml", copy, nullptr},
-    {"rename", "NAME NEW", "", "rename a configuration; NEW must not exist",
-     "kvio rename spare.xml old.xml", rename, nullptr},
+    {"copy", "NAME NEW", "", "copy a configuration onto another one", "kvio copy appliance.xml spare.xml", copy,
+     nullptr},
+    {"rename", "NAME NEW", "", "rename a configuration; NEW must not exist", "kvio rename spare.xml old.xml", rename,
+     nullptr},
     {"remove", "NAME", "", "delete a configuration", "kvio remove old.xml", remove, nullptr},
     {"save-as", "NAME NEW", "", "write a configuration to another one, freshly formatted",
      "kvio save-as appliance.xml tidy.xml", save_as, nullptr},
@@ -98,12 +101,13 @@ const std::vector<Verb> verbs = {
 
     {"lock status", "[NAME]...", "a", "tell whether configurations are free or held, since when and by whom",
      "kvio lock status --all", lock_status, nullptr},
-    {"lock clear", "NAME", "yf", "remove a lock that a dead process left",
-     "kvio lock clear --yes appliance.xml", lock_clear, nullptr},
+    {"lock clear", "NAME", "yf", "remove a lock that a dead process left", "kvio lock clear --yes appliance.xml",
+     lock_clear, nullptr},
 
-    {"user show", "USER", "", "print the profile of a user who has logged in", "kvio user show alice", user_show, nullptr},
-    {"user method", "USER", "", "print the authentication method that a user passed",
-     "kvio user method alice", user_method, nullptr},
+    {"user show", "USER", "", "print the profile of a user who has logged in", "kvio user show alice", user_show,
+     nullptr},
+    {"user method", "USER", "", "print the authentication method that a user passed", "kvio user method alice",
+     user_method, nullptr},
     {"user release", "USER", "", "forget that a user has logged in", "kvio user release alice", user_release, nullptr},
     {"user groups", "GROUP [USER]", "", "list the members of a user group, or tell whether a user is one",
      "kvio user groups office alice", user_groups, nullptr},
@@ -174,7 +178,8 @@ Call parse_options(const Verb *verb, const Strings &words, std::size_t &used) {
     opterr = 0;
     for (int letter; (letter = getopt_long(count, pointers.data(), letters.c_str(), longs.data(), nullptr)) != -1;) {
         if (letter == '?' || letter == ':') {
-            std::string what = optopt ? std::string("-") + static_cast<char>(optopt) : pointers[static_cast<std::size_t>(optind - 1)];
+            std::string what =
+                optopt ? std::string("-") + static_cast<char>(optopt) : pointers[static_cast<std::size_t>(optind - 1)];
             std::string where = verb ? std::string("; see kvio ") + verb->name + " --help" : "; see kvio --help";
             throw Failure{misused, (letter == ':' ? "no argument for " : "no option ") + what + where};
         }
@@ -187,7 +192,8 @@ Call parse_options(const Verb *verb, const Strings &words, std::size_t &used) {
 
 const Verb &take_verb(Strings &words) {
     std::string one = words[0], two = words.size() > 1 ? one + ' ' + words[1] : one;
-    if (const Verb *verb = find_verb(two); verb && two != one) return words.erase(words.begin(), words.begin() + 2), *verb;
+    if (const Verb *verb = find_verb(two); verb && two != one)
+        return words.erase(words.begin(), words.begin() + 2), *verb;
     if (const Verb *verb = find_verb(one)) return words.erase(words.begin()), *verb;
     throw Failure{misused, "no verb " + one + "; kvio --help lists them"};
 }
@@ -251,14 +257,16 @@ std::string help(const Verb *verb) {
         for (char letter : std::string(verb->options) + everywhere) text += option_line(*find_option(letter));
         return text + "\nExample: " + verb->example + '\n';
     }
-    text = "Usage: kvio VERB [OPTION]... [ARGUMENT]...\n\n"
-           "Looks at and changes the configurations of the appliance. NAME is a file of /etc/kavex/conf, SCOPE a path of\n"
-           "element names such as object/address, KIND table, list or group; -- ends the options.\n\n";
+    text =
+        "Usage: kvio VERB [OPTION]... [ARGUMENT]...\n\n"
+        "Looks at and changes the configurations of the appliance. NAME is a file of /etc/kavex/conf, SCOPE a path of\n"
+        "element names such as object/address, KIND table, list or group; -- ends the options.\n\n";
     for (const Verb &one : verbs) text += padded(std::string("  ") + one.name, 18) + one.summary + '\n';
     text += "\n";
     for (char letter : std::string(everywhere)) text += option_line(*find_option(letter));
-    return text + "\nExit status: 0 done, 1 not found or different, 2 wrong usage, 3 locked, 4 not well-formed or\n"
-                  "inconsistent, 5 input or output failed, 6 no permission. kvio VERB --help says more; so does kvio(1).\n";
+    return text +
+           "\nExit status: 0 done, 1 not found or different, 2 wrong usage, 3 locked, 4 not well-formed or\n"
+           "inconsistent, 5 input or output failed, 6 no permission. kvio VERB --help says more; so does kvio(1).\n";
 }
 
 std::string manual() {
@@ -267,7 +275,8 @@ std::string manual() {
         text += std::string(".It Cm ") + mdoc(verb.name);
         for (char letter : std::string(verb.options)) {
             const Option &option = *find_option(letter);
-            text += std::string(" Oo Fl \\-") + option.name + (option.argument ? std::string(" Ar ") + option.argument : "") + " Oc";
+            text += std::string(" Oo Fl \\-") + option.name +
+                    (option.argument ? std::string(" Ar ") + option.argument : "") + " Oc";
         }
         if (*verb.usage) text += std::string(" Ar ") + mdoc(verb.usage);
         std::string line = sentence(verb);
