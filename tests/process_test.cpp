@@ -158,8 +158,15 @@ int kills() {
     return wanted ? std::atoi(wanted) : 60;
 }
 
-TEST_F(Processes, KillsInSavesOfAHundredKilobytes) { save_under_kills(100'000, kills()); }
-TEST_F(Processes, KillsInSavesOfAMegabyte) { save_under_kills(1'000'000, kills()); }
+TEST_F(Processes, KillsInSavesOfAHundredKilobytes) {
+    NEEDS_THE_SAVING_HELPER();
+    save_under_kills(100'000, kills());
+}
+
+TEST_F(Processes, KillsInSavesOfAMegabyte) {
+    NEEDS_THE_SAVING_HELPER();
+    save_under_kills(1'000'000, kills());
+}
 
 // ---------------------------------------------------------------------------------------------------- failing saves
 

@@ -229,6 +229,7 @@ TEST_F(Saving, CompressedDocuments) {
 
 // A child saves two documents of 100 KB in turn and is killed at a random moment: one of them is there, whole.
 TEST_F(Saving, AKillCostsNothing) {
+    NEEDS_THE_SAVING_HELPER();
     std::string entities;
     for (int i = 0; i < 900; ++i) entities += "<t name=\"" + std::to_string(i) + "\"><f>" + std::string(80, 'v') + "</f></t>";
     open("<t name=\"e\"><f>a</f></t>" + entities);

@@ -26,6 +26,13 @@
 
 #include "tests/support/faults.h"
 
+// Skips a test of what happens to a save whose process is killed.
+#ifdef KAVEX_TEST_EMULATED
+#define NEEDS_THE_SAVING_HELPER() GTEST_SKIP() << "the emulator starts no process that shares its parent's memory"
+#else
+#define NEEDS_THE_SAVING_HELPER() static_cast<void>(0)
+#endif
+
 // Makes one test after the other start alike and checks in its end that it left nothing: no semaphore set, no shared
 // memory segment, the same descriptors, no child and no process of its children. A test that makes System V objects
 // on purpose removes them before, in its own TearDown() or body.
