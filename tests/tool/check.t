@@ -1,4 +1,4 @@
-$ $EXAMPLES/make-configuration | sed 's/ reference="0"//' >/etc/kavex/conf/good.xml; kvio check good.xml
+$ $EXAMPLES/make-configuration >/etc/kavex/conf/good.xml; kvio check good.xml
 $ cat >/etc/kavex/conf/a.xml <<'XML'
 > <kavex><s><t name="x" reference="1"/><t name="x"/><t name="y" reference="0"/><t name="z" reference="5"/><u name="x" reference="many"/>
 > <group name="g" type="t" reference="0"><entity>x</entity><entity>ghost</entity><entity>y</entity><entity/><container>nowhere</container><entity>y</entity><other>y</other></group>
@@ -83,7 +83,7 @@ $ kvio show a.xml s | sed -n '/group g/,/group i/p'
     y
   group i of t
 
-$ $EXAMPLES/make-configuration >/etc/kavex/conf/counts.xml; kvio check -R counts.xml | head -2; kvio check -Ry counts.xml >/dev/null && kvio check counts.xml && kvio refs counts.xml object/address address_object_t floor-10 && kvio attr get counts.xml object/address address_object_t floor-10 reference
+$ $EXAMPLES/make-configuration | sed 's/ reference="1"/ reference="0"/' >/etc/kavex/conf/counts.xml; kvio check -R counts.xml | head -2; kvio check -Ry counts.xml >/dev/null && kvio check counts.xml && kvio refs counts.xml object/address address_object_t floor-10 && kvio attr get counts.xml object/address address_object_t floor-10 reference
 object/address: address_object_t floor-10: reference is 0, groups that name it: 1 (repair: set it to 1)
 object/address: address_object_t floor-11: reference is 0, groups that name it: 1 (repair: set it to 1)
 group	address_object_t	lower-floors
