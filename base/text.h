@@ -9,6 +9,9 @@
 
 inline bool same(const char *a, const char *b) noexcept { return std::strcmp(a, b) == 0; }
 
+// A null text in a message.
+inline const char *shown(const char *text) noexcept { return text ? text : "(null)"; }
+
 inline bool empty(const char *text) noexcept { return !text || !*text; }
 
 // The bounded copy of every getter whose name ends in "2": the whole buffer is written, a longer text is cut after

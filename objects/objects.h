@@ -75,9 +75,6 @@ inline bool good_name(const char *name) noexcept {
     return length > 0 && length < name_size;
 }
 
-// Null texts in messages.
-inline const char *shown(const char *text) noexcept { return text ? text : "(null)"; }
-
 // The fields that lists and groups have in common.
 template <class Record>
 bool complete(const Record *record) noexcept {

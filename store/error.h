@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "base/text.h"
 #include "kavex/store.h"
 
 // Prints a line that changes no result and no code.
@@ -39,8 +40,5 @@ Result succeed(Result result) noexcept {
     kvio_errno = KVIO_OK;
     return result;
 }
-
-// A null text in a message.
-inline const char *shown(const char *text) noexcept { return text ? text : "(null)"; }
 
 #endif
