@@ -16,6 +16,7 @@ constexpr char group_type[] = "user_group_object_t";
 constexpr int capacity = sizeof(user_group_t::members) / sizeof(user_profile_t);
 constexpr std::size_t longest_name = 127;
 constexpr int deepest_nesting = 1000;  // a level costs a few hundred bytes of stack
+constexpr int most_expansions = 10'000;  // without members, nothing else ends a nesting that branches at every level
 
 using Snapshot = Owned<kvio_config_t, kvio_close_config>;
 using Group = Owned<kvio_iterator_t, kvio_close_group>;
@@ -27,6 +28,7 @@ struct Level {
     const char *name;
     const Level *outer;
     int depth;
+    int *expansions;  // of groups so far
 };
 
 bool is_being_expanded(const char *name, const Level *level) {
@@ -62,12 +64,12 @@ bool append_nested(kvio_config_t *document, const char *name, const Level &outer
         return true;
     }
     if (is_being_expanded(name, &outer)) return true;
-    return append_group(document, {name, &outer, outer.depth + 1}, record, function);
+    return append_group(document, {name, &outer, outer.depth + 1, outer.expansions}, record, function);
 }
 
 bool append_members(kvio_config_t *document, kvio_iterator_t *group, const Level &level, user_group_t &record,
                     const char *function) {
-    if (level.depth > deepest_nesting) {
+    if (level.depth > deepest_nesting || ++*level.expansions > most_expansions) {
         kvlog(USER_OP, "[%s]Group:%s is nested too deeply.", function, level.name);
         return false;
     }
@@ -110,7 +112,8 @@ UserGroup read_group(const char *name, const char *function) {
         kvlog(USER_OP, "[%s]Insufficient memory.", function);
         return nullptr;
     }
-    if (!append_members(document.get(), group.get(), {name, nullptr, 0}, *record, function)) return nullptr;
+    int expansions = 0;
+    if (!append_members(document.get(), group.get(), {name, nullptr, 0, &expansions}, *record, function)) return nullptr;
     return record;
 }
 
@@ -146,7 +149,8 @@ user_group_t *retrieve_user_group(const char *group) {
 }
 
 int get_member(kvio_config_t *document, const char *group, user_group_t *record) {
-    if (record) append_group(document, {group, nullptr, 0}, *record, __func__);
+    int expansions = 0;
+    if (record) append_group(document, {group, nullptr, 0, &expansions}, *record, __func__);
     return 1;
 }
 

@@ -323,7 +323,7 @@ typedef struct user_group_t {
  *         buffer has failed:%s.", "[%s]Open backup file has failed.", "[%s]Open group has failed.", "[%s]Retrieve
  *         group's entities has failed." (also for a nesting that loops or reaches a group twice), "[%s]Insufficient
  *         memory.", "[%s]Group:%s has more than %d members." or "[%s]Group:%s is nested too deeply." (more than 1,000
- *         levels): an incomplete list would make members look like strangers.
+ *         levels or 10,000 groups): an incomplete list would make members look like strangers.
  */
 user_group_t *retrieve_user_group(const char *group);
 
