@@ -5,26 +5,25 @@
 
 #include <kavex/users.h>
 
-#include <initializer_list>
+#include <functional>
 #include <string>
 
 #include "tests/support/appliance.h"
 
-// With lock and buffer. Afterwards the lock must be at 1 and the buffer attached by nobody but the fixture.
+// With lock and buffer, and without any file that a user function reads. Afterwards the lock must be at 1 and the
+// buffer attached by nobody but the fixture.
 class UsersTest : public ApplianceTest {
 protected:
     void SetUp() override;
     void TearDown() override;
 
-    void make_lock();
-    void make_buffer(size_t size = sizeof(auth_buffer_t));
-    void remove_lock();
+    void make_buffer(size_t size);
     void remove_buffer();
     int lock_value() const;
     int attachments() const;
 
-    void log_in(int slot, const char *user, int method, int in_use = 1);
-    void radius(int slot, const char *user, int type, int lease_time, int re_auth, int in_use = 1);
+    void log_in(int slot, const std::string &user, int method, int in_use = 1);
+    void radius(int slot, const std::string &user, int type, int lease_time, int re_auth, int in_use = 1);
 
     auth_buffer_t *buffer_ = nullptr;
     int lock_ = -1;
@@ -33,18 +32,26 @@ private:
     int segment_ = -1;
 };
 
-// The log with these messages, each with what stands before the messages of the user functions.
-std::string user_log(std::initializer_list<std::string> messages);
+// The shell commands that "/bin/ldapsearch" consists of. What it is called with it appends to "/tmp/arguments".
+void search_tool(const std::string &commands);
 
-// "NAME ACCOUNT type access visibility lease_time re_auth remote_admin remote_access", and what was not written shows
-// as it was filled: "-" in the texts, 7 in the numbers.
-user_profile_t unwritten();
+// What can be seen of a call: its result and its messages, each behind a bar, such as "-1|[f]text|[f]text"; those of a
+// child process come last.
+std::string seen(const std::function<long()> &body);
+
+// The same of a look-up, with the profile that it filled: "0 NAME ACCOUNT type access visibility lease_time re_auth
+// remote_admin remote_access|[f]text". What was not written shows as "-" in the texts and 7 in the numbers, a profile
+// that was not written at all as "-".
+using LookUp = std::function<long(user_profile_t *, const char *)>;
+std::string filled(const LookUp &look_up, const std::string &user);
 std::string show(const user_profile_t &profile);
 
-// An outcome that leaves kvio_errno and descriptor 2 alone.
-Outcome outcome(long result, std::initializer_list<std::string> messages);
-
-constexpr char auth_key_file[] = "/lib/security/pam_auth_admin.so";
-constexpr char lock_key_file[] = "/lib/security/pam_unix.so";
+// Whether there is one, which is released.
+template <class Record>
+bool given(Record *record, void (*release)(Record *)) {
+    bool is_given = record;
+    release(record);
+    return is_given;
+}
 
 #endif
