@@ -1,5 +1,7 @@
 // The shared authentication buffer, its lock, and the RADIUS results in it.
 #include <sys/sem.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstring>
 
@@ -151,6 +153,7 @@ TEST_F(AuthBuffer, WhatFailsIsLoggedAndTheLockGivenBack) {
 }
 
 // So that nobody reads a record that is being written, and nobody keeps a buffer attached that waits for the lock.
+// Whoever is killed holding it gives it back.
 TEST_F(AuthBuffer, BufferAndFilesAreOpenUnderTheLockOnly) {
     const std::tuple<std::function<long()>, const char *, int> rows[] = {
         {release, "shmat", 2}, {profile, "shmat", 3}, {group, "open", 1}, {verify, "open", 1}};
@@ -163,6 +166,13 @@ TEST_F(AuthBuffer, BufferAndFilesAreOpenUnderTheLockOnly) {
         faults::intrude("semop", [&] { EXPECT_EQ(attachments(), 1); }, 2);
         perform(operation);
         EXPECT_TRUE(faults::struck());
+        pid_t killed = fork();
+        if (killed == 0) {
+            faults::intrude(opens, [] { _exit(0); });
+            perform(operation);
+        }
+        waitpid(killed, nullptr, 0);
+        EXPECT_EQ(lock_value(), 1);
     }
 }
 

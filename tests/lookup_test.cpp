@@ -90,4 +90,26 @@ TEST_F(Lookup, MessagesInOrder) {
 #endif
 }
 
+TEST_F(Lookup, WithoutAnArgumentTheyFailSilently) {
+    user_profile_t profile;
+    char text[256] = "";
+    int number = 0;
+    const std::pair<const char *, std::function<long()>> rows[] = {
+        {"-1", [&] { return get_passwd_line(nullptr, text, 0, text); }},
+        {"-1", [&] { return get_info_from_local(&profile, nullptr, 0); }},
+        {"-1", [&] { return get_info_from_radius(&profile, nullptr); }},
+        {"-1", [&] { return get_info_from_ldap(&profile, nullptr); }},
+        {"-1", [&] { return get_ldap_server_info(text, text, text, text, text, text, &number, nullptr); }},
+        {"0", [&] { return parse_search_result(text, &profile, nullptr); }},
+        {"-1", [&] { return get_remote_setting(&profile, nullptr); }},
+        {"-1", [] { return get_auth_module(nullptr); }},
+        {"-1", [] { return release_auth_list(nullptr); }},
+        {"-1", [] { return verify_user_group(nullptr); }},
+        {"-1", [&] { return check_user_in_group(text, nullptr); }},
+        {"0", [] { return given(retrieve_user_group(nullptr), free_user_group); }},
+        {"0", [] { return given(get_user_profile(nullptr), free_user_profile); }},
+    };
+    for (const auto &[result, operation] : rows) EXPECT_EQ(seen(operation), result);
+}
+
 }  // namespace

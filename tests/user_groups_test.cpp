@@ -83,6 +83,16 @@ TEST_F(UserGroups, MembershipAndDescriptionsAreAnswered) {
         EXPECT_EQ(check_user_in_group(name, user.c_str()), result) << name << user;
     EXPECT_EQ(verify_user_group("d"), 1);
     EXPECT_EQ(verify_user_group("h"), 0);
+#ifdef KAVEX_TEST_ALLOCATIONS
+    std::set<std::string> outcomes;
+    faults::each([&](int nth) {
+        faults::fail_allocation(nth);
+        outcomes.insert(retrieve("h"));
+    });
+    EXPECT_EQ(outcomes.erase("1 bob "), 1u);
+    EXPECT_EQ(outcomes.erase("0 |[retrieve_user_group]Insufficient memory."), 1u);
+    for (const std::string &outcome : outcomes) EXPECT_THAT(outcome, StartsWith("0 |[retrieve_user_group]"));
+#endif
     write_file("/tmp/template_group.xml", "<kavex>");
     EXPECT_EQ(retrieve("g"), "0 |[retrieve_user_group]Open backup file has failed.");
     EXPECT_THAT(seen([] { return verify_user_group("g"); }),
