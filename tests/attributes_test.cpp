@@ -1,4 +1,8 @@
 // Attributes of entities and containers, and the counters in them. Both families are tested as rows of one table.
+#include <algorithm>
+#include <functional>
+
+#include "base/text.h"
 #include "tests/open_document.h"
 
 namespace {
@@ -6,16 +10,17 @@ namespace {
 class Attributes : public OpenDocument {
 protected:
     void load(const std::string &attributes) {
-        open("<t name=\"e\"" + attributes + "/><list name=\"c\" type=\"t\"" + attributes + "/>");
+        open("<t name=\"e\"" + attributes + "><f>abcdef</f><none/><empty/></t>" +
+             "<list name=\"c\" type=\"t\"" + attributes + "/>");
         open_list();
         ASSERT_TRUE(entity = kvio_retrieve_entity(config, "s", "t", "e"));
     }
 
     // The entity's attributes but the name, after a test that the container has the same.
     std::string attributes() const {
-        std::string text = scope(), open = "<t name=\"e\"", list = "<list name=\"c\" type=\"t\"";
-        std::string found = text.substr(open.size(), text.find("/>") - open.size());
-        EXPECT_EQ(text, open + found + "/>" + list + found + "/>");
+        std::string text = scope(), begin = "<t name=\"e\"", list = "<list name=\"c\" type=\"t\"";
+        std::string found = text.substr(begin.size(), text.find('>') - begin.size());
+        EXPECT_EQ(text.substr(text.find("<list")), list + found + "/>");
         return found;
     }
 
@@ -23,17 +28,26 @@ protected:
 };
 
 TEST_F(Attributes, SetUnsetAndGetOnEntitiesAndContainersAlike) {
-    load(" a=\"1\" b=\"&lt;\"");
+    load(" a=\"1\" b=\"&lt;\" xml:lang=\"de\"");
+    const std::string lang = " xml:lang=\"de\"";
     struct Row {
         const char *name, *value;  // null: unset
-        const char *after;
+        std::string after;
     };
-    for (const Row &row : {Row{"a", "&amp;<\"'\xc3\xa4", " a=\"&amp;amp;&lt;&quot;'&#xE4;\" b=\"&lt;\""},
-                           Row{"c", "AT&T", " a=\"&amp;amp;&lt;&quot;'&#xE4;\" b=\"&lt;\" c=\"AT&amp;T\""},
-                           Row{"a", nullptr, " b=\"&lt;\" c=\"AT&amp;T\""}, Row{"a", nullptr, " b=\"&lt;\" c=\"AT&amp;T\""},
-                           Row{"b", "", " b=\"\" c=\"AT&amp;T\""}, Row{"B", "2", " b=\"\" c=\"AT&amp;T\" B=\"2\""}}) {
+    for (const Row &row : {
+             Row{"a", "&amp;<\"'\xc3\xa4", " a=\"&amp;amp;&lt;&quot;'&#xE4;\" b=\"&lt;\"" + lang},
+             Row{"a", nullptr, " b=\"&lt;\"" + lang},
+             Row{"a", nullptr, " b=\"&lt;\"" + lang},
+             Row{"b", "", " b=\"\"" + lang},
+             Row{"B", "AT&T", " b=\"\"" + lang + " B=\"AT&amp;T\""},
+             Row{"lang", nullptr, " b=\"\"" + lang + " B=\"AT&amp;T\""},
+             Row{"xml:lang", "en", " b=\"\" xml:lang=\"en\" B=\"AT&amp;T\""},
+             Row{"xml:lang", nullptr, " b=\"\" B=\"AT&amp;T\""},
+             Row{"", nullptr, " b=\"\" B=\"AT&amp;T\""},
+             Row{nullptr, nullptr, " b=\"\" B=\"AT&amp;T\""},
+         }) {
         SCOPED_TRACE(row.after);
-        for (bool is_entity : {true, false})
+        for (bool is_entity : {true, false}) {
             EXPECT_EQ(call([&] {
                           if (row.value)
                               return is_entity ? kvio_setattr_entity(entity, row.name, row.value)
@@ -42,82 +56,54 @@ TEST_F(Attributes, SetUnsetAndGetOnEntitiesAndContainersAlike) {
                                            : kvio_unsetattr_container(iterator, row.name);
                       }),
                       (Outcome{1, 0}));
-        EXPECT_EQ(attributes(), row.after);
-        if (!row.value) continue;
-        for (bool is_entity : {true, false}) {
             char text[32] = "old";
             EXPECT_EQ(call([&] {
                           return is_entity ? kvio_getattr_entity(entity, row.name, text)
                                            : kvio_getattr_container(iterator, row.name, text);
                       }),
                       (Outcome{1, 0}));
-            EXPECT_STREQ(text, row.value);
+            EXPECT_STREQ(text, row.value ? row.value : "") << "an absent one reads as empty";
         }
+        EXPECT_EQ(attributes(), row.after);
     }
-}
-
-TEST_F(Attributes, AbsentOnesReadAsEmpty) {
-    load(" xml:lang=\"de\"");
-    for (const char *name : {"a", "lang", "", "x:lang", static_cast<const char *>(nullptr)}) {
-        char whole[4] = "zzz", bounded[4] = "zzz";
-        EXPECT_EQ(call([&] { return kvio_getattr_entity(entity, name, whole); }), (Outcome{1, 0}));
-        EXPECT_EQ(call([&] { return kvio_getattr_container2(iterator, name, bounded, 4); }), (Outcome{1, 0}));
-        EXPECT_EQ(std::string(whole, 4), std::string("\0zz\0", 4));
-        EXPECT_EQ(std::string(bounded, 4), std::string("\0zz\0", 4)) << "only the first byte is set";
-        EXPECT_EQ(call([&] { return kvio_unsetattr_container(iterator, name); }), (Outcome{1, 0}));
-    }
+    const std::string before = scope();
     EXPECT_EQ(call([&] { return kvio_setattr_entity(entity, nullptr, "v"); }), (Outcome{1, 0}));
     EXPECT_EQ(call([&] { return kvio_setattr_entity(entity, "a", nullptr); }), (Outcome{1, 0}));
-    EXPECT_EQ(attributes(), " xml:lang=\"de\"");
-    char text[8];
-    EXPECT_EQ(kvio_getattr_entity(entity, "xml:lang", text), 1);
-    EXPECT_STREQ(text, "de");
+    EXPECT_EQ(scope(), before);
+    // The name and the type are attributes, too.
+    kvio_setattr_entity(entity, "name", "f");
+    EXPECT_EQ(kvio_compare_name(entity, "f"), 1);
+    kvio_setattr_container(iterator, "type", "u");
+    close_container();
+    EXPECT_EQ(call([&] { return iterator = kvio_open_list(config, "s", "u", "c"); }), (Outcome{1, 0}));
 }
 
-TEST_F(Attributes, BoundedGettersWriteTheWholeBuffer) {
+// All getters with a buffer's size: of nothing the first byte is written, of a text, also an empty one, all bytes.
+TEST_F(Attributes, BoundedGettersWriteTheWholeBufferAndNoMore) {
     load(" a=\"abcdef\" b=\"\"");
+    kvio_setattr_entity(entity, "name", "abcdef");
+    kvio_unset(entity, "empty");
     struct Row {
-        const char *name;
-        unsigned int size;
-        std::string buffer;  // of eight bytes that were 'z'
+        const char *text;  // null: nothing
+        std::function<int(char *, unsigned)> get;
     };
-    for (const Row &row : {Row{"a", 0, "zzzzzzzz"}, Row{"a", 1, std::string("\0zzzzzzz", 8)},
-                           Row{"a", 3, std::string("ab\0zzzzz", 8)}, Row{"a", 6, std::string("abcde\0zz", 8)},
-                           Row{"a", 7, std::string("abcdef\0z", 8)}, Row{"a", 8, std::string("abcdef\0\0", 8)},
-                           Row{"b", 3, std::string("\0\0\0zzzzz", 8)}, Row{"c", 3, std::string("\0zzzzzzz", 8)},
-                           Row{"c", 0, "zzzzzzzz"}}) {
-        SCOPED_TRACE(testing::Message() << row.name << row.size);
-        std::string buffer(8, 'z');
-        EXPECT_EQ(call([&] { return kvio_getattr_entity2(entity, row.name, buffer.data(), row.size); }), (Outcome{1, 0}));
-        EXPECT_EQ(buffer, row.buffer);
-        buffer.assign(8, 'z');
-        EXPECT_EQ(call([&] { return kvio_getattr_container2(iterator, row.name, buffer.data(), row.size); }), (Outcome{1, 0}));
-        EXPECT_EQ(buffer, row.buffer);
-    }
-}
-
-TEST_F(Attributes, NullHandles) {
-    const std::string no_entity = "() error: NULL entity\n", no_iterator = "() error: NULL iterator\n";
-    char text[8];
-    uint32_t value = 7;
-    EXPECT_EQ(call([&] { return kvio_setattr_entity(nullptr, "a", "v"); }), (Outcome{0, 15, "kvio_setattr_entity" + no_entity}));
-    EXPECT_EQ(call([&] { return kvio_unsetattr_entity(nullptr, "a"); }), (Outcome{0, 15, "kvio_unsetattr_entity" + no_entity}));
-    EXPECT_EQ(call([&] { return kvio_getattr_entity(nullptr, "a", text); }), (Outcome{0, 15, "kvio_getattr_entity" + no_entity}));
-    EXPECT_EQ(call([&] { return kvio_getattr_entity2(nullptr, "a", text, 8); }),
-              (Outcome{0, 15, "kvio_getattr_entity2" + no_entity}));
-    EXPECT_EQ(call([&] { return kvio_increase_entity_attr(nullptr, "a", &value); }),
-              (Outcome{0, 15, "kvio_increase_entity_attr" + no_entity}));
-    EXPECT_EQ(call([&] { return kvio_decrease_entity_attr(nullptr, "a", &value); }),
-              (Outcome{0, 15, "kvio_decrease_entity_attr" + no_entity}));
-    EXPECT_EQ(value, 7u);
-    EXPECT_EQ(call([&] { return kvio_setattr_container(nullptr, "a", "v"); }),
-              (Outcome{0, 13, "kvio_setattr_container" + no_iterator}));
-    EXPECT_EQ(call([&] { return kvio_unsetattr_container(nullptr, "a"); }),
-              (Outcome{0, 13, "kvio_unsetattr_container" + no_iterator}));
-    EXPECT_EQ(call([&] { return kvio_getattr_container(nullptr, "a", text); }),
-              (Outcome{0, 13, "kvio_getattr_container" + no_iterator}));
-    EXPECT_EQ(call([&] { return kvio_getattr_container2(nullptr, "a", text, 8); }),
-              (Outcome{0, 13, "kvio_getattr_container2" + no_iterator}));
+    for (const Row &row : {
+             Row{"abcdef", [&](char *to, unsigned size) { return kvio_getattr_entity2(entity, "a", to, size); }},
+             Row{"", [&](char *to, unsigned size) { return kvio_getattr_entity2(entity, "b", to, size); }},
+             Row{nullptr, [&](char *to, unsigned size) { return kvio_getattr_entity2(entity, "c", to, size); }},
+             Row{"abcdef", [&](char *to, unsigned size) { return kvio_getattr_container2(iterator, "a", to, size); }},
+             Row{nullptr, [&](char *to, unsigned size) { return kvio_getattr_container2(iterator, "c", to, size); }},
+             Row{"abcdef", [&](char *to, unsigned size) { return kvio_get2(entity, "f", to, size); }},
+             Row{"", [&](char *to, unsigned size) { return kvio_get2(entity, "empty", to, size); }},
+             Row{nullptr, [&](char *to, unsigned size) { return kvio_get2(entity, "none", to, size); }},
+             Row{"abcdef", [&](char *to, unsigned size) { return kvio_name2(entity, to, size); }},
+         })
+        for (unsigned size = 0; size <= 8; ++size) {
+            std::string buffer(8, '#'), written = row.text ? std::string(row.text).substr(0, size ? size - 1 : 0) : "";
+            written.resize(row.text ? size : std::min(size, 1u));
+            EXPECT_EQ(call([&] { return row.get(buffer.data(), size); }), (Outcome{1, 0}));
+            EXPECT_EQ(buffer, written + std::string(8 - written.size(), '#')) << size;
+        }
 }
 
 TEST_F(Attributes, CountersAreReadAsOnThe32BitTarget) {
@@ -128,42 +114,28 @@ TEST_F(Attributes, CountersAreReadAsOnThe32BitTarget) {
     for (const Row &row : {Row{nullptr, "1", nullptr}, Row{"", "1", ""}, Row{"0", "1", "0"}, Row{"1", "2", "0"},
                            Row{"4294967294", "4294967295", "4294967293"}, Row{"4294967295", "0", "4294967294"},
                            Row{"4294967296", "0", "4294967294"}, Row{"99999999999999999999", "0", "4294967294"},
-                           Row{"12abc", "13", "11"}, Row{"abc", "1", "abc"}, Row{"  7", "8", "6"}, Row{"+7", "8", "6"},
-                           Row{"-1", "0", "4294967294"}, Row{"-4294967295", "2", "0"}, Row{"--1", "1", "--1"},
-                           Row{"00", "1", "00"}, Row{"0x10", "1", "0x10"}, Row{"007", "8", "6"}, Row{"- 1", "1", "- 1"},
+                           Row{"12abc", "13", "11"}, Row{"abc", "1", "abc"}, Row{"  +7", "8", "6"},
+                           Row{"-4294967295", "2", "0"}, Row{"--1", "1", "--1"}, Row{"0x10", "1", "0x10"},
+                           Row{"007", "8", "6"}, Row{"- 1", "1", "- 1"},
                            // 15 bytes are read, what comes after them is not
-                           Row{"000000000000012", "13", "11"}, Row{"0000000000000123", "13", "11"},
-                           Row{"               9", "1", "               9"}}) {
+                           Row{"0000000000000123", "13", "11"}, Row{"               9", "1", "               9"}}) {
         SCOPED_TRACE(row.stored ? row.stored : "absent");
-        const std::string before = row.stored ? " n=\"" + std::string(row.stored) + "\"" : "";
+        const std::string head = "<t name=\"e\" n=\"";
         for (bool increases : {true, false}) {
             const char *expected = increases ? row.increased : row.decreased;
-            bool is_written = expected && (!row.stored || expected != std::string(row.stored));
-            uint32_t number = is_written ? static_cast<uint32_t>(std::stoul(expected)) : 0;
+            auto count = increases ? kvio_increase_entity_attr : kvio_decrease_entity_attr;
             for (bool wants_value : {true, false}) {
-                open("<t name=\"e\"" + before + "/>");
-                ASSERT_TRUE(entity = kvio_retrieve_entity(config, "s", "t", "e"));
-                uint32_t value = 4711, *out = wants_value ? &value : nullptr;
-                EXPECT_EQ(call([&] {
-                              return increases ? kvio_increase_entity_attr(entity, "n", out)
-                                               : kvio_decrease_entity_attr(entity, "n", out);
-                          }),
-                          (Outcome{1, 0}));
-                EXPECT_EQ(value, wants_value ? number : 4711);
-                EXPECT_EQ(scope(), "<t name=\"e\"" + (expected ? " n=\"" + std::string(expected) + "\"" : "") + "/>");
+                open(row.stored ? head + row.stored + "\"/>" : "<t name=\"e\"/>");
+                entity = kvio_retrieve_entity(config, "s", "t", "e");
+                uint32_t value = 4711;
+                EXPECT_EQ(call([&] { return count(entity, "n", wants_value ? &value : nullptr); }), (Outcome{1, 0}));
+                EXPECT_EQ(scope(), expected ? head + expected + "\"/>" : "<t name=\"e\"/>");
+                // What is not a number above 0 counts as 0, and decreased it stays as it is.
+                const bool unchanged = !increases && (!expected || (row.stored && same(expected, row.stored)));
+                EXPECT_EQ(value, !wants_value ? 4711 : unchanged ? 0 : std::stoul(expected));
             }
         }
     }
-}
-
-TEST_F(Attributes, TheNameIsAnAttributeToo) {
-    load("");
-    EXPECT_EQ(call([&] { return kvio_setattr_entity(entity, "name", "f"); }), (Outcome{1, 0}));
-    EXPECT_EQ(kvio_compare_name(entity, "f"), 1);
-    EXPECT_EQ(call([&] { return kvio_retrieve_entity(config, "s", "t", "e"); }), (Outcome{0, 22}));
-    EXPECT_EQ(call([&] { return kvio_setattr_container(iterator, "type", "u"); }), (Outcome{1, 0}));
-    close_container();
-    EXPECT_EQ(call([&] { return iterator = kvio_open_list(config, "s", "u", "c"); }), (Outcome{1, 0}));
 }
 
 }  // namespace

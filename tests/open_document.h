@@ -2,7 +2,6 @@
 #ifndef KAVEX_TESTS_OPEN_DOCUMENT_H
 #define KAVEX_TESTS_OPEN_DOCUMENT_H
 
-#include <functional>
 #include <regex>
 #include <string>
 
@@ -58,13 +57,11 @@ protected:
         config = nullptr;
     }
 
-    // Opens the container "c" (or another one) of type "t"; the one before is closed.
-    void open_container(const Kind &kind, const char *name = "c") {
+    // Opens the list "c" (or another one) of type "t"; the one before is closed.
+    void open_list(const char *name = "c") {
         close_container();
-        ASSERT_TRUE(iterator = kind.open(config, "s", "t", name));
+        ASSERT_TRUE(iterator = kvio_open_list(config, "s", "t", name));
     }
-    void open_list(const char *name = "c") { open_container(kinds[1], name); }
-    void open_group(const char *name = "c") { open_container(kinds[2], name); }
 
     void close_container() {
         kvio_close_list(iterator);
@@ -84,6 +81,13 @@ protected:
         return text.substr(open.size(), text.size() - open.size() - end.size());
     }
 
+    // What is in the scope's only element.
+    std::string content() const {
+        std::string text = scope();
+        size_t begin = text.find('>') + 1, end = text.rfind("</");
+        return end == text.npos ? "" : text.substr(begin, end - begin);
+    }
+
     static std::string plain(std::string text) {
         const std::string declaration = "<?xml version=\"1.0\"?>\n";
         if (text.rfind(declaration, 0) == 0) text.erase(0, declaration.size());
@@ -91,42 +95,6 @@ protected:
     }
 
     std::string path() const { return config_path("a.xml"); }
-
-#ifdef KAVEX_TEST_ALLOCATIONS
-    // Opens the scope anew and lets each allocation of the operation fail in turn, then each and all after it. The
-    // operation keeps its promise: `failed` is what it gives then, the document and the handle are as before, and the
-    // same call succeeds afterwards; or it gets by without the memory and does its work. Which of the two happens is
-    // for the code to say, but some allocation has to matter.
-    void expect_failures_without_memory(const std::string &scope_text, const std::function<long()> &operation,
-                                        const std::function<bool(const Outcome &)> &is_failure) {
-        open(scope_text);
-        open_group();
-        Outcome success = call(operation);
-        const std::string changed = scope();
-        int failures = 0;
-        for (faults::Extent extent : {faults::once, faults::from_then_on}) {
-            faults::each([&](int nth) {
-                open(scope_text);
-                open_group();
-                const std::string before = scope();
-                faults::fail_allocation(nth, extent);
-                Outcome outcome = call(operation);
-                bool struck = faults::struck();
-                if (struck && outcome != success) {
-                    ++failures;
-                    EXPECT_TRUE(is_failure(outcome)) << testing::PrintToString(outcome);
-                    EXPECT_EQ(scope(), before);
-                    Outcome again = call(operation);
-                    EXPECT_EQ(again, success);
-                } else {
-                    EXPECT_EQ(outcome, success);
-                }
-                EXPECT_EQ(scope(), changed);
-            });
-        }
-        EXPECT_GT(failures, 0);
-    }
-#endif
 
     kvio_config_t *config = nullptr;
     kvio_iterator_t *iterator = nullptr;
