@@ -1,6 +1,7 @@
 // User groups and default settings, read from the template files.
 #include <cstring>
 #include <memory>
+#include <set>
 #include <sstream>
 
 #include "tests/users_fixture.h"
@@ -84,6 +85,7 @@ TEST_F(UserGroups, MembershipAndDescriptionsAreAnswered) {
     EXPECT_EQ(verify_user_group("d"), 1);
     EXPECT_EQ(verify_user_group("h"), 0);
 #ifdef KAVEX_TEST_ALLOCATIONS
+    groups(group("h", "bob"));
     std::set<std::string> outcomes;
     faults::each([&](int nth) {
         faults::fail_allocation(nth);
