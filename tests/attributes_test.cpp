@@ -47,23 +47,21 @@ TEST_F(Attributes, SetUnsetAndGetOnEntitiesAndContainersAlike) {
              Row{nullptr, nullptr, " b=\"\" B=\"AT&amp;T\""},
          }) {
         SCOPED_TRACE(row.after);
-        for (bool is_entity : {true, false}) {
-            EXPECT_EQ(call([&] {
-                          if (row.value)
-                              return is_entity ? kvio_setattr_entity(entity, row.name, row.value)
-                                               : kvio_setattr_container(iterator, row.name, row.value);
-                          return is_entity ? kvio_unsetattr_entity(entity, row.name)
-                                           : kvio_unsetattr_container(iterator, row.name);
-                      }),
-                      (Outcome{1, 0}));
-            char text[32] = "old";
-            EXPECT_EQ(call([&] {
-                          return is_entity ? kvio_getattr_entity(entity, row.name, text)
-                                           : kvio_getattr_container(iterator, row.name, text);
-                      }),
-                      (Outcome{1, 0}));
-            EXPECT_STREQ(text, row.value ? row.value : "") << "an absent one reads as empty";
-        }
+        char text[2][32] = {"old", "old"};
+        const std::function<int()> calls[] = {
+            [&] {
+                if (!row.value) return kvio_unsetattr_entity(entity, row.name);
+                return kvio_setattr_entity(entity, row.name, row.value);
+            },
+            [&] {
+                if (!row.value) return kvio_unsetattr_container(iterator, row.name);
+                return kvio_setattr_container(iterator, row.name, row.value);
+            },
+            [&] { return kvio_getattr_entity(entity, row.name, text[0]); },
+            [&] { return kvio_getattr_container(iterator, row.name, text[1]); },
+        };
+        for (const auto &run : calls) EXPECT_EQ(call(run), (Outcome{1, 0}));
+        for (const char *read : text) EXPECT_STREQ(read, row.value ? row.value : "") << "an absent one reads as empty";
         EXPECT_EQ(attributes(), row.after);
     }
     const std::string before = scope();

@@ -82,7 +82,7 @@ TEST_F(Membership, BadHandles) {
     }
 }
 
-TEST_F(Membership, JoinRefusesNamesOfEitherKind) {
+TEST_F(Membership, JoinRefusesNamesOfEitherKindAndAppendNumbersEntities) {
     const std::string stored = entity("a") + "<!-- c --><other>o</other>" + container("b");
     load(stored);
     for (int is_entity : {0, 1})
@@ -95,7 +95,10 @@ TEST_F(Membership, JoinRefusesNamesOfEitherKind) {
     EXPECT_EQ(call([&] { return kvio_join(iterator, "A", -1); }), (Outcome{1, 0}));
     EXPECT_EQ(call([&] { return kvio_join(iterator, "", INT_MIN); }), (Outcome{1, 0}));
     EXPECT_EQ(call([&] { return kvio_join(iterator, "", 0); }).code, 10) << "a member without text has the empty name";
-    EXPECT_EQ(content(), stored + container("o") + entity("A") + "<entity/>");
+    for (const char *name : {"", static_cast<const char *>(nullptr), "a", ""})
+        EXPECT_EQ(call([&] { return kvio_append(iterator, name); }), (Outcome{1, 0}));
+    EXPECT_EQ(content(), stored + container("o") + entity("A") + "<entity/>" + entity("#4") + entity("#5") +
+                             entity("a") + entity("#7"));
 }
 
 // One name through the operations that store it: what the member says afterwards, null where it is refused.
@@ -155,14 +158,6 @@ TEST_F(Membership, RemoveAndChangeTakeTheFirstOfTheName) {
                   (Outcome{0, 22, "kvio_remove() error: " + shown + " is not existed\n"}));
     }
     EXPECT_EQ(content(), entity("b") + "<other>a</other>" + entity("p") + entity("q"));
-}
-
-TEST_F(Membership, AppendNumbersEntityMembers) {
-    const std::string stored = entity("a") + container("g") + "<other/>" + entity("a");
-    load(stored);
-    for (const char *name : {"", static_cast<const char *>(nullptr), "a", ""})
-        EXPECT_EQ(call([&] { return kvio_append(iterator, name); }), (Outcome{1, 0}));
-    EXPECT_EQ(content(), stored + entity("#3") + entity("#4") + entity("a") + entity("#6"));
 }
 
 // Every position of [a, G, o, b] with a comment and white space between: what is there afterwards.
