@@ -134,6 +134,7 @@ TEST_F(UserGroups, ExpandingOnItsOwnEndsAndStaysWithinTheRecord) {
 }
 
 TEST_F(UserGroups, DefaultSettingsFillAProfile) {
+    EXPECT_EQ(filled(get_remote_setting, "a"), "-1 -");
     // Values in the order of the keys; "-" stands for none.
     const std::pair<std::string, std::string> rows[] = {
         {"limited-admin 1 2 3 4 1 0", " - 4 1 2 3 4 1 0"},
