@@ -170,6 +170,7 @@ TEST_F(AuthBuffer, BufferAndFilesAreOpenUnderTheLockOnly) {
         if (killed == 0) {
             faults::intrude(opens, [] { _exit(0); });
             perform(operation);
+            _exit(1);
         }
         waitpid(killed, nullptr, 0);
         EXPECT_EQ(lock_value(), 1);
