@@ -52,6 +52,8 @@ TEST_F(UserGroups, MembersComeInOrderWithNestedGroupsInTheirPlace) {
     const std::pair<std::string, std::string> rows[] = {
         {group("g", "c a +h b +i") + group("h", "d") + group("i", "e d"), "1 c a d b e d "},
         {group("g", ""), "1 "},
+        // A member that cannot be read is skipped.
+        {"<group name=\"g\" type=\"user_group_object_t\"><entity/><entity>a</entity></group>", "1 a "},
         {group("g", name31 + " " + name32 + " b"), "1 " + name31 + " b " + name_refused},
         {group("g", "a +" + name128 + " b") + group(name128, "c"),
          "1 a b " + step + "Group name is too long:" + name128 + "."},
@@ -85,7 +87,9 @@ TEST_F(UserGroups, MembershipAndDescriptionsAreAnswered) {
     EXPECT_EQ(verify_user_group("d"), 1);
     EXPECT_EQ(verify_user_group("h"), 0);
 #ifdef KAVEX_TEST_ALLOCATIONS
-    groups(group("h", "bob"));
+    // A reference, so that reading the member takes memory, too.
+    write_file("/tmp/template_group.xml", "<!DOCTYPE kavex [<!ENTITY b \"bob\">]><kavex><object><user_group>" +
+                                              group("h", "&b;") + "</user_group></object></kavex>");
     std::set<std::string> outcomes;
     faults::each([&](int nth) {
         faults::fail_allocation(nth);
