@@ -1,8 +1,7 @@
-// Processes that die at the worst moment, processes that get in each other's way, and saves that fail half-way.
+// Processes that die at the worst moment, and processes that get in each other's way.
 #include <signal.h>
 #include <sys/ipc.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/sem.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -158,74 +157,12 @@ int kills() {
     return wanted ? std::atoi(wanted) : 60;
 }
 
-TEST_F(Processes, KillsInSavesOfAHundredKilobytes) {
+TEST_F(Processes, KillsInSaves) {
     NEEDS_THE_SAVING_HELPER();
-    save_under_kills(100'000, kills());
-}
-
-TEST_F(Processes, KillsInSavesOfAMegabyte) {
-    NEEDS_THE_SAVING_HELPER();
-    save_under_kills(1'000'000, kills());
+    for (size_t size : {100'000u, 1'000'000u}) save_under_kills(size, kills());
 }
 
 // ---------------------------------------------------------------------------------------------------- failing saves
-
-TEST_F(Processes, EveryStepOfASaveFails) {
-    const std::string old_text = document_of('o', 3000), new_text = document_of('n', 9000);
-    auto replace = [](kvio_config_t *config) {
-        call([&] { return kvio_set(kvio_retrieve_entity(config, "s", "t", "a"), "f", std::string(9000, 'n').c_str()); });
-    };
-    int points = 0;
-    for (const char *function : {"open", "fallocate", "pwrite", "write", "ftruncate", "fdatasync", "close"})
-        for (int error : {EIO, ENOSPC, EROFS, EDQUOT})
-            for (faults::Extent extent : {faults::once, faults::from_then_on}) {
-                SCOPED_TRACE(testing::Message() << function << " " << std::strerror(error) << " " << extent);
-                faults::each([&](int nth) {
-                    write_config("a.xml", old_text);
-                    kvio_config_t *config = nullptr;
-                    call([&] { return config = kvio_open_config("a.xml", 0); });
-                    replace(config);
-                    faults::fail(function, error, nth, extent);
-                    Outcome outcome = call([&] { return kvio_save_config(config); });
-                    points += faults::struck();
-                    if (outcome.result < 0) {
-                        EXPECT_EQ(outcome, (Outcome{-1, KVIO_IO,
-                                                    "Problem occurred on saving XML to /etc/kavex/conf/a.xml\n"}));
-                    }
-                    std::string now = read_config("a.xml");
-                    EXPECT_TRUE(now == old_text || now == new_text) << now.substr(0, 200);
-                    EXPECT_TRUE(outcome.result < 0 || now == new_text);
-                    EXPECT_EQ(call([&] { return kvio_save_config(config); }).result,
-                              static_cast<long>(new_text.size()));
-                    EXPECT_EQ(read_config("a.xml"), new_text);
-                    call([&] { return kvio_close_config(config); });
-                });
-            }
-    std::printf("%d injected errors\n", points);
-    EXPECT_GE(points, 6 * 4 * 2);
-}
-
-TEST_F(Processes, ASizeLimitIsMetBeforeTheFileIsTouched) {
-    write_config("a.xml", document_of('o', 1000));
-    kvio_config_t *config = nullptr;
-    call([&] { return config = kvio_open_config("a.xml", 0); });
-    call([&] { return kvio_set(kvio_retrieve_entity(config, "s", "t", "a"), "f", std::string(9000, 'n').c_str()); });
-    rlimit before;
-    getrlimit(RLIMIT_FSIZE, &before);
-    signal(SIGXFSZ, SIG_IGN);  // the message cannot be written, either
-    for (rlim_t size : {0u, 500u, 9000u}) {
-        rlimit limit = before;
-        limit.rlim_cur = size;
-        setrlimit(RLIMIT_FSIZE, &limit);
-        Outcome outcome = call([&] { return kvio_save_config(config); });
-        setrlimit(RLIMIT_FSIZE, &before);
-        EXPECT_EQ(outcome.code, KVIO_IO);
-        EXPECT_EQ(read_config("a.xml"), document_of('o', 1000));
-    }
-    signal(SIGXFSZ, SIG_DFL);
-    EXPECT_GT(call([&] { return kvio_save_config(config); }).result, 0);
-    call([&] { return kvio_close_config(config); });
-}
 
 TEST_F(Processes, AReadOnlyMountIsReported) {
     // The repository is mounted read-only in the private root.

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -60,16 +61,22 @@ void plan(const Plan &entry) {
     plans[plan_count++] = entry;
 }
 
+// A variant counts as the function itself: "open64" is a use of "open", "pipe2" one of "pipe".
+bool is_use_of(const char *planned, const char *name) {
+    size_t length = std::strlen(planned);
+    return std::strncmp(planned, name, length) == 0 && (!name[length] || std::isdigit(name[length]));
+}
+
 // The plan that strikes at this use of the function, or null.
 const Plan *due(const char *function) {
     if (!active) return nullptr;
-    if (intrusion.nth && std::strcmp(intrusion.function, function) == 0 && --intrusion.nth == 0) {
+    if (intrusion.nth && is_use_of(intrusion.function, function) && --intrusion.nth == 0) {
         Pause pause;
         deed();
         fired = true;
     }
     for (Plan *entry = plans; entry != plans + plan_count; ++entry) {
-        if (std::strcmp(entry->function, function) != 0 || entry->nth == 0) continue;
+        if (!is_use_of(entry->function, function) || entry->nth == 0) continue;
         if (entry->nth > 1) { --entry->nth; continue; }
         if (entry->extent == once) entry->nth = 0;
         fired = true;
@@ -84,20 +91,27 @@ bool fails(const char *function) {
     return entry;
 }
 
-// A transfer either fails, or goes on with what is left of its size.
-bool transfer_fails(const char *function, size_t &size) {
-    const Plan *entry = due(function);
-    if (!entry) return false;
-    if (!entry->error) { size = std::min(size, entry->bytes); return false; }
-    errno = entry->error;
-    return true;
+// The C library's own function behind the one of this name below.
+template <auto Function>
+auto next(const char *name) {
+    static const auto found = reinterpret_cast<decltype(Function)>(dlsym(RTLD_NEXT, name));
+    if (!found) std::abort();
+    return found;
 }
 
-template <class Function>
-Function *next(Function *, const char *name) {
-    void *symbol = dlsym(RTLD_NEXT, name);
-    if (!symbol) std::abort();
-    return reinterpret_cast<Function *>(symbol);
+template <auto Function, class Result, class... Arguments>
+Result run(const char *name, Result failure, Arguments... arguments) {
+    const auto real = next<Function>(name);  // first, as it may set errno
+    return fails(name) ? failure : real(arguments...);
+}
+
+// A transfer either fails, or goes on with what is left of its size.
+template <auto Function, class Data, class... Offset>
+ssize_t transfer(const char *name, int fd, Data *data, size_t size, Offset... offset) {
+    const auto real = next<Function>(name);
+    const Plan *entry = due(name);
+    if (entry && entry->error) return errno = entry->error, -1;
+    return real(fd, data, entry ? std::min(size, entry->bytes) : size, offset...);
 }
 
 }  // namespace
@@ -167,146 +181,75 @@ Pause::~Pause() { active = active_; }
 
 // ---------------------------------------------------------------------------------- the functions of the C library
 
-#define NEXT(function) static const auto real = faults::next(&function, #function)
+using faults::run;
+using faults::transfer;
 
 extern "C" {
 
 int open(const char *path, int flags, ...) {
-    NEXT(open);
     va_list arguments;
     va_start(arguments, flags);
     mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return faults::fails("open") ? -1 : real(path, flags, mode);
+    return run<&open>("open", -1, path, flags, mode);
 }
 
 int open64(const char *path, int flags, ...) {
-    NEXT(open64);
     va_list arguments;
     va_start(arguments, flags);
     mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return faults::fails("open") ? -1 : real(path, flags, mode);
+    return run<&open64>("open64", -1, path, flags, mode);
 }
 
-int creat(const char *path, mode_t mode) {
-    NEXT(creat);
-    return faults::fails("creat") ? -1 : real(path, mode);
-}
-
-int creat64(const char *path, mode_t mode) {
-    NEXT(creat64);
-    return faults::fails("creat") ? -1 : real(path, mode);
-}
-
-ssize_t read(int fd, void *data, size_t size) {
-    NEXT(read);
-    return faults::transfer_fails("read", size) ? -1 : real(fd, data, size);
-}
-
-ssize_t write(int fd, const void *data, size_t size) {
-    NEXT(write);
-    return faults::transfer_fails("write", size) ? -1 : real(fd, data, size);
-}
+ssize_t read(int fd, void *data, size_t size) { return transfer<&read>("read", fd, data, size); }
+ssize_t write(int fd, const void *data, size_t size) { return transfer<&write>("write", fd, data, size); }
 
 ssize_t pwrite(int fd, const void *data, size_t size, off_t offset) {
-    NEXT(pwrite);
-    return faults::transfer_fails("pwrite", size) ? -1 : real(fd, data, size, offset);
+    return transfer<&pwrite>("pwrite", fd, data, size, offset);
 }
 
 ssize_t pwrite64(int fd, const void *data, size_t size, off64_t offset) {
-    NEXT(pwrite64);
-    return faults::transfer_fails("pwrite", size) ? -1 : real(fd, data, size, offset);
+    return transfer<&pwrite64>("pwrite64", fd, data, size, offset);
 }
 
 // A close that fails has closed the descriptor all the same.
 int close(int fd) {
-    NEXT(close);
-    int result = real(fd);
+    int result = faults::next<&close>("close")(fd);
     return faults::fails("close") ? -1 : result;
 }
 
-int fsync(int fd) {
-    NEXT(fsync);
-    return faults::fails("fsync") ? -1 : real(fd);
-}
-
-int fdatasync(int fd) {
-    NEXT(fdatasync);
-    return faults::fails("fdatasync") ? -1 : real(fd);
-}
+int fdatasync(int fd) { return run<&fdatasync>("fdatasync", -1, fd); }
 
 int fallocate(int fd, int mode, off_t offset, off_t length) {
-    NEXT(fallocate);
-    return faults::fails("fallocate") ? -1 : real(fd, mode, offset, length);
+    return run<&fallocate>("fallocate", -1, fd, mode, offset, length);
 }
 
 int fallocate64(int fd, int mode, off64_t offset, off64_t length) {
-    NEXT(fallocate64);
-    return faults::fails("fallocate") ? -1 : real(fd, mode, offset, length);
+    return run<&fallocate64>("fallocate64", -1, fd, mode, offset, length);
 }
 
-int ftruncate(int fd, off_t length) noexcept {
-    NEXT(ftruncate);
-    return faults::fails("ftruncate") ? -1 : real(fd, length);
-}
-
-int ftruncate64(int fd, off64_t length) noexcept {
-    NEXT(ftruncate64);
-    return faults::fails("ftruncate") ? -1 : real(fd, length);
-}
-
-int rename(const char *from, const char *to) noexcept {
-    NEXT(rename);
-    return faults::fails("rename") ? -1 : real(from, to);
-}
-
-int unlink(const char *path) noexcept {
-    NEXT(unlink);
-    return faults::fails("unlink") ? -1 : real(path);
-}
-
-int semget(key_t key, int count, int flags) noexcept {
-    NEXT(semget);
-    return faults::fails("semget") ? -1 : real(key, count, flags);
-}
-
-int semop(int id, sembuf *operations, size_t count) noexcept {
-    NEXT(semop);
-    return faults::fails("semop") ? -1 : real(id, operations, count);
-}
-
-int shmget(key_t key, size_t size, int flags) noexcept {
-    NEXT(shmget);
-    return faults::fails("shmget") ? -1 : real(key, size, flags);
-}
+int ftruncate(int fd, off_t length) noexcept { return run<&ftruncate>("ftruncate", -1, fd, length); }
+int ftruncate64(int fd, off64_t length) noexcept { return run<&ftruncate64>("ftruncate64", -1, fd, length); }
+int rename(const char *from, const char *to) noexcept { return run<&rename>("rename", -1, from, to); }
+int unlink(const char *path) noexcept { return run<&unlink>("unlink", -1, path); }
+int semget(key_t key, int count, int flags) noexcept { return run<&semget>("semget", -1, key, count, flags); }
+int semop(int id, sembuf *operations, size_t count) noexcept { return run<&semop>("semop", -1, id, operations, count); }
+int shmget(key_t key, size_t size, int flags) noexcept { return run<&shmget>("shmget", -1, key, size, flags); }
 
 void *shmat(int id, const void *address, int flags) noexcept {
-    NEXT(shmat);
-    return faults::fails("shmat") ? reinterpret_cast<void *>(-1) : real(id, address, flags);
+    return run<&shmat>("shmat", reinterpret_cast<void *>(-1), id, address, flags);
 }
 
-int pipe(int *ends) noexcept {
-    NEXT(pipe);
-    return faults::fails("pipe") ? -1 : real(ends);
-}
-
-int pipe2(int *ends, int flags) noexcept {
-    NEXT(pipe2);
-    return faults::fails("pipe") ? -1 : real(ends, flags);
-}
-
-pid_t fork() noexcept {
-    NEXT(fork);
-    return faults::fails("fork") ? -1 : real();
-}
+int pipe(int *ends) noexcept { return run<&pipe>("pipe", -1, ends); }
+int pipe2(int *ends, int flags) noexcept { return run<&pipe2>("pipe2", -1, ends, flags); }
+pid_t fork() noexcept { return run<&fork>("fork", -1); }
 
 key_t ftok(const char *path, int project) noexcept {
-    NEXT(ftok);
     if (faults::fails("ftok")) return -1;
     for (const faults::Key *key = faults::keys; key != faults::keys + faults::key_count; ++key)
         if (path && key->project == project && std::strcmp(key->path, path) == 0) return key->key;
-    return real(path, project);
+    return faults::next<&ftok>("ftok")(path, project);
 }
 
 }  // extern "C"

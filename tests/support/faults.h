@@ -14,8 +14,8 @@ namespace faults {
 
 enum Extent { once, from_then_on };
 
-// The nth (1 is the next) use of a function fails with this errno. Known names: open, creat, read, write, pwrite,
-// close, fsync, fdatasync, fallocate, ftruncate, rename, unlink, semget, semop, ftok, pipe, fork,
+// The nth (1 is the next) use of a function fails with this errno. Known names: open, read, write, pwrite,
+// close, fdatasync, fallocate, ftruncate, rename, unlink, semget, semop, ftok, pipe, fork,
 // shmget, shmat. An open or a pipe counts as that whichever variant is called (open, open64; pipe, pipe2).
 void fail(const char *function, int error, int nth = 1, Extent extent = once);
 
