@@ -81,7 +81,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     MUST(plain[0] == paths::ldap_search);
     MUST(plain.size() == hostile.size() || rest.find_first_of("\"\\") != rest.npos);
     if (rest.find_first_of("\"\\") != rest.npos) return 0;
-    for (size_t i = 0; i + 1 < plain.size(); ++i) MUST(plain[i] == hostile[i]);
+    // A name that leaves no room for the first of several hosts may leave it for a shorter one.
+    for (size_t i = 0; i + 1 < plain.size(); ++i)
+        MUST(plain[i] == hostile[i] || (result == 1 && plain[i].rfind("ldap", 0) == 0));
     std::string filter = plain.back();
     size_t at = filter.rfind("=x)");
     MUST(at != filter.npos);
