@@ -154,7 +154,7 @@ void Processes::save_under_kills(size_t size, int kills) {
 // KAVEX_KILLS=500 takes two minutes.
 int kills() {
     const char *wanted = std::getenv("KAVEX_KILLS");
-    return wanted ? std::atoi(wanted) : 60;
+    return wanted && *wanted ? std::atoi(wanted) : 60;
 }
 
 // Two tests, as a long run of each takes a minute.

@@ -2,7 +2,9 @@
 
 #include <dlfcn.h>
 #include <errno.h>
+#include <execinfo.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <stdarg.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -14,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 // Both names of every function that has a variant for large files are defined below, so that nothing may be renamed.
 #if defined(_FILE_OFFSET_BITS) && _FILE_OFFSET_BITS == 64
@@ -54,6 +57,21 @@ int fatal_allocation;  // counts from 1; 0 is none
 Extent allocation_extent;
 int allocation_count;
 long block_count;
+
+struct Block {
+    const void *address;
+    void *stack[16];
+    int depth;
+};
+Block kept[4096];
+size_t kept_count;
+bool keeps;
+
+Block *kept_block(const void *address) {
+    Block *end = kept + kept_count;
+    Block *found = std::find_if(kept, end, [=](const Block &entry) { return entry.address == address; });
+    return found == end ? nullptr : found;
+}
 #endif
 
 void plan(const Plan &entry) {
@@ -141,6 +159,33 @@ void fail_allocation(int nth, Extent extent) {
 
 int allocations() { return allocation_count; }
 long blocks() { return block_count; }
+
+void keep_stacks(bool wanted) {
+    void *frame;
+    backtrace(&frame, 1);  // the first one allocates
+    kept_count = 0;
+    keeps = wanted;
+}
+
+std::string stack_of(void *const *frames, int depth) {
+    Dl_info program, frame;
+    dladdr(&kept, &program);
+    std::string stack, latest;
+    for (int i = 0; i < depth; ++i) {
+        if (!dladdr(frames[i], &frame) || frame.dli_fbase == program.dli_fbase) continue;
+        const std::string library = std::filesystem::path(frame.dli_fname).filename();
+        const std::string function = frame.dli_sname ? frame.dli_sname : "(" + library + ")";
+        if (function != latest) stack += (stack.empty() ? "" : " < ") + function;
+        latest = function;
+    }
+    return stack;
+}
+
+std::set<std::string> stacks() {
+    std::set<std::string> found;
+    for (const Block *block = kept; block != kept + kept_count; ++block) found.insert(stack_of(block->stack, block->depth));
+    return found;
+}
 #endif
 
 bool struck() { return latest_struck; }
@@ -274,8 +319,24 @@ static bool no_memory() {
 }
 
 static void *counted(void *block) {
-    if (faults::active && block) ++faults::block_count;
+    using namespace faults;
+    if (!active || !block) return block;
+    ++block_count;
+    if (keeps && kept_count < std::size(kept)) {
+        Block &entry = kept[kept_count++];
+        entry.address = block;
+        entry.depth = backtrace(entry.stack, std::size(entry.stack));
+    }
     return block;
+}
+
+// What uses a block after this finds no text and no address in it.
+static void forget(void *block) {
+    using namespace faults;
+    --block_count;
+    std::memset(block, 0xa5, malloc_usable_size(block));
+    Block *entry = kept_block(block);
+    if (entry) *entry = kept[--kept_count];
 }
 
 void *malloc(size_t size) noexcept { return no_memory() ? nullptr : counted(__libc_malloc(size)); }
@@ -284,11 +345,14 @@ void *calloc(size_t count, size_t size) noexcept { return no_memory() ? nullptr 
 void *realloc(void *block, size_t size) noexcept {
     if (no_memory()) return nullptr;
     void *grown = __libc_realloc(block, size);
-    return block ? grown : counted(grown);
+    if (!block) return counted(grown);
+    faults::Block *entry = faults::kept_block(block);
+    if (entry) entry->address = grown;
+    return grown;
 }
 
 void free(void *block) noexcept {
-    if (faults::active && block) --faults::block_count;
+    if (faults::active && block) forget(block);
     __libc_free(block);
 }
 

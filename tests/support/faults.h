@@ -9,6 +9,8 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <set>
+#include <string>
 
 namespace faults {
 
@@ -37,6 +39,14 @@ int allocations();
 
 // Blocks allocated inside call()s and not released inside any: 0 when a series of calls left nothing behind.
 long blocks();
+
+// The libraries' functions in a call stack as backtrace() gives it, the innermost first, with the names that the
+// libraries export: "xmlStrdup < (libxml2.so.2) < (libkavex.so.1) < kvio_backup_scope".
+std::string stack_of(void *const *frames, int depth);
+
+// Keeps the call stack of every such block from now on, or no longer; and those of the blocks that are left.
+void keep_stacks(bool wanted);
+std::set<std::string> stacks();
 #endif
 
 // Whether a fault struck in the latest call() that had one planned.
