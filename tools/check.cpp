@@ -71,8 +71,9 @@ private:
             if (fault.empty()) continue;
             bool known = member.tag() == "entity" || member.tag() == "container";
             if (known) count_member(container, member, -1);
-            if (!addressable || !known) found(what + ' ' + fault);
-            else found(what + ' ' + fault, "remove the member", remove_member(identity(container), position));
+            what += ' ' + fault;
+            if (!addressable || !known) found(what);
+            else found(what, "remove the member", remove_member(identity(container), position));
         }
         for (Element member : container.children()) count_member(container, member, 1);
     }

@@ -86,7 +86,7 @@ void file_failure(const std::string &what, const std::string &path) {
     if (kvio_errno == KVIO_LOCKED && !lock_of(path))
         throw Failure{io_error, what + ": its lock cannot be made (semaphores used up?)"};
     if (kvio_errno != KVIO_LOCKED)
-        if (std::optional<Failure> failure = system_failure(what, path)) throw *failure;
+        if (std::optional<Failure> failure = system_failure(what, path)) throw Failure(*failure);
     if (kvio_errno == KVIO_IO && faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0 && errno == EACCES)
         throw Failure{denied, what + ": " + std::strerror(EACCES)};
     store_failure(what);

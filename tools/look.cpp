@@ -156,7 +156,8 @@ std::string attribute_of(kvio_node_t *entity, const std::string &attribute) {
         kvio_getattr_entity2(entity, attribute.c_str(), text.data(), static_cast<unsigned>(text.size()));
         text.back() = '\0';
     } while (std::char_traits<char>::length(text.c_str()) + 1 == text.size());
-    return text.c_str();
+    text.resize(std::char_traits<char>::length(text.c_str()));
+    return text;
 }
 
 }  // namespace

@@ -83,9 +83,10 @@ Role Element::role() const {
 }
 
 std::string Element::scope() const {
-    if (role() != Role::scope) return parent() ? parent().scope() : "";
-    std::string above = parent().scope();
-    return above.empty() ? tag() : above + '/' + tag();
+    Element above = parent();
+    std::string outer = above ? above.scope() : "";
+    if (role() != Role::scope) return outer;
+    return outer.empty() ? tag() : outer + '/' + tag();
 }
 
 Element Tree::root() const { return Element(xmlDocGetRootElement(document_.get())); }
