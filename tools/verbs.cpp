@@ -180,8 +180,9 @@ Call parse_options(const Verb *verb, const Strings &words, std::size_t &used) {
         if (letter == '?' || letter == ':') {
             std::string what =
                 optopt ? std::string("-") + static_cast<char>(optopt) : pointers[static_cast<std::size_t>(optind - 1)];
-            std::string where = verb ? std::string("; see kvio ") + verb->name + " --help" : "; see kvio --help";
-            throw Failure{misused, (letter == ':' ? "no argument for " : "no option ") + what + where};
+            what.insert(0, letter == ':' ? "no argument for " : "no option ");
+            what += verb ? std::string("; see kvio ") + verb->name + " --help" : "; see kvio --help";
+            throw Failure{misused, what};
         }
         call.options[static_cast<char>(letter)] = optarg ? optarg : "";
     }
