@@ -1,10 +1,9 @@
 // Operations on lists and groups as transcripts: tests/objects/NAME.t holds the operations, each followed by all that
 // can be seen of it.
 //
-//     # a remark
 //     > <t name="a"/><group name="g" type="t"/>       loads this scope, with records as they come
 //     with g -entry_removed max_groups=2              takes callbacks away, sets fields
-//     $ join_entry g a 9 7                            an operation; NULL and "" are what they say, {n*63} is 63 n
+//     $ join_entry g a 9 7                            an operation
 //     0 set_entry(a=9) ..                             its result and the callbacks, in order
 //     log Group: ...                                  what it logged; err: its steps on the standard error stream
 //     - 3 <t name="a" ...                             the elements that went from the scope, and, with +, those that
@@ -13,59 +12,16 @@
 //                                                     of the store, failing in turn; .. and | tell where the callbacks
 //                                                     part from those of the success
 #include <algorithm>
-#include <fstream>
-#include <iterator>
-#include <regex>
 #include <sstream>
-#include <vector>
 
 #include "tests/object_recorder.h"
+#include "tests/support/transcript.h"
 
 namespace {
 
-std::string expanded(std::string line) {
-    std::smatch match;
-    while (std::regex_search(line, match, std::regex(R"(\{(.)\*(\d+)\})")))
-        line = match.prefix().str() + std::string(std::stoul(match[2]), *match[1].first) + match.suffix().str();
-    return line;
-}
-
-std::string abbreviated(std::string text) {
-    std::smatch match;
-    while (std::regex_search(text, match, std::regex(R"((\w)\1{39,})")))
-        text = match.prefix().str() + "{" + match[1].str() + "*" + std::to_string(match.length()) + "}" + match.suffix().str();
-    return std::regex_replace(text, std::regex(" +\n"), "\n");
-}
-
-std::vector<std::string> elements(const std::string &scope) {
-    std::vector<std::string> found;
-    for (size_t begin = 0, end; begin < scope.size(); begin = end) {
-        const std::string name = scope.substr(begin + 1, scope.find_first_of(" />", begin + 1) - begin - 1);
-        size_t close = scope.find('>', begin);
-        end = scope[close - 1] == '/' ? close + 1 : scope.find("</" + name + ">", begin) + name.size() + 3;
-        found.push_back(scope.substr(begin, end - begin));
-    }
-    return found;
-}
-
-// The elements that went, with their places before, and those that came, with their places after.
-std::string difference(const std::string &before, const std::string &after) {
-    const std::vector<std::string> a = elements(before), b = elements(after);
-    std::vector<std::vector<size_t>> common(a.size() + 1, std::vector<size_t>(b.size() + 1));
-    for (size_t i = a.size(); i-- > 0;)
-        for (size_t j = b.size(); j-- > 0;)
-            common[i][j] = a[i] == b[j] ? common[i + 1][j + 1] + 1 : std::max(common[i + 1][j], common[i][j + 1]);
-    std::string text;
-    for (size_t i = 0, j = 0; i < a.size() || j < b.size();) {
-        const bool is_common = i < a.size() && j < b.size() && a[i] == b[j];
-        const bool went = !is_common && (j == b.size() || (i < a.size() && common[i + 1][j] >= common[i][j + 1]));
-        if (went) text += "    - " + std::to_string(i + 1) + " " + a[i] + "\n";
-        if (!is_common && !went) text += "    + " + std::to_string(j + 1) + " " + b[j] + "\n";
-        i += is_common || went ? 1 : 0;
-        j += went ? 0 : 1;
-    }
-    return text;
-}
+using transcript::argument;
+using transcript::difference;
+using transcript::Words;
 
 // Of the callbacks of a run that failed: the last one that it has in common with a successful one, and what follows.
 std::string parting(const std::string &whole, const std::string &seen) {
@@ -78,18 +34,13 @@ std::string parting(const std::string &whole, const std::string &seen) {
 
 class Transcripts : public Objects, public testing::WithParamInterface<const char *> {
 protected:
-    using Words = std::vector<std::string>;
     using Operation = std::function<long()>;
 
-    // The arguments of an operation are null or a text.
-    static const char *text(const std::string &word) {
-        return word == "NULL" ? nullptr : word == "\"\"" ? "" : word.c_str();
-    }
-    static void *data(const std::string &word) { return const_cast<char *>(text(word)); }
+    static void *data(const std::string &word) { return const_cast<char *>(argument(word)); }
 
     group_desc_t *record(const std::string &name) {
         auto found = groups.find(name);
-        return &(found != groups.end() ? found : groups.emplace(name, group(text(name))).first)->second;
+        return &(found != groups.end() ? found : groups.emplace(name, group(argument(name))).first)->second;
     }
 
     template <class Record>
@@ -133,25 +84,25 @@ protected:
 
     Operation operation(const Words &w) {
         const std::string &name = w[0];
-        if (name == "list_list") return [=] { return list_list(&entries, text(w[2])); };
+        if (name == "list_list") return [=] { return list_list(&entries, argument(w[2])); };
         if (name == "list_list2") return [=] { return list_list2(&entries); };
-        if (name == "append_list") return [=] { return append_list(&entries, data(w[3]), text(w[2])); };
-        if (name == "change_list") return [=] { return change_list(&entries, data(w[3]), text(w[2])); };
-        if (name == "delete_list") return [=] { return delete_list(&entries, text(w[2])); };
-        if (name == "get_list") return [=] { return get_list(&entries, text(w[2]), own_entry()); };
+        if (name == "append_list") return [=] { return append_list(&entries, data(w[3]), argument(w[2])); };
+        if (name == "change_list") return [=] { return change_list(&entries, data(w[3]), argument(w[2])); };
+        if (name == "delete_list") return [=] { return delete_list(&entries, argument(w[2])); };
+        if (name == "get_list") return [=] { return get_list(&entries, argument(w[2]), own_entry()); };
         group_desc_t *g = record(w[1]);
         if (name == "list_group") return [=] { return list_group(g); };
         if (name == "create_group") return [=] { return create_group(g, record(w[2])); };
         if (name == "use_group") return [=] { return use_group(g); };
         if (name == "unuse_group") return [=] { return unuse_group(g); };
-        if (name == "remove_entry") return [=] { return remove_entry(g, text(w[2])); };
-        if (name == "remove_group") return [=] { return remove_group(g, text(w[2])); };
+        if (name == "remove_entry") return [=] { return remove_entry(g, argument(w[2])); };
+        if (name == "remove_group") return [=] { return remove_group(g, argument(w[2])); };
         if (name == "dispose_group") return [=] { return dispose_group(g, record(w[2])); };
-        if (name == "join_entry") return [=] { return join_entry(g, text(w[2]), data(w[3]), data(w[4])); };
+        if (name == "join_entry") return [=] { return join_entry(g, argument(w[2]), data(w[3]), data(w[4])); };
         if (name == "join_group") return [=] { return join_group(g, record(w[2])); };
-        if (name == "change_entry") return [=] { return change_entry(g, text(w[2]), data(w[3]), data(w[4])); };
+        if (name == "change_entry") return [=] { return change_entry(g, argument(w[2]), data(w[3]), data(w[4])); };
         if (name == "export_group") return [=] { return export_group(g) ? 1 : 0; };
-        if (name == "valid_property") return [=] { return valid_property(text(w[3]), g, text(w[2])); };
+        if (name == "valid_property") return [=] { return valid_property(argument(w[3]), g, argument(w[2])); };
         ADD_FAILURE() << "no operation " << name;
         return [] { return 0; };
     }
@@ -211,31 +162,15 @@ protected:
 };
 
 TEST_P(Transcripts, ShowWhatIsSeen) {
-    const std::string path = std::string(TRANSCRIPTS) + GetParam() + ".t";
-    std::ifstream file(path);
-    ASSERT_TRUE(file) << path;
-    std::string expected, seen, before;
-    bool loading = false;
-    for (std::string line; std::getline(file, line);) {
-        expected += line + "\n";
-        std::istringstream stream(expanded(line));
-        Words words{std::istream_iterator<std::string>(stream), {}};
-        if (words.empty() || words[0] == "#" || words[0] == ">" || words[0] == "with" || words[0] == "$")
-            seen += line + "\n";
-        const bool is_scope = !words.empty() && words[0] == ">";
-        if (is_scope) {
-            before = (loading ? before : "") + expanded(line).substr(2);
-            start(before);
-        } else if (!words.empty() && words[0] == "with") {
-            with(words);
-        } else if (words.size() > 1 && words[0] == "$") {
-            const bool every = words[1] == "every";
-            words.erase(words.begin(), words.begin() + (every ? 2 : 1));
-            seen += abbreviated(every ? failures(before, words) : performed(words));
-        }
-        loading = is_scope;
-    }
-    EXPECT_TRUE(seen == expected) << "instead of " << path << ":\n" << seen << "<<<";
+    std::string before;
+    auto load = [&](const std::string &scope) { start(before = scope); };
+    auto perform = [&](Words words) -> std::string {
+        if (words[0] == "with") return with(words), "";
+        const bool every = words[1] == "every";
+        words.erase(words.begin(), words.begin() + (every ? 2 : 1));
+        return every ? failures(before, words) : performed(words);
+    };
+    transcript::play(std::string(TRANSCRIPTS) + GetParam() + ".t", load, perform);
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, Transcripts, testing::Values("lists", "groups", "joins", "export", "failures"),

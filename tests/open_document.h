@@ -7,21 +7,6 @@
 
 #include "tests/support/appliance.h"
 
-// What an opened container can be asked and told, whatever its kind.
-struct Kind {
-    const char *name;
-    kvio_iterator_t *(*create)(kvio_config_t *, const char *, const char *, const char *);
-    kvio_iterator_t *(*open)(kvio_config_t *, const char *, const char *, const char *);
-    int (*dispose)(kvio_config_t *, const char *, const char *, const char *);
-    int (*close)(kvio_iterator_t *);
-};
-
-inline const Kind kinds[] = {
-    {"table", kvio_create_table, kvio_open_table, kvio_dispose_table, kvio_close_table},
-    {"list", kvio_create_list, kvio_open_list, kvio_dispose_list, kvio_close_list},
-    {"group", kvio_create_group, kvio_open_group, kvio_dispose_group, kvio_close_group},
-};
-
 class OpenDocument : public ApplianceTest {
 protected:
     void SetUp() override {
@@ -57,8 +42,8 @@ protected:
         config = nullptr;
     }
 
-    // Opens the list "c" (or another one) of type "t"; the one before is closed.
-    void open_list(const char *name = "c") {
+    // Opens a list of type "t"; the container opened before is closed.
+    void open_list(const char *name) {
         close_container();
         ASSERT_TRUE(iterator = kvio_open_list(config, "s", "t", name));
     }
@@ -79,13 +64,6 @@ protected:
         if (text == "<kavex><s/></kavex>") return "";
         if (text.rfind(open, 0) != 0) return text;
         return text.substr(open.size(), text.size() - open.size() - end.size());
-    }
-
-    // What is in the scope's only element.
-    std::string content() const {
-        std::string text = scope();
-        size_t begin = text.find('>') + 1, end = text.rfind("</");
-        return end == text.npos ? "" : text.substr(begin, end - begin);
     }
 
     static std::string plain(std::string text) {

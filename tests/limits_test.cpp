@@ -1,12 +1,14 @@
-// Containers read back: what a handle sees, and documents that are deep, wide and large. What nested containers give in
-// general is in model_test.cpp.
+// Documents that are deep, wide and large, strings out of a document itself, and little memory.
+#include <libxml/tree.h>
 #include <sys/resource.h>
+
+#include <functional>
 
 #include "tests/open_document.h"
 
 namespace {
 
-class Retrieval : public OpenDocument {
+class Limits : public OpenDocument {
 protected:
     // The code, and the entities by name and attribute "i".
     std::string resolve(kvio_entities_t *(*retrieve)(kvio_iterator_t *)) {
@@ -23,43 +25,7 @@ protected:
     }
 };
 
-TEST_F(Retrieval, AHandleReadsWhatIsThereNow) {
-    const std::string entities = "<t name=\"a\"/><t name=\"b\"/>";
-    open(entities + "<list name=\"c\" type=\"t\"><entity>a</entity></list>");
-    open_list();
-    EXPECT_EQ(resolve(kvio_retrieve_all), "0: a");
-    kvio_undefine(config, "s", "t", "a");
-    EXPECT_EQ(resolve(kvio_retrieve_all), "0:");
-    // The type is read from the document where a single entity is looked for.
-    const std::string who = "kvio_retrieve_index";
-    kvio_setattr_container(iterator, "type", "u[");
-    EXPECT_EQ(call([&] { return kvio_retrieve_index(iterator, 1); }),
-              (Outcome{0, 8, who + " error on xmlXPathEvalExpression()\n"}));
-    kvio_unsetattr_container(iterator, "type");
-    EXPECT_EQ(call([&] { return kvio_retrieve_index(iterator, 1); }),
-              (Outcome{0, 7, who + "() fatal error: container is broken\n"}));
-    // The identity of a handle is that of its opening: renamed to the name of another one, it is not that other one.
-    open(entities + "<list name=\"c\" type=\"t\"><entity>a</entity></list>"
-                    "<list name=\"d\" type=\"t\"><entity>b</entity><container>c</container></list>");
-    open_list("d");
-    kvio_setattr_container(iterator, "name", "c");
-    EXPECT_EQ(resolve(kvio_retrieve_all), "0: b a");
-}
-
-TEST_F(Retrieval, ArraysAreOneBlock) {
-    for (int n : {0, 1000}) {
-        kvio_entities_t *array = nullptr;
-        EXPECT_EQ(call([&] { return array = kvio_alloc_entities(n); }), (Outcome{1, untouched}));
-        EXPECT_EQ(array->count, 0);
-        EXPECT_EQ(array->capacity, n);
-        EXPECT_EQ(static_cast<void *>(array->items), static_cast<void *>(array + 1));
-        for (int i = 0; i < n; ++i) array->items[i] = nullptr;
-        EXPECT_EQ(call([&] { kvio_free_entities(array); }), (Outcome{0, 0}));
-    }
-    EXPECT_EQ(call([&] { return kvio_alloc_entities(-1); }), (Outcome{0, untouched}));
-}
-
-TEST_F(Retrieval, DeepNestingNeedsNoStack) {
+TEST_F(Limits, DeepNestingNeedsNoStack) {
     const int depth = 100000;
     std::string text = "<t name=\"a\"/>";
     for (int i = 0; i < depth; ++i)
@@ -82,7 +48,7 @@ TEST_F(Retrieval, DeepNestingNeedsNoStack) {
 }
 
 // So many names that some of them have the same hash of 32 bits.
-TEST_F(Retrieval, ManyNamesStayApart) {
+TEST_F(Limits, ManyNamesStayApart) {
     constexpr int count = 200000;
     auto name = [](int i) { return std::to_string(static_cast<uint64_t>(i) * 0x9E3779B97F4A7C15); };
     auto at = [](int i) { return static_cast<int>(i * int64_t{7919} % count); };
@@ -92,7 +58,7 @@ TEST_F(Retrieval, ManyNamesStayApart) {
         names += "<entity>" + name(at(i)) + "</entity>";
     }
     open_snapshot(entities + "<list name=\"c\" type=\"t\">" + names + "</list>");
-    open_list();
+    open_list("c");
     kvio_entities_t *all = kvio_retrieve_all(iterator);
     ASSERT_TRUE(all && all->count == count);
     int right = 0;
@@ -101,7 +67,7 @@ TEST_F(Retrieval, ManyNamesStayApart) {
     kvio_free_entities(all);
 }
 
-TEST_F(Retrieval, ManyPathsCostNoMoreThanTheirContainers) {
+TEST_F(Limits, ManyPathsCostNoMoreThanTheirContainers) {
     for (int n : {30, 31, 64, 200}) {  // as large as an int, and beyond it, and beyond 64 bits
         // Each level names the next one twice, the last one an entity of a name that several have.
         std::string text = "<t name=\"x\" i=\"1\"/><t name=\"x\" i=\"2\"/><t name=\"x\" i=\"3\"/><t name=\"y\"/>";
@@ -116,5 +82,48 @@ TEST_F(Retrieval, ManyPathsCostNoMoreThanTheirContainers) {
         EXPECT_EQ(resolve(kvio_retrieve_all2), n == 30 ? "0: x1 x2 x3" : "2:");
     }
 }
+
+// The second form takes what the change frees.
+TEST_F(Limits, StringsOutOfTheDocumentItself) {
+    open("<t name=\"e\"><f>name_of_a_field_that_is_long</f></t>");
+    kvio_node_t *entity = kvio_retrieve_entity(config, "s", "t", "e");
+    const char *name = reinterpret_cast<const char *>(entity->children->name);
+    const char *text = reinterpret_cast<const char *>(entity->children->children->content);
+    EXPECT_EQ(call([&] { return kvio_set2(entity, name, text + 8); }), (Outcome{1, 0}));
+    EXPECT_EQ(scope(), "<t name=\"e\"><f>a_field_that_is_long</f></t>");
+}
+
+#ifdef KAVEX_TEST_ALLOCATIONS
+// What needs memory that plain scopes and values do not: each failure is told, changes nothing, and is over with the
+// next call.
+TEST_F(Limits, WithoutMemoryNothingChanges) {
+    const std::string stored = "<t name=\"e\"><f>old<!--c-->a tail of some length</f></t>";
+    kvio_node_t *entity = nullptr;
+    const std::function<int()> operations[] = {
+        [&] { return kvio_set(entity, "f", "a new value of some length"); },
+        [&] { return kvio_undefine(config, "*[1]", "t", "e"); },
+        [&] { return kvio_retrieve_entity(config, "*[1]", "t", "e") != nullptr; },
+        [&] { return kvio_define(config, "*[1]", "t", "n"); },
+    };
+    for (const auto &run : operations)
+        for (faults::Extent extent : {faults::once, faults::from_then_on}) {
+            int failures = 0;
+            faults::each([&](int nth) {
+                open(stored);
+                entity = kvio_retrieve_entity(config, "s", "t", "e");
+                faults::fail_allocation(nth, extent);
+                const Outcome outcome = call(run);
+                if (outcome.result) return;
+                ++failures;
+                EXPECT_TRUE((outcome.code == 7 || outcome.code == 8) && !outcome.err.empty());
+                EXPECT_EQ(scope(), stored);
+                EXPECT_EQ(call(run), (Outcome{1, 0}));
+            });
+            EXPECT_GT(failures, 0);
+        }
+    EXPECT_EQ(call([&] { return kvio_retrieve_entity(config, "s", "t", "none"); }).code, 22);
+    EXPECT_EQ(faults::allocations(), 0) << "plain scopes need none";
+}
+#endif
 
 }  // namespace
