@@ -24,13 +24,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <regex>
 #include <sstream>
 #include <tuple>
+#include <utility>
 
 #include "base/text.h"
 #include "store/store.h"
@@ -43,116 +43,67 @@ namespace fs = std::filesystem;
 using transcript::argument;
 using transcript::Words;
 
-constexpr uint32_t unset = 4711;
 constexpr char fill = '\xfe';
 
 std::string full_path(const std::string &name) { return name[0] == '/' ? name : config_path(name); }
 
+// The XML files that a session may leave elsewhere than in the configuration directory.
+std::vector<fs::path> other_files() {
+    std::vector<fs::path> found;
+    for (const char *directory : {"/etc", "/tmp"})
+        for (const auto &entry : fs::directory_iterator(directory))
+            if (entry.path().extension() == ".xml") found.push_back(entry);
+    return found;
+}
+
 // Without indentation.
 std::string document_of(const kvio_config_t *config) {
     xmlChar *text = nullptr;
-    int size = 0;
-    xmlDocDumpMemory(config->doc, &text, &size);
-    std::string document(reinterpret_cast<char *>(text), static_cast<size_t>(size));
+    xmlDocDumpMemory(config->doc, &text, nullptr);
+    std::string document = xml::str(text);
     xmlFree(text);
     document.erase(0, document.find("<kavex"));
     return std::regex_replace(document, std::regex(">\\s*\n\\s*<"), "><");
 }
 
-// The files and locks there are, and the locks by their ids.
+// The files and locks there are, and the files of locks by their ids.
 struct World {
     std::map<std::string, std::string> things, ids;
 
     World() {
         std::map<std::string, std::string> names;
-        auto look_at = [&](const fs::directory_entry &entry, const std::string &name) {
-            key_t key = ftok(entry.path().c_str(), 0);
-            names[std::to_string(key ? key : ftok(entry.path().c_str(), 1))] = name;
-            if (!entry.is_regular_file()) return;
-            std::ostringstream mode;
-            mode << std::oct << file_mode(entry.path());
-            things["file " + name] = mode.str() + " " + transcript::on_one_line(read_file(entry.path()));
+        auto look_at = [&](const fs::path &path, const std::string &name) {
+            key_t key = ftok(path.c_str(), 0);
+            names[std::to_string(key ? key : ftok(path.c_str(), 1))] = name;
+            if (!fs::is_regular_file(path)) return;
+            std::ostringstream text;
+            text << std::oct << file_mode(path) << ' ' << transcript::on_one_line(read_file(path));
+            things["file " + name] = text.str();
         };
         for (const auto &entry : fs::recursive_directory_iterator(config_path("")))
             look_at(entry, fs::path(entry).lexically_relative(config_path("")));
-        for (const char *directory : {"/etc", "/tmp"})
-            for (const auto &entry : fs::directory_iterator(directory))
-                if (entry.path().extension() == ".xml") look_at(entry, entry.path());
+        for (const fs::path &path : other_files()) look_at(path, path);
         std::ifstream locks("/proc/sysvipc/sem");
         std::string line, key, id, mode, count;
-        for (std::getline(locks, line); std::getline(locks, line);) {
+        for (std::getline(locks, line); std::getline(locks, line); ids[id] = names[key]) {
             std::istringstream(line) >> key >> id >> mode >> count;
             things["lock " + names[key]] = mode + count == "01" ? "" : "mode " + mode + ", " + count + " semaphores";
-            ids[id] = names[key];
         }
+    }
+
+    std::string without(const World &other, const std::string &sign) const {
+        std::string text;
+        for (const auto &[name, what] : things)
+            if (!other.things.count(name) || other.things.at(name) != what) text += sign + name + " " + what + "\n";
+        return text;
     }
 };
 
-std::string difference(const World &before, const World &after) {
-    std::string text;
-    auto lacking = [&](const char *sign, const World &a, const World &b) {
-        for (const auto &[name, what] : a.things)
-            if (!b.things.count(name) || b.things.at(name) != what)
-                text += std::string("    ") + sign + " " + name + " " + what + "\n";
-    };
-    lacking("-", before, after);
-    lacking("+", after, before);
-    return text;
-}
-
 class Store : public ApplianceTest, public testing::WithParamInterface<const char *> {
 public:
-    template <class T>
-    using Handles = std::map<std::string, T *>;
-
-    template <class T>
-    Handles<T> &all() {
-        return std::get<Handles<T>>(handles);
-    }
-
-    // The next argument of an operation, by its type.
-    template <class T>
-    T taken() {
-        if constexpr (std::is_same_v<T, char *>) return &buffer[0];
-        else if constexpr (std::is_same_v<T, uint32_t *>) return rest.empty() ? &number : nullptr;
-        else {
-            const std::string word = rest.empty() ? "" : rest[0];
-            EXPECT_FALSE(rest.empty());
-            if (!rest.empty()) rest.erase(rest.begin());
-            if constexpr (std::is_integral_v<T>) return static_cast<T>(std::stoll(word));
-            else if constexpr (std::is_same_v<T, const char *>) return argument(word);
-            else {
-                auto found = all<std::remove_pointer_t<T>>().find(word);
-                const bool is_known = found != all<std::remove_pointer_t<T>>().end();
-                EXPECT_TRUE(is_known || word == "NULL") << "no handle " << word;
-                return is_known ? found->second : nullptr;
-            }
-        }
-    }
-
-    std::string shown(int result) { return std::to_string(result); }
-    std::string shown(const kvio_config_t *config) { return config->path; }
-    std::string shown(const kvio_iterator_t *container) { return shown(container->node); }
-    std::string shown(const kvio_node_t *node) {
-        xmlChar *path = xmlGetNodePath(const_cast<kvio_node_t *>(node)), *name = xmlGetNoNsProp(node, xml::str("name"));
-        std::string text = xml::str(path);
-        if (text.rfind("/kavex/", 0) == 0) text.erase(0, 7);
-        if (name) text += std::string("=") + xml::str(name);
-        xmlFree(path);
-        xmlFree(name);
-        return text;
-    }
-    std::string shown(const kvio_entities_t *array) {
-        std::string text = std::to_string(array->count) + " of " + std::to_string(array->capacity);
-        EXPECT_EQ(static_cast<const void *>(array->items), array + 1);
-        for (int i = 0; i < array->count; ++i) text += " " + shown(array->items[i]);
-        for (int i = array->count; i < array->capacity; ++i) array->items[i] = nullptr;  // there is room
-        return text;
-    }
-
-    // Calls with the arguments at hand, keeps a handle under `name`, and says what the result is.
+    // Calls with the arguments at hand and says what the result is. It is kept as a handle.
     template <class R, class... T>
-    std::string run(R (*function)(T...), const std::string &name, Outcome &outcome) {
+    std::string run(R (*function)(T...)) {
         std::tuple<T...> arguments{taken<T>()...};
         EXPECT_TRUE(rest.empty() || rest[0] == "NULL") << "an argument too many: " << rest[0];
         if constexpr (std::is_void_v<R>) {
@@ -161,33 +112,15 @@ public:
         } else {
             R result{};
             outcome = call([&] { return result = std::apply(function, arguments); });
-            if constexpr (std::is_pointer_v<R>) {
-                if (!result) return "null";
-                auto &known = all<std::remove_pointer_t<R>>();
-                known[name.empty() ? std::to_string(known.size()) : name] = result;
-            }
-            const std::string text = shown(result);
-            if constexpr (std::is_same_v<R (*)(T...), decltype(&kvio_create_checkpoint)>)
-                if (name.empty()) kvio_release_checkpoint(result);
-            return text;
+            if constexpr (std::is_integral_v<R>) return std::to_string(result);
+            else return result ? kept(result) : "null";
         }
     }
-
-    Words rest;  // the arguments that are not taken yet
-
-private:
-    std::string buffer;
-    uint32_t number = unset;
-    std::tuple<Handles<kvio_config_t>, Handles<kvio_iterator_t>, Handles<kvio_node_t>, Handles<kvio_entities_t>> handles;
-    std::map<std::string, std::string> ids;  // of the locks that were there
-    std::function<void()> fault;
 
 protected:
     void SetUp() override {
         ApplianceTest::SetUp();
-        for (const char *directory : {"/etc", "/tmp"})
-            for (const auto &entry : fs::directory_iterator(directory))
-                if (entry.path().extension() == ".xml") fs::remove(entry);
+        for (const fs::path &path : other_files()) fs::remove(path);
         umask(022);
         kvio_initialize();
     }
@@ -205,134 +138,160 @@ protected:
     }
 
     void load(const std::string &text) {
+        static const std::map<std::string, decltype(&kvio_open_list)> openers = {
+            {"table", kvio_open_table}, {"list", kvio_open_list}, {"group", kvio_open_group}};
         close();
         write_config("a.xml", text.find("<kavex") == text.npos ? "<kavex><s>" + text + "</s></kavex>" : text);
-        kvio_config_t *config = nullptr;
+        kvio_config_t *&config = all<kvio_config_t>()["c"];
         call([&] { return config = kvio_open_config("a.xml", 0); });
         ASSERT_TRUE(config) << text;
-        all<kvio_config_t>()["c"] = config;
-        const xmlNode *scope = xml::first_element(xmlDocGetRootElement(config->doc)->children);
-        if (scope && !xml::is_element(scope, "s")) return;
-        for (xmlNode *node = scope ? xml::first_element(scope->children) : nullptr; node;
-             node = xml::first_element(node->next)) {
+        xmlNode *scope = xmlFirstElementChild(xmlDocGetRootElement(config->doc));
+        if (!scope || !xml::is_element(scope, "s")) return;
+        for (xmlNode *node = xmlFirstElementChild(scope); node; node = xmlNextElementSibling(node)) {
             xml::String name(xmlGetNoNsProp(node, xml::str("name"))), type(xmlGetNoNsProp(node, xml::str("type")));
             const std::string known = xml::str(name ? name.get() : node->name);
-            const auto open = xml::is_element(node, "table")   ? kvio_open_table
-                              : xml::is_element(node, "list")  ? kvio_open_list
-                              : xml::is_element(node, "group") ? kvio_open_group
-                                                               : nullptr;
-            if (!open) all<kvio_node_t>().emplace(known, node);
+            auto opener = openers.find(xml::str(node->name));
+            if (opener == openers.end()) all<kvio_node_t>().emplace(known, node);
             else if (name && type && !all<kvio_iterator_t>().count(known))
-                all<kvio_iterator_t>()[known] = open(config, "s", xml::str(type.get()), known.c_str());
+                all<kvio_iterator_t>()[known] = opener->second(config, "s", xml::str(type.get()), known.c_str());
         }
     }
 
     std::string perform(const Words &words) {
-        const std::string &verb = words[0], &name = words[1];
+        const std::string &verb = words[0], &name = words[1], path = full_path(name);
         if (verb == "$") return each(words);
-        if (verb == "file") write_file(full_path(name), words[3] == "-" ? "" : argument(words[3]), static_cast<mode_t>(std::stoul(words[2], nullptr, 8)));
-        else if (verb == "directory") fs::create_directory(full_path(name));
-        else if (verb == "pipe") EXPECT_EQ(mkfifo(full_path(name).c_str(), 0600), 0);
-        else if (verb == "key") faults::set_key(full_path(name).c_str(), std::stoi(words[2]), std::stoi(words[3]));
+        if (verb == "file") write_file(path, argument(words[3]), static_cast<mode_t>(std::stoul(words[2], nullptr, 8)));
+        else if (verb == "directory") fs::create_directory(path);
+        else if (verb == "pipe") EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+        else if (verb == "key") faults::set_key(path.c_str(), std::stoi(words[2]), std::stoi(words[3]));
         else if (verb == "damage") all<kvio_iterator_t>().at(name)->node = nullptr;
-        else if (verb == "with") fault = [this, words] { plan(words); };
+        else if (verb == "with") fault = words;
         else ADD_FAILURE() << "no " << verb;
         return "";
     }
 
-    static void plan(const Words &words) {
-        const faults::Extent extent = words[2].back() == '+' ? faults::from_then_on : faults::once;
-        const char *function = argument(words[1]);
-        if (words[3] == "short") return faults::shorten(function, 0, std::stoi(words[2]), extent);
-        int error = 0;
-        for (int known = 1; known < 134; ++known)
-            if (words[3] == ::shown(strerrorname_np(known))) error = known;
-        EXPECT_NE(error, 0) << "no " << words[3];
-        faults::fail(function, error, std::stoi(words[2]), extent);
+private:
+    template <class T>
+    using Handles = std::map<std::string, T *>;
+    template <class T>
+    Handles<T> &all() {
+        return std::get<Handles<T>>(handles);
+    }
+
+    // The next argument of an operation, by its type.
+    template <class T>
+    T taken() {
+        if constexpr (std::is_same_v<T, char *>) return &buffer[0];
+        else if constexpr (std::is_same_v<T, uint32_t *>) return rest.empty() ? &number : nullptr;
+        else {
+            const std::string word = rest.empty() ? "NULL" : rest[0];
+            rest.erase(rest.begin(), rest.begin() + (rest.empty() ? 0 : 1));
+            if constexpr (std::is_integral_v<T>) return static_cast<T>(std::stoll(word));
+            else if constexpr (std::is_same_v<T, const char *>) return argument(word);
+            else {
+                EXPECT_TRUE(word == "NULL" || all<std::remove_pointer_t<T>>().count(word)) << "no handle " << word;
+                return word == "NULL" ? nullptr : all<std::remove_pointer_t<T>>()[word];
+            }
+        }
+    }
+
+    template <class T>
+    std::string kept(T *handle) {
+        const bool is_owned = !std::is_same_v<T, kvio_node_t>;
+        T *&known = all<T>()[kept_as.empty() && is_owned ? std::to_string(all<T>().size()) : kept_as];
+        EXPECT_FALSE(known && is_owned) << "still in use: " << kept_as;
+        known = handle;
+        return shown(handle);
+    }
+
+    static std::string shown(const kvio_config_t *config) { return config->path; }
+    static std::string shown(const kvio_iterator_t *container) { return shown(container->node); }
+    static std::string shown(const kvio_node_t *node) {
+        xml::String path(xmlGetNodePath(const_cast<kvio_node_t *>(node))), name(xmlGetNoNsProp(node, xml::str("name")));
+        const std::string place = std::regex_replace(xml::str(path.get()), std::regex("^/kavex/"), "");
+        return name ? place + "=" + xml::str(name.get()) : place;
+    }
+    static std::string shown(const kvio_entities_t *array) {
+        std::string text = std::to_string(array->count) + " of " + std::to_string(array->capacity);
+        EXPECT_EQ(static_cast<const void *>(array->items), array + 1);
+        for (int i = 0; i < array->count; ++i) text += " " + shown(array->items[i]);
+        for (int i = array->count; i < array->capacity; ++i) array->items[i] = nullptr;  // there is room
+        return text;
+    }
+
+    using Choices = std::vector<std::pair<std::string, Words>>;
+    static void choose(Words words, size_t at, const std::string &label, Choices &choices) {
+        while (at < words.size() && words[at][0] != '{') ++at;
+        if (at == words.size()) return static_cast<void>(choices.emplace_back(label, words));
+        for (const std::string &one : transcript::alternatives(words[at])) {
+            words[at] = one;
+            choose(words, at + 1, label.empty() ? one : label + " " + one, choices);
+        }
     }
 
     // The operation with the first alternative of each word, then with each other one; what shows the same is shown
     // once.
     std::string each(const Words &words) {
-        std::vector<std::pair<std::string, Words>> all = {{"", {}}};
-        for (const std::string &word : words) {
-            std::vector<std::pair<std::string, Words>> longer;
-            for (const auto &[label, chosen] : all)
-                for (const std::string &alternative : transcript::alternatives(word)) {
-                    longer.emplace_back(label, chosen);
-                    longer.back().second.push_back(alternative);
-                    if (word[0] == '{') longer.back().first += (label.empty() ? "" : " ") + alternative;
-                }
-            all = longer;
-        }
+        Choices choices;
+        choose(words, 0, "", choices);
         std::string text, latest;
-        for (const auto &[label, chosen] : all) {
-            const std::string shown = (label.empty() ? "" : ": ") + performed(chosen);
-            if (shown == latest) text.insert(text.size() - latest.size(), ", " + label);
-            else text += "    " + label + shown;
-            latest = shown;
+        for (const auto &[label, chosen] : choices) {
+            const std::string now = (label.empty() ? "" : ": ") + performed(chosen);
+            if (now == latest) text.insert(text.size() - latest.size(), ", " + label);
+            else text += "    " + label + now;
+            latest = now;
         }
         return text;
     }
 
+    void plan_fault() {
+        int error = 0;
+        for (int known = 1; known < 134; ++known)
+            if (fault[3] == ::shown(strerrorname_np(known))) error = known;
+        const faults::Extent extent = fault[2].back() == '+' ? faults::from_then_on : faults::once;
+        if (error) faults::fail(argument(fault[1]), error, std::stoi(fault[2]), extent);
+        else faults::shorten(argument(fault[1]), 0, std::stoi(fault[2]), extent);
+    }
+
     std::string performed(const Words &words);
+    std::string written() const;
+
+    std::tuple<Handles<kvio_config_t>, Handles<kvio_iterator_t>, Handles<kvio_node_t>, Handles<kvio_entities_t>> handles;
+    std::map<std::string, std::string> ids;  // of the locks that were there
+    Words fault;                             // of the next operation
+    // Of the operation:
+    Words rest;  // the arguments that are not taken yet
+    std::string kept_as, buffer;
+    uint32_t number = 0;
+    Outcome outcome;
 };
 
-using Operation = std::function<std::string(Store &, const std::string &, Outcome &)>;
+using Operation = std::function<std::string(Store &)>;
 
 template <class R, class... T>
 Operation operation(R (*function)(T...)) {
-    return [=](Store &store, const std::string &name, Outcome &outcome) { return store.run(function, name, outcome); };
+    return [=](Store &store) { return store.run(function); };
 }
 
-#define OPERATION(function) {#function, operation(function)}
+#define KVIO(name) {"kvio_" #name, operation(kvio_##name)}
 const std::map<std::string, Operation> operations = {
-    OPERATION(kvio_open_config), OPERATION(kvio_save_config), OPERATION(kvio_save_as), OPERATION(kvio_close_config),
-    OPERATION(kvio_copy_config), OPERATION(kvio_rename_config), OPERATION(kvio_remove_config),
-    OPERATION(kvio_create_table), OPERATION(kvio_create_list), OPERATION(kvio_create_group),
-    OPERATION(kvio_open_table), OPERATION(kvio_open_list), OPERATION(kvio_open_group), OPERATION(kvio_dispose_table),
-    OPERATION(kvio_dispose_list), OPERATION(kvio_dispose_group), OPERATION(kvio_close_table),
-    OPERATION(kvio_close_list), OPERATION(kvio_close_group), OPERATION(kvio_dump), OPERATION(kvio_restore),
-    OPERATION(kvio_backup_scope), OPERATION(kvio_restore_scope), OPERATION(kvio_create_checkpoint),
-    OPERATION(kvio_rollback_checkpoint), OPERATION(kvio_release_checkpoint), OPERATION(kvio_define),
-    OPERATION(kvio_define2), OPERATION(kvio_undefine), OPERATION(kvio_compare_name), OPERATION(kvio_name),
-    OPERATION(kvio_name2), OPERATION(kvio_set), OPERATION(kvio_set2), OPERATION(kvio_unset), OPERATION(kvio_get),
-    OPERATION(kvio_get2), OPERATION(kvio_getlen), OPERATION(kvio_join), OPERATION(kvio_remove),
-    OPERATION(kvio_change_container_element), OPERATION(kvio_append), OPERATION(kvio_insert), OPERATION(kvio_delete),
-    OPERATION(kvio_size), OPERATION(kvio_real_size), OPERATION(kvio_check_loop), OPERATION(kvio_retrieve_all),
-    OPERATION(kvio_retrieve_all2), OPERATION(kvio_retrieve_entity), OPERATION(kvio_regain_index),
-    OPERATION(kvio_regain_index2), OPERATION(kvio_retrieve_index), OPERATION(kvio_list_entities),
-    OPERATION(kvio_entity_count), OPERATION(kvio_alloc_entities), OPERATION(kvio_free_entities),
-    OPERATION(kvio_setattr_entity), OPERATION(kvio_unsetattr_entity), OPERATION(kvio_getattr_entity),
-    OPERATION(kvio_getattr_entity2), OPERATION(kvio_setattr_container), OPERATION(kvio_unsetattr_container),
-    OPERATION(kvio_getattr_container), OPERATION(kvio_getattr_container2), OPERATION(kvio_increase_entity_attr),
-    OPERATION(kvio_decrease_entity_attr)};
+    KVIO(open_config), KVIO(save_config), KVIO(save_as), KVIO(close_config), KVIO(copy_config), KVIO(rename_config),
+    KVIO(remove_config), KVIO(create_table), KVIO(create_list), KVIO(create_group), KVIO(open_table),
+    KVIO(open_list), KVIO(open_group), KVIO(dispose_table), KVIO(dispose_list), KVIO(dispose_group),
+    KVIO(close_table), KVIO(close_list), KVIO(close_group), KVIO(dump), KVIO(restore), KVIO(backup_scope),
+    KVIO(restore_scope), KVIO(create_checkpoint), KVIO(rollback_checkpoint), KVIO(release_checkpoint), KVIO(define),
+    KVIO(define2), KVIO(undefine), KVIO(compare_name), KVIO(name), KVIO(name2), KVIO(set), KVIO(set2), KVIO(unset),
+    KVIO(get), KVIO(get2), KVIO(getlen), KVIO(join), KVIO(remove), KVIO(change_container_element), KVIO(append),
+    KVIO(insert), KVIO(delete), KVIO(size), KVIO(real_size), KVIO(check_loop), KVIO(retrieve_all),
+    KVIO(retrieve_all2), KVIO(retrieve_entity), KVIO(regain_index), KVIO(regain_index2), KVIO(retrieve_index),
+    KVIO(list_entities), KVIO(entity_count), KVIO(alloc_entities), KVIO(free_entities), KVIO(setattr_entity),
+    KVIO(unsetattr_entity), KVIO(getattr_entity), KVIO(getattr_entity2), KVIO(setattr_container),
+    KVIO(unsetattr_container), KVIO(getattr_container), KVIO(getattr_container2), KVIO(increase_entity_attr),
+    KVIO(decrease_entity_attr)};
 
-std::string Store::performed(const Words &words) {
-    const bool is_kept = words.size() > 2 && words[2] == "=";
-    const std::string name = is_kept ? words[1] : "", &function = words[is_kept ? 3 : 1];
-    rest.assign(words.begin() + (is_kept ? 4 : 2), words.end());
-    if (!operations.count(function)) return "no operation\n";
-    const std::string of = rest.empty() ? "" : rest[0];
-    std::map<std::string, std::string> documents;
-    for (const auto &[key, config] : all<kvio_config_t>()) documents[key] = document_of(config);
-    const World before;
-    buffer.assign(1024, fill);
-    number = unset;
-    if (fault) fault();
-    Outcome outcome;
-    std::string text = operations.at(function)(*this, name, outcome);
-    EXPECT_TRUE(!fault || faults::struck()) << "no fault in " << function;
-    fault = nullptr;
-    if (function.rfind("kvio_close", 0) == 0 || function == "kvio_free_entities")
-        std::apply([&](auto &...kinds) { (kinds.erase(of), ...); }, handles);
-    text += " " + (outcome.code == untouched ? "-" : std::to_string(outcome.code));
-    const size_t written = buffer.find_last_not_of(fill) + 1;
-    if (written) text += " \"" + transcript::on_one_line(buffer.substr(0, written)) + "\"";
-    if (number != unset) text += " =" + std::to_string(number);
-    text += "\n";
-    const World after;
-    for (const auto &[id, file] : after.ids) ids[id] = file;
+// The lines it wrote. A lock is called by its file: its id is another one in every run.
+std::string Store::written() const {
+    std::string text;
     std::istringstream err(outcome.err), log(outcome.log);
     for (std::string line; std::getline(err, line);) {
         for (const auto &[id, file] : ids)
@@ -343,10 +302,38 @@ std::string Store::performed(const Words &words) {
         text += "    err " + line + (err.eof() ? " without end" : "") + "\n";
     }
     for (std::string line; std::getline(log, line);) text += "    log " + line + "\n";
-    for (const auto &[key, document] : documents)
-        if (all<kvio_config_t>().count(key))
-            text += transcript::difference_within(document, document_of(all<kvio_config_t>()[key]));
-    return text + difference(before, after);
+    return text;
+}
+
+std::string Store::performed(const Words &words) {
+    const size_t at = words.size() > 2 && words[2] == "=" ? 3 : 1;
+    kept_as = at == 3 ? words[1] : "";
+    const std::string &function = words[at], of = words.size() > at + 1 ? words[at + 1] : "";
+    if (!operations.count(function)) return "no operation\n";
+    rest.assign(words.begin() + static_cast<int>(at) + 1, words.end());
+    buffer.assign(1024, fill);
+    number = untouched;
+    all<kvio_node_t>().erase("");
+    std::map<std::string, std::string> documents;
+    for (const auto &[key, config] : all<kvio_config_t>()) documents[key] = document_of(config);
+    const World before;
+    if (!fault.empty()) plan_fault();
+    std::string text = operations.at(function)(*this);
+    EXPECT_TRUE(fault.empty() || faults::struck()) << "no fault in " << function;
+    fault.clear();
+    if (function == "kvio_create_checkpoint") kvio_release_checkpoint(std::exchange(all<kvio_node_t>()[""], nullptr));
+    if (function.rfind("kvio_close", 0) == 0 || function == "kvio_free_entities")
+        std::apply([&](auto &...kinds) { (kinds.erase(of), ...); }, handles);
+    const World after;
+    for (const auto &[id, file] : after.ids) ids[id] = file;
+    text += " " + (outcome.code == untouched ? "-" : std::to_string(outcome.code));
+    buffer.erase(buffer.find_last_not_of(fill) + 1);
+    if (!buffer.empty()) text += " \"" + transcript::on_one_line(buffer) + "\"";
+    if (number != untouched) text += " =" + std::to_string(number);
+    text += "\n" + written();
+    for (const auto &[key, config] : all<kvio_config_t>())
+        if (documents.count(key)) text += transcript::difference_within(documents[key], document_of(config));
+    return text + before.without(after, "    - ") + after.without(before, "    + ");
 }
 
 TEST_P(Store, ShowsWhatIsSeen) {

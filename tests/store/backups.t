@@ -58,9 +58,9 @@ $ copy = kvio_restore c /tmp/dump.xml
     /etc/kavex/conf/a.xml 0
 $ kvio_entity_count c s t
     0 0
-$ l = kvio_open_list copy s t l
+$ m = kvio_open_list copy s t l
     s/list=l 0
-$ kvio_append l e
+$ kvio_append m e
     1 0
     - 2 <list name="l" type="t"/>
     + 2 <list name="l" type="t"><entity>e</entity></list>
