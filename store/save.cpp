@@ -3,9 +3,11 @@
 //  1. Serialise the document into memory: a shortage of memory is met before the file is touched.
 //  2. Open the file as it is, without truncation, and reserve the room that the new contents need: a full disk, too,
 //     is met before a byte is overwritten.
-//  3. Overwrite in one go and cut the file to its length, uninterrupted by whatever kills the process. Where the new
+//  3. Keep the old contents in memory. Not every file system can reserve room, and reserved or not, a write can fail.
+//  4. Overwrite in one go and cut the file to its length, uninterrupted by whatever kills the process. Where the new
 //     contents are shorter, line feeds fill up to the old length, so that they are well-formed before the cut, too.
-//  4. Sync and close; both can still report that the data did not get there.
+//     When this fails, the old contents are put back.
+//  5. Sync and close; both can still report that the data did not get there.
 #include <fcntl.h>
 #include <libxml/encoding.h>
 #include <libxml/xmlsave.h>
@@ -108,18 +110,36 @@ bool write_all(int fd, const char *bytes, std::size_t size) noexcept {
     return true;
 }
 
-bool overwrite(Descriptor file, Sink &sink, off_t old_size) noexcept {
-    std::size_t covered = std::max(sink.size, static_cast<std::size_t>(old_size));
-    if (!sink.pad_to(covered) || !within_size_limit(covered)) return false;
-    if (!reserve_room(file.get(), covered)) {
-        if (ftruncate(file.get(), old_size) != 0) return false;  // gives back what was reserved until then
+bool cut(int fd, std::size_t size) noexcept { return ftruncate(fd, static_cast<off_t>(size)) == 0; }
+
+// The contents of a file that may be written, but not read, are left out.
+bool read_all(int fd, Sink &sink, std::size_t size) noexcept {
+    if (!sink.reserve(size)) return false;
+    while (sink.size < size) {
+        ssize_t got = pread(fd, sink.bytes.get() + sink.size, size - sink.size, static_cast<off_t>(sink.size));
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return got == 0 || errno == EBADF;
+        sink.size += static_cast<std::size_t>(got);
+    }
+    return true;
+}
+
+bool overwrite(Descriptor file, Sink &sink, std::size_t old_size) noexcept {
+    const int fd = file.get();
+    std::size_t covered = std::max(sink.size, old_size);
+    Sink old;
+    if (!sink.pad_to(covered) || !within_size_limit(covered) || !read_all(fd, old, old_size)) return false;
+    if (!reserve_room(fd, covered)) {
+        cut(fd, old_size);  // gives back what was reserved until then
         return false;
     }
     bool written = store::uninterrupted([&] {
-        return write_all(file.get(), sink.bytes.get(), covered) &&
-               ftruncate(file.get(), static_cast<off_t>(sink.size)) == 0;
+        if (write_all(fd, sink.bytes.get(), covered) && (covered == sink.size || cut(fd, sink.size))) return true;
+        write_all(fd, old.bytes.get(), old.size);
+        cut(fd, old_size);
+        return false;
     });
-    return written && fdatasync(file.get()) == 0 && file.close() == 0;
+    return written && fdatasync(fd) == 0 && file.close() == 0;
 }
 
 // Compressed documents and targets that are no regular files.
@@ -143,10 +163,11 @@ int write(xmlDoc *document, const char *path, unsigned mode) noexcept {
     if (regular && compression <= 0) {
         if (!serialise(document, sink) || sink.size > INT_MAX) return -1;
     }
-    Descriptor file(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, mode));
+    Descriptor file(open(path, (regular ? O_RDWR : O_WRONLY) | O_CREAT | O_CLOEXEC, mode));
+    if (!file && errno == EACCES) file = Descriptor(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, mode));
     if (!file || fstat(file.get(), &now) != 0) return -1;
     if (!sink.bytes) return write_through_libxml(document, std::move(file), S_ISREG(now.st_mode));
-    return overwrite(std::move(file), sink, now.st_size) ? static_cast<int>(sink.size) : -1;
+    return overwrite(std::move(file), sink, static_cast<std::size_t>(now.st_size)) ? static_cast<int>(sink.size) : -1;
 }
 
 }  // namespace xml

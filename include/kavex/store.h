@@ -58,11 +58,14 @@
  * project id 0 (id 1 where that gives 0, which is IPC_PRIVATE and would exclude nobody). It exists while the lock is
  * held; nobody waits for it. Two files whose keys coincide share one lock. The lock does not end with its process: a
  * process that dies with an open handle leaves the file locked until somebody removes the semaphore, with
- * `ipcrm -S` and the file's key (ipcs(1) lists the keys).
+ * `ipcrm -S` and the file's key (ipcs(1) lists the keys). A process that is killed while it makes a new file can leave
+ * the lock of one that has not got its name yet, which no file's key leads to, or, where it makes one from the
+ * template, a file whose name is ".new." and six characters.
  *
  * **Saving.** Files are written in place, since the lock hangs on the inode, and without a temporary file. The document
  * is serialised in memory first, room on the disk is reserved, then the file is overwritten in one go, cut to its
- * length and synced (fdatasync(2)): a full disk, a shortage of memory or an unwritable file leaves the old contents.
+ * length and synced (fdatasync(2)); its old contents are in memory meanwhile, and are put back when a write fails. So a
+ * full disk, a shortage of memory or an unwritable file leaves the old contents.
  * The overwriting itself is done by a short-lived helper process that shares the caller's memory, so that a signal that
  * kills the caller does not stop it half-way; wait(2) does not see the helper. What is left are a machine that loses
  * power in that moment, somebody who kills helper and caller together, and systems that let no process be started:

@@ -66,6 +66,7 @@ struct Block {
 Block kept[4096];
 size_t kept_count;
 bool keeps;
+Block latest_failure;
 
 Block *kept_block(const void *address) {
     Block *end = kept + kept_count;
@@ -167,6 +168,8 @@ void keep_stacks(bool wanted) {
     keeps = wanted;
 }
 
+std::string stack_of_failure() { return stack_of(latest_failure.stack, latest_failure.depth); }
+
 std::string stack_of(void *const *frames, int depth) {
     Dl_info program, frame;
     dladdr(&kept, &program);
@@ -250,6 +253,12 @@ int open64(const char *path, int flags, ...) {
 ssize_t read(int fd, void *data, size_t size) { return transfer<&read>("read", fd, data, size); }
 ssize_t write(int fd, const void *data, size_t size) { return transfer<&write>("write", fd, data, size); }
 
+ssize_t pread(int fd, void *data, size_t size, off_t offset) { return transfer<&pread>("pread", fd, data, size, offset); }
+
+ssize_t pread64(int fd, void *data, size_t size, off64_t offset) {
+    return transfer<&pread64>("pread64", fd, data, size, offset);
+}
+
 ssize_t pwrite(int fd, const void *data, size_t size, off_t offset) {
     return transfer<&pwrite>("pwrite", fd, data, size, offset);
 }
@@ -313,6 +322,8 @@ static bool no_memory() {
     ++allocation_count;
     if (!fatal_allocation || allocation_count < fatal_allocation) return false;
     if (allocation_count > fatal_allocation && allocation_extent == once) return false;
+    if (keeps && allocation_count == fatal_allocation)
+        latest_failure.depth = backtrace(latest_failure.stack, std::size(latest_failure.stack));
     fired = true;
     errno = ENOMEM;
     return true;

@@ -16,12 +16,12 @@ namespace faults {
 
 enum Extent { once, from_then_on };
 
-// The nth (1 is the next) use of a function fails with this errno. Known names: open, read, write, pwrite,
+// The nth (1 is the next) use of a function fails with this errno. Known names: open, read, write, pread, pwrite,
 // close, fdatasync, fallocate, ftruncate, rename, unlink, semget, semop, ftok, pipe, fork,
 // shmget, shmat. An open or a pipe counts as that whichever variant is called (open, open64; pipe, pipe2).
 void fail(const char *function, int error, int nth = 1, Extent extent = once);
 
-// The nth read, write or pwrite moves no more than this many bytes: 0 is the end of the file.
+// The nth read, write, pread or pwrite moves no more than this many bytes: 0 is the end of the file.
 void shorten(const char *function, size_t bytes, int nth = 1, Extent extent = once);
 
 // Right before the nth use of a function somebody else does this.
@@ -44,9 +44,11 @@ long blocks();
 // libraries export: "xmlStrdup < (libxml2.so.2) < (libkavex.so.1) < kvio_backup_scope".
 std::string stack_of(void *const *frames, int depth);
 
-// Keeps the call stack of every such block from now on, or no longer; and those of the blocks that are left.
+// Keeps the call stack of every such block from now on, or no longer; those of the blocks that are left, and that of the
+// first allocation that failed in the latest call().
 void keep_stacks(bool wanted);
 std::set<std::string> stacks();
+std::string stack_of_failure();
 #endif
 
 // Whether a fault struck in the latest call() that had one planned.
