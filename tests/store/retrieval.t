@@ -174,6 +174,19 @@ $ kvio_retrieve_index l {1,2,3}
     3: null 14
     err kvio_retrieve_index() error: out of range
 
+# Names are what the elements say, in however many pieces.
+> <!DOCTYPE kavex [<!ENTITY e "b">]><kavex><s><t name="ab"/><list name="l" type="t"><entity>a<!-- -->b</entity>
+> <entity><![CDATA[a]]>&e;</entity><container>k<!-- --></container></list><list name="k" type="t"><entity>&#97;&e;</entity></list></s></kavex>
+$ {kvio_size,kvio_real_size,kvio_check_loop,kvio_retrieve_all,kvio_retrieve_all2} l
+    kvio_size, kvio_real_size: 3 0
+    kvio_check_loop: 0 0
+    kvio_retrieve_all, kvio_retrieve_all2: 1 of 3 s/t=ab 0
+$ kvio_regain_index l {1,2,3}
+    1, 2: 0 - "ab\0"
+    3: 1 - "k\0"
+$ kvio_retrieve_index l {1,2}
+    1, 2: s/t=ab 0
+
 # A single entity is looked for by the type that the document says. The identity of a handle is that of its opening:
 # renamed to the name of another one, it is not that other one.
 > <t name="a"/><t name="b"/><list name="l" type="t"><entity>a</entity></list>
