@@ -105,23 +105,6 @@ $ kvio_change_container_element l old {AT&T,a&,&foo;,&#;,&#0;,&#x110000;,&#65,&a
     AT&T, a&, &foo;, &#;, &#0;, &#x110000;, &#65, &amp;&bar;: 0 8
     err kvio_change_container_element error on xmlNodeSetContent()
 
-# An error of another call is none of theirs.
-$ kvio_retrieve_entity c s[ t x
-    null 8
-    err kvio_retrieve_entity error on xmlXPathEvalExpression()
-$ {kvio_join,kvio_insert} l n 1
-    kvio_join: 1 0
-    + 2 <entity>n</entity>
-    kvio_insert: 1 0
-    + 1 <entity>n</entity>
-$ kvio_retrieve_entity c s[ t x
-    null 8
-    err kvio_retrieve_entity error on xmlXPathEvalExpression()
-$ kvio_change_container_element l old new
-    1 0
-    - 2 <entity>old</entity>
-    + 2 <entity>new</entity>
-
 # The first member of the name is meant, whatever its kind and however it is written.
 > <list name="l" type="t"><entity>b</entity><other>a</other><container>a</container><entity>a</entity>
 > <entity>x<!-- -->y</entity><entity><![CDATA[z]]></entity><entity/></list>
