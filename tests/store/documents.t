@@ -1,5 +1,23 @@
-# The lock on a file is a semaphore for its key, of one semaphore and without permissions. Whoever closes saves nothing.
+# The first lock in the life of a system has the number 0.
 file a.xml 600 <kavex><s/></kavex>
+$ c = kvio_open_config a.xml 0
+    /etc/kavex/conf/a.xml 0
+    err kvio_open_config success. (/etc/kavex/conf/a.xml, <lock of a.xml>)
+    + lock a.xml
+$ kvio_save_as c b.xml
+    46 0
+    - lock a.xml
+    + file b.xml 600 <?xml version="1.0"?>\n<kavex>\n  <s/>\n</kavex>\n
+    + lock b.xml
+$ kvio_close_config c
+    -1 0
+    err Semaphore <lock of b.xml> is removed
+    - lock b.xml
+$ kvio_remove_config b.xml
+    0 0
+    - file b.xml 600 <?xml version="1.0"?>\n<kavex>\n  <s/>\n</kavex>\n
+
+# The lock on a file is a semaphore for its key, of one semaphore and without permissions. Whoever closes saves nothing.
 $ c = kvio_open_config a.xml 0
     /etc/kavex/conf/a.xml 0
     err kvio_open_config success. (/etc/kavex/conf/a.xml, <lock of a.xml>)
@@ -29,6 +47,12 @@ $ kvio_close_config c
     -1 0
     err Semaphore <lock of a.xml> is removed
     - lock a.xml
+$ kvio_open_config n.xml {0,64}
+    0: null 4
+    err ftok(/etc/kavex/conf/n.xml) failed
+    64: null 4
+    err n.xml is not existed. Creating from template
+    err ftok(/etc/kavex/conf/n.xml) failed
 
 # A name is looked for in the configuration directory, but for one, and only when it is opened.
 file b.xml 640 <kavex/>
@@ -68,7 +92,8 @@ $ kvio_close_config b
     err Semaphore <lock of b.xml> is removed
     - lock b.xml
 
-# A missing one can be made from the template. It is made whole or not at all; what is there, or appears meanwhile, stays.
+# Where there is a template, a missing one can be made from it, whole or not at all. What is there, or appears meanwhile,
+# stays.
 $ kvio_open_config n.xml {0,65}
     0, 65: null 4
     err ftok(/etc/kavex/conf/n.xml) failed
