@@ -256,7 +256,8 @@ private:
     std::string performed(const Words &words);
     std::string written() const;
 
-    std::tuple<Handles<kvio_config_t>, Handles<kvio_iterator_t>, Handles<kvio_node_t>, Handles<kvio_entities_t>> handles;
+    std::tuple<Handles<kvio_config_t>, Handles<kvio_iterator_t>, Handles<kvio_node_t>, Handles<kvio_entities_t>>
+        handles;
     std::map<std::string, std::string> ids;  // of the locks that were there
     Words fault;                             // of the next operation
     // Of the operation:

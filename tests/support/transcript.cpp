@@ -87,10 +87,13 @@ void transcript::play(const std::string &path, const std::function<void(const st
         seen += line + "\n";
         if (line[0] == '>') loaded += expanded(line).substr(2);
         else finish_loading();
-        if (std::isalpha(line[0]) || line[0] == '$') seen += abbreviated(perform(split(expanded(line), ' ')));
+        const bool is_word = std::isalpha(static_cast<unsigned char>(line[0]));
+        if (is_word || line[0] == '$') seen += abbreviated(perform(split(expanded(line), ' ')));
     }
     finish_loading();
-    EXPECT_TRUE(seen == expected) << "instead of " << path << ":\n" << seen << "<<<";
+    const auto parted = std::mismatch(seen.begin(), seen.end(), expected.begin(), expected.end()).first;
+    EXPECT_TRUE(seen == expected) << "from line " << std::count(seen.begin(), parted, '\n') + 1 << " on, instead of "
+                                  << path << ":\n" << seen << "<<<";
 }
 
 transcript::Words transcript::alternatives(const std::string &word) {
@@ -141,7 +144,8 @@ std::string transcript::difference(const std::string &before, const std::string 
 std::string transcript::difference_within(std::string before, std::string after) {
     for (;;) {
         const auto a = taken_apart(before), b = taken_apart(after);
-        const bool is_within = a.first == b.first && a.second != b.second && (a.second + b.second).find('<') != std::string::npos;
+        const bool has_nodes = (a.second + b.second).find('<') != std::string::npos;
+        const bool is_within = has_nodes && a.first == b.first && a.second != b.second;
         if (is_within) before = a.second, after = b.second;
         if (!is_within || nodes(before).size() > 1 || nodes(after).size() > 1) return difference(before, after);
     }
