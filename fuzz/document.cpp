@@ -1,5 +1,7 @@
 // A configuration and calls of the store on it. Input: the file, a line "%%", and calls: a byte for the function, a
 // byte for each argument (see Calls).
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -285,6 +287,19 @@ void document_call(Session &session, Calls &calls, unsigned function) {
                 kvio_close_config(old);
             }
             break;
+        case 13: kvio_save_as(config, calls.byte() % 2 ? "b.xml" : "c.xml"); break;
+        case 14: {
+            // Not of the one that is open: a restored document may have given its lock up.
+            const char *file = calls.byte() % 2 ? "b.xml" : "c.xml", *other = calls.byte() % 2 ? "b.xml" : "c.xml";
+            switch (calls.byte() % 4) {
+                case 0: kvio_copy_config(file, other); break;
+                case 1: kvio_rename_config(file, other); break;
+                case 2: kvio_remove_config(file); break;
+                default:
+                    if (kvio_config_t *made = kvio_open_config(file, KVIO_CREATE)) kvio_close_config(made);
+            }
+            break;
+        }
         default:
             if (session.container()) {
                 kvio_close_group(session.container());
@@ -298,6 +313,7 @@ void document_call(Session &session, Calls &calls, unsigned function) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size > 1 << 16) return 0;
     std::string_view rest(reinterpret_cast<const char *>(data), size);
+    for (const char *other : {side_path, "/etc/kavex/conf/b.xml", "/etc/kavex/conf/c.xml"}) unlink(other);
     fuzz::write_file(path, fuzz::cut(rest));
     Calls calls(rest);
     {
@@ -309,13 +325,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             unsigned which = function % 16;
             switch (function / 16 % 4) {
                 case 0:
-                case 1: document_call(session, calls, which % 14); break;
+                case 1: document_call(session, calls, which); break;
                 case 2: container_call(session, calls, which); break;
                 default: entity_call(session, calls, which % 11);
             }
         }
-        // What was opened can be saved, and what was saved can be opened.
-        if (kvio_save_config(session.config) < 0) return 0;
+        // What was saved can be opened, and where a save fails, what was there before.
+        kvio_save_config(session.config);
     }
     kvio_config_t *again = kvio_open_config("a.xml", 0);
     MUST(again);
