@@ -238,15 +238,15 @@ $ {kvio_save_config,kvio_close_config} NULL
 file b.xml 600 <kavex/>
 file bad.xml 600 <kavex>
 directory dir
-$ kvio_open_config {none/a.xml,none.xml,"",NULL,{/*4075}b.xml} 0
+$ kvio_open_config {none/a.xml,none.xml,"",NULL,{/*4074}b.xmlX} 0
     none/a.xml: null 4
     err ftok(/etc/kavex/conf/none/a.xml) failed
     none.xml: null 4
     err ftok(/etc/kavex/conf/none.xml) failed
     "", NULL: null 4
     err ftok(/etc/kavex/conf/) failed
-    {/*4075}b.xml: null 4
-    err ftok(/etc/kavex/conf{/*4076}b.xml) failed
+    {/*4074}b.xmlX: null 4
+    err ftok(/etc/kavex/conf{/*4075}b.xmlX) failed
 $ kvio_open_config {bad.xml,bad.xml,dir} 0
     bad.xml, bad.xml: null 3
     err /etc/kavex/conf/bad.xml is not well-formed
