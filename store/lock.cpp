@@ -86,7 +86,8 @@ FileLock::FileLock(const ConfigPath &path, Missing missing) noexcept {
             if (created_) return;
             // Somebody was faster, and may have taken the file away again. A link that leads nowhere stays.
             if (errno == EEXIST && tries < 100) continue;
-            // Where no file can be made without a name. Without truncation: a file that appeared meanwhile is somebody's configuration.
+            // Where no file can be made without a name. Without truncation: a file that appeared meanwhile is somebody's
+            // configuration.
             Descriptor fresh(open(path.text(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
             created_ = bool(fresh);
             fresh.close();
