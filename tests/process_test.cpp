@@ -143,7 +143,8 @@ void Processes::save_under_kills(size_t size, int kills) {
     EXPECT_GT(call([&] { return kvio_save_config(config); }).result, 0);
     call([&] { return kvio_close_config(config); });
     std::printf("%d kills, in saves; the file was the one %d, the other %d times\n", kills, found[0], found[1]);
-    EXPECT_GT(std::min(found[0], found[1]), 0) << "this would not find much";
+    // Of a few kills all can meet the same document.
+    EXPECT_TRUE(kills < 500 || std::min(found[0], found[1]) > 0) << "this would not find much";
 }
 
 // KAVEX_KILLS=500 takes two minutes.
