@@ -20,8 +20,11 @@ namespace {
 std::string pending;
 
 std::string standard_input() {
-    std::string text(std::istreambuf_iterator<char>(std::cin), {});
-    if (std::cin.bad()) throw Failure{io_error, "standard input cannot be read"};
+    std::string text;
+    char piece[4096];
+    while (std::size_t got = std::fread(piece, 1, sizeof piece, stdin)) text.append(piece, got);
+    if (std::ferror(stdin)) throw Failure{io_error, std::string("standard input: ") + std::strerror(errno)};
+    if (text.find('\0') != std::string::npos) throw Failure{misused, "standard input has a zero byte"};
     return text;
 }
 
@@ -96,7 +99,6 @@ void read_values(Call &call) {
                                                         : "only one value can come from standard input"};
         taken = true;
         std::string &value = call.arguments[i] = standard_input();
-        if (value.find('\0') != std::string::npos) throw Failure{misused, "the value has a zero byte"};
         if (!value.empty() && value.back() == '\n') value.pop_back();
     }
 }
@@ -120,26 +122,29 @@ void count_attribute(Call &call, Document &document, AttributeChange change) {
     pending += std::to_string(value) + '\n';
 }
 
-// Words as a shell makes them: blanks separate, quotes and backslashes keep together, # begins a comment.
+// Words as a shell makes them: blanks separate, quotes and backslashes keep together, # begins a comment. In double
+// quotes a backslash stays that stands before none of the characters it could protect there.
 Strings split(const std::string &line) {
     Strings words;
     std::optional<std::string> word;
     char quote = 0;
+    auto add = [&](char c) { (word ? *word : word.emplace()) += c; };
     for (std::size_t i = 0; i < line.size(); ++i) {
         char c = line[i];
         if (quote && c == quote) {
             quote = 0;
         } else if (c == '\\' && quote != '\'' && i + 1 < line.size()) {
-            word = word.value_or("") + line[++i];
+            if (quote && !std::strchr("$`\"\\", line[i + 1])) add(c);
+            add(line[++i]);
         } else if (!quote && (c == '"' || c == '\'')) {
             quote = c;
-            word = word.value_or("");
+            if (!word) word.emplace();
         } else if (!quote && (c == ' ' || c == '\t')) {
             if (word) words.push_back(*std::exchange(word, std::nullopt));
         } else if (!quote && !word && c == '#') {
             break;
         } else {
-            word = word.value_or("") + c;
+            add(c);
         }
     }
     if (quote) throw Failure{misused, "a quote is not closed"};
@@ -212,6 +217,7 @@ void define(Call &call, Document &document) {
 }
 
 void undefine(Call &call, Document &document) {
+    checked_type(call[2]);
     document.entity(call[1], call[2], call[3]);
     refuse_if_named(call, document, "", call[2], call[3]);
     if (!kvio_undefine(document.get(), call[1].c_str(), call[2].c_str(), call[3].c_str()))

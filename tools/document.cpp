@@ -107,21 +107,6 @@ Document Document::change(const std::string &name) {
     return document;
 }
 
-// Both handles name one lock; they are closed one right after the other, the new one first.
-Document Document::restored(const std::string &name, const std::string &dump) {
-    Document document = change(name);
-    document.config_ = kvio_restore(document.get(), dump.c_str());
-    if (!document.config_) file_failure(dump, dump);
-    document.retired_ = std::move(document.owner_);
-    document.owner_.reset(document.config_);
-    return document;
-}
-
-Document::~Document() {
-    owner_.reset();
-    retired_.reset();
-}
-
 void Document::abandon() {
     [[maybe_unused]] static kvio_config_t *volatile kept;  // within the reach of leak checkers
     kept = owner_.release();

@@ -38,9 +38,7 @@ public:
     static Document snapshot(const std::string &path);  // takes no lock
     static Document look(const std::string &name) { return snapshot(path_of(name)); }
     static Document change(const std::string &name);  // under the lock, until the end of its life
-    static Document restored(const std::string &name, const std::string &dump);
     Document(Document &&) = default;
-    ~Document();
 
     kvio_config_t *get() const { return config_; }
     // Leaves the document to the end of the process, which is faster than to free it node by node.
@@ -62,8 +60,7 @@ private:
         void operator()(kvio_config_t *config) const { kvio_close_config(config); }
     };
     std::string path_;
-    std::unique_ptr<Undisturbed> undisturbed_;  // before the handles: their lock goes first
-    std::unique_ptr<kvio_config_t, Closer> retired_;
+    std::unique_ptr<Undisturbed> undisturbed_;  // before the handle: its lock goes first
     std::unique_ptr<kvio_config_t, Closer> owner_;
     kvio_config_t *config_ = nullptr;
     std::optional<Tree> tree_;

@@ -75,6 +75,13 @@ void restore_scope(Call &call) {
     target.save();
 }
 
+// What is there is not read, so that it may be broken or missing.
+int save_under(Document &document, const std::string &name) {
+    if (document.save_as(name)) return success;
+    if (kvio_errno == KVIO_LOCKED) store_failure(name);
+    write_failure(config_directory + name);
+}
+
 }  // namespace
 
 int copy(Call &call) { return run_on_files(kvio_copy_config, call), success; }
@@ -85,15 +92,16 @@ int remove(Call &call) {
     Undisturbed undisturbed;
     if (kvio_remove_config(call[0].c_str()) == 0) return success;
     if (kvio_errno == KVIO_LOCKED) store_failure(call[0]);
-    file_failure(call[0], config_directory + call[0]);
+    const std::string directory = config_directory, path = directory + call[0];
+    if (kvio_errno == KVIO_IO && faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) != 0 && errno == EACCES)
+        throw Failure{denied, path + ": " + std::strerror(EACCES)};
+    file_failure(call[0], path);
 }
 
 int save_as(Call &call) {
     if (call[0] == call[1]) throw Failure{misused, call[0] + " twice"};
     Document document = Document::change(call[0]);
-    if (document.save_as(call[1])) return success;
-    if (kvio_errno == KVIO_LOCKED) store_failure(call[1]);
-    write_failure(config_directory + call[1]);
+    return save_under(document, call[1]);
 }
 
 int dump(Call &call) {
@@ -116,10 +124,10 @@ int backup(Call &call) {
 
 int restore(Call &call) {
     if (call.count() > 2) return restore_scope(call), success;
-    Document document = Document::restored(call[0], call[1]);
+    Undisturbed undisturbed;
+    Document document = Document::snapshot(call[1]);
     if (document.tree().root().tag() != "kavex") throw Failure{inconsistent, call[1] + ": no configuration"};
-    document.save();
-    return success;
+    return save_under(document, call[0]);
 }
 
 }  // namespace kvio

@@ -20,10 +20,10 @@ int run(const Strings &words) {
 int guarded(const Strings &words) {
     try {
         int status = run(words);
-        if (std::fflush(stdout) == 0) return status;
-        throw Failure{io_error, std::string("standard output: ") + std::strerror(errno)};
+        if (int error = flushed()) throw Failure{io_error, std::string("standard output: ") + std::strerror(error)};
+        return status;
     } catch (const Failure &failure) {
-        std::fflush(stdout);
+        flushed();
         Messages::say(failure.text);
         return failure.status;
     } catch (const std::exception &error) {

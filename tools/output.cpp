@@ -3,12 +3,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 
 namespace kvio {
 namespace {
 
 int original = 2;
+int lost = 0;  // errno of the first write to standard output that failed
 
 }  // namespace
 
@@ -63,7 +65,14 @@ std::string json(const std::string &text) {
     return result + '"';
 }
 
-void put(const std::string &text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+void put(const std::string &text) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() && !lost) lost = errno;
+}
+
+int flushed() {
+    if (std::fflush(stdout) != 0 && !lost) lost = errno;
+    return lost;
+}
 
 void put_columns(std::initializer_list<std::string> columns) {
     const char *separator = "";

@@ -27,6 +27,7 @@ std::string one_line(const std::string &text);
 std::string json(const std::string &text);  // with its quotes
 
 void put(const std::string &text);  // to standard output
+int flushed();                      // 0, or errno of the first time that something did not get there
 void put_columns(std::initializer_list<std::string> columns);  // separated by tabs, each in one line
 
 bool decorated();  // standard output is a terminal that wants colours

@@ -27,7 +27,16 @@ $ kvio set a.xml s t x f - g - </dev/null
 ! kvio: only one value can come from standard input
 [2]
 $ printf 'a\0b' | kvio set a.xml s t x f -
-! kvio: the value has a zero byte
+! kvio: standard input has a zero byte
+[2]
+$ kvio set a.xml s t x f - </etc
+! kvio: standard input: Is a directory
+[5]
+$ kvio batch a.xml <&-
+! kvio: standard input: Bad file descriptor
+[5]
+$ kvio undefine a.xml s '*' x
+! kvio: type * is no XML name
 [2]
 $ kvio set a.xml s t x f $'a\001b'
 ! kvio: the value is no UTF-8 text, or has control characters
@@ -256,6 +265,9 @@ $ printf 'attr increase s t y n\nget s t x f\n' | kvio batch a.xml
 $ printf 'set s t x f "a\n' | kvio batch a.xml
 ! kvio: line 1: a quote is not closed; nothing is saved
 [2]
+$ printf 'set s t y h "C:\\temp \\"q\\" \\$x"\n' | kvio batch a.xml && kvio get a.xml s t y h && kvio unset a.xml s t y h
+C:\temp "q" $x
+$ (printf 'set s t y h '; head -c 1000000 /dev/zero | tr '\0' x) | timeout 5 kvio batch a.xml && kvio unset a.xml s t y h
 $ printf 'set s t y f -\n' | kvio batch a.xml
 ! kvio: line 1: a batch has no value on standard input; nothing is saved
 [2]

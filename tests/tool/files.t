@@ -131,6 +131,30 @@ $ echo '<other/>' >/tmp/other.xml; kvio restore a.xml /tmp/other.xml; kvio resto
 [4]
 $ cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 
+What is restored may be broken, or missing.
+
+$ echo '<kavex><s' >/etc/kavex/conf/cut.xml; kvio restore cut.xml /tmp/dump.xml && kvio restore gone.xml /tmp/dump.xml
+$ cmp /etc/kavex/conf/cut.xml /tmp/dump.xml && cmp /etc/kavex/conf/gone.xml /tmp/dump.xml && kvio remove cut.xml && kvio remove gone.xml
+$ kvio lock status cut.xml gone.xml a.xml 2>&1 | grep -c held
+0
+[1]
+
+What does not get to standard output is missed.
+
+$ for format in text json xml; do kvio show -F $format a.xml >/dev/full; echo $?; done
+5
+5
+5
+! kvio: standard output: No space left on device
+! kvio: standard output: No space left on device
+! kvio: standard output: No space left on device
+$ kvio dump a.xml >/dev/full
+! kvio: standard output: No space left on device
+[5]
+$ kvio backup a.xml object/address >/dev/full
+! kvio: standard output: No space left on device
+[5]
+
 A full disk leaves the file as it was.
 
 $ head -c 150000 /dev/zero | tr '\0' x >/tmp/long; cp /etc/kavex/conf/small/a.xml /tmp/before.xml
