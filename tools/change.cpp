@@ -3,9 +3,10 @@
 
 #include <cerrno>
 #include <cstring>
-#include <iostream>
-#include <iterator>
+#include <map>
+#include <memory>
 #include <optional>
+#include <utility>
 
 #include <libxml/parser.h>
 #include <libxml/xmlstring.h>
@@ -111,6 +112,49 @@ void refuse_if_named(Call &call, Document &document, const std::string &kind, co
     std::string container = document.references().container_naming(document.tree().scope(call[1]), kind, type, name);
     if (!container.empty())
         throw Failure{inconsistent, container + " names " + name + "; take it out first, or say --force"};
+}
+
+// ---- counts of references: programs delete an entity that leaves a group when its "reference" says that no other group
+// ---- names it
+
+std::string counted(const std::string &before, int change) {
+    long count = std::strtol(before.c_str(), nullptr, 10) + change;
+    return std::to_string(std::max(count, 0L));
+}
+
+void count_reference(Call &call, Document &document, bool entity, const std::string &name, int change) {
+    if (call[2] != "group" || change == 0) return;
+    const std::string &scope = call[1], &type = call[3];
+    char text[16] = "";
+    if (entity) {
+        kvio_node_t *node = kvio_retrieve_entity(document.get(), scope.c_str(), type.c_str(), name.c_str());
+        if (!node || (!kvio_getattr_entity2(node, "reference", text, sizeof text) && change < 0)) return;
+        if (!kvio_setattr_entity(node, "reference", counted(text, change).c_str())) store_failure(type + ' ' + name);
+    } else {
+        std::unique_ptr<kvio_iterator_t, int (*)(kvio_iterator_t *)> group(
+            kvio_open_group(document.get(), scope.c_str(), type.c_str(), name.c_str()), kvio_close_group);
+        if (!group || (!kvio_getattr_container2(group.get(), "reference", text, sizeof text) && change < 0)) return;
+        if (!kvio_setattr_container(group.get(), "reference", counted(text, change).c_str()))
+            store_failure("group " + name);
+    }
+}
+
+// The members of a group by kind, entity or not, and name: how often each is there.
+using Members = std::map<std::pair<bool, std::string>, int>;
+
+Members members_of(Call &call, Document &document) {
+    Members members;
+    if (call[2] != "group") return members;
+    if (Element group = find_container(document.tree().scope(call[1]), call[2], call[3], call[4]))
+        for (Element member : group.children()) ++members[{member.tag() == "entity", member.text()}];
+    return members;
+}
+
+void count_references(Call &call, Document &document, Members before) {
+    document.members_changed();
+    for (const auto &[member, count] : members_of(call, document)) before[member] -= count;
+    for (const auto &[member, gone] : before) count_reference(call, document, member.first, member.second, -gone);
+    document.members_changed();
 }
 
 using AttributeChange = int (*)(kvio_node_t *, const char *, uint32_t *);
@@ -236,9 +280,10 @@ void create(Call &call, Document &document) {
 void dispose(Call &call, Document &document) {
     { Container there = opened(call, document); }
     refuse_if_named(call, document, call[2], call[3], call[4]);
+    Members members = members_of(call, document);
     if (!kind_of(call[2]).dispose(document.get(), call[1].c_str(), call[3].c_str(), call[4].c_str()))
         store_failure(call[2] + ' ' + call[4]);
-    document.members_changed();
+    count_references(call, document, members);
 }
 
 void join(Call &call, Document &document) {
@@ -251,7 +296,9 @@ void join(Call &call, Document &document) {
         if (data != name && position_of(container.get(), name)) kvio_errno = KVIO_EXISTS;
         else kvio_join(container.get(), data.c_str(), entities);
         if (kvio_errno) store_failure("member " + name + " of " + container.label());
+        count_reference(call, document, entities, name, 1);
         if (call.has('f')) continue;
+        if (entities && !holds_entities(call[3])) continue;
         if (entities) document.entity(call[1], call[3], name);
         else Container nested(document, call[1], call[2], call[3], name);
     }
@@ -266,6 +313,7 @@ void append(Call &call, Document &document) {
     Container container = opened(call, document);
     const char *name = call.count() > 5 ? checked_text(call[5], "the name").c_str() : nullptr;
     if (!kvio_append(container.get(), name)) store_failure(container.label());
+    if (name) count_reference(call, document, true, name, 1);
     document.members_changed();
 }
 
@@ -274,27 +322,30 @@ void insert(Call &call, Document &document) {
     Container container = opened(call, document);
     std::string name = call.count() > 6 ? character_data(call[6]) : "";
     if (!kvio_insert(container.get(), name.c_str(), position)) store_failure(container.label());
+    if (call.count() > 6) count_reference(call, document, true, call[6], 1);
     document.members_changed();
 }
 
 void leave(Call &call, Document &document) {
     if (call.has('p') == (call.count() > 5)) throw Failure{misused, "either members or --position"};
     Container container = opened(call, document);
+    Members members = members_of(call, document);
     if (call.has('p') && !kvio_delete(container.get(), number(call.options['p'], "--position")))
         store_failure(container.label());
     for (std::size_t i = 5; i < call.count(); ++i)
         if (!kvio_remove(container.get(), call[i].c_str()))
             store_failure("member " + call[i] + " of " + container.label());
-    document.members_changed();
+    count_references(call, document, members);
 }
 
 void rename_member(Call &call, Document &document) {
     Container container = opened(call, document);
+    Members members = members_of(call, document);
     if (call[5] != call[6] && position_of(container.get(), call[6]))
         throw Failure{not_found, "member " + call[6] + " of " + container.label() + ": it exists already"};
     if (!kvio_change_container_element(container.get(), call[5].c_str(), character_data(call[6]).c_str()))
         store_failure("member " + call[5] + " of " + container.label());
-    document.members_changed();
+    count_references(call, document, members);
 }
 
 // ---- attributes

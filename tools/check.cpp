@@ -23,9 +23,6 @@ Identity identity(Element container) { return {container.tag(), container.type()
 
 std::string label(Element element) { return element.tag() + ' ' + element.name(); }
 
-// The members of user groups are the names of users, of whom the configuration knows nothing.
-bool holds_entities(const std::string &type) { return type != "user_group_object_t"; }
-
 class ScopeCheck {
 public:
     ScopeCheck(Element scope, bool unique, std::vector<Problem> &problems)

@@ -126,6 +126,8 @@ std::string References::container_naming(Element scope, const std::string &kind,
     return found == containers_.end() ? "" : found->second;
 }
 
+bool holds_entities(const std::string &type) { return type != "user_group_object_t"; }
+
 Element find_entity(Element scope, const std::string &type, const std::string &name) {
     for (Element child : scope.children())
         if (child.tag() == type && child.attribute("name") == name) return child;

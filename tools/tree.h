@@ -69,6 +69,9 @@ private:
     std::map<std::vector<std::string>, std::string> containers_;
 };
 
+// The members of user groups are the names of users, of whom the configuration knows nothing.
+bool holds_entities(const std::string &type);
+
 // The first with this identity, or null.
 Element find_entity(Element scope, const std::string &type, const std::string &name);
 Element find_container(Element scope, const std::string &kind, const std::string &type, const std::string &name);

@@ -187,11 +187,11 @@ $ kvio dispose -f a.xml s group t g && kvio dispose a.xml s list t m && kvio dis
 [1]
 $ kvio show a.xml s
 s/
-  t x [reference=1]
+  t x [reference=0]
     f = 1
   t y [n=4294967295]
   u x
-  group h of t
+  group h of t [reference=0]
     g (container)
   list l of t
     x
@@ -222,6 +222,29 @@ $ kvio attr increase a.xml s t y n; kvio attr decrease a.xml s t y n; kvio attr 
 $ kvio attr set a.xml s t y 'a b' 1
 ! kvio: attribute a b is no XML name
 [2]
+
+Groups count what they name, and tables and lists do not.
+
+$ echo '<kavex><s><t name="x"/><t name="y"/><group name="g" type="t"/><group name="h" type="t"/><list name="l" type="t"/></s></kavex>' >/etc/kavex/conf/a.xml
+$ kvio join a.xml s group t g x && kvio append a.xml s group t h x && kvio insert a.xml s group t h 1 y && kvio join a.xml s list t l x && kvio join -c a.xml s group t g h
+$ kvio check a.xml
+$ for entity in x y; do kvio attr get a.xml s t $entity reference; done; kvio attr get -k group a.xml s t h reference
+2
+1
+1
+$ kvio rename-member a.xml s group t h y z && kvio leave a.xml s group t g x h && kvio check a.xml
+s: group h: member 1 names no t: z
+[4]
+$ for entity in x y; do kvio attr get a.xml s t $entity reference; done; kvio attr get -k group a.xml s t h reference
+1
+0
+0
+$ kvio leave -p 1 a.xml s group t h && kvio dispose a.xml s group t h && kvio attr get a.xml s t x reference && kvio check a.xml
+0
+
+The members of a user group are users, and no entities.
+
+$ kvio create a.xml s group user_group_object_t u && kvio join a.xml s group user_group_object_t u zoe && kvio check a.xml
 
 A batch is saved as a whole or not at all.
 
