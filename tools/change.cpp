@@ -29,8 +29,12 @@ std::string standard_input() {
     return text;
 }
 
+// What the XML library reads at most of one text, and of one name.
+constexpr std::size_t longest_text = 10'000'000, longest_name = 50'000;
+
 // The store takes any text, and its writer stores what is none as something that does not read back.
 const std::string &checked_text(const std::string &text, const std::string &what) {
+    if (text.size() > longest_text) throw Failure{misused, what + " is too long to be read back"};
     bool plain = xmlCheckUTF8(reinterpret_cast<const unsigned char *>(text.c_str())) != 0;
     for (std::size_t i = 0; i < text.size() && plain; ++i) {
         auto c = static_cast<unsigned char>(text[i]);
@@ -42,6 +46,7 @@ const std::string &checked_text(const std::string &text, const std::string &what
 }
 
 const std::string &checked_name(const std::string &name, const std::string &what) {
+    if (name.size() > longest_name) throw Failure{misused, what + " is too long to be read back"};
     if (xmlValidateNCName(reinterpret_cast<const xmlChar *>(name.c_str()), 0) != 0)
         throw Failure{misused, what + " " + one_line(name) + " is no XML name"};
     return name;

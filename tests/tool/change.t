@@ -35,6 +35,12 @@ $ kvio set a.xml s t x f - </etc
 $ kvio batch a.xml <&-
 ! kvio: standard input: Bad file descriptor
 [5]
+$ head -c 10000001 /dev/zero | tr '\0' x | kvio set a.xml s t x f -
+! kvio: the value is too long to be read back
+[2]
+$ kvio define a.xml s "$(head -c 50001 /dev/zero | tr '\0' t)" x
+! kvio: type is too long to be read back
+[2]
 $ kvio undefine a.xml s '*' x
 ! kvio: type * is no XML name
 [2]
@@ -290,7 +296,7 @@ $ printf 'set s t x f "a\n' | kvio batch a.xml
 [2]
 $ printf 'set s t y h "C:\\temp \\"q\\" \\$x"\n' | kvio batch a.xml && kvio get a.xml s t y h && kvio unset a.xml s t y h
 C:\temp "q" $x
-$ (printf 'set s t y h '; head -c 1000000 /dev/zero | tr '\0' x) | timeout 5 kvio batch a.xml && kvio unset a.xml s t y h
+$ (printf 'set s t y h '; head -c 1000000 /dev/zero | tr '\0' x) | timeout 30 kvio batch a.xml && kvio unset a.xml s t y h
 $ printf 'set s t y f -\n' | kvio batch a.xml
 ! kvio: line 1: a batch has no value on standard input; nothing is saved
 [2]
