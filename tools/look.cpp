@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <set>
 
 #include "document.h"
 #include "output.h"
@@ -17,6 +18,17 @@ Element container_in(const Tree &tree, const std::string &scope, const std::stri
     Element found = find_container(tree.scope(scope), kind_of(kind).name, type, name);
     if (!found) throw Failure{not_found, "no " + kind + ' ' + name + " of " + type + " in " + scope};
     return found;
+}
+
+// The names in a container and in those that it names, once each; the latter need not be there.
+void each_name(Element container, std::set<std::string> &walked, std::set<std::string> &names) {
+    for (Element member : container.children()) {
+        const std::string name = member.text();
+        if (member.tag() == "entity" && names.insert(name).second) put(one_line(name) + '\n');
+        if (member.tag() != "container" || !walked.insert(name).second) continue;
+        if (Element nested = find_container(container.parent(), container.tag(), container.type(), name))
+            each_name(nested, walked, names);
+    }
 }
 
 // ---- show
@@ -252,6 +264,10 @@ int members(Call &call) {
         for (Element member : container_in(document.tree(), call[1], call[2], call[3], call[4]).children())
             put_columns({member.tag(), member.text()});
         return success;
+    }
+    if (!holds_entities(call[3])) {
+        std::set<std::string> walked{call[4]}, names;
+        return each_name(container_in(document.tree(), call[1], call[2], call[3], call[4]), walked, names), success;
     }
     Container container(document, call[1], call[2], call[3], call[4]);
     std::unique_ptr<kvio_entities_t, void (*)(kvio_entities_t *)> found(kvio_retrieve_all2(container.get()),

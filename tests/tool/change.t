@@ -251,6 +251,9 @@ $ kvio leave -p 1 a.xml s group t h && kvio dispose a.xml s group t h && kvio at
 The members of a user group are users, and no entities.
 
 $ kvio create a.xml s group user_group_object_t u && kvio join a.xml s group user_group_object_t u zoe && kvio check a.xml
+$ kvio create a.xml s group user_group_object_t v && kvio join a.xml s group user_group_object_t v adam zoe && kvio join -c a.xml s group user_group_object_t v u && kvio members -r a.xml s group user_group_object_t v
+adam
+zoe
 
 A batch is saved as a whole or not at all.
 
