@@ -6,11 +6,13 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include <libxml/parser.h>
 #include <libxml/xmlstring.h>
 
+#include "check.h"
 #include "document.h"
 #include "output.h"
 
@@ -58,10 +60,16 @@ const std::string &checked_type(const std::string &type) {
     return checked_name(type, "type");
 }
 
+// Of an entity, a container or a member.
+const std::string &checked_label(const std::string &name) {
+    if (name.empty()) throw Failure{misused, "the name is empty"};
+    return checked_text(name, "the name");
+}
+
 // kvio_join() and its like read a name as character data.
 std::string character_data(const std::string &name) {
     std::string text;
-    for (char c : checked_text(name, "the name")) text += c == '&' ? "&amp;" : std::string(1, c);
+    for (char c : checked_label(name)) text += c == '&' ? "&amp;" : std::string(1, c);
     return text;
 }
 
@@ -127,20 +135,32 @@ std::string counted(const std::string &before, int change) {
     return std::to_string(std::max(count, 0L));
 }
 
+// How many groups name something now; for what was not counted so far.
+int groups_naming(Call &call, Document &document, bool entity, const std::string &name) {
+    document.changed();
+    int many = 0;
+    for (Element group : document.tree().scope(call[1]).children()) {
+        if (group.tag() != "group" || group.type() != call[3]) continue;
+        for (Element member : group.children())
+            many += (member.tag() == "entity") == entity && member.text() == name;
+    }
+    return many;
+}
+
 void count_reference(Call &call, Document &document, bool entity, const std::string &name, int change) {
     if (call[2] != "group" || change == 0) return;
     const std::string &scope = call[1], &type = call[3];
     char text[16] = "";
+    auto next = [&] { return *text ? counted(text, change) : std::to_string(groups_naming(call, document, entity, name)); };
     if (entity) {
         kvio_node_t *node = kvio_retrieve_entity(document.get(), scope.c_str(), type.c_str(), name.c_str());
-        if (!node || (!kvio_getattr_entity2(node, "reference", text, sizeof text) && change < 0)) return;
-        if (!kvio_setattr_entity(node, "reference", counted(text, change).c_str())) store_failure(type + ' ' + name);
+        if (!node || (kvio_getattr_entity2(node, "reference", text, sizeof text), !*text && change < 0)) return;
+        if (!kvio_setattr_entity(node, "reference", next().c_str())) store_failure(type + ' ' + name);
     } else {
         std::unique_ptr<kvio_iterator_t, int (*)(kvio_iterator_t *)> group(
             kvio_open_group(document.get(), scope.c_str(), type.c_str(), name.c_str()), kvio_close_group);
-        if (!group || (!kvio_getattr_container2(group.get(), "reference", text, sizeof text) && change < 0)) return;
-        if (!kvio_setattr_container(group.get(), "reference", counted(text, change).c_str()))
-            store_failure("group " + name);
+        if (!group || (kvio_getattr_container2(group.get(), "reference", text, sizeof text), !*text && change < 0)) return;
+        if (!kvio_setattr_container(group.get(), "reference", next().c_str())) store_failure("group " + name);
     }
 }
 
@@ -156,10 +176,10 @@ Members members_of(Call &call, Document &document) {
 }
 
 void count_references(Call &call, Document &document, Members before) {
-    document.members_changed();
+    document.changed();
     for (const auto &[member, count] : members_of(call, document)) before[member] -= count;
     for (const auto &[member, gone] : before) count_reference(call, document, member.first, member.second, -gone);
-    document.members_changed();
+    document.changed();
 }
 
 using AttributeChange = int (*)(kvio_node_t *, const char *, uint32_t *);
@@ -169,6 +189,7 @@ void count_attribute(Call &call, Document &document, AttributeChange change) {
     kvio_node_t *entity = document.entity(call[1], call[2], call[3]);
     if (!change(entity, checked_name(call[4], "attribute").c_str(), &value)) store_failure("attribute " + call[4]);
     pending += std::to_string(value) + '\n';
+    document.changed();
 }
 
 // Words as a shell makes them: blanks separate, quotes and backslashes keep together, # begins a comment. In double
@@ -201,13 +222,50 @@ Strings split(const std::string &line) {
     return words;
 }
 
-void run_line(const std::string &line, const std::string &name, Document &document) {
+using Faults = std::multiset<std::string>;
+
+void take_away(Faults &from, const Faults &what) {
+    for (const std::string &one : what)
+        if (auto found = from.find(one); found != from.end()) from.erase(found);
+}
+
+// Keeps changes from leaving what `check` calls a fault, and was none before.
+class Guard {
+public:
+    Guard(Document &document, const std::string &name) : document_(document), name_(name) {}
+
+    // What a change does that is forced was asked for.
+    void let(Call &call) {
+        Faults before = faults_of(document_.tree());
+        call.verb->change(call, document_);
+        document_.changed();
+        Faults after = faults_of(document_.tree());
+        take_away(after, before);
+        wanted_.merge(after);
+    }
+
+    void check() {
+        if (!document_.is_changed()) return;
+        Faults faults = faults_of(document_.tree());
+        if (faults.empty()) return;
+        take_away(faults, wanted_);
+        take_away(faults, faults_of(Document::look(name_).tree()));
+        if (!faults.empty()) throw Failure{inconsistent, *faults.begin() + "; --force saves it nevertheless"};
+    }
+
+private:
+    Document &document_;
+    std::string name_;
+    Faults wanted_;
+};
+
+void run_line(const std::string &line, const std::string &name, Document &document, Guard &guard) {
     Strings words = split(line);
     if (words.empty()) return;
     Call call = parse(words, name.c_str());
     if (!call.verb || !call.verb->change || call.has('h')) throw Failure{misused, words[0] + " is no change"};
     read_values(call);
-    call.verb->change(call, document);
+    call.has('f') ? guard.let(call) : call.verb->change(call, document);
 }
 
 }  // namespace
@@ -216,7 +274,9 @@ int run_change(Call &call) {
     read_values(call);
     {
         Document document = Document::change(call[0]);
+        Guard guard(document, call[0]);
         call.verb->change(call, document);
+        if (!call.has('f')) guard.check();
         document.save();
     }
     return put(pending), success;
@@ -226,18 +286,20 @@ int batch(Call &call) {
     std::string text = standard_input();
     {
         Document document = Document::change(call[0]);
+        Guard guard(document, call[0]);
         int line = 0;
         for (std::size_t begin = 0; begin < text.size(); ) {
             std::size_t end = std::min(text.find('\n', begin), text.size());
             ++line;
             try {
-                run_line(text.substr(begin, end - begin), call[0], document);
+                run_line(text.substr(begin, end - begin), call[0], document, guard);
             } catch (const Failure &failure) {
                 throw Failure{failure.status,
                               "line " + std::to_string(line) + ": " + failure.text + "; nothing is saved"};
             }
             begin = end + 1;
         }
+        if (!call.has('f')) guard.check();
         document.save();
     }
     return put(pending), success;
@@ -258,11 +320,12 @@ void unset(Call &call, Document &document) {
 
 void define(Call &call, Document &document) {
     need_pairs(call, 4);
-    const std::string &type = checked_type(call[2]), &name = checked_text(call[3], "the name");
+    const std::string &type = checked_type(call[2]), &name = checked_label(call[3]);
     document.check_scope(call[1]);
     kvio_node_t *entity = kvio_define2(document.get(), call[1].c_str(), type.c_str(), name.c_str());
     if (!entity) store_failure(type + ' ' + name + " in " + call[1]);
     set_fields(call, entity, 4);
+    document.changed();
 }
 
 void undefine(Call &call, Document &document) {
@@ -277,9 +340,10 @@ void undefine(Call &call, Document &document) {
 
 void create(Call &call, Document &document) {
     checked_name(call[3], "type");
-    checked_text(call[4], "the name");
+    checked_label(call[4]);
+    document.check_scope(call[1]);
     Container made(document, call[1], call[2], call[3], call[4], Container::create_it);
-    document.members_changed();
+    document.changed();
 }
 
 void dispose(Call &call, Document &document) {
@@ -307,7 +371,7 @@ void join(Call &call, Document &document) {
         if (entities) document.entity(call[1], call[3], name);
         else Container nested(document, call[1], call[2], call[3], name);
     }
-    document.members_changed();
+    document.changed();
     if (entities || call.has('f')) return;
     std::unique_ptr<kvio_entities_t, void (*)(kvio_entities_t *)> found(kvio_retrieve_all2(container.get()),
                                                                        kvio_free_entities);
@@ -316,10 +380,10 @@ void join(Call &call, Document &document) {
 
 void append(Call &call, Document &document) {
     Container container = opened(call, document);
-    const char *name = call.count() > 5 ? checked_text(call[5], "the name").c_str() : nullptr;
+    const char *name = call.count() > 5 ? checked_label(call[5]).c_str() : nullptr;
     if (!kvio_append(container.get(), name)) store_failure(container.label());
     if (name) count_reference(call, document, true, name, 1);
-    document.members_changed();
+    document.changed();
 }
 
 void insert(Call &call, Document &document) {
@@ -328,7 +392,7 @@ void insert(Call &call, Document &document) {
     std::string name = call.count() > 6 ? character_data(call[6]) : "";
     if (!kvio_insert(container.get(), name.c_str(), position)) store_failure(container.label());
     if (call.count() > 6) count_reference(call, document, true, call[6], 1);
-    document.members_changed();
+    document.changed();
 }
 
 void leave(Call &call, Document &document) {
@@ -357,6 +421,9 @@ void rename_member(Call &call, Document &document) {
 
 void attr_set(Call &call, Document &document) {
     const std::string &attribute = checked_name(call[4], "attribute"), &value = checked_text(call[5], "the value");
+    if (attribute == "name") checked_label(value);
+    if (attribute == "type" && call.has('k')) checked_name(value, "type");
+    if (attribute == "xmlns") throw Failure{misused, "in a namespace nothing would find it again"};
     if (call.has('k')) {
         Container container(document, call[1], call.options['k'], call[2], call[3]);
         if (!kvio_setattr_container(container.get(), attribute.c_str(), value.c_str()))
@@ -364,7 +431,7 @@ void attr_set(Call &call, Document &document) {
     } else if (!kvio_setattr_entity(document.entity(call[1], call[2], call[3]), attribute.c_str(), value.c_str())) {
         store_failure(call[2] + ' ' + call[3]);
     }
-    document.members_changed();  // of "name" and "type" the other verbs depend
+    document.changed();  // of "name" and "type" the other verbs depend
 }
 
 void attr_unset(Call &call, Document &document) {
@@ -377,6 +444,7 @@ void attr_unset(Call &call, Document &document) {
     } else if (!kvio_unsetattr_entity(document.entity(call[1], call[2], call[3]), attribute.c_str())) {
         store_failure(call[2] + ' ' + call[3]);
     }
+    document.changed();
 }
 
 void attr_increase(Call &call, Document &document) { count_attribute(call, document, kvio_increase_entity_attr); }

@@ -1,10 +1,10 @@
 // `check`: what the store's own operations never make, but editing by hand and half-done programs do.
+#include "check.h"
+
 #include <algorithm>
 #include <functional>
 #include <map>
-#include <set>
 
-#include "document.h"
 #include "output.h"
 
 namespace kvio {
@@ -12,6 +12,7 @@ namespace {
 
 struct Problem {
     std::string text;
+    std::string fault;                       // the text without what other changes move; empty: none of a change's making
     std::string remedy;                      // what a repair does; empty: nothing that is safe
     std::function<void(Document &)> repair;
 };
@@ -20,6 +21,16 @@ struct Problem {
 using Identity = std::vector<std::string>;
 
 Identity identity(Element container) { return {container.tag(), container.type(), container.name()}; }
+
+bool is_number(const std::string &text) {
+    std::size_t digits = !text.empty() && text[0] == '-' ? 1 : 0;
+    return text.size() > digits && text.find_first_not_of("0123456789", digits) == std::string::npos;
+}
+
+// That of an entity member that was added without one.
+bool is_default_name(const std::string &name) {
+    return name.size() > 1 && name[0] == '#' && name.find_first_not_of("0123456789", 1) == std::string::npos;
+}
 
 std::string label(Element element) { return element.tag() + ' ' + element.name(); }
 
@@ -34,11 +45,9 @@ public:
     }
 
     void run() {
-        for (const auto &[key, same] : entities_)
-            if (same.size() > 1) found(label(same[0]) + " occurs " + std::to_string(same.size()) + " times");
+        for (const auto &[key, same] : entities_) check_unique(label(same[0]), same.size());
         for (const auto &[key, same] : containers_) {
-            if (same.size() > 1)
-                found(label(same[0]) + " of " + key[1] + " occurs " + std::to_string(same.size()) + " times");
+            check_unique(label(same[0]) + " of " + key[1], same.size());
             for (Element container : same) check_container(container, same.size() == 1);
         }
         for (const auto &[key, same] : containers_) look_for_loops(key);
@@ -46,10 +55,16 @@ public:
     }
 
 private:
-    void found(const std::string &text, const std::string &remedy = "",
+    void found(const std::string &text, const std::string &fault, const std::string &remedy = "",
                std::function<void(Document &)> repair = nullptr) {
         bool repairable = unique_ && repair;
-        problems_.push_back({scope_ + ": " + text, repairable ? remedy : "", repairable ? std::move(repair) : nullptr});
+        problems_.push_back({scope_ + ": " + text, fault.empty() ? "" : scope_ + ": " + fault,
+                             repairable ? remedy : "", repairable ? std::move(repair) : nullptr});
+    }
+    void found(const std::string &text) { found(text, text); }
+
+    void check_unique(const std::string &what, std::size_t many) {
+        if (many > 1) found(what + " occurs " + std::to_string(many) + " times", what + " occurs several times");
     }
 
     void check_container(Element container, bool unique) {
@@ -68,9 +83,10 @@ private:
             if (fault.empty()) continue;
             bool known = member.tag() == "entity" || member.tag() == "container";
             if (known) count_member(container, member, -1);
+            std::string whole = label(container) + ": a member " + fault;
             what += ' ' + fault;
-            if (!addressable || !known) found(what);
-            else found(what, "remove the member", remove_member(identity(container), position));
+            if (!addressable || !known) found(what, whole);
+            else found(what, whole, "remove the member", remove_member(identity(container), position));
         }
         for (Element member : container.children()) count_member(container, member, 1);
     }
@@ -85,7 +101,7 @@ private:
             return containers_.count({container.tag(), container.type(), name})
                        ? ""
                        : "names no " + container.tag() + ": " + name;
-        if (!holds_entities(container.type()) || entities_.count({container.type(), name})) return "";
+        if (!holds_entities(container.type()) || is_default_name(name) || entities_.count({container.type(), name})) return "";
         return "names no " + container.type() + ": " + name;
     }
 
@@ -139,18 +155,21 @@ private:
         }
     }
 
+    // Without the attribute programs read 0. What one group names may well be counted by nobody; with a second one that is
+    // too low.
     template <class Write>
     void check_count(const std::vector<Element> &same, const Identity &key, Write write) {
         std::optional<std::string> text = same[0].attribute("reference");
-        if (same.size() != 1 || !text) return;
         int named = references_[key];
-        long counted = std::strtol(text->c_str(), nullptr, 10);
-        if (counted == named) return;
-        std::string what =
-            label(same[0]) + ": reference is " + *text + ", groups that name it: " + std::to_string(named);
-        if (counted > named) return found(what);
-        std::string right = std::to_string(named);
-        found(what, "set it to " + right, [write, right](Document &document) { write(document, right.c_str()); });
+        if (same.size() != 1 || (!text && named < 2)) return;
+        std::string right = std::to_string(named), what = label(same[0]) + ": reference is " + text.value_or("missing");
+        bool number = !text || is_number(*text);
+        long counted = text ? std::strtol(text->c_str(), nullptr, 10) : 0;
+        if (text && number && counted == named) return;
+        what += (number ? "" : ", no number") + (", groups that name it: " + right);
+        if (number && counted > named) return found(what, "");
+        std::string fault = label(same[0]) + ": reference is too low, or no number";
+        found(what, fault, "set it to " + right, [write, right](Document &document) { write(document, right.c_str()); });
     }
 
     std::string scope_;
@@ -164,18 +183,36 @@ private:
 
 std::vector<Problem> problems_of(const Tree &tree, std::vector<ScopeCheck> &checks) {
     std::vector<Problem> problems;
-    if (tree.root().tag() != "kavex")
-        problems.push_back({"the root element is " + tree.root().tag() + ", not kavex", "", nullptr});
+    auto found = [&](const std::string &text) { problems.push_back({text, text, "", nullptr}); };
+    if (tree.root().tag() != "kavex") found("the root element is " + tree.root().tag() + ", not kavex");
     std::map<std::string, int> scopes;
-    tree.each_scope([&](Element scope) { ++scopes[scope.scope()]; });
-    for (const auto &[path, many] : scopes)
-        if (many > 1) problems.push_back({path + ": the scope occurs " + std::to_string(many) + " times", "", nullptr});
-    tree.each_scope([&](Element scope) { checks.emplace_back(scope, scopes[scope.scope()] == 1, problems); });
+    std::set<std::string> others;  // paths of what stands in scopes
+    tree.each_scope([&](Element scope) {
+        ++scopes[scope.scope()];
+        for (Element child : scope.children())
+            if (child.role() != Role::scope) others.insert(scope.scope() + '/' + child.tag());
+    });
+    for (const auto &[path, many] : scopes) {
+        if (many > 1) found(path + ": the scope occurs " + std::to_string(many) + " times");
+        if (others.count(path)) found(path + ": the scope has the name of a type beside it");
+    }
+    tree.each_scope([&](Element scope) {
+        bool unique = scopes[scope.scope()] == 1 && !others.count(scope.scope());
+        checks.emplace_back(scope, unique, problems);
+    });
     for (ScopeCheck &check : checks) check.run();
     return problems;
 }
 
 }  // namespace
+
+std::multiset<std::string> faults_of(const Tree &tree) {
+    std::vector<ScopeCheck> checks;
+    std::multiset<std::string> faults;
+    for (const Problem &problem : problems_of(tree, checks))
+        if (!problem.fault.empty()) faults.insert(problem.fault);
+    return faults;
+}
 
 int check(Call &call) {
     bool plan = call.has('R'), repair = plan && call.has('y');

@@ -97,7 +97,7 @@ void print(char sign, const Contents::value_type &one) {
 }  // namespace
 
 int diff(Call &call) {
-    Document current = Document::look(call[0]), base = Document::snapshot(call.count() > 1 ? call[1] : system_default);
+    Document current = Document::look(call[0]), base = Document::file(call.count() > 1 ? call[1] : system_default);
     Contents before = contents_of(base), after = contents_of(current);
     bool different = false;
     Place gone, came;

@@ -76,6 +76,16 @@ Undisturbed::Undisturbed() {
 
 Undisturbed::~Undisturbed() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
 
+Descriptor::~Descriptor() {
+    if (fd_ >= 0) close(fd_);
+}
+
+Descriptor memory_file() {
+    Descriptor file(memfd_create("kvio", MFD_CLOEXEC));
+    if (file.get() < 0) throw Failure{io_error, std::string("memory file: ") + std::strerror(errno)};
+    return file;
+}
+
 void store_failure(const std::string &what) {
     for (const Meaning &meaning : meanings)
         if (meaning.code == kvio_errno) throw Failure{meaning.status, what + ": " + meaning.text};
@@ -92,11 +102,25 @@ void file_failure(const std::string &what, const std::string &path) {
     store_failure(what);
 }
 
-Document Document::snapshot(const std::string &path) {
+Document Document::snapshot(const std::string &path, const std::string &what) {
     Document document(path);
     document.owner_.reset(document.config_ = open_snapshot(path));
-    if (!document.config_) file_failure(path, path);
+    if (!document.config_) file_failure(what, path);
     return document;
+}
+
+Document Document::file(const std::string &path) {
+    struct stat file;
+    if (path != "-" && (stat(path.c_str(), &file) != 0 || !S_ISFIFO(file.st_mode))) return snapshot(path, path);
+    // The store waits for nobody who writes into a pipe.
+    Descriptor pipe(path == "-" ? fcntl(0, F_DUPFD_CLOEXEC, 3) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (pipe.get() < 0) throw Failure{errno == EACCES ? denied : io_error, path + ": " + std::strerror(errno)};
+    Descriptor memory = memory_file();
+    char block[65536];
+    for (ssize_t size; (size = read(pipe.get(), block, sizeof block)) != 0;)
+        if (size < 0 || write(memory.get(), block, static_cast<std::size_t>(size)) != size)
+            throw Failure{io_error, path + ": " + std::strerror(errno)};
+    return snapshot(memory.path(), path);
 }
 
 Document Document::change(const std::string &name) {
@@ -120,11 +144,9 @@ bool Document::save_as(const std::string &name) { return kvio_save_as(get(), nam
 
 const Tree &Document::tree() {
     if (tree_) return *tree_;
-    int fd = memfd_create("kvio", MFD_CLOEXEC);
-    if (fd < 0) throw Failure{io_error, std::string("memory file: ") + std::strerror(errno)};
+    Descriptor memory = memory_file();
     std::shared_ptr<xmlDoc> document;
-    if (kvio_dump(get(), ("/proc/self/fd/" + std::to_string(fd)).c_str()) >= 0) document = parse_descriptor(fd);
-    close(fd);
+    if (kvio_dump(get(), memory.path().c_str()) >= 0) document = parse_descriptor(memory.get());
     if (!document) throw Failure{inconsistent, path_ + ": cannot be read back"};
     return tree_.emplace(std::move(document));
 }
@@ -136,6 +158,9 @@ void Document::check_scope(const std::string &scope) {
     int many = kvio_entity_count(get(), scope.c_str(), "self::*");
     if (many == 0) throw Failure{not_found, "no scope " + scope};
     if (many > 1) throw Failure{inconsistent, "there are " + std::to_string(many) + " scopes " + scope};
+    // Those directly below the root are scopes whatever their attributes.
+    if (kvio_entity_count(get(), scope.c_str(), "self::*[@name][../../..]") > 0)
+        throw Failure{not_found, scope + " is an entity or container, no scope"};
 }
 
 kvio_node_t *Document::entity(const std::string &scope, const std::string &type, const std::string &name) {

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "kvio.h"
 #include "tree.h"
@@ -28,6 +29,21 @@ private:
     sigset_t before_;
 };
 
+// An open file, closed at the end of its life.
+class Descriptor {
+public:
+    explicit Descriptor(int fd) : fd_(fd) {}
+    Descriptor(Descriptor &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    ~Descriptor();
+    int get() const { return fd_; }
+    std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
+
+private:
+    int fd_;
+};
+
+Descriptor memory_file();  // for the store, which reads and writes files by name
+
 // Throws: what went wrong according to kvio_errno, and the matching status.
 [[noreturn]] void store_failure(const std::string &what);
 // The same for a file, whose permissions are looked at: the store has no code for them.
@@ -35,8 +51,8 @@ private:
 
 class Document {
 public:
-    static Document snapshot(const std::string &path);  // takes no lock
-    static Document look(const std::string &name) { return snapshot(path_of(name)); }
+    static Document look(const std::string &name) { return snapshot(path_of(name), path_of(name)); }  // takes no lock
+    static Document file(const std::string &path);  // any file; "-" is standard input
     static Document change(const std::string &name);  // under the lock, until the end of its life
     Document(Document &&) = default;
 
@@ -46,16 +62,18 @@ public:
     void save();
     bool save_as(const std::string &name);
 
-    const Tree &tree();                // as the document stood at the first call after the last members_changed()
+    const Tree &tree();                // as the document stood at the first call after the last changed()
     const References &references();
-    void members_changed() { tree_.reset(), references_.reset(); }
+    void changed() { tree_.reset(), references_.reset(), changed_ = true; }  // more than values
+    bool is_changed() const { return changed_; }
 
     // Throw a Failure that names what is missing.
     kvio_node_t *entity(const std::string &scope, const std::string &type, const std::string &name);
-    void check_scope(const std::string &scope);
+    void check_scope(const std::string &scope);  // that it is one, not an entity or container
 
 private:
     explicit Document(const std::string &path) : path_(path) {}
+    static Document snapshot(const std::string &path, const std::string &what);
     struct Closer {
         void operator()(kvio_config_t *config) const { kvio_close_config(config); }
     };
@@ -65,6 +83,7 @@ private:
     kvio_config_t *config_ = nullptr;
     std::optional<Tree> tree_;
     std::optional<References> references_;
+    bool changed_ = false;
 };
 
 // A handle on a container, closed at the end of its life.

@@ -1,10 +1,10 @@
 // The verbs for whole files: copies, names, dumps and backups.
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <set>
 
 #include "document.h"
 #include "output.h"
@@ -40,31 +40,23 @@ void run_on_files(int (*operation)(const char *, const char *), Call &call) {
 class Target {
 public:
     explicit Target(const std::string &path) : path_(path) {
-        if (path != "-") return;
-        fd_ = memfd_create("kvio", MFD_CLOEXEC);
-        if (fd_ < 0) throw Failure{io_error, std::string("memory file: ") + std::strerror(errno)};
-        path_ = "/proc/self/fd/" + std::to_string(fd_);
+        if (path == "-") path_ = memory_.emplace(memory_file()).path();
     }
-    ~Target() {
-        if (fd_ >= 0) close(fd_);
-    }
-    Target(const Target &) = delete;
-    Target &operator=(const Target &) = delete;
 
     const std::string &path() const { return path_; }
     void done() {
         char block[65536];
-        for (ssize_t size; fd_ >= 0 && (size = read(fd_, block, sizeof block)) > 0;)
+        for (ssize_t size; memory_ && (size = read(memory_->get(), block, sizeof block)) > 0;)
             put(std::string(block, static_cast<std::size_t>(size)));
     }
 
 private:
     std::string path_;
-    int fd_ = -1;
+    std::optional<Descriptor> memory_;
 };
 
 void restore_scope(Call &call) {
-    Document source = Document::snapshot(call[1]), target = Document::change(call[0]);
+    Document source = Document::file(call[1]), target = Document::change(call[0]);
     source.check_scope(call[2]);
     target.check_scope(call[2]);
     std::unique_ptr<kvio_checkpoint_t, void (*)(kvio_checkpoint_t *)> scope(
@@ -73,6 +65,29 @@ void restore_scope(Call &call) {
     if (!kvio_rollback_checkpoint(target.get(), call[2].c_str(), scope.get())) store_failure("scope " + call[2]);
     scope.release();  // the document's now
     target.save();
+}
+
+std::set<std::string> scopes_of(Document &document) {
+    std::set<std::string> paths;
+    document.tree().each_scope([&](Element scope) { paths.insert(scope.scope()); });
+    return paths;
+}
+
+std::set<std::string> scopes_to_lose(const std::string &name) {
+    try {
+        Document document = Document::look(name);
+        return scopes_of(document);
+    } catch (const Failure &) {
+        return {};  // missing or broken
+    }
+}
+
+void refuse_loss(Document &source, Call &call) {
+    std::set<std::string> kept = scopes_of(source);
+    for (const std::string &scope : scopes_to_lose(call[0]))
+        if (!kept.count(scope))
+            throw Failure{inconsistent, call[1] + " has no scope " + scope + ", which " + call[0] +
+                                            " would lose; name the scope to restore, or say --force"};
 }
 
 // What is there is not read, so that it may be broken or missing.
@@ -125,8 +140,9 @@ int backup(Call &call) {
 int restore(Call &call) {
     if (call.count() > 2) return restore_scope(call), success;
     Undisturbed undisturbed;
-    Document document = Document::snapshot(call[1]);
+    Document document = Document::file(call[1]);
     if (document.tree().root().tag() != "kavex") throw Failure{inconsistent, call[1] + ": no configuration"};
+    if (!call.has('f')) refuse_loss(document, call);
     return save_under(document, call[0]);
 }
 

@@ -144,7 +144,7 @@ $ kvio join -cf a.xml s group t g h && kvio members -r a.xml s group t g
 [4]
 $ kvio leave a.xml s group t g h && kvio members -r a.xml s group t h
 x
-$ kvio append a.xml s list t m x && kvio append a.xml s list t m && kvio insert a.xml s list t m 1 'p&q' && kvio insert a.xml s list t m 3
+$ kvio append a.xml s list t m x && kvio append a.xml s list t m && kvio insert --force a.xml s list t m 1 'p&q' && kvio insert a.xml s list t m 3
 $ kvio members a.xml s list t m
 entity	p&q
 entity	x
@@ -173,7 +173,7 @@ $ kvio leave a.xml s list t m x ghost; kvio leave -p 9 a.xml s list t m; kvio le
 ! kvio: either members or --position
 ! kvio: either members or --position
 [2]
-$ kvio rename-member a.xml s list t m 'a&amp;b' 'r&d' && kvio rename-member a.xml s list t m ghost x
+$ kvio rename-member -f a.xml s list t m 'a&amp;b' 'r&d' && kvio rename-member a.xml s list t m ghost x
 ! kvio: member x of list m of t in s: it exists already
 [1]
 $ kvio rename-member a.xml s list t m y x
@@ -238,7 +238,10 @@ $ for entity in x y; do kvio attr get a.xml s t $entity reference; done; kvio at
 2
 1
 1
-$ kvio rename-member a.xml s group t h y z && kvio leave a.xml s group t g x h && kvio check a.xml
+$ kvio rename-member a.xml s group t h y z
+! kvio: s: group h: a member names no t: z; --force saves it nevertheless
+[4]
+$ kvio rename-member -f a.xml s group t h y z && kvio leave a.xml s group t g x h && kvio check a.xml
 s: group h: member 1 names no t: z
 [4]
 $ for entity in x y; do kvio attr get a.xml s t $entity reference; done; kvio attr get -k group a.xml s t h reference
@@ -248,12 +251,76 @@ $ for entity in x y; do kvio attr get a.xml s t $entity reference; done; kvio at
 $ kvio leave -p 1 a.xml s group t h && kvio dispose a.xml s group t h && kvio attr get a.xml s t x reference && kvio check a.xml
 0
 
+What nobody counted so far is counted when a second group names it.
+
+$ echo '<kavex><s><t name="x"/><t name="y" reference="0"/><group name="g" type="t"><entity>x</entity><entity>y</entity><container>i</container></group><group name="h" type="t"/><group name="i" type="t"/></s></kavex>' >/etc/kavex/conf/a.xml
+$ kvio join a.xml s group t h x && kvio join a.xml s group t h y && kvio join -c a.xml s group t h i; kvio check a.xml; kvio attr get a.xml s t x reference; kvio attr get -k group a.xml s t i reference
+s: t y: reference is 1, groups that name it: 2
+2
+2
+
 The members of a user group are users, and no entities.
 
 $ kvio create a.xml s group user_group_object_t u && kvio join a.xml s group user_group_object_t u zoe && kvio check a.xml
+s: t y: reference is 1, groups that name it: 2
+[4]
 $ kvio create a.xml s group user_group_object_t v && kvio join a.xml s group user_group_object_t v adam zoe && kvio join -c a.xml s group user_group_object_t v u && kvio members -r a.xml s group user_group_object_t v
 adam
 zoe
+
+What `check` would call a fault is not made, unless it is wanted; what was one before is none of the change's.
+
+$ echo '<kavex><s><t name="x"/><t name="y" reference="1"/><u name="x"><v/></u><group name="g" type="t"><entity>x</entity><entity>y</entity><container>h</container></group><group name="h" type="t"><container>i</container></group><group name="i" type="t"/><group name="j" type="t"><entity>lost</entity></group><list name="l" type="t"/><deep/></s></kavex>' >/etc/kavex/conf/a.xml; cp /etc/kavex/conf/a.xml /tmp/before.xml; kvio check a.xml
+s: group j: member 1 names no t: lost
+[4]
+$ kvio rename-member a.xml s group t g x ghost; kvio rename-member a.xml s group t h i g
+! kvio: s: group g: a member names no t: ghost; --force saves it nevertheless
+! kvio: s: group g contains itself: g > h > g; --force saves it nevertheless
+[4]
+$ kvio append a.xml s group t g x; kvio insert a.xml s list t l 1 ghost; kvio append a.xml s list t l x && kvio append a.xml s list t l x
+! kvio: s: group g: a member is there already: x; --force saves it nevertheless
+! kvio: s: list l: a member names no t: ghost; --force saves it nevertheless
+$ kvio join -cf a.xml s group t i ghost && kvio join -c a.xml s group t i g
+! kvio: s: group g contains itself: g > h > i > g; --force saves it nevertheless
+[4]
+$ kvio attr set a.xml s t x name z; kvio attr set a.xml s t x name y; kvio attr set -k group a.xml s t h type u; kvio attr set a.xml s t x name ''; kvio attr set -k group a.xml s t h type 'a b'; kvio attr set a.xml s t x xmlns urn:a
+! kvio: s: group g: a member names no t: x; --force saves it nevertheless
+! kvio: s: group g: a member names no t: x; --force saves it nevertheless
+! kvio: s: group g: a member names no group: h; --force saves it nevertheless
+! kvio: the name is empty
+! kvio: type a b is no XML name
+! kvio: in a namespace nothing would find it again
+[2]
+$ kvio attr set a.xml s t y reference 0; kvio attr decrease a.xml s t y reference; kvio attr unset a.xml s t y reference && kvio attr set a.xml s t y reference many; kvio attr set a.xml s t y reference 7
+! kvio: s: t y: reference is too low, or no number; --force saves it nevertheless
+! kvio: s: t y: reference is too low, or no number; --force saves it nevertheless
+! kvio: s: t y: reference is too low, or no number; --force saves it nevertheless
+$ kvio define a.xml s deep x; kvio define a.xml s/u t x; kvio create a.xml s/group group t x; kvio define a.xml s t ''; kvio create a.xml s group t ''; kvio join a.xml s group t g ''; kvio append a.xml s group t g ''
+! kvio: s/deep: the scope has the name of a type beside it; --force saves it nevertheless
+! kvio: s/u is an entity or container, no scope
+! kvio: there are 4 scopes s/group
+! kvio: the name is empty
+! kvio: the name is empty
+! kvio: the name is empty
+! kvio: the name is empty
+[2]
+$ printf 'append s list t l new\ndefine s t new\n' | kvio batch a.xml && kvio members a.xml s list t l
+entity	x
+entity	x
+entity	new
+$ printf 'undefine -f s t new\nappend s list t l newer\n' | kvio batch a.xml; printf 'append s list t l newer\nundefine -f s t new\n' | kvio batch a.xml; printf 'append s list t l newest\n' | kvio batch -f a.xml
+! kvio: s: list l: a member names no t: newer; --force saves it nevertheless
+! kvio: s: list l: a member names no t: newer; --force saves it nevertheless
+$ kvio check a.xml; kvio diff a.xml /tmp/before.xml
+s: group i: member 1 names no group: ghost
+s: group j: member 1 names no t: lost
+s: list l: member 4 names no t: newest
+s: t y: reference is 7, groups that name it: 1
++ s group of t i member ghost (container)
+~ s list of t l members:  -> x, x, new, newest
++ s t new
+~ s t y @reference: 1 -> 7
+[1]
 
 A batch is saved as a whole or not at all.
 

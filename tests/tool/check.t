@@ -30,7 +30,7 @@ s: group h contains itself: h > i > h
 s: group self contains itself: self > self
 s: t y: reference is 0, groups that name it: 2
 s: t z: reference is 5, groups that name it: 0
-s: u x: reference is many, groups that name it: 1
+s: u x: reference is many, no number, groups that name it: 1
 s: group g: reference is 0, groups that name it: 1
 two: group g: member 2 names no t: b
 two: t a: reference is 0, groups that name it: 1
@@ -42,7 +42,7 @@ s: group g: member 5 names no group: nowhere (repair: remove the member)
 s: group g: member 6 is there already: y (repair: remove the member)
 s: list l: member 3 names no list: g (repair: remove the member)
 s: t y: reference is 0, groups that name it: 2 (repair: set it to 2)
-s: u x: reference is many, groups that name it: 1 (repair: set it to 1)
+s: u x: reference is many, no number, groups that name it: 1 (repair: set it to 1)
 s: group g: reference is 0, groups that name it: 1 (repair: set it to 1)
 [4]
 $ kvio check --yes a.xml
@@ -56,7 +56,7 @@ s: group g: member 5 names no group: nowhere (repaired: remove the member)
 s: group g: member 6 is there already: y (repaired: remove the member)
 s: list l: member 3 names no list: g (repaired: remove the member)
 s: t y: reference is 0, groups that name it: 2 (repaired: set it to 2)
-s: u x: reference is many, groups that name it: 1 (repaired: set it to 1)
+s: u x: reference is many, no number, groups that name it: 1 (repaired: set it to 1)
 s: group g: reference is 0, groups that name it: 1 (repaired: set it to 1)
 $ kvio check a.xml
 two: the scope occurs 2 times
@@ -97,4 +97,15 @@ $ python3 $TESTS/tool/hold.py a.xml; kvio check a.xml >/dev/null; kvio check -R 
 $ kvio check -q broken.xml; echo '<kavex>' >/etc/kavex/conf/broken.xml; kvio check broken.xml; echo '<x/>' >/etc/kavex/conf/broken.xml; kvio check broken.xml
 the root element is x, not kavex
 ! kvio: /etc/kavex/conf/broken.xml: not well-formed XML
+[4]
+
+A name that two things have; counts that are none; members with a default name, which name nothing.
+
+$ echo '<kavex><s><t name="x"/><deep name="y"/><deep/><t name="n" reference="12x"/><t name="m" reference="-1"/><list name="l" type="t"><entity>#1</entity><entity>#x</entity></list><group name="g" type="t"><entity>x</entity></group><group name="h" type="t"><entity>x</entity></group><group name="u" type="user_group_object_t"><container>v</container></group><group name="v" type="user_group_object_t"/></s></kavex>' >/etc/kavex/conf/a.xml; kvio check -R a.xml; kvio check -Ry a.xml >/dev/null; kvio check a.xml
+s/deep: the scope has the name of a type beside it
+s: list l: member 2 names no t: #x (repair: remove the member)
+s: t m: reference is -1, groups that name it: 0 (repair: set it to 0)
+s: t n: reference is 12x, no number, groups that name it: 0 (repair: set it to 0)
+s: t x: reference is missing, groups that name it: 2 (repair: set it to 2)
+s/deep: the scope has the name of a type beside it
 [4]

@@ -131,6 +131,25 @@ $ echo '<other/>' >/tmp/other.xml; kvio restore a.xml /tmp/other.xml; kvio resto
 [4]
 $ cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 
+A file that lacks a scope of the configuration is most likely the backup of another one.
+
+$ kvio restore a.xml /tmp/groups.xml
+! kvio: /tmp/groups.xml has no scope interface, which a.xml would lose; name the scope to restore, or say --force
+[4]
+$ cmp /etc/kavex/conf/a.xml /tmp/dump.xml && kvio restore --force a.xml /tmp/groups.xml && kvio ls a.xml && kvio restore a.xml /tmp/dump.xml && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
+object
+object/user_group
+
+Files may come from a pipe, and from standard input.
+
+$ (sleep 0.2; cat /tmp/dump.xml) | kvio diff a.xml - && kvio diff a.xml <(sleep 0.2; cat /tmp/3.xml) | wc -l
+5
+$ (sleep 0.2; cat /tmp/dump.xml) | kvio restore a.xml - && (sleep 0.2; cat /tmp/groups.xml) | kvio restore a.xml /dev/stdin object/user_group && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
+$ head -c 3000 /tmp/dump.xml | kvio restore a.xml -; kvio diff a.xml - <&-; kvio restore a.xml - </etc; cmp /etc/kavex/conf/a.xml /tmp/dump.xml
+! kvio: -: not well-formed XML
+! kvio: -: Bad file descriptor
+! kvio: -: Is a directory
+
 What is restored may be broken, or missing.
 
 $ echo '<kavex><s' >/etc/kavex/conf/cut.xml; kvio restore cut.xml /tmp/dump.xml && kvio restore gone.xml /tmp/dump.xml
