@@ -64,6 +64,7 @@ public:
 
     const Tree &tree();                // as the document stood at the first call after the last changed()
     const References &references();
+    std::string output;                // of a change, to be printed once it is saved
     void changed() { tree_.reset(), references_.reset(), changed_ = true; }  // more than values
     bool is_changed() const { return changed_; }
 
