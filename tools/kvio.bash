@@ -1,11 +1,9 @@
-# Completion for kvio(1), which itself tells what may come next.
+# Completion for kvio(1), which itself reads the line and tells what may come next: an empty line for the name of a file.
 _kvio() {
-  local IFS=$'\n' word
-  COMPREPLY=()
-  for word in $(kvio --complete "${COMP_WORDS[@]:1:COMP_CWORD}" 2>/dev/null); do
-    COMPREPLY+=("$(printf '%q' "$word")")
-  done
-  [ ${#COMPREPLY[@]} -eq 1 ] && [[ ${COMPREPLY[0]} == */ ]] && compopt -o nospace
-  return 0
+  mapfile -t COMPREPLY < <(kvio --complete "${COMP_LINE:0:COMP_POINT}" "$COMP_WORDBREAKS" "$COMP_TYPE" 2>/dev/null)
+  if [[ ${#COMPREPLY[@]} -eq 1 && -z ${COMPREPLY[0]} ]]; then
+    COMPREPLY=()
+    compopt -o bashdefault -o default
+  fi
 }
-complete -o default -F _kvio kvio
+complete -F _kvio kvio
