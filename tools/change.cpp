@@ -15,8 +15,8 @@
 namespace kvio {
 namespace {
 
-// What the XML library reads at most of one text, and of one name.
-constexpr std::size_t longest_text = 10'000'000, longest_name = 50'000;
+// What the XML library reads at most of one text.
+constexpr std::size_t longest_text = 10'000'000;
 
 // The store takes any text, and its writer stores what is none as something that does not read back.
 const std::string &checked_text(const std::string &text, const std::string &what) {
@@ -29,13 +29,6 @@ const std::string &checked_text(const std::string &text, const std::string &what
     }
     if (!plain) throw Failure{misused, what + " is no UTF-8 text, or has control characters"};
     return text;
-}
-
-const std::string &checked_name(const std::string &name, const std::string &what) {
-    if (name.size() > longest_name) throw Failure{misused, what + " is too long to be read back"};
-    if (xmlValidateNCName(reinterpret_cast<const xmlChar *>(name.c_str()), 0) != 0)
-        throw Failure{misused, what + " " + one_line(name) + " is no XML name"};
-    return name;
 }
 
 const std::string &checked_type(const std::string &type) {

@@ -5,10 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <libxml/tree.h>
+
 #include <cerrno>
 #include <cstring>
 
 #include "locks.h"
+#include "output.h"
 
 namespace kvio {
 namespace {
@@ -75,6 +78,14 @@ Undisturbed::Undisturbed() {
 }
 
 Undisturbed::~Undisturbed() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+const std::string &checked_name(const std::string &name, const std::string &what) {
+    constexpr std::size_t longest = 50'000;  // what the XML library reads of a name
+    if (name.size() > longest) throw Failure{misused, what + " is too long to be read back"};
+    if (xmlValidateNCName(reinterpret_cast<const xmlChar *>(name.c_str()), 0) != 0)
+        throw Failure{misused, what + " " + one_line(name) + " is no XML name"};
+    return name;
+}
 
 Descriptor::~Descriptor() {
     if (fd_ >= 0) close(fd_);
@@ -149,6 +160,16 @@ const Tree &Document::tree() {
     if (kvio_dump(get(), memory.path().c_str()) >= 0) document = parse_descriptor(memory.get());
     if (!document) throw Failure{inconsistent, path_ + ": cannot be read back"};
     return tree_.emplace(std::move(document));
+}
+
+std::optional<Tree> Document::alone(const std::string &scope, const std::string &type, const std::string &name) {
+    const char *quote = name.find('\'') == std::string::npos ? "'" : "\"";
+    if (name.find(*quote) != std::string::npos) return std::nullopt;
+    Descriptor memory = memory_file();
+    const std::string path = scope + '/' + checked_name(type, "type") + "[@name=" + quote + name + quote + ']';
+    if (!kvio_backup_scope(get(), path.c_str(), memory.path().c_str())) return std::nullopt;
+    std::shared_ptr<xmlDoc> document = parse_descriptor(memory.get());
+    return document ? std::optional<Tree>(std::move(document)) : std::nullopt;
 }
 
 const References &Document::references() { return references_ ? *references_ : references_.emplace(tree()); }

@@ -42,6 +42,9 @@ private:
     int fd_;
 };
 
+// Throws unless it is the name of an element or attribute; what says of which.
+const std::string &checked_name(const std::string &name, const std::string &what);
+
 Descriptor memory_file();  // for the store, which reads and writes files by name
 
 // Throws: what went wrong according to kvio_errno, and the matching status.
@@ -63,6 +66,9 @@ public:
     bool save_as(const std::string &name);
 
     const Tree &tree();                // as the document stood at the first call after the last changed()
+    // The same with nothing in it but one entity, for those who need no more: the whole is written and read again. Null when
+    // the store does not find it as a path; it may be there nevertheless.
+    std::optional<Tree> alone(const std::string &scope, const std::string &type, const std::string &name);
     const References &references();
     std::string output;                // of a change, to be printed once it is saved
     void changed() { tree_.reset(), references_.reset(), changed_ = true; }  // more than values

@@ -65,11 +65,19 @@ std::string described(const Process &process) {
            (process.unreadable ? " may have the library mapped" : "");
 }
 
+// The lock of a configuration that exists; no value: it is free.
+std::optional<Lock> lock_of_configuration(const std::string &name) {
+    std::string path = path_of(name);
+    struct stat file;
+    kvio_errno = KVIO_NO_FILE;
+    if (!lock_key(path) || stat(path.c_str(), &file) != 0 || S_ISDIR(file.st_mode))
+        file_failure(name.empty() ? path : name, path);
+    return lock_of(path);
+}
+
 // Prints one file's line and, indented below it, who may hold it. True when it is held.
 bool report(const std::string &name) {
-    std::string path = path_of(name);
-    if (!lock_key(path)) file_failure(name, path);
-    std::optional<Lock> lock = lock_of(path);
+    std::optional<Lock> lock = lock_of_configuration(name);
     if (!lock) return put(one_line(name) + ": free\n"), false;
     put(one_line(name) + ": " + coloured("31", "held") + " since " + date(lock->since) + " by " +
         user_name(lock->creator) + ", semaphore " + std::to_string(lock->id) + '\n');
@@ -140,16 +148,21 @@ int lock_status(Call &call) {
         if (!names.empty()) throw Failure{misused, "either names or --all"};
         names = configurations();
     }
-    bool held = false;
-    for (const std::string &name : names) held = report(name) || held;
-    return held ? locked : success;
+    int status = success;
+    for (const std::string &name : names) {
+        try {
+            if (report(name) && status == success) status = locked;
+        } catch (const Failure &failure) {  // the others are there nevertheless
+            Messages::say(failure.text);
+            status = failure.status;
+        }
+    }
+    return status;
 }
 
 int lock_clear(Call &call) {
     const std::string &name = call[0];
-    std::string path = path_of(name);
-    if (!lock_key(path)) file_failure(name, path);
-    std::optional<Lock> lock = lock_of(path);
+    std::optional<Lock> lock = lock_of_configuration(name);
     if (!lock) {
         Messages::say(name + " is free");
         return success;

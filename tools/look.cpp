@@ -20,6 +20,40 @@ Element container_in(const Tree &tree, const std::string &scope, const std::stri
     return found;
 }
 
+Element entity_in(const Tree &tree, const std::string &scope, const std::string &type, const std::string &name) {
+    Element found = find_entity(tree.scope(scope), type, name);
+    if (!found) throw Failure{not_found, "no " + type + ' ' + name + " in " + scope};
+    return found;
+}
+
+// With --default, in the place of what is not there.
+template <class Print>
+void or_default(Call &call, Print print) {
+    try {
+        print();
+    } catch (const Failure &failure) {
+        if (failure.status != not_found || !call.has('d')) throw;
+        put(call.options['d'] + '\n');
+    }
+}
+
+void put_values(Call &call, Document &document) {
+    std::optional<Tree> alone = document.alone(call[1], call[2], call[3]);
+    for (Element field : entity_in(alone ? *alone : document.tree(), call[1], call[2], call[3]).children())
+        put_columns({field.tag(), field.value()});
+}
+
+void put_value(Call &call, Document &document) {
+    uint32_t length = 0;
+    kvio_node_t *entity = document.entity(call[1], call[2], call[3]);
+    if (!kvio_getlen(entity, call[4].c_str(), &length))
+        store_failure("field " + call[4] + " of " + call[2] + " " + call[3]);
+    std::string value(length + 1, '\0');
+    if (!kvio_get2(entity, call[4].c_str(), value.data(), length + 1)) store_failure("field " + call[4]);
+    value.back() = '\n';
+    put(value);
+}
+
 // The names in a container and in those that it names, once each; the latter need not be there.
 void each_name(Element container, std::set<std::string> &walked, std::set<std::string> &names) {
     for (Element member : container.children()) {
@@ -211,29 +245,11 @@ int show(Call &call) {
 }
 
 int get(Call &call) {
+    checked_name(call[2], "type");
     Document document = Document::look(call[0]);
-    bool fallback = call.has('d');
-    if (call.count() == 4) {
-        Element entity = find_entity(document.tree().scope(call[1]), call[2], call[3]);
-        if (!entity) throw Failure{not_found, "no " + call[2] + " " + call[3] + " in " + call[1]};
-        for (Element field : entity.children()) put_columns({field.tag(), field.value()});
-        return success;
-    }
-    uint32_t length = 0;
-    kvio_node_t *entity = nullptr;
-    try {
-        entity = document.entity(call[1], call[2], call[3]);
-        if (!kvio_getlen(entity, call[4].c_str(), &length))
-            store_failure("field " + call[4] + " of " + call[2] + " " + call[3]);
-    } catch (const Failure &failure) {
-        if (failure.status != not_found || !fallback) throw;
-        return put(call.options['d'] + '\n'), success;
-    }
-    std::string value(length + 1, '\0');
-    if (!kvio_get2(entity, call[4].c_str(), value.data(), length + 1)) store_failure("field " + call[4]);
-    value.back() = '\n';
+    or_default(call, [&] { call.count() == 4 ? put_values(call, document) : put_value(call, document); });
     document.abandon();
-    return put(value), success;
+    return success;
 }
 
 int ls(Call &call) {
@@ -290,7 +306,8 @@ int find(Call &call) {
 int count(Call &call) {
     Document document = Document::look(call[0]);
     document.check_scope(call[1]);
-    put(std::to_string(kvio_entity_count(document.get(), call[1].c_str(), call[2].c_str())) + '\n');
+    const std::string &type = checked_name(call[2], "type");
+    put(std::to_string(kvio_entity_count(document.get(), call[1].c_str(), type.c_str())) + '\n');
     return success;
 }
 
@@ -314,14 +331,14 @@ int refs(Call &call) {
 
 int attr_get(Call &call) {
     Document document = Document::look(call[0]);
-    Element scope = document.tree().scope(call[1]);
-    Element element = call.has('k') ? container_in(document.tree(), call[1], call.options['k'], call[2], call[3])
-                                    : find_entity(scope, call[2], call[3]);
-    if (!element && !call.has('d')) throw Failure{not_found, "no " + call[2] + " " + call[3] + " in " + call[1]};
-    std::optional<std::string> value = element ? element.attribute(call[4].c_str()) : std::nullopt;
-    if (!value && call.has('d')) value = call.options['d'];
-    if (!value) throw Failure{not_found, "no attribute " + call[4] + " at " + call[2] + " " + call[3]};
-    return put(*value + '\n'), success;
+    or_default(call, [&] {
+        Element element = call.has('k') ? container_in(document.tree(), call[1], call.options['k'], call[2], call[3])
+                                        : entity_in(document.tree(), call[1], call[2], call[3]);
+        std::optional<std::string> value = element.attribute(call[4].c_str());
+        if (!value) throw Failure{not_found, "no attribute " + call[4] + " at " + call[2] + " " + call[3]};
+        put(*value + '\n');
+    });
+    return success;
 }
 
 }  // namespace kvio

@@ -3,6 +3,13 @@ $ kvio lock status
 a.xml: free
 b.xml: free
 c.xml: free
+$ mkdir /etc/kavex/conf/dir; kvio lock status a.xml ghost.xml '' dir c.xml; kvio lock clear -y dir; rmdir /etc/kavex/conf/dir
+a.xml: free
+c.xml: free
+! kvio: ghost.xml: there is no such file
+! kvio: /etc/kavex/conf/: Is a directory
+! kvio: dir: Is a directory
+! kvio: dir: Is a directory
 $ kvio lock status a.xml && kvio lock status ghost.xml
 a.xml: free
 ! kvio: ghost.xml: there is no such file
@@ -21,6 +28,9 @@ c.xml: free
 $ kvio lock status c.xml; kvio lock status a.xml >/dev/null
 c.xml: free
 [3]
+$ kvio lock status ghost.xml b.xml >/dev/null
+! kvio: ghost.xml: there is no such file
+[1]
 $ kvio lock status -a a.xml
 ! kvio: either names or --all
 [2]

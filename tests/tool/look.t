@@ -220,6 +220,32 @@ $ kvio attr get a.xml object/address host_t wan colour
 [1]
 $ kvio attr get --default none a.xml object/address host_t wan colour
 none
+$ kvio get -d none a.xml object/address host_t nobody; kvio get -d none a.xml nowhere host_t lan; kvio attr get -d none a.xml nowhere host_t lan colour; kvio attr get -d none -k list a.xml object/address host_t all colour; kvio attr get -d none -k heap a.xml object/address host_t all colour
+none
+none
+none
+none
+! kvio: KIND is table, list or group, not heap
+[2]
+
+Types are names, not expressions; names are what they are.
+
+$ kvio count a.xml object/address 'host_t | net_t'; kvio get a.xml object/address 'host_t[1]' lan; kvio get a.xml object/address 'host_t[1]' lan ip; kvio get a.xml object/address host_t "lan'] | host_t[@name='wan"
+! kvio: type host_t | net_t is no XML name
+! kvio: type host_t[1] is no XML name
+! kvio: type host_t[1] is no XML name
+! kvio: no host_t lan'] | host_t[@name='wan in object/address
+[1]
+$ cat >/etc/kavex/conf/names.xml <<'XML'
+> <!DOCTYPE kavex [<!ENTITY e "expanded">]>
+> <kavex><s><t name="it's"><f>1</f></t><t name="&quot;it&quot;"><f>2</f></t><t name="&quot;it's&quot;"><f>3</f></t><t name="e"><f>&e;</f></t><t name="twice"><f>4</f></t><t name="twice"><f>5</f></t></s></kavex>
+> XML
+$ for name in "it's" '"it"' "\"it's\"" e twice; do kvio get names.xml s t "$name"; done; rm /etc/kavex/conf/names.xml
+f	1
+f	2
+f	3
+f	expanded
+f	4
 
 Somebody else holds the file: whoever only looks does not mind.
 
