@@ -99,7 +99,13 @@ int save_under(Document &document, const std::string &name) {
 
 }  // namespace
 
-int copy(Call &call) { return run_on_files(kvio_copy_config, call), success; }
+int copy(Call &call) {
+    // The store sees to that only when it has made the target.
+    const std::string source = config_directory + call[0];
+    if (faccessat(AT_FDCWD, source.c_str(), R_OK, AT_EACCESS) != 0 && errno == EACCES)
+        throw Failure{denied, call[0] + ": " + std::strerror(EACCES)};
+    return run_on_files(kvio_copy_config, call), success;
+}
 
 int rename(Call &call) { return run_on_files(kvio_rename_config, call), success; }
 

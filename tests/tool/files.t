@@ -40,6 +40,10 @@ $ kvio save-as a.xml nowhere/b.xml
 $ mkdir /etc/kavex/conf/shut; chmod 500 /etc/kavex/conf/shut; kvio copy a.xml shut/b.xml
 ! kvio: /etc/kavex/conf/shut/b.xml: Permission denied
 [6]
+$ chmod 0 /etc/kavex/conf/a.xml; kvio copy a.xml unread.xml; chmod 600 /etc/kavex/conf/a.xml; ls /etc/kavex/conf/unread.xml
+! kvio: a.xml: Permission denied
+! ls: cannot access '/etc/kavex/conf/unread.xml': No such file or directory
+[2]
 $ kvio remove tidy.xml; kvio ls
 a.xml
 $ chmod 400 /etc/kavex/conf/a.xml; kvio set a.xml interface interface_t lan mtu 9; chmod 600 /etc/kavex/conf/a.xml
