@@ -176,6 +176,7 @@ const References &Document::references() { return references_ ? *references_ : r
 
 // kvio_entity_count() counts what a path selects, of which a unique scope is the special case.
 void Document::check_scope(const std::string &scope) {
+    if (scope.empty()) throw Failure{misused, "the scope is empty"};
     int many = kvio_entity_count(get(), scope.c_str(), "self::*");
     if (many == 0) throw Failure{not_found, "no scope " + scope};
     if (many > 1) throw Failure{inconsistent, "there are " + std::to_string(many) + " scopes " + scope};

@@ -10,6 +10,7 @@ namespace kvio {
 namespace {
 
 int run(const Strings &words) {
+    if (words == Strings{"--version"}) return put("kvio " KAVEX_VERSION "\n"), success;
     Call call = parse(words);
     if (call.has('h')) return put(help(call.verb)), success;
     Messages messages(call.has('v'));

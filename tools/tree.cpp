@@ -92,6 +92,7 @@ std::string Element::scope() const {
 Element Tree::root() const { return Element(xmlDocGetRootElement(document_.get())); }
 
 Element Tree::scope(const std::string &path) const {
+    if (path.empty()) throw Failure{misused, "the scope is empty"};
     std::unique_ptr<xmlXPathContext, decltype(&xmlXPathFreeContext)> context(xmlXPathNewContext(document_.get()),
                                                                             xmlXPathFreeContext);
     std::unique_ptr<xmlXPathObject, decltype(&xmlXPathFreeObject)> found(

@@ -196,7 +196,11 @@ const Verb &take_verb(Strings &words) {
     if (const Verb *verb = find_verb(two); verb && two != one)
         return words.erase(words.begin(), words.begin() + 2), *verb;
     if (const Verb *verb = find_verb(one)) return words.erase(words.begin()), *verb;
-    throw Failure{misused, "no verb " + one + "; kvio --help lists them"};
+    std::string family;
+    for (const Verb &verb : verbs)
+        if (std::string name = verb.name; name.compare(0, one.size() + 1, one + ' ') == 0)
+            family += (family.empty() ? "" : ", ") + name;
+    throw Failure{misused, family.empty() ? "no verb " + one + "; kvio --help lists them" : "the verb is one of " + family};
 }
 
 std::string padded(const std::string &text, std::size_t width) {
@@ -265,7 +269,7 @@ std::string help(const Verb *verb) {
     for (const Verb &one : verbs) text += padded(std::string("  ") + one.name, 18) + one.summary + '\n';
     text += "\n";
     for (char letter : std::string(everywhere)) text += option_line(*find_option(letter));
-    return text +
+    return text + padded("      --version", 24) + "print the version alone\n" +
            "\nExit status: 0 done, 1 not found or different, 2 wrong usage, 3 locked, 4 not well-formed or\n"
            "inconsistent, 5 input or output failed, 6 no permission. kvio VERB --help says more; so does kvio(1).\n";
 }

@@ -246,6 +246,13 @@ f	2
 f	3
 f	expanded
 f	4
+$ kvio ls a.xml ''; kvio count a.xml '' host_t; kvio lock; kvio attr frobnicate; kvio frobnicate; kvio --version | sed 's/[0-9.]*$/N/'
+kvio N
+! kvio: the scope is empty
+! kvio: the scope is empty
+! kvio: the verb is one of lock status, lock clear
+! kvio: the verb is one of attr get, attr set, attr unset, attr increase, attr decrease
+! kvio: no verb frobnicate; kvio --help lists them
 
 Somebody else holds the file: whoever only looks does not mind.
 
@@ -266,7 +273,7 @@ $ kvio get a.xml 1 2 3 4 5
 ! kvio: usage: kvio get [--default VALUE] NAME SCOPE TYPE ENTITY [FIELD]
 [2]
 $ kvio attr
-! kvio: no verb attr; kvio --help lists them
+! kvio: the verb is one of attr get, attr set, attr unset, attr increase, attr decrease
 [2]
 $ kvio show --frobnicate a.xml
 ! kvio: no option --frobnicate; see kvio show --help
