@@ -114,7 +114,7 @@ void file_failure(const std::string &what, const std::string &path) {
 }
 
 Document Document::snapshot(const std::string &path, const std::string &what) {
-    Document document(path);
+    Document document(what);
     document.owner_.reset(document.config_ = open_snapshot(path));
     if (!document.config_) file_failure(what, path);
     return document;
@@ -178,7 +178,10 @@ const References &Document::references() { return references_ ? *references_ : r
 void Document::check_scope(const std::string &scope) {
     if (scope.empty()) throw Failure{misused, "the scope is empty"};
     int many = kvio_entity_count(get(), scope.c_str(), "self::*");
-    if (many == 0) throw Failure{not_found, "no scope " + scope};
+    if (many == 0 && kvio_entity_count(get(), ".", "self::*") == 0)
+        throw Failure{inconsistent, path_ + ": no configuration, there is no root element kavex"};
+    if (many == 0 || kvio_entity_count(get(), scope.c_str(), "self::*[not(../..)]") > 0)
+        throw Failure{not_found, "no scope " + scope};
     if (many > 1) throw Failure{inconsistent, "there are " + std::to_string(many) + " scopes " + scope};
     // Those directly below the root are scopes whatever their attributes.
     if (kvio_entity_count(get(), scope.c_str(), "self::*[@name][../../..]") > 0)

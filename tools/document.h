@@ -66,8 +66,8 @@ public:
     bool save_as(const std::string &name);
 
     const Tree &tree();                // as the document stood at the first call after the last changed()
-    // The same with nothing in it but one entity, for those who need no more: the whole is written and read again. Null when
-    // the store does not find it as a path; it may be there nevertheless.
+    // The same with nothing in it but one entity and the scopes around it, since the whole costs as much again as to open
+    // the document. Null when the store does not find it as a path; it may be there nevertheless.
     std::optional<Tree> alone(const std::string &scope, const std::string &type, const std::string &name);
     const References &references();
     std::string output;                // of a change, to be printed once it is saved
@@ -84,7 +84,7 @@ private:
     struct Closer {
         void operator()(kvio_config_t *config) const { kvio_close_config(config); }
     };
-    std::string path_;
+    std::string path_;  // what messages call it
     std::unique_ptr<Undisturbed> undisturbed_;  // before the handle: its lock goes first
     std::unique_ptr<kvio_config_t, Closer> owner_;
     kvio_config_t *config_ = nullptr;

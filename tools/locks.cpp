@@ -82,7 +82,7 @@ bool report(const std::string &name) {
     put(one_line(name) + ": " + coloured("31", "held") + " since " + date(lock->since) + " by " +
         user_name(lock->creator) + ", semaphore " + std::to_string(lock->id) + '\n');
     std::vector<Process> holders = candidates(*lock);
-    for (const Process &holder : holders) put("  " + described(holder) + '\n');
+    for (const Process &holder : holders) put("  " + one_line(described(holder)) + '\n');
     if (holders.empty()) put("  no process has the library mapped: left by one that died?\n");
     return true;
 }
@@ -148,16 +148,18 @@ int lock_status(Call &call) {
         if (!names.empty()) throw Failure{misused, "either names or --all"};
         names = configurations();
     }
-    int status = success;
+    // All are told about. What could not be told of one decides the status, the first one's; otherwise that one is held.
+    std::optional<Status> failed;
+    bool held = false;
     for (const std::string &name : names) {
         try {
-            if (report(name) && status == success) status = locked;
-        } catch (const Failure &failure) {  // the others are there nevertheless
+            held |= report(name);
+        } catch (const Failure &failure) {
             Messages::say(failure.text);
-            status = failure.status;
+            failed = failed.value_or(failure.status);
         }
     }
-    return status;
+    return failed.value_or(held ? locked : success);
 }
 
 int lock_clear(Call &call) {

@@ -37,21 +37,39 @@ void or_default(Call &call, Print print) {
     }
 }
 
+std::string value_of(kvio_node_t *entity, const std::string &field, const std::string &what) {
+    uint32_t length = 0;
+    if (!kvio_getlen(entity, field.c_str(), &length)) store_failure("field " + field + " of " + what);
+    std::string value(length + 1, '\0');
+    if (!kvio_get2(entity, field.c_str(), value.data(), length + 1)) store_failure("field " + field + " of " + what);
+    value.pop_back();
+    return value;
+}
+
+// The entity of a tree that holds nothing else but the scopes around it.
+Element innermost(Element element, const std::string &type, const std::string &name) {
+    while (element && !(element.role() == Role::entity && element.tag() == type && element.name() == name)) {
+        std::vector<Element> children = element.children();
+        element = children.empty() ? Element(nullptr) : children.front();
+    }
+    return element;
+}
+
 void put_values(Call &call, Document &document) {
-    std::optional<Tree> alone = document.alone(call[1], call[2], call[3]);
-    for (Element field : entity_in(alone ? *alone : document.tree(), call[1], call[2], call[3]).children())
-        put_columns({field.tag(), field.value()});
+    kvio_node_t *only = kvio_retrieve_entity(document.get(), call[1].c_str(), call[2].c_str(), call[3].c_str());
+    if (!only && kvio_errno == KVIO_NOT_FOUND) document.entity(call[1], call[2], call[3]);  // says what there is not
+    std::optional<Tree> alone;
+    if (only) alone = document.alone(call[1], call[2], call[3]);
+    Element entity = alone ? innermost(alone->root(), call[2], call[3]) : Element(nullptr);
+    if (!entity) entity = entity_in(document.tree(), call[1], call[2], call[3]);
+    // What an element has below it may have been indented in the tree.
+    for (Element field : entity.children())
+        put_columns({field.tag(), only && !field.children().empty() ? value_of(only, field.tag(), call[2] + ' ' + call[3])
+                                                                    : field.value()});
 }
 
 void put_value(Call &call, Document &document) {
-    uint32_t length = 0;
-    kvio_node_t *entity = document.entity(call[1], call[2], call[3]);
-    if (!kvio_getlen(entity, call[4].c_str(), &length))
-        store_failure("field " + call[4] + " of " + call[2] + " " + call[3]);
-    std::string value(length + 1, '\0');
-    if (!kvio_get2(entity, call[4].c_str(), value.data(), length + 1)) store_failure("field " + call[4]);
-    value.back() = '\n';
-    put(value);
+    put(value_of(document.entity(call[1], call[2], call[3]), call[4], call[2] + ' ' + call[3]) + '\n');
 }
 
 // The names in a container and in those that it names, once each; the latter need not be there.
@@ -78,7 +96,7 @@ std::string other_attributes(Element element, const Strings &known) {
 std::string label(Element element) {
     switch (element.role()) {
     case Role::container:
-        return coloured("1;35", element.tag() + ' ' + one_line(element.name())) + " of " + element.type() +
+        return coloured("1;35", element.tag() + ' ' + one_line(element.name())) + " of " + one_line(element.type()) +
                other_attributes(element, {"name", "type"});
     case Role::entity:
         return coloured("32", element.tag()) + ' ' + coloured("1", one_line(element.name())) +
@@ -306,7 +324,7 @@ int find(Call &call) {
 int count(Call &call) {
     Document document = Document::look(call[0]);
     document.check_scope(call[1]);
-    const std::string &type = checked_name(call[2], "type");
+    const std::string type = checked_name(call[2], "type") + "[@name]";  // scopes in the scope have none
     put(std::to_string(kvio_entity_count(document.get(), call[1].c_str(), type.c_str())) + '\n');
     return success;
 }

@@ -12,6 +12,23 @@ namespace {
 int original = 2;
 int lost = 0;  // errno of the first write to standard output that failed
 
+// Control characters as \t, \n, \r and \u001b: they would break lines and columns, and give orders to a terminal.
+std::string without_control(const std::string &text, bool escape_backslash) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        auto c = static_cast<unsigned char>(text[i]), next = static_cast<unsigned char>(text.c_str()[i + 1]);
+        bool long_one = c == 0xc2 && next >= 0x80 && next < 0xa0;  // U+0080 to U+009F in UTF-8
+        char code[8];
+        if (c == '\\' && escape_backslash) result += "\\\\";
+        else if (c == '\t') result += "\\t";
+        else if (c == '\n') result += "\\n";
+        else if (c == '\r') result += "\\r";
+        else if (c >= ' ' && c != 0x7f && !long_one) result += text[i];
+        else std::snprintf(code, sizeof code, "\\u%04x", long_one ? next : c), result += code, i += long_one;
+    }
+    return result;
+}
+
 }  // namespace
 
 bool Messages::quiet = false;
@@ -37,22 +54,10 @@ Messages::~Messages() {
 }
 
 void Messages::say(const std::string &text) {
-    if (!quiet) dprintf(original, "kvio: %s\n", text.c_str());
+    if (!quiet) dprintf(original, "kvio: %s\n", without_control(text, false).c_str());
 }
 
-std::string one_line(const std::string &text) {
-    std::string result;
-    for (char c : text) {
-        switch (c) {
-        case '\\': result += "\\\\"; break;
-        case '\t': result += "\\t"; break;
-        case '\n': result += "\\n"; break;
-        case '\r': result += "\\r"; break;
-        default: result += c;
-        }
-    }
-    return result;
-}
+std::string one_line(const std::string &text) { return without_control(text, true); }
 
 std::string json(const std::string &text) {
     std::string result = "\"";

@@ -21,7 +21,8 @@ private:
     bool redirected_ = false;
 };
 
-// A value in one line: backslash, tab, line feed and carriage return as \\, \t, \n and \r.
+// A value in one line: backslash, tab, line feed and carriage return as \\, \t, \n and \r, other control characters as
+// \u001b.
 std::string one_line(const std::string &text);
 
 std::string json(const std::string &text);  // with its quotes

@@ -99,6 +99,8 @@ Element Tree::scope(const std::string &path) const {
         context ? xmlXPathEvalExpression(bytes(("/kavex/" + path).c_str()), context.get()) : nullptr,
         xmlXPathFreeObject);
     int many = found && found->nodesetval ? found->nodesetval->nodeNr : 0;
+    if (root().tag() != "kavex")
+        throw Failure{inconsistent, "no configuration, there is no root element kavex"};
     if (many == 0) throw Failure{not_found, "no scope " + path};
     if (many > 1) throw Failure{inconsistent, "there are " + std::to_string(many) + " scopes " + path};
     Element scope(found->nodesetval->nodeTab[0]);

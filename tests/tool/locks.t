@@ -3,9 +3,10 @@ $ kvio lock status
 a.xml: free
 b.xml: free
 c.xml: free
-$ mkdir /etc/kavex/conf/dir; kvio lock status a.xml ghost.xml '' dir c.xml; kvio lock clear -y dir; rmdir /etc/kavex/conf/dir
+$ mkdir /etc/kavex/conf/dir; kvio lock status a.xml ghost.xml '' dir c.xml; echo status $?; kvio lock clear -y dir; rmdir /etc/kavex/conf/dir
 a.xml: free
 c.xml: free
+status 1
 ! kvio: ghost.xml: there is no such file
 ! kvio: /etc/kavex/conf/: Is a directory
 ! kvio: dir: Is a directory

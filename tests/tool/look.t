@@ -201,6 +201,11 @@ $ kvio count a.xml object/address ghost_t
 $ kvio count a.xml '*' host_t
 ! kvio: there are 2 scopes *
 [4]
+$ kvio count a.xml object address; kvio count a.xml object/address '*'; kvio count a.xml . object
+0
+! kvio: type * is no XML name
+! kvio: no scope .
+[1]
 $ kvio refs a.xml object/address host_t lan
 group	host_t	inside
 group	host_t	all
@@ -238,14 +243,23 @@ $ kvio count a.xml object/address 'host_t | net_t'; kvio get a.xml object/addres
 [1]
 $ cat >/etc/kavex/conf/names.xml <<'XML'
 > <!DOCTYPE kavex [<!ENTITY e "expanded">]>
-> <kavex><s><t name="it's"><f>1</f></t><t name="&quot;it&quot;"><f>2</f></t><t name="&quot;it's&quot;"><f>3</f></t><t name="e"><f>&e;</f></t><t name="twice"><f>4</f></t><t name="twice"><f>5</f></t></s></kavex>
+> <kavex><s><t name="it's"><f>1</f></t><t name="&quot;it&quot;"><f>2</f></t><t name="&quot;it's&quot;"><f>3</f></t><t name="e"><f>&e;</f></t><t name="twice"><f>4</f></t><t name="twice"><f>5</f></t></s>
+> <many/><many><t name="one"><f/></t></many><many><t name="one"><below><x>7</x></below><f><x/>8</f></t></many></kavex>
 > XML
-$ for name in "it's" '"it"' "\"it's\"" e twice; do kvio get names.xml s t "$name"; done; rm /etc/kavex/conf/names.xml
+$ for name in "it's" '"it"' "\"it's\"" e twice; do kvio get names.xml s t "$name"; done
 f	1
 f	2
 f	3
 f	expanded
 f	4
+$ kvio get names.xml 'many[3]' t one; kvio get names.xml 'many[3]' t one below; kvio get names.xml many t one; kvio get names.xml many t two; kvio get names.xml s t "'\""; kvio get -d none names.xml s t "'\""; rm /etc/kavex/conf/names.xml
+below	7
+f	
+7
+none
+! kvio: there are 3 scopes many
+! kvio: there are 3 scopes many
+! kvio: no t '" in s
 $ kvio ls a.xml ''; kvio count a.xml '' host_t; kvio lock; kvio attr frobnicate; kvio frobnicate; kvio --version | sed 's/[0-9.]*$/N/'
 kvio N
 ! kvio: the scope is empty
@@ -326,3 +340,19 @@ $ kvio set ghost.xml a b c d e
 $ kvio ls .
 ! kvio: /etc/kavex/conf/.: Is a directory
 [5]
+$ echo '<other><s><t name="x"/></s></other>' >/etc/kavex/conf/other.xml; kvio ls other.xml; kvio get other.xml s t x; kvio show other.xml s; kvio restore a.xml - s </etc/kavex/conf/other.xml
+s
+! kvio: /etc/kavex/conf/other.xml: no configuration, there is no root element kavex
+! kvio: no configuration, there is no root element kavex
+! kvio: -: no configuration, there is no root element kavex
+[4]
+
+What would give orders to a terminal does not get there.
+
+$ name=$(printf '\033[1mbold\302\205\177\\'); echo '<kavex><s><t name="&#155;m&#127;"/></s></kavex>' >"/etc/kavex/conf/$name"; kvio ls | grep bold; kvio show "$name"; kvio get "$name" s t "$name"; kvio lock status "$name"; kvio ls "$name$name"; rm "/etc/kavex/conf/$name"
+\u001b[1mbold\u0085\u007f\\
+s/
+  t \u009bm\u007f
+\u001b[1mbold\u0085\u007f\\: free
+! kvio: no t \u001b[1mbold\u0085\u007f\ in s
+! kvio: /etc/kavex/conf/\u001b[1mbold\u0085\u007f\\u001b[1mbold\u0085\u007f\: there is no such file
