@@ -1,8 +1,7 @@
 // The verbs that change. Each works on an open document, which batch.cpp opens, saves and closes.
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <map>
+#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -11,6 +10,7 @@
 
 #include "document.h"
 #include "output.h"
+#include "references.h"
 
 namespace kvio {
 namespace {
@@ -60,6 +60,18 @@ int position_of(kvio_iterator_t *iterator, const std::string &name) {
     return 0;
 }
 
+// Whether a container (1) or an entity (0) stands at a position, or nothing (-1), and its name.
+std::pair<int, std::string> member_at(Container &container, int position) {
+    std::string name(64, '\0');
+    int kind;
+    do {
+        name.resize(name.size() * 2);
+        kind = kvio_regain_index2(container.get(), static_cast<unsigned>(position), name.data(),
+                                  static_cast<unsigned>(name.size()));
+    } while (kind >= 0 && std::strlen(name.c_str()) + 1 == name.size());
+    return {kind, name.c_str()};
+}
+
 int number(const std::string &text, const char *what) {
     errno = 0;
     char *end;
@@ -82,67 +94,27 @@ void need_pairs(Call &call, std::size_t first) {
 
 Container opened(Call &call, Document &document) { return {document, call[1], call[2], call[3], call[4]}; }
 
-void refuse_if_named(Call &call, Document &document, const std::string &kind, const std::string &type,
-                     const std::string &name) {
+void refuse_if_named(Call &call, Document &document, const Member &member) {
     if (call.has('f')) return;
-    std::string container = document.references().container_naming(document.tree().scope(call[1]), kind, type, name);
+    std::string container = container_naming(document, member);
     if (!container.empty())
-        throw Failure{inconsistent, container + " names " + name + "; take it out first, or say --force"};
+        throw Failure{inconsistent, container + " names " + member.name + "; take it out first, or say --force"};
 }
 
-// ---- counts of references: programs delete an entity that leaves a group when its "reference" says that no other group
-// ---- names it
+// A member of the container that the call is about.
+Member member_of(Call &call, bool entity, const std::string &name) { return {call[1], call[2], call[3], name, entity}; }
 
-std::string counted(const std::string &before, int change) {
-    long count = std::strtol(before.c_str(), nullptr, 10) + change;
-    return std::to_string(std::max(count, 0L));
+void count(Call &call, Document &document, bool entity, const std::string &name, int change) {
+    if (call[2] == "group") count_reference(document, member_of(call, entity, name), change);
 }
 
-// How many groups name something now; for what was not counted so far.
-int groups_naming(Call &call, Document &document, bool entity, const std::string &name) {
-    document.changed();
-    int many = 0;
-    for (Element group : document.tree().scope(call[1]).children()) {
-        if (group.tag() != "group" || group.type() != call[3]) continue;
-        for (Element member : group.children())
-            many += (member.tag() == "entity") == entity && member.text() == name;
-    }
-    return many;
-}
-
-void count_reference(Call &call, Document &document, bool entity, const std::string &name, int change) {
-    if (call[2] != "group" || change == 0) return;
-    const std::string &scope = call[1], &type = call[3];
-    char text[16] = "";
-    auto next = [&] { return *text ? counted(text, change) : std::to_string(groups_naming(call, document, entity, name)); };
-    if (entity) {
-        kvio_node_t *node = kvio_retrieve_entity(document.get(), scope.c_str(), type.c_str(), name.c_str());
-        if (!node || (kvio_getattr_entity2(node, "reference", text, sizeof text), !*text && change < 0)) return;
-        if (!kvio_setattr_entity(node, "reference", next().c_str())) store_failure(type + ' ' + name);
-    } else {
-        std::unique_ptr<kvio_iterator_t, int (*)(kvio_iterator_t *)> group(
-            kvio_open_group(document.get(), scope.c_str(), type.c_str(), name.c_str()), kvio_close_group);
-        if (!group || (kvio_getattr_container2(group.get(), "reference", text, sizeof text), !*text && change < 0)) return;
-        if (!kvio_setattr_container(group.get(), "reference", next().c_str())) store_failure("group " + name);
-    }
-}
-
-// The members of a group by kind, entity or not, and name: how often each is there.
-using Members = std::map<std::pair<bool, std::string>, int>;
-
-Members members_of(Call &call, Document &document) {
-    Members members;
-    if (call[2] != "group") return members;
-    if (Element group = find_container(document.tree().scope(call[1]), call[2], call[3], call[4]))
-        for (Element member : group.children()) ++members[{member.tag() == "entity", member.text()}];
-    return members;
-}
-
-void count_references(Call &call, Document &document, Members before) {
-    document.changed();
-    for (const auto &[member, count] : members_of(call, document)) before[member] -= count;
-    for (const auto &[member, gone] : before) count_reference(call, document, member.first, member.second, -gone);
-    document.changed();
+// A member of this name goes, a container or an entity: which one it was, the number of the latter tells.
+template <class Change>
+bool goes_as_entity(Call &call, Document &document, const std::string &name, Change make) {
+    if (call[2] != "group") return make(), true;  // nobody counts
+    int before = times_named(document, member_of(call, true, name), call[4]);
+    make();
+    return times_named(document, member_of(call, true, name), call[4]) < before;
 }
 
 using AttributeChange = int (*)(kvio_node_t *, const char *, uint32_t *);
@@ -183,7 +155,7 @@ void define(Call &call, Document &document) {
 void undefine(Call &call, Document &document) {
     checked_type(call[2]);
     document.entity(call[1], call[2], call[3]);
-    refuse_if_named(call, document, "", call[2], call[3]);
+    refuse_if_named(call, document, {call[1], "", call[2], call[3], true});
     if (!kvio_undefine(document.get(), call[1].c_str(), call[2].c_str(), call[3].c_str()))
         store_failure(call[2] + ' ' + call[3] + " in " + call[1]);
 }
@@ -200,11 +172,12 @@ void create(Call &call, Document &document) {
 
 void dispose(Call &call, Document &document) {
     { Container there = opened(call, document); }
-    refuse_if_named(call, document, call[2], call[3], call[4]);
-    Members members = members_of(call, document);
+    refuse_if_named(call, document, member_of(call, false, call[4]));
+    std::vector<Element> members = find_container(document.tree().scope(call[1]), call[2], call[3], call[4]).children();
     if (!kind_of(call[2]).dispose(document.get(), call[1].c_str(), call[3].c_str(), call[4].c_str()))
         store_failure(call[2] + ' ' + call[4]);
-    count_references(call, document, members);
+    for (Element member : members) count(call, document, member.tag() == "entity", member.text(), -1);
+    document.changed();
 }
 
 void join(Call &call, Document &document) {
@@ -217,7 +190,7 @@ void join(Call &call, Document &document) {
         if (data != name && position_of(container.get(), name)) kvio_errno = KVIO_EXISTS;
         else kvio_join(container.get(), data.c_str(), entities);
         if (kvio_errno) store_failure("member " + name + " of " + container.label());
-        count_reference(call, document, entities, name, 1);
+        count(call, document, entities, name, 1);
         if (call.has('f')) continue;
         if (entities && !holds_entities(call[3])) continue;
         if (entities) document.entity(call[1], call[3], name);
@@ -234,7 +207,7 @@ void append(Call &call, Document &document) {
     Container container = opened(call, document);
     const char *name = call.count() > 5 ? checked_label(call[5]).c_str() : nullptr;
     if (!kvio_append(container.get(), name)) store_failure(container.label());
-    if (name) count_reference(call, document, true, name, 1);
+    if (name) count(call, document, true, name, 1);
     document.changed();
 }
 
@@ -243,30 +216,41 @@ void insert(Call &call, Document &document) {
     Container container = opened(call, document);
     std::string name = call.count() > 6 ? character_data(call[6]) : "";
     if (!kvio_insert(container.get(), name.c_str(), position)) store_failure(container.label());
-    if (call.count() > 6) count_reference(call, document, true, call[6], 1);
+    if (call.count() > 6) count(call, document, true, call[6], 1);
     document.changed();
 }
 
 void leave(Call &call, Document &document) {
     if (call.has('p') == (call.count() > 5)) throw Failure{misused, "either members or --position"};
     Container container = opened(call, document);
-    Members members = members_of(call, document);
-    if (call.has('p') && !kvio_delete(container.get(), number(call.options['p'], "--position")))
-        store_failure(container.label());
-    for (std::size_t i = 5; i < call.count(); ++i)
-        if (!kvio_remove(container.get(), call[i].c_str()))
-            store_failure("member " + call[i] + " of " + container.label());
-    count_references(call, document, members);
+    if (call.has('p')) {
+        int position = number(call.options['p'], "--position");
+        auto [kind, name] = member_at(container, position);
+        if (kind < 0 || !kvio_delete(container.get(), position)) store_failure(container.label());
+        count(call, document, kind == 0, name, -1);
+    }
+    for (std::size_t i = 5; i < call.count(); ++i) {
+        bool entity = goes_as_entity(call, document, call[i], [&] {
+            if (!kvio_remove(container.get(), call[i].c_str()))
+                store_failure("member " + call[i] + " of " + container.label());
+        });
+        count(call, document, entity, call[i], -1);
+    }
+    document.changed();
 }
 
 void rename_member(Call &call, Document &document) {
     Container container = opened(call, document);
-    Members members = members_of(call, document);
     if (call[5] != call[6] && position_of(container.get(), call[6]))
         throw Failure{not_found, "member " + call[6] + " of " + container.label() + ": it exists already"};
-    if (!kvio_change_container_element(container.get(), call[5].c_str(), character_data(call[6]).c_str()))
-        store_failure("member " + call[5] + " of " + container.label());
-    count_references(call, document, members);
+    std::string data = character_data(call[6]);
+    bool entity = goes_as_entity(call, document, call[5], [&] {
+        if (!kvio_change_container_element(container.get(), call[5].c_str(), data.c_str()))
+            store_failure("member " + call[5] + " of " + container.label());
+    });
+    count(call, document, entity, call[5], -1);
+    count(call, document, entity, call[6], 1);
+    document.changed();
 }
 
 // ---- attributes

@@ -172,8 +172,6 @@ std::optional<Tree> Document::alone(const std::string &scope, const std::string 
     return document ? std::optional<Tree>(std::move(document)) : std::nullopt;
 }
 
-const References &Document::references() { return references_ ? *references_ : references_.emplace(tree()); }
-
 // kvio_entity_count() counts what a path selects, of which a unique scope is the special case.
 void Document::check_scope(const std::string &scope) {
     if (scope.empty()) throw Failure{misused, "the scope is empty"};

@@ -69,9 +69,8 @@ public:
     // The same with nothing in it but one entity and the scopes around it, since the whole costs as much again as to open
     // the document. Null when the store does not find it as a path; it may be there nevertheless.
     std::optional<Tree> alone(const std::string &scope, const std::string &type, const std::string &name);
-    const References &references();
     std::string output;                // of a change, to be printed once it is saved
-    void changed() { tree_.reset(), references_.reset(), changed_ = true; }  // more than values
+    void changed() { tree_.reset(), changed_ = true; }  // more than values
     bool is_changed() const { return changed_; }
 
     // Throw a Failure that names what is missing.
@@ -89,7 +88,6 @@ private:
     std::unique_ptr<kvio_config_t, Closer> owner_;
     kvio_config_t *config_ = nullptr;
     std::optional<Tree> tree_;
-    std::optional<References> references_;
     bool changed_ = false;
 };
 

@@ -111,24 +111,6 @@ Element Tree::scope(const std::string &path) const {
 
 void Tree::each_scope(const std::function<void(Element)> &visit) const { visit_scopes(root(), visit); }
 
-References::References(const Tree &tree) {
-    tree.each_scope([this](Element scope) {
-        for (Element container : scope.children()) {
-            if (container.role() != Role::container) continue;
-            std::string label = container.tag() + ' ' + container.name();
-            for (Element member : container.children())
-                containers_.insert({{scope.scope(), member.tag() == "entity" ? "" : container.tag(), container.type(),
-                                     member.text()}, label});
-        }
-    });
-}
-
-std::string References::container_naming(Element scope, const std::string &kind, const std::string &type,
-                                         const std::string &name) const {
-    auto found = containers_.find({scope.scope(), kind, type, name});
-    return found == containers_.end() ? "" : found->second;
-}
-
 bool holds_entities(const std::string &type) { return type != "user_group_object_t"; }
 
 Element find_entity(Element scope, const std::string &type, const std::string &name) {

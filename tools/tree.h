@@ -56,19 +56,6 @@ private:
     std::shared_ptr<xmlDoc> document_;
 };
 
-// Which container names an entity, or another container: one walk over the tree answers any number of questions.
-class References {
-public:
-    explicit References(const Tree &tree);
-    // The kind and name of the first container in the scope that has such a member, or "". Without a kind, name is that
-    // of an entity; with one, that of a container of this kind.
-    std::string container_naming(Element scope, const std::string &kind, const std::string &type,
-                                 const std::string &name) const;
-
-private:
-    std::map<std::vector<std::string>, std::string> containers_;
-};
-
 // The members of user groups are the names of users, of whom the configuration knows nothing.
 bool holds_entities(const std::string &type);
 
