@@ -56,16 +56,23 @@ Element innermost(Element element, const std::string &type, const std::string &n
 }
 
 void put_values(Call &call, Document &document) {
-    kvio_node_t *only = kvio_retrieve_entity(document.get(), call[1].c_str(), call[2].c_str(), call[3].c_str());
-    if (!only && kvio_errno == KVIO_NOT_FOUND) document.entity(call[1], call[2], call[3]);  // says what there is not
-    std::optional<Tree> alone;
-    if (only) alone = document.alone(call[1], call[2], call[3]);
+    const std::string what = call[2] + ' ' + call[3];
+    auto in_store = [&] { return document.entity(call[1], call[2], call[3]); };
+    std::optional<Tree> alone = document.alone(call[1], call[2], call[3]);
     Element entity = alone ? innermost(alone->root(), call[2], call[3]) : Element(nullptr);
-    if (!entity) entity = entity_in(document.tree(), call[1], call[2], call[3]);
-    // What an element has below it may have been indented in the tree.
+    if (!entity) {
+        try {
+            in_store();
+        } catch (const Failure &failure) {  // what is there twice is in the tree; what is missing takes none to know
+            if (failure.status == not_found) throw;
+        }
+        entity = entity_in(document.tree(), call[1], call[2], call[3]);
+        alone.reset();
+    }
+    // What an element has below it was indented when the tree was made.
     for (Element field : entity.children())
-        put_columns({field.tag(), only && !field.children().empty() ? value_of(only, field.tag(), call[2] + ' ' + call[3])
-                                                                    : field.value()});
+        put_columns({field.tag(), alone && !field.children().empty() ? value_of(in_store(), field.tag(), what)
+                                                                     : field.value()});
 }
 
 void put_value(Call &call, Document &document) {

@@ -340,7 +340,7 @@ $ kvio set ghost.xml a b c d e
 $ kvio ls .
 ! kvio: /etc/kavex/conf/.: Is a directory
 [5]
-$ echo '<other><s><t name="x"/></s></other>' >/etc/kavex/conf/other.xml; kvio ls other.xml; kvio get other.xml s t x; kvio show other.xml s; kvio restore a.xml - s </etc/kavex/conf/other.xml
+$ echo '<other><s><t name="x"/></s></other>' >/etc/kavex/conf/other.xml; kvio ls other.xml; kvio get other.xml s t x f; kvio show other.xml s; kvio restore a.xml - s </etc/kavex/conf/other.xml
 s
 ! kvio: /etc/kavex/conf/other.xml: no configuration, there is no root element kavex
 ! kvio: no configuration, there is no root element kavex
