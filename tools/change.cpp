@@ -50,16 +50,6 @@ std::string character_data(const std::string &name) {
     return text;
 }
 
-// Position of the first member with a name, or 0.
-int position_of(kvio_iterator_t *iterator, const std::string &name) {
-    std::string buffer(name.size() + 2, '\0');
-    for (unsigned position = 1, size = static_cast<unsigned>(kvio_size(iterator)); position <= size; ++position)
-        if (kvio_regain_index2(iterator, position, buffer.data(), static_cast<unsigned>(buffer.size())) >= 0 &&
-            name == buffer.c_str())
-            return static_cast<int>(position);
-    return 0;
-}
-
 // Whether a container (1) or an entity (0) stands at a position, or nothing (-1), and its name.
 std::pair<int, std::string> member_at(Container &container, int position) {
     std::string name(64, '\0');
@@ -106,6 +96,11 @@ Member member_of(Call &call, bool entity, const std::string &name) { return {cal
 
 void count(Call &call, Document &document, bool entity, const std::string &name, int change) {
     if (call[2] == "group") count_reference(document, member_of(call, entity, name), change);
+}
+
+bool has_member(Call &call, Document &document, const std::string &name) {
+    return times_named(document, member_of(call, true, name), call[4]) +
+               times_named(document, member_of(call, false, name), call[4]) > 0;
 }
 
 // A member of this name goes, a container or an entity: which one it was, the number of the latter tells.
@@ -187,7 +182,7 @@ void join(Call &call, Document &document) {
         const std::string &name = call[i];
         std::string data = character_data(name);
         // The store looks for the name as it is given, and with an ampersand it is given differently.
-        if (data != name && position_of(container.get(), name)) kvio_errno = KVIO_EXISTS;
+        if (data != name && has_member(call, document, name)) kvio_errno = KVIO_EXISTS;
         else kvio_join(container.get(), data.c_str(), entities);
         if (kvio_errno) store_failure("member " + name + " of " + container.label());
         count(call, document, entities, name, 1);
@@ -241,7 +236,7 @@ void leave(Call &call, Document &document) {
 
 void rename_member(Call &call, Document &document) {
     Container container = opened(call, document);
-    if (call[5] != call[6] && position_of(container.get(), call[6]))
+    if (call[5] != call[6] && has_member(call, document, call[6]))
         throw Failure{not_found, "member " + call[6] + " of " + container.label() + ": it exists already"};
     std::string data = character_data(call[6]);
     bool entity = goes_as_entity(call, document, call[5], [&] {
