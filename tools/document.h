@@ -66,8 +66,8 @@ public:
     bool save_as(const std::string &name);
 
     const Tree &tree();                // as the document stood at the first call after the last changed()
-    // The same with nothing in it but one entity and the scopes around it, since the whole costs as much again as to open
-    // the document. Null when the store does not find it as a path; it may be there nevertheless.
+    // The same with nothing in it but one entity and the scopes around it, since the whole costs as much again as to
+    // open the document. Null when the store does not find it as a path; it may be there nevertheless.
     std::optional<Tree> alone(const std::string &scope, const std::string &type, const std::string &name);
     std::string output;                // of a change, to be printed once it is saved
     void changed() { tree_.reset(), changed_ = true; }  // more than values

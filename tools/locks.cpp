@@ -148,7 +148,7 @@ int lock_status(Call &call) {
         if (!names.empty()) throw Failure{misused, "either names or --all"};
         names = configurations();
     }
-    // All are told about. What could not be told of one decides the status, the first one's; otherwise that one is held.
+    // All are told about. The first that nothing can be told about decides the status; otherwise one that is held does.
     std::optional<Status> failed;
     bool held = false;
     for (const std::string &name : names) {
