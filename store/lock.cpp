@@ -53,8 +53,8 @@ key_t ConfigPath::key() const noexcept {
 }
 
 // An empty file that others can see before it is locked would be a configuration to them: one that does not parse, or
-// one to be copied over a good one. So it gets its lock first and its name after that. A key has few bits of the inode's
-// number; where it coincides with that of a file which somebody holds, another inode may do.
+// one to be copied over a good one. So it gets its lock first and its name after that. A key has few bits of the
+// inode's number; where it coincides with that of a file which somebody holds, another inode may do.
 bool FileLock::create_locked(const char *path) noexcept {
     Descriptor files[4];
     for (Descriptor &file : files) {
@@ -86,8 +86,8 @@ FileLock::FileLock(const ConfigPath &path, Missing missing) noexcept {
             if (created_) return;
             // Somebody was faster, and may have taken the file away again. A link that leads nowhere stays.
             if (errno == EEXIST && tries < 100) continue;
-            // Where no file can be made without a name. Without truncation: a file that appeared meanwhile is somebody's
-            // configuration.
+            // Where no file can be made without a name. Without truncation: a file that appeared meanwhile is
+            // somebody's configuration.
             Descriptor fresh(open(path.text(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
             created_ = bool(fresh);
             fresh.close();

@@ -106,7 +106,8 @@ xml::Result evaluate_expression(const char *expression, xmlXPathContext *context
 // take the expression for a pattern, whose matching hides a shortage of memory.
 Evaluation evaluate(xmlDoc *document, const char *scope, const char *type, const char *name) noexcept {
     char *text = nullptr;
-    if (asprintf(&text, "/kavex[1]/%s%s%s%s", scope, type ? "/" : "", type ? type : "", name ? "[@name=$name]" : "") < 0)
+    const char *predicate = name ? "[@name=$name]" : "";
+    if (asprintf(&text, "/kavex[1]/%s%s%s%s", scope, type ? "/" : "", type ? type : "", predicate) < 0)
         return {Evaluation::failed};
     Block<char> expression(text);
     auto context = xml::guarded<xml::Context>([&] { return xmlXPathNewContext(document); });

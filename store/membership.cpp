@@ -86,7 +86,8 @@ const char *make_name(DefaultName &text, int number) {
 
 int count_entity_members(const xmlNode *container) {
     int count = 0;
-    for (const xmlNode *child = container->children; child; child = child->next) count += xml::is_element(child, "entity");
+    for (const xmlNode *child = container->children; child; child = child->next)
+        count += xml::is_element(child, "entity");
     return count;
 }
 

@@ -12,8 +12,8 @@ namespace {
 
 struct Problem {
     std::string text;
-    std::string fault;                       // the text without what other changes move; empty: none of a change's making
-    std::string remedy;                      // what a repair does; empty: nothing that is safe
+    std::string fault;   // the text without what other changes move; empty: none of a change's making
+    std::string remedy;  // what a repair does; empty: nothing that is safe
     std::function<void(Document &)> repair;
 };
 
@@ -101,8 +101,8 @@ private:
             return containers_.count({container.tag(), container.type(), name})
                        ? ""
                        : "names no " + container.tag() + ": " + name;
-        if (!holds_entities(container.type()) || is_default_name(name) || entities_.count({container.type(), name})) return "";
-        return "names no " + container.type() + ": " + name;
+        if (!holds_entities(container.type()) || is_default_name(name)) return "";
+        return entities_.count({container.type(), name}) ? "" : "names no " + container.type() + ": " + name;
     }
 
     // How often groups name an entity or a group; duplicates, which are faults, were taken off before.
@@ -155,8 +155,8 @@ private:
         }
     }
 
-    // Without the attribute programs read 0. What one group names may well be counted by nobody; with a second one that is
-    // too low.
+    // Without the attribute programs read 0. What one group names may well be counted by nobody; with a second one that
+    // is too low.
     template <class Write>
     void check_count(const std::vector<Element> &same, const Identity &key, Write write) {
         std::optional<std::string> text = same[0].attribute("reference");
@@ -169,7 +169,8 @@ private:
         what += (number ? "" : ", no number") + (", groups that name it: " + right);
         if (number && counted > named) return found(what, "");
         std::string fault = label(same[0]) + ": reference is too low, or no number";
-        found(what, fault, "set it to " + right, [write, right](Document &document) { write(document, right.c_str()); });
+        found(what, fault, "set it to " + right,
+              [write, right](Document &document) { write(document, right.c_str()); });
     }
 
     std::string scope_;

@@ -9,8 +9,8 @@
 
 namespace kvio {
 
-// In words that stay the same when something else in the document changes. Counts of references that are too high are no
-// faults here: they may count what stands elsewhere.
+// In words that stay the same when something else in the document changes. Counts of references that are too high are
+// no faults here: they may count what stands elsewhere.
 std::multiset<std::string> faults_of(const Tree &tree);
 
 }  // namespace kvio

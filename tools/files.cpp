@@ -1,5 +1,6 @@
 // The verbs for whole files: copies, names, dumps and backups.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -102,6 +103,9 @@ int save_under(Document &document, const std::string &name) {
 int copy(Call &call) {
     // The store sees to that only when it has made the target.
     const std::string source = config_directory + call[0];
+    struct stat file;
+    if (stat(source.c_str(), &file) == 0 && !S_ISREG(file.st_mode))
+        throw Failure{io_error, call[0] + ": " + (S_ISDIR(file.st_mode) ? std::strerror(EISDIR) : "it is no file")};
     if (faccessat(AT_FDCWD, source.c_str(), R_OK, AT_EACCESS) != 0 && errno == EACCES)
         throw Failure{denied, call[0] + ": " + std::strerror(EACCES)};
     return run_on_files(kvio_copy_config, call), success;
@@ -113,8 +117,8 @@ int remove(Call &call) {
     Undisturbed undisturbed;
     if (kvio_remove_config(call[0].c_str()) == 0) return success;
     if (kvio_errno == KVIO_LOCKED) store_failure(call[0]);
-    const std::string directory = config_directory, path = directory + call[0];
-    if (kvio_errno == KVIO_IO && faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) != 0 && errno == EACCES)
+    const std::string path = config_directory + call[0];
+    if (kvio_errno == KVIO_IO && faccessat(AT_FDCWD, config_directory, W_OK | X_OK, AT_EACCESS) != 0 && errno == EACCES)
         throw Failure{denied, path + ": " + std::strerror(EACCES)};
     file_failure(call[0], path);
 }

@@ -62,8 +62,8 @@ Call parse(const Strings &words, const char *name_in_batch = nullptr);  // throw
 std::string help(const Verb *verb);                                     // null: all verbs
 std::string manual();                                                   // the generated part of kvio(1)
 
-// ---- completion.cpp: what may stand at the cursor, a line each, or an empty line for the name of a file. The words are
-// the line up to there, COMP_WORDBREAKS and COMP_TYPE of bash(1).
+// ---- completion.cpp: what may stand at the cursor, a line each, or an empty line for the name of a file. The words
+// are the line up to there, COMP_WORDBREAKS and COMP_TYPE of bash(1).
 std::string complete(const Strings &words);
 
 // ---- one function for each verb, in the source of its subject

@@ -51,12 +51,16 @@ void count_reference(Document &document, const Member &member, int change) {
     auto right = [&] { return *text ? next(text, change) : std::to_string(times_named(document, member)); };
     if (member.entity) {
         kvio_node_t *node = kvio_retrieve_entity(document.get(), scope.c_str(), type.c_str(), name.c_str());
-        if (!node || (kvio_getattr_entity2(node, "reference", text, sizeof text), !*text && change < 0)) return;
+        if (!node) return;
+        kvio_getattr_entity2(node, "reference", text, sizeof text);
+        if (!*text && change < 0) return;
         if (!kvio_setattr_entity(node, "reference", right().c_str())) store_failure(type + ' ' + name);
     } else {
         std::unique_ptr<kvio_iterator_t, int (*)(kvio_iterator_t *)> group(
             kvio_open_group(document.get(), scope.c_str(), type.c_str(), name.c_str()), kvio_close_group);
-        if (!group || (kvio_getattr_container2(group.get(), "reference", text, sizeof text), !*text && change < 0)) return;
+        if (!group) return;
+        kvio_getattr_container2(group.get(), "reference", text, sizeof text);
+        if (!*text && change < 0) return;
         if (!kvio_setattr_container(group.get(), "reference", right().c_str())) store_failure("group " + name);
     }
 }

@@ -200,7 +200,8 @@ const Verb &take_verb(Strings &words) {
     for (const Verb &verb : verbs)
         if (std::string name = verb.name; name.compare(0, one.size() + 1, one + ' ') == 0)
             family += (family.empty() ? "" : ", ") + name;
-    throw Failure{misused, family.empty() ? "no verb " + one + "; kvio --help lists them" : "the verb is one of " + family};
+    if (!family.empty()) throw Failure{misused, "the verb is one of " + family};
+    throw Failure{misused, "no verb " + one + "; kvio --help lists them"};
 }
 
 std::string padded(const std::string &text, std::size_t width) {

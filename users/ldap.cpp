@@ -165,7 +165,8 @@ int get_info_from_ldap(user_profile_t *profile, const char *user) {
 
     auto search = [&](const char *host) {
         return do_ldapsearch(profile, user, host, settings.port, settings.base, settings.login_attribute,
-                             settings.bind_dn, settings.bind_password, settings.ssl, settings.time_limit, settings.bind);
+                             settings.bind_dn, settings.bind_password, settings.ssl, settings.time_limit,
+                             settings.bind);
     };
     if (!several_hosts) return search(settings.host) < 0 ? -1 : 0;
     char *rest = nullptr;

@@ -183,7 +183,7 @@ public:
     Tool(const Tool &) = delete;
 
     // SIGTERM, SIGKILL after a while. Its own process id is waited for: the caller may have other children. A caller
-    // that ignores SIGCHLD, or whose handler reaps, leaves nothing to wait for, and then nothing must be killed, either.
+    // that ignores SIGCHLD, or whose handler reaps, leaves nothing to wait for, and then nothing must be killed.
     ~Tool() {
         if (pid_ < 0 || has_ended()) return;
         kill(pid_, SIGTERM);

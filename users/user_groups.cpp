@@ -113,7 +113,8 @@ UserGroup read_group(const char *name, const char *function) {
         return nullptr;
     }
     int expansions = 0;
-    if (!append_members(document.get(), group.get(), {name, nullptr, 0, &expansions}, *record, function)) return nullptr;
+    if (!append_members(document.get(), group.get(), {name, nullptr, 0, &expansions}, *record, function))
+        return nullptr;
     return record;
 }
 

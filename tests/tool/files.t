@@ -44,6 +44,11 @@ $ chmod 0 /etc/kavex/conf/a.xml; kvio copy a.xml unread.xml; chmod 600 /etc/kave
 ! kvio: a.xml: Permission denied
 ! ls: cannot access '/etc/kavex/conf/unread.xml': No such file or directory
 [2]
+$ mkfifo /etc/kavex/conf/pipe; kvio copy small n.xml; kvio copy pipe n.xml; rm /etc/kavex/conf/pipe; ls /etc/kavex/conf/n.xml
+! kvio: small: Is a directory
+! kvio: pipe: it is no file
+! ls: cannot access '/etc/kavex/conf/n.xml': No such file or directory
+[2]
 $ kvio remove tidy.xml; kvio ls
 a.xml
 $ chmod 400 /etc/kavex/conf/a.xml; kvio set a.xml interface interface_t lan mtu 9; chmod 600 /etc/kavex/conf/a.xml
