@@ -1,4 +1,7 @@
 // Changes as a whole: under one lock, saved once and only if all of them succeed.
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -68,49 +71,101 @@ Strings split(const std::string &line) {
 
 using Faults = std::multiset<std::string>;
 
-void take_away(Faults &from, const Faults &what) {
-    for (const std::string &one : what)
-        if (auto found = from.find(one); found != from.end()) from.erase(found);
+// What `check` calls a fault, and was none before.
+Strings new_faults(Document &document, const std::string &name) {
+    if (!document.is_changed()) return {};
+    Faults faults = faults_of(document.tree());
+    if (!faults.empty())
+        for (const std::string &one : faults_of(Document::look(name).tree()))
+            if (auto found = faults.find(one); found != faults.end()) faults.erase(found);
+    return {faults.begin(), faults.end()};
 }
 
-// Keeps changes from leaving what `check` calls a fault, and was none before.
-class Guard {
-public:
-    Guard(Document &document, const std::string &name) : document_(document), name_(name) {}
+[[noreturn]] void refuse(const std::string &fault) {
+    throw Failure{inconsistent, fault + "; --force saves it nevertheless"};
+}
 
-    // What a change does that is forced was asked for.
-    void let(Call &call) {
-        Faults before = faults_of(document_.tree());
-        call.verb->change(call, document_);
-        document_.changed();
-        Faults after = faults_of(document_.tree());
-        take_away(after, before);
-        wanted_.merge(after);
+class Batch {
+public:
+    explicit Batch(const std::string &name) : name_(name) {
+        const std::string text = standard_input();
+        for (std::size_t begin = 0, end; begin < text.size(); begin = end + 1) {
+            end = std::min(text.find('\n', begin), text.size());
+            lines_.push_back(text.substr(begin, end - begin));
+        }
     }
 
-    void check() {
-        if (!document_.is_changed()) return;
-        Faults faults = faults_of(document_.tree());
-        if (faults.empty()) return;
-        take_away(faults, wanted_);
-        take_away(faults, faults_of(Document::look(name_).tree()));
-        if (!faults.empty()) throw Failure{inconsistent, *faults.begin() + "; --force saves it nevertheless"};
+    void run(Document &document) {
+        for (std::size_t i = 0; i < lines_.size(); ++i) {
+            try {
+                run_line(lines_[i], document, true);
+            } catch (const Failure &failure) {
+                throw Failure{failure.status, at(i) + failure.text + "; nothing is saved"};
+            }
+        }
+    }
+
+    void check(Document &document) {
+        Strings faults = new_faults(document, name_);
+        std::size_t which = faults.empty() || !forced_ ? 0 : first_left(document, lines_.size(), faults);
+        if (which >= faults.size()) return;  // they come of what is forced
+        // Before the line that brings it, it is not there.
+        std::size_t without = 0, with = lines_.size();
+        while (with - without > 1) {
+            std::size_t middle = without + (with - without) / 2;
+            (first_left(document, middle, {faults[which]}) == 0 ? with : without) = middle;
+        }
+        refuse(at(with - 1) + faults[which]);
     }
 
 private:
-    Document &document_;
-    std::string name_;
-    Faults wanted_;
-};
+    static std::string at(std::size_t index) { return "line " + std::to_string(index + 1) + ": "; }
 
-void run_line(const std::string &line, const std::string &name, Document &document, Guard &guard) {
-    Strings words = split(line);
-    if (words.empty()) return;
-    Call call = parse(words, name.c_str());
-    if (!call.verb || !call.verb->change || call.has('h')) throw Failure{misused, words[0] + " is no change"};
-    read_values(call);
-    call.has('f') ? guard.let(call) : call.verb->change(call, document);
-}
+    void run_line(const std::string &line, Document &document, bool forced_too) {
+        Strings words = split(line);
+        if (words.empty()) return;
+        Call call = parse(words, name_.c_str());
+        if (!call.verb || !call.verb->change || call.has('h')) throw Failure{misused, words[0] + " is no change"};
+        read_values(call);
+        if (call.has('f')) forced_ = true;
+        if (!call.has('f') || forced_too) call.verb->change(call, document);
+    }
+
+    // Which of these faults, the first one, the lines up to one leave that are not forced. Another process runs them
+    // once more, so that the memory for that is soon free again, and never closes what it opens: the lock is this one's.
+    std::size_t first_left(Document &document, std::size_t lines, const Strings &faults) {
+        constexpr int none = 255;
+        pid_t child = fork();
+        if (child < 0) return 0;
+        if (child == 0) {
+            int left = none;
+            try {
+                Document again = document.again();
+                again.abandon();
+                for (std::size_t i = 0; i < lines; ++i) {
+                    try {
+                        run_line(lines_[i], again, false);
+                    } catch (const Failure &) {  // it builds on what is forced
+                    }
+                }
+                Faults now = faults_of(again.tree()), before = faults_of(Document::look(name_).tree());
+                for (std::size_t i = std::min<std::size_t>(faults.size(), none); i-- > 0;)
+                    if (now.count(faults[i]) > before.count(faults[i])) left = static_cast<int>(i);
+            } catch (...) {
+                left = 0;
+            }
+            _exit(left);
+        }
+        int status = 0;
+        while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+        if (!WIFEXITED(status)) return 0;
+        return WEXITSTATUS(status) == none ? faults.size() : static_cast<std::size_t>(WEXITSTATUS(status));
+    }
+
+    std::string name_;
+    Strings lines_;
+    bool forced_ = false;  // one of the lines is
+};
 
 // What was printed for a change that is not saved would be wrong, and while it is printed nobody should have to wait.
 template <class Changes>
@@ -118,9 +173,7 @@ int saved_once(Call &call, Changes make) {
     std::string output;
     {
         Document document = Document::change(call[0]);
-        Guard guard(document, call[0]);
-        make(document, guard);
-        if (!call.has('f')) guard.check();
+        make(document);
         document.save();
         output = document.output;
     }
@@ -131,24 +184,19 @@ int saved_once(Call &call, Changes make) {
 
 int run_change(Call &call) {
     read_values(call);
-    return saved_once(call, [&](Document &document, Guard &) { call.verb->change(call, document); });
+    return saved_once(call, [&](Document &document) {
+        call.verb->change(call, document);
+        if (call.has('f')) return;
+        Strings faults = new_faults(document, call[0]);
+        if (!faults.empty()) refuse(faults[0]);
+    });
 }
 
 int batch(Call &call) {
-    const std::string text = standard_input();
-    return saved_once(call, [&](Document &document, Guard &guard) {
-        int line = 0;
-        for (std::size_t begin = 0; begin < text.size();) {
-            std::size_t end = std::min(text.find('\n', begin), text.size());
-            ++line;
-            try {
-                run_line(text.substr(begin, end - begin), call[0], document, guard);
-            } catch (const Failure &failure) {
-                throw Failure{failure.status,
-                              "line " + std::to_string(line) + ": " + failure.text + "; nothing is saved"};
-            }
-            begin = end + 1;
-        }
+    Batch lines(call[0]);
+    return saved_once(call, [&](Document &document) {
+        lines.run(document);
+        if (!call.has('f')) lines.check(document);
     });
 }
 

@@ -98,6 +98,19 @@ void count(Call &call, Document &document, bool entity, const std::string &name,
     if (call[2] == "group") count_reference(document, member_of(call, entity, name), change);
 }
 
+// Something new that groups name already.
+void count_those_that_name(Document &document, const Member &member) {
+    if (int many = times_named(document, member)) count_reference(document, member, many);
+}
+
+// By another name, or type, others name it.
+template <class Change>
+void renamed(Document &document, const Member &before, const Member &after, Change make) {
+    int difference = times_named(document, after) - times_named(document, before);
+    make();
+    if (difference != 0) count_reference(document, after, difference);
+}
+
 bool has_member(Call &call, Document &document, const std::string &name) {
     return times_named(document, member_of(call, true, name), call[4]) +
                times_named(document, member_of(call, false, name), call[4]) > 0;
@@ -117,7 +130,14 @@ using AttributeChange = int (*)(kvio_node_t *, const char *, uint32_t *);
 void count_attribute(Call &call, Document &document, AttributeChange change) {
     uint32_t value = 0;
     kvio_node_t *entity = document.entity(call[1], call[2], call[3]);
-    if (!change(entity, checked_name(call[4], "attribute").c_str(), &value)) store_failure("attribute " + call[4]);
+    const std::string &attribute = checked_name(call[4], "attribute");
+    // The store counts on from 0 behind the largest number, and from what is none.
+    char text[16] = "";
+    kvio_getattr_entity2(entity, attribute.c_str(), text, sizeof text);
+    bool number = text[std::strspn(text, "0123456789")] == '\0';
+    if (!number || (change == kvio_increase_entity_attr && std::strtoull(text, nullptr, 10) >= UINT32_MAX))
+        throw Failure{inconsistent, "attribute " + attribute + " is " + text + ", which cannot be counted on"};
+    if (!change(entity, attribute.c_str(), &value)) store_failure("attribute " + attribute);
     document.output += std::to_string(value) + '\n';
     document.changed();
 }
@@ -144,6 +164,7 @@ void define(Call &call, Document &document) {
     kvio_node_t *entity = kvio_define2(document.get(), call[1].c_str(), type.c_str(), name.c_str());
     if (!entity) store_failure(type + ' ' + name + " in " + call[1]);
     set_fields(call, entity, 4);
+    count_those_that_name(document, {call[1], "group", type, name, true});
     document.changed();
 }
 
@@ -161,7 +182,8 @@ void create(Call &call, Document &document) {
     checked_name(call[3], "type");
     checked_label(call[4]);
     document.check_scope(call[1]);
-    Container made(document, call[1], call[2], call[3], call[4], Container::create_it);
+    { Container made(document, call[1], call[2], call[3], call[4], Container::create_it); }
+    if (call[2] == "group") count_those_that_name(document, member_of(call, false, call[4]));
     document.changed();
 }
 
@@ -250,6 +272,26 @@ void rename_member(Call &call, Document &document) {
 
 // ---- attributes
 
+namespace {
+
+// The members of a group of another type are other ones, too.
+template <class Change>
+void set_of_group(Call &call, Document &document, Change make) {
+    Member before = {call[1], "group", call[2], call[3], false}, after = before;
+    if (call[4] == "name") after.name = call[5];
+    if (call[4] == "type") after.type = call[5];
+    std::vector<Element> members;
+    if (before.type != after.type)
+        members = find_container(document.tree().scope(call[1]), "group", call[2], call[3]).children();
+    renamed(document, before, after, make);
+    for (Element one : members)
+        for (const Member &group : {before, after})
+            count_reference(document, {call[1], "group", group.type, one.text(), one.tag() == "entity"},
+                            group.type == after.type ? 1 : -1);
+}
+
+}  // namespace
+
 void attr_set(Call &call, Document &document) {
     const std::string &attribute = checked_name(call[4], "attribute"), &value = checked_text(call[5], "the value");
     if (attribute == "name") checked_label(value);
@@ -257,10 +299,19 @@ void attr_set(Call &call, Document &document) {
     if (attribute == "xmlns") throw Failure{misused, "in a namespace nothing would find it again"};
     if (call.has('k')) {
         Container container(document, call[1], call.options['k'], call[2], call[3]);
-        if (!kvio_setattr_container(container.get(), attribute.c_str(), value.c_str()))
-            store_failure(container.label());
-    } else if (!kvio_setattr_entity(document.entity(call[1], call[2], call[3]), attribute.c_str(), value.c_str())) {
-        store_failure(call[2] + ' ' + call[3]);
+        auto make = [&] {
+            if (!kvio_setattr_container(container.get(), attribute.c_str(), value.c_str()))
+                store_failure(container.label());
+        };
+        if (call.options['k'] == "group") set_of_group(call, document, make);
+        else make();
+    } else {
+        kvio_node_t *entity = document.entity(call[1], call[2], call[3]);
+        Member before = {call[1], "group", call[2], call[3], true}, after = before;
+        if (attribute == "name") after.name = value;
+        renamed(document, before, after, [&] {
+            if (!kvio_setattr_entity(entity, attribute.c_str(), value.c_str())) store_failure(call[2] + ' ' + call[3]);
+        });
     }
     document.changed();  // of "name" and "type" the other verbs depend
 }

@@ -72,20 +72,23 @@ private:
         if (!typed) found(label(container) + " has no type");
         if (!named) found(container.tag() + " of " + container.type() + " has no name");
         bool addressable = unique && typed && named;
-        std::set<std::string> names;
+        std::map<std::string, std::string> names;  // and what they are of
         int position = 0;
         for (Element member : container.children()) {
             ++position;
             std::string what = label(container) + ": member " + std::to_string(position), name = member.text();
             std::string fault = member_fault(container, member, typed);
-            if (fault.empty() && container.tag() == "group" && !names.insert(name).second)
-                fault = "is there already: " + name;
+            bool known = member.tag() == "entity" || member.tag() == "container", removable = known;
+            if (fault.empty() && container.tag() == "group") {
+                auto [first, is_new] = names.emplace(name, member.tag());
+                if (!is_new) fault = "is there already: " + name;
+                if (first->second != member.tag()) removable = false;  // an entity and a group: which one is meant?
+            }
             if (fault.empty()) continue;
-            bool known = member.tag() == "entity" || member.tag() == "container";
-            if (known) count_member(container, member, -1);
+            if (removable) count_member(container, member, -1);
             std::string whole = label(container) + ": a member " + fault;
             what += ' ' + fault;
-            if (!addressable || !known) found(what, whole);
+            if (!addressable || !removable) found(what, whole);
             else found(what, whole, "remove the member", remove_member(identity(container), position));
         }
         for (Element member : container.children()) count_member(container, member, 1);
@@ -161,7 +164,8 @@ private:
     void check_count(const std::vector<Element> &same, const Identity &key, Write write) {
         std::optional<std::string> text = same[0].attribute("reference");
         int named = references_[key];
-        if (same.size() != 1 || (!text && named < 2)) return;
+        bool addressable = key.size() == 2 || (same[0].attribute("type") && same[0].attribute("name"));
+        if (same.size() != 1 || !addressable || (!text && named < 2)) return;
         std::string right = std::to_string(named), what = label(same[0]) + ": reference is " + text.value_or("missing");
         bool number = !text || is_number(*text);
         long counted = text ? std::strtol(text->c_str(), nullptr, 10) : 0;

@@ -19,8 +19,14 @@ void add(Contents &contents, Place place, const std::string &text) {
     add(contents, place, text);
 }
 
+// No name has a zero byte: a mark that keeps apart what would look the same.
 std::string member_text(Element member) {
-    return one_line(member.text()) + (member.tag() == "entity" ? "" : " (" + member.tag() + ')');
+    return member.text() + (member.tag() == "entity" ? "" : std::string(1, '\0') + " (" + member.tag() + ')');
+}
+
+std::string displayed(std::string text) {
+    text.erase(std::remove(text.begin(), text.end(), '\0'), text.end());
+    return one_line(text);
 }
 
 void add_container(Contents &contents, Element container, const Place &place) {
@@ -33,7 +39,8 @@ void add_container(Contents &contents, Element container, const Place &place) {
         return;
     }
     std::string order;
-    for (Element member : container.children()) order += (order.empty() ? "" : ", ") + member_text(member);
+    const std::string separator = std::string(1, '\0') + ", ";
+    for (Element member : container.children()) order += (order.empty() ? "" : separator) + member_text(member);
     Place members = place;
     members.push_back("members");
     add(contents, members, order);
@@ -75,7 +82,7 @@ Contents contents_of(Document &document) {
 
 std::string shown(const Place &place) {
     std::string text;
-    for (const std::string &part : place) text += (text.empty() ? "" : " ") + one_line(part);
+    for (const std::string &part : place) text += (text.empty() ? "" : " ") + displayed(part);
     return text;
 }
 
@@ -90,7 +97,7 @@ bool within_scope(const Place &place, const Place &whole) {
 
 void print(char sign, const Contents::value_type &one) {
     std::string line = std::string(1, sign) + ' ' + shown(one.first);
-    if (!one.second.empty()) line += ": " + one_line(one.second);
+    if (!one.second.empty()) line += ": " + displayed(one.second);
     put(coloured(sign == '+' ? "32" : "31", line) + '\n');
 }
 
@@ -111,8 +118,8 @@ int diff(Call &call) {
             different = true, ++now;
         } else {
             if (old->second != now->second) {
-                put(coloured("33", "~ " + shown(old->first) + ": " + one_line(old->second) + " -> " +
-                                       one_line(now->second)) + '\n');
+                put(coloured("33", "~ " + shown(old->first) + ": " + displayed(old->second) + " -> " +
+                                       displayed(now->second)) + '\n');
                 different = true;
             }
             ++old, ++now;

@@ -54,6 +54,12 @@ std::optional<Failure> system_failure(const std::string &what, const std::string
     return std::nullopt;
 }
 
+// The store says the same of a file that is broken and of memory that was short for it.
+bool was_short_of_memory() {
+    const xmlError *error = xmlGetLastError();
+    return error && error->code == XML_ERR_NO_MEMORY;
+}
+
 kvio_config_t *open_snapshot(const std::string &path) {
     kvio_config_t *config = kvio_restore_scope(path.c_str());
     // Somebody may just be saving it: what was read is then neither the old nor the new document.
@@ -106,6 +112,7 @@ void store_failure(const std::string &what) {
 void file_failure(const std::string &what, const std::string &path) {
     if (kvio_errno == KVIO_LOCKED && !lock_of(path))
         throw Failure{io_error, what + ": its lock cannot be made (semaphores used up?)"};
+    if (kvio_errno == KVIO_MALFORMED && was_short_of_memory()) kvio_errno = KVIO_NO_MEMORY;
     if (kvio_errno != KVIO_LOCKED)
         if (std::optional<Failure> failure = system_failure(what, path)) throw Failure(*failure);
     if (kvio_errno == KVIO_IO && faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0 && errno == EACCES)
@@ -142,6 +149,18 @@ Document Document::change(const std::string &name) {
     return document;
 }
 
+Document Document::again() const {
+    Document document(path_);
+    document.owner_.reset(document.config_ = kvio_restore(config_, path_.c_str()));
+    if (!document.config_) file_failure(path_, path_);
+    return document;
+}
+
+unsigned long long Document::size() const {
+    struct stat file;
+    return stat(path_.c_str(), &file) == 0 ? static_cast<unsigned long long>(file.st_size) : 0;
+}
+
 void Document::abandon() {
     [[maybe_unused]] static kvio_config_t *volatile kept;  // within the reach of leak checkers
     kept = owner_.release();
@@ -158,6 +177,7 @@ const Tree &Document::tree() {
     Descriptor memory = memory_file();
     std::shared_ptr<xmlDoc> document;
     if (kvio_dump(get(), memory.path().c_str()) >= 0) document = parse_descriptor(memory.get());
+    if (!document && was_short_of_memory()) throw Failure{io_error, path_ + ": out of memory"};
     if (!document) throw Failure{inconsistent, path_ + ": cannot be read back"};
     return tree_.emplace(std::move(document));
 }

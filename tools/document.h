@@ -58,8 +58,10 @@ public:
     static Document file(const std::string &path);  // any file; "-" is standard input
     static Document change(const std::string &name);  // under the lock, until the end of its life
     Document(Document &&) = default;
+    Document again() const;  // its file once more, under the lock that this one has
 
     kvio_config_t *get() const { return config_; }
+    unsigned long long size() const;  // of its file, in bytes
     // Leaves the document to the end of the process, which is faster than to free it node by node.
     void abandon();
     void save();

@@ -88,7 +88,7 @@ bool report(const std::string &name) {
 }
 
 bool confirmed(const std::string &name) {
-    std::cout << "Remove the lock of " << name << "? [y/N] " << std::flush;
+    Messages::ask("Remove the lock of " + one_line(name) + "? [y/N] ");
     std::string answer;
     std::getline(std::cin, answer);
     return answer == "y" || answer == "Y" || answer == "yes";

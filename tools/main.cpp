@@ -9,7 +9,8 @@
 namespace kvio {
 namespace {
 
-int run(const Strings &words) {
+int run(Strings words) {
+    if (!words.empty() && words[0] == "help") words.erase(words.begin()), words.push_back("--help");
     if (words == Strings{"--version"}) return put("kvio " KAVEX_VERSION "\n"), success;
     Call call = parse(words);
     if (call.has('h')) return put(help(call.verb)), success;

@@ -57,6 +57,8 @@ void Messages::say(const std::string &text) {
     if (!quiet) dprintf(original, "kvio: %s\n", without_control(text, false).c_str());
 }
 
+void Messages::ask(const std::string &text) { dprintf(original, "%s", text.c_str()); }
+
 std::string one_line(const std::string &text) { return without_control(text, true); }
 
 std::string json(const std::string &text) {

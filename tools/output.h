@@ -15,6 +15,7 @@ public:
     explicit Messages(bool diagnostics);
     ~Messages();  // gives descriptor 2 back
     static void say(const std::string &text);  // one line, unless --quiet
+    static void ask(const std::string &text);  // nothing added, also with --quiet
     static bool quiet;
 
 private:

@@ -191,16 +191,21 @@ Call parse_options(const Verb *verb, const Strings &words, std::size_t &used) {
     return call;
 }
 
+// The verbs whose first word this is, of two.
+std::string family(const std::string &first) {
+    std::string names;
+    for (const Verb &verb : verbs)
+        if (std::string name = verb.name; name.compare(0, first.size() + 1, first + ' ') == 0)
+            names += (names.empty() ? "" : ", ") + name;
+    return names;
+}
+
 const Verb &take_verb(Strings &words) {
     std::string one = words[0], two = words.size() > 1 ? one + ' ' + words[1] : one;
     if (const Verb *verb = find_verb(two); verb && two != one)
         return words.erase(words.begin(), words.begin() + 2), *verb;
     if (const Verb *verb = find_verb(one)) return words.erase(words.begin()), *verb;
-    std::string family;
-    for (const Verb &verb : verbs)
-        if (std::string name = verb.name; name.compare(0, one.size() + 1, one + ' ') == 0)
-            family += (family.empty() ? "" : ", ") + name;
-    if (!family.empty()) throw Failure{misused, "the verb is one of " + family};
+    if (std::string names = family(one); !names.empty()) throw Failure{misused, "the verb is one of " + names};
     throw Failure{misused, "no verb " + one + "; kvio --help lists them"};
 }
 
@@ -246,6 +251,10 @@ Call parse(const Strings &words, const char *name_in_batch) {
     if (rest.empty()) {
         if (before.has('h')) return before;
         throw Failure{misused, "no verb; kvio --help lists them"};
+    }
+    if (!family(rest[0]).empty() && rest.size() > 1 && (rest[1] == "--help" || rest[1] == "-h")) {
+        before.options['h'];
+        return before;
     }
     const Verb &verb = take_verb(rest);
     Call call = parse_options(&verb, rest, used);

@@ -220,11 +220,15 @@ $ kvio attr unset a.xml s t y name; kvio attr unset -k list a.xml s t l type
 ! kvio: without its name nothing would find it again
 ! kvio: without its type nothing would find it again
 [2]
-$ kvio attr increase a.xml s t y n; kvio attr decrease a.xml s t y n; kvio attr increase a.xml s t y new; kvio attr get a.xml s t y n
-0
-0
+$ kvio attr decrease a.xml s t y n; kvio attr increase a.xml s t y n; kvio attr increase a.xml s t y n; kvio attr increase a.xml s t y new; kvio attr decrease a.xml s t y new; kvio attr decrease a.xml s t y new; kvio attr get a.xml s t y n; kvio attr set a.xml s t y n 1x; kvio attr decrease a.xml s t y n; kvio attr set a.xml s t y n 1
+4294967294
+4294967295
 1
 0
+0
+4294967295
+! kvio: attribute n is 4294967295, which cannot be counted on
+! kvio: attribute n is 1x, which cannot be counted on
 $ kvio attr set a.xml s t y 'a b' 1
 ! kvio: attribute a b is no XML name
 [2]
@@ -268,6 +272,29 @@ $ kvio create a.xml s group user_group_object_t v && kvio join a.xml s group use
 adam
 zoe
 
+Whoever is renamed, defined or of another type takes the counts along, in any order.
+
+$ echo '<kavex><s><t name="x" reference="1"/><u name="x"/><u name="z"/><group name="g" type="t" reference="1"><entity>x</entity></group><group name="h" type="t"><container>g</container></group></s></kavex>' >/etc/kavex/conf/a.xml; cp /etc/kavex/conf/a.xml /tmp/before.xml
+$ printf 'attr set s t x name y\nrename-member s group t g x y\n' | kvio batch a.xml && kvio check a.xml && kvio attr get a.xml s t y reference
+1
+$ printf 'rename-member s group t g y w\nattr set s t y name w\n' | kvio batch a.xml && kvio check a.xml && kvio attr get a.xml s t w reference
+1
+$ printf 'attr set -k group s t g name i\nrename-member s group t h g i\n' | kvio batch a.xml && kvio check a.xml && kvio attr get -k group a.xml s t i reference
+1
+$ printf 'append s group t i new\nappend s group t h new\ndefine s t new f 1\njoin -cf s group t h late\njoin -cf s group t i late\ncreate s group t late\n' | kvio batch a.xml && kvio check a.xml && kvio attr get a.xml s t new reference && kvio attr get -k group a.xml s t late reference
+2
+2
+$ cp /tmp/before.xml /etc/kavex/conf/a.xml; printf 'attr set s t x name y\nleave s group t h g\ndispose s group t g\n' | kvio batch a.xml && kvio check a.xml && kvio attr get a.xml s t y reference
+0
+$ cp /tmp/before.xml /etc/kavex/conf/a.xml; printf 'leave s group t h g\nattr set -k group s t g type u\nattr set s t x name z\n' | kvio batch a.xml && kvio check a.xml && kvio show a.xml s
+s/
+  t z [reference=0]
+  u x [reference=1]
+  u z
+  group g of u [reference=0]
+    x
+  group h of t
+
 What `check` would call a fault is not made, unless it is wanted; what was one before is none of the change's.
 
 $ echo '<kavex><s><t name="x"/><t name="y" reference="1"/><u name="x"><v/></u><group name="g" type="t"><entity>x</entity><entity>y</entity><container>h</container></group><group name="h" type="t"><container>i</container></group><group name="i" type="t"/><group name="j" type="t"><entity>lost</entity></group><list name="l" type="t"/><deep/></s></kavex>' >/etc/kavex/conf/a.xml; cp /etc/kavex/conf/a.xml /tmp/before.xml; kvio check a.xml
@@ -309,8 +336,8 @@ entity	x
 entity	x
 entity	new
 $ printf 'undefine -f s t new\nappend s list t l newer\n' | kvio batch a.xml; printf 'append s list t l newer\nundefine -f s t new\n' | kvio batch a.xml; printf 'append s list t l newest\n' | kvio batch -f a.xml
-! kvio: s: list l: a member names no t: newer; --force saves it nevertheless
-! kvio: s: list l: a member names no t: newer; --force saves it nevertheless
+! kvio: line 2: s: list l: a member names no t: newer; --force saves it nevertheless
+! kvio: line 1: s: list l: a member names no t: newer; --force saves it nevertheless
 $ kvio check a.xml; kvio diff a.xml /tmp/before.xml
 s: group i: member 1 names no group: ghost
 s: group j: member 1 names no t: lost
@@ -321,6 +348,9 @@ s: t y: reference is 7, groups that name it: 1
 + s t new
 ~ s t y @reference: 1 -> 7
 [1]
+$ cp /tmp/before.xml /etc/kavex/conf/a.xml; (seq 20 | sed 's/.*/define s t n&/'; echo 'append s list t l none'; seq 20 | sed 's/.*/join s list t l n&/'; echo 'join -f s list t l ghost'; echo 'set s t n1 f 1') | kvio batch a.xml; kvio lock status a.xml; kvio diff a.xml /tmp/before.xml
+a.xml: free
+! kvio: line 21: s: list l: a member names no t: none; --force saves it nevertheless
 
 A batch is saved as a whole or not at all.
 
@@ -358,7 +388,7 @@ $ printf 'set s t x f 9\nundefine s t x\n' | kvio batch a.xml; kvio get a.xml s 
 ! kvio: line 2: group g names x; take it out first, or say --force; nothing is saved
 $ printf 'leave s group t g x\nleave s list t l x x\nundefine s t x' | kvio batch a.xml; kvio ls a.xml s t
 y
-$ printf 'attr increase s t y n\nget s t x f\n' | kvio batch a.xml
+$ printf 'attr decrease s t y n\nget s t x f\n' | kvio batch a.xml
 ! kvio: line 2: get is no change; nothing is saved
 [2]
 $ printf 'set s t x f "a\n' | kvio batch a.xml

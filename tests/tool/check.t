@@ -99,6 +99,17 @@ the root element is x, not kavex
 ! kvio: /etc/kavex/conf/broken.xml: not well-formed XML
 [4]
 
+What is offered is done, and what cannot be addressed or is not clear is not offered.
+
+$ echo '<kavex><s><group type="t" reference="x"/><t name="web" reference="1"/><list name="l" type="t"><entity>gone</entity></list><group name="web" type="t" reference="1"/><group name="o" type="t"><entity>web</entity><container>web</container></group></s></kavex>' >/etc/kavex/conf/a.xml; kvio check -R a.xml; kvio check -Ry a.xml | grep repaired; kvio check a.xml
+s: group of t has no name
+s: group o: member 2 is there already: web
+s: list l: member 1 names no t: gone (repair: remove the member)
+s: list l: member 1 names no t: gone (repaired: remove the member)
+s: group of t has no name
+s: group o: member 2 is there already: web
+[4]
+
 A name that two things have; counts that are none; members with a default name, which name nothing.
 
 $ echo '<kavex><s><t name="x"/><deep name="y"/><deep/><t name="n" reference="12x"/><t name="m" reference="-1"/><list name="l" type="t"><entity>#1</entity><entity>#x</entity></list><group name="g" type="t"><entity>x</entity></group><group name="h" type="t"><entity>x</entity></group><group name="u" type="user_group_object_t"><container>v</container></group><group name="v" type="user_group_object_t"/></s></kavex>' >/etc/kavex/conf/a.xml; kvio check -R a.xml; kvio check -Ry a.xml >/dev/null; kvio check a.xml

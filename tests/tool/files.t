@@ -120,6 +120,14 @@ $ kvio diff d.xml
 $ kvio -q diff d.xml /tmp/3.xml | wc -l
 12
 
+Members that look alike in a line are different ones.
+
+$ printf '<kavex><s><list name="l" type="t"><entity>a, b</entity></list><group name="g" type="t"><entity>a (container)</entity></group></s></kavex>' >/etc/kavex/conf/d.xml; printf '<kavex><s><list name="l" type="t"><entity>a</entity><entity>b</entity></list><group name="g" type="t"><container>a</container></group></s></kavex>' >/tmp/5.xml; kvio diff d.xml /tmp/5.xml
+- s group of t g member a (container)
++ s group of t g member a (container)
+~ s list of t l members: a, b -> a, b
+[1]
+
 Restoring. What a scope had is gone; what else changed stays.
 
 $ kvio set a.xml interface interface_t lan mtu 9000 && kvio create a.xml object/user_group list t new && kvio diff a.xml /tmp/dump.xml
@@ -130,7 +138,7 @@ $ kvio restore a.xml /tmp/groups.xml object/user_group && kvio diff a.xml /tmp/d
 ~ interface interface_t lan mtu: 1500 -> 9000
 [1]
 $ kvio restore a.xml /tmp/groups.xml object/address
-! kvio: no scope object/address
+! kvio: no scope object/address in /tmp/groups.xml
 [1]
 $ kvio restore a.xml /tmp/dump.xml && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 $ echo '<other/>' >/tmp/other.xml; kvio restore a.xml /tmp/other.xml; kvio restore a.xml /tmp/ghost.xml; echo '<' >/tmp/other.xml; kvio restore a.xml /tmp/other.xml
@@ -145,6 +153,10 @@ A file that lacks a scope of the configuration is most likely the backup of anot
 $ kvio restore a.xml /tmp/groups.xml
 ! kvio: /tmp/groups.xml has no scope interface, which a.xml would lose; name the scope to restore, or say --force
 [4]
+$ kvio restore a.xml /tmp/groups.xml object
+! kvio: /tmp/groups.xml has no scope object/address, which a.xml would lose; name the scope to restore, or say --force
+[4]
+$ kvio restore a.xml /tmp/dump.xml object && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 $ cmp /etc/kavex/conf/a.xml /tmp/dump.xml && kvio restore --force a.xml /tmp/groups.xml && kvio ls a.xml && kvio restore a.xml /tmp/dump.xml && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 object
 object/user_group
@@ -192,3 +204,16 @@ $ kvio define small/a.xml interface interface_t long f - </tmp/long && kvio defi
 $ kvio ls small/a.xml interface | tail -2
 interface_t	lan.15
 interface_t	long
+
+There is no room for a copy: what was there stays, and nothing is left that was not.
+
+$ cp /etc/kavex/conf/small/a.xml /tmp/before.xml; kvio define a.xml interface interface_t huge f - </tmp/long; kvio define a.xml interface interface_t huger f - </tmp/long; for try in a.xml new.xml; do kvio copy a.xml small/$try; done; kvio save-as a.xml small/new.xml; kvio restore small/new.xml /etc/kavex/conf/a.xml; kvio dump a.xml /etc/kavex/conf/small/new.xml; kvio backup a.xml interface /etc/kavex/conf/small/new.xml
+! kvio: /etc/kavex/conf/small/a.xml: No space left on device
+! kvio: /etc/kavex/conf/small/new.xml: No space left on device
+! kvio: /etc/kavex/conf/small/new.xml: No space left on device
+! kvio: /etc/kavex/conf/small/new.xml: No space left on device
+! kvio: /etc/kavex/conf/small/new.xml: No space left on device
+! kvio: /etc/kavex/conf/small/new.xml: No space left on device
+[5]
+$ ls /etc/kavex/conf/small; cmp /tmp/before.xml /etc/kavex/conf/small/a.xml
+a.xml

@@ -260,7 +260,10 @@ none
 ! kvio: there are 3 scopes many
 ! kvio: there are 3 scopes many
 ! kvio: no t '" in s
-$ kvio ls a.xml ''; kvio count a.xml '' host_t; kvio lock; kvio attr frobnicate; kvio frobnicate; kvio --version | sed 's/[0-9.]*$/N/'
+$ kvio ls a.xml ''; kvio count a.xml '' host_t; kvio lock; kvio attr frobnicate; kvio frobnicate; kvio lock --help | head -1; kvio help get | head -1; kvio help | head -1; kvio --version | sed 's/[0-9.]*$/N/'
+Usage: kvio VERB [OPTION]... [ARGUMENT]...
+Usage: kvio get [--default VALUE] NAME SCOPE TYPE ENTITY [FIELD]
+Usage: kvio VERB [OPTION]... [ARGUMENT]...
 kvio N
 ! kvio: the scope is empty
 ! kvio: the scope is empty

@@ -7,10 +7,10 @@ ext-group-user	80	80	1	1
 $ kvio user show alice; kvio user method alice; kvio user release alice; kvio user groups staff; kvio user groups staff alice
 ! kvio: alice has not logged in, or there is no authentication buffer
 ! kvio: alice has not logged in, or there is no authentication buffer
-! kvio: the authentication buffer or its lock cannot be used
-! kvio: the user groups or the lock that guards them cannot be used
-! kvio: the user groups or the lock that guards them cannot be used
-[5]
+! kvio: alice has not logged in, or there is no authentication buffer
+! kvio: /tmp/template_group.xml: there is no such file
+! kvio: /tmp/template_group.xml: there is no such file
+[1]
 
 The authentication modules are at work.
 
@@ -53,8 +53,8 @@ $ kvio user release rob; kvio user method rob
 Groups.
 
 $ kvio user groups staff
-! kvio: the user groups or the lock that guards them cannot be used
-[5]
+! kvio: /tmp/template_group.xml: there is no such file
+[1]
 $ echo '<kavex><object><user_group><group_description_t name="staff"/><group_description_t name="loop"/><group name="staff" type="user_group_object_t"><entity>alice</entity><container>guests</container></group><group name="guests" type="user_group_object_t"><entity>dora</entity></group><group name="loop" type="user_group_object_t"><container>loop</container></group></user_group></object></kavex>' >/tmp/template_group.xml
 $ kvio user groups staff
 alice
