@@ -132,7 +132,7 @@ private:
     }
 
     // Which of these faults, the first one, the lines up to one leave that are not forced. Another process runs them
-    // once more, so that the memory for that is soon free again, and never closes what it opens: the lock is this one's.
+    // once more, so that the memory for that is soon free again. It never closes what it opens: the lock is this one's.
     std::size_t first_left(Document &document, std::size_t lines, const Strings &faults) {
         constexpr int none = 255;
         pid_t child = fork();

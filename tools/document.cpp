@@ -55,9 +55,11 @@ std::optional<Failure> system_failure(const std::string &what, const std::string
 }
 
 // The store says the same of a file that is broken and of memory that was short for it.
-bool was_short_of_memory() {
-    const xmlError *error = xmlGetLastError();
-    return error && error->code == XML_ERR_NO_MEMORY;
+bool was_short_of_memory = false;
+
+void note_shortage(void *, xmlError *error) {
+    if (error->code == XML_ERR_NO_MEMORY) was_short_of_memory = true;
+    xmlGenericError(xmlGenericErrorContext, "%s", error->message ? error->message : "\n");
 }
 
 kvio_config_t *open_snapshot(const std::string &path) {
@@ -71,6 +73,8 @@ kvio_config_t *open_snapshot(const std::string &path) {
 }
 
 }  // namespace
+
+void watch_memory() { xmlSetStructuredErrorFunc(nullptr, note_shortage); }
 
 std::string path_of(const std::string &name) {
     return name == "__system_default.xml" ? system_default : config_directory + name;
@@ -112,7 +116,7 @@ void store_failure(const std::string &what) {
 void file_failure(const std::string &what, const std::string &path) {
     if (kvio_errno == KVIO_LOCKED && !lock_of(path))
         throw Failure{io_error, what + ": its lock cannot be made (semaphores used up?)"};
-    if (kvio_errno == KVIO_MALFORMED && was_short_of_memory()) kvio_errno = KVIO_NO_MEMORY;
+    if (kvio_errno == KVIO_MALFORMED && was_short_of_memory) kvio_errno = KVIO_NO_MEMORY;
     if (kvio_errno != KVIO_LOCKED)
         if (std::optional<Failure> failure = system_failure(what, path)) throw Failure(*failure);
     if (kvio_errno == KVIO_IO && faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0 && errno == EACCES)
@@ -176,8 +180,10 @@ const Tree &Document::tree() {
     if (tree_) return *tree_;
     Descriptor memory = memory_file();
     std::shared_ptr<xmlDoc> document;
-    if (kvio_dump(get(), memory.path().c_str()) >= 0) document = parse_descriptor(memory.get());
-    if (!document && was_short_of_memory()) throw Failure{io_error, path_ + ": out of memory"};
+    // There is nothing but memory that could be short for it.
+    if (kvio_dump(get(), memory.path().c_str()) < 0) was_short_of_memory = true;
+    else document = parse_descriptor(memory.get());
+    if (!document && was_short_of_memory) throw Failure{io_error, path_ + ": out of memory"};
     if (!document) throw Failure{inconsistent, path_ + ": cannot be read back"};
     return tree_.emplace(std::move(document));
 }

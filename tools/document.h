@@ -16,6 +16,7 @@ namespace kvio {
 
 inline constexpr char config_directory[] = "/etc/kavex/conf/";
 inline constexpr char system_default[] = "/etc/__system_default.xml";
+void watch_memory();  // lets failures tell short memory from broken files
 std::string path_of(const std::string &name);  // as kvio_open_config() builds it
 Strings configurations();                      // the names of all, sorted
 

@@ -1,8 +1,9 @@
 // kvio: the configurations and users of the appliance, at a shell.
 #include <cstring>
 #include <exception>
-#include <iostream>
+#include <new>
 
+#include "document.h"
 #include "kvio.h"
 #include "output.h"
 
@@ -16,6 +17,7 @@ int run(Strings words) {
     if (call.has('h')) return put(help(call.verb)), success;
     Messages messages(call.has('v'));
     Messages::quiet = call.has('q');
+    watch_memory();
     return call.verb->run(call);
 }
 
@@ -28,6 +30,9 @@ int guarded(const Strings &words) {
         flushed();
         Messages::say(failure.text);
         return failure.status;
+    } catch (const std::bad_alloc &) {
+        Messages::say("out of memory");
+        return io_error;
     } catch (const std::exception &error) {
         Messages::say(error.what());
         return io_error;

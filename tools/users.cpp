@@ -86,7 +86,7 @@ int user_groups(Call &call) {
     if (known == 0) throw Failure{not_found, "no user group " + call[0]};
     if (known > 0)
         throw Failure{inconsistent, "user group " + call[0] + " cannot be read: its nesting loops or it is missing"};
-    Document groups = Document::file("/tmp/template_group.xml");  // says what is wrong with it, if anything is
+    Document::file("/tmp/template_group.xml");  // says what is wrong with it, if anything is
     throw Failure{io_error, "the user groups or the lock that guards them cannot be used"};
 }
 
