@@ -9,8 +9,9 @@
 //     - 3 <t name="a" ...                             the elements that went from the scope, and, with +, those that
 //                                                     came, with their places
 //     $ every join_entry g a 9 7                      the operation with each of its callbacks, and each of its calls
-//                                                     of the store, failing in turn; .. and | tell where the callbacks
-//                                                     part from those of the success
+//                                                     of the store, failing in turn, each with its number, those of one
+//                                                     outcome together; .. and | tell where the callbacks part from
+//                                                     those of the success
 #include <algorithm>
 #include <sstream>
 
@@ -138,6 +139,10 @@ protected:
         const std::map<std::string, int> uses_of = uses();
         std::string text = std::to_string(success.result) + " " + success.calls + "\n" +
                            difference(before, success.scope);
+        struct Failures {
+            std::string what, failing;
+        };
+        std::vector<Failures> seen_of;
         for (const auto &[function, count] : uses_of) {
             // Nobody notices these.
             if (function == "begin" || function == "end" || function.rfind("free_", 0) == 0) continue;
@@ -145,15 +150,19 @@ protected:
                 start(before);
                 fail(function, nth);
                 Seen seen = run(operation(words));
-                text += "  " + function + " " + std::to_string(nth) + ": " + std::to_string(seen.result) + " " +
-                        parting(success.calls, seen.calls) + "\n" + messages(seen);
+                std::string what = std::to_string(seen.result) + " " + parting(success.calls, seen.calls) + "\n" +
+                                   messages(seen);
                 const std::string changed = difference(before, seen.scope);
                 const std::string missed = difference(success.scope, seen.scope);
-                text += changed.size() <= missed.size() ? changed
+                what += changed.size() <= missed.size() ? changed
                         : missed.empty()                ? "    done\n"
                                                         : "    done, but\n" + missed;
+                auto same = std::find_if(seen_of.begin(), seen_of.end(), [&](auto &one) { return one.what == what; });
+                if (same == seen_of.end()) same = seen_of.insert(same, {what, ""});
+                same->failing += (same->failing.empty() ? "" : ", ") + function + " " + std::to_string(nth);
             }
         }
+        for (const auto &[what, failing] : seen_of) text += "  " + failing + ": " + what;
         return text;
     }
 
