@@ -68,7 +68,7 @@ private:
     }
 
     void check_container(Element container, bool unique) {
-        bool typed = container.attribute("type").has_value(), named = container.attribute("name").has_value();
+        bool typed = !container.type().empty(), named = !container.name().empty();
         if (!typed) found(label(container) + " has no type");
         if (!named) found(container.tag() + " of " + container.type() + " has no name");
         bool addressable = unique && typed && named;
@@ -159,17 +159,17 @@ private:
     }
 
     // Without the attribute programs read 0. What one group names may well be counted by nobody; with a second one that
-    // is too low.
+    // is too low. Nor do programs count the parent in which they create a group.
     template <class Write>
     void check_count(const std::vector<Element> &same, const Identity &key, Write write) {
         std::optional<std::string> text = same[0].attribute("reference");
         int named = references_[key];
-        bool addressable = key.size() == 2 || (same[0].attribute("type") && same[0].attribute("name"));
+        bool is_group = key.size() > 2, addressable = !is_group || (!key[1].empty() && !key[2].empty());
         if (same.size() != 1 || !addressable || (!text && named < 2)) return;
         std::string right = std::to_string(named), what = label(same[0]) + ": reference is " + text.value_or("missing");
         bool number = !text || is_number(*text);
         long counted = text ? std::strtol(text->c_str(), nullptr, 10) : 0;
-        if (text && number && counted == named) return;
+        if (text && number && (counted == named || (is_group && counted == named - 1))) return;
         what += (number ? "" : ", no number") + (", groups that name it: " + right);
         if (number && counted > named) return found(what, "");
         std::string fault = label(same[0]) + ": reference is too low, or no number";

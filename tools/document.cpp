@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 
 #include "locks.h"
 #include "output.h"
@@ -62,14 +63,42 @@ void note_shortage(void *, xmlError *error) {
     xmlGenericError(xmlGenericErrorContext, "%s", error->message ? error->message : "\n");
 }
 
-kvio_config_t *open_snapshot(const std::string &path) {
-    kvio_config_t *config = kvio_restore_scope(path.c_str());
-    // Somebody may just be saving it: what was read is then neither the old nor the new document.
-    for (int attempt = 0; !config && kvio_errno == KVIO_MALFORMED && attempt < 3 && lock_of(path); ++attempt) {
-        usleep(20000);
-        config = kvio_restore_scope(path.c_str());
+struct Version {
+    off_t size;
+    timespec time;
+
+    static std::optional<Version> of(const std::string &path) {
+        struct stat file;
+        if (stat(path.c_str(), &file) != 0) return std::nullopt;
+        return Version{file.st_size, file.st_mtim};
     }
-    return config;
+    bool operator==(const Version &other) const {
+        return size == other.size && time.tv_sec == other.time.tv_sec && time.tv_nsec == other.time.tv_nsec;
+    }
+    long age() const {  // in microseconds
+        timespec now;
+        clock_gettime(CLOCK_REALTIME_COARSE, &now);
+        if (now.tv_sec - time.tv_sec > 1) return 1'000'000;
+        return static_cast<long>(now.tv_sec - time.tv_sec) * 1'000'000 + (now.tv_nsec - time.tv_nsec) / 1000;
+    }
+};
+
+// Somebody may just be saving it, and what is read then may be half the old document and half the new one. What did not
+// change for a while before, nor while it was read, is whole.
+kvio_config_t *open_whole(const std::string &path) {
+    constexpr long a_while = 20'000;  // longer than the clock of the file system stands still
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        std::optional<Version> before = Version::of(path);
+        long age = before ? before->age() : a_while;
+        if (age >= 0 && age < a_while) {
+            usleep(static_cast<useconds_t>(a_while - age));
+            continue;
+        }
+        kvio_config_t *config = kvio_restore_scope(path.c_str());
+        if (Version::of(path) == before) return config;
+        if (config) kvio_close_config(config);
+    }
+    throw Failure{locked, path + ": somebody saves it all the time"};
 }
 
 }  // namespace
@@ -124,16 +153,16 @@ void file_failure(const std::string &what, const std::string &path) {
     store_failure(what);
 }
 
-Document Document::snapshot(const std::string &path, const std::string &what) {
+Document Document::snapshot(const std::string &path, const std::string &what, bool in_use) {
     Document document(what);
-    document.owner_.reset(document.config_ = open_snapshot(path));
+    document.owner_.reset(document.config_ = in_use ? open_whole(path) : kvio_restore_scope(path.c_str()));
     if (!document.config_) file_failure(what, path);
     return document;
 }
 
 Document Document::file(const std::string &path) {
     struct stat file;
-    if (path != "-" && (stat(path.c_str(), &file) != 0 || !S_ISFIFO(file.st_mode))) return snapshot(path, path);
+    if (path != "-" && (stat(path.c_str(), &file) != 0 || !S_ISFIFO(file.st_mode))) return snapshot(path, path, true);
     // The store waits for nobody who writes into a pipe.
     Descriptor pipe(path == "-" ? fcntl(0, F_DUPFD_CLOEXEC, 3) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (pipe.get() < 0) throw Failure{errno == EACCES ? denied : io_error, path + ": " + std::strerror(errno)};
@@ -142,7 +171,7 @@ Document Document::file(const std::string &path) {
     for (ssize_t size; (size = read(pipe.get(), block, sizeof block)) != 0;)
         if (size < 0 || write(memory.get(), block, static_cast<std::size_t>(size)) != size)
             throw Failure{io_error, path + ": " + std::strerror(errno)};
-    return snapshot(memory.path(), path);
+    return snapshot(memory.path(), path, false);
 }
 
 Document Document::change(const std::string &name) {

@@ -55,7 +55,7 @@ Descriptor memory_file();  // for the store, which reads and writes files by nam
 
 class Document {
 public:
-    static Document look(const std::string &name) { return snapshot(path_of(name), path_of(name)); }  // takes no lock
+    static Document look(const std::string &name) { return snapshot(path_of(name), path_of(name), true); }  // no lock
     static Document file(const std::string &path);  // any file; "-" is standard input
     static Document change(const std::string &name);  // under the lock, until the end of its life
     Document(Document &&) = default;
@@ -82,7 +82,7 @@ public:
 
 private:
     explicit Document(const std::string &path) : path_(path) {}
-    static Document snapshot(const std::string &path, const std::string &what);
+    static Document snapshot(const std::string &path, const std::string &what, bool in_use);
     struct Closer {
         void operator()(kvio_config_t *config) const { kvio_close_config(config); }
     };

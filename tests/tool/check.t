@@ -1,14 +1,14 @@
 $ $EXAMPLES/make-configuration >/etc/kavex/conf/good.xml; kvio check good.xml
 $ cat >/etc/kavex/conf/a.xml <<'XML'
 > <kavex><s><t name="x" reference="1"/><t name="x"/><t name="y" reference="0"/><t name="z" reference="5"/><u name="x" reference="many"/>
-> <group name="g" type="t" reference="0"><entity>x</entity><entity>ghost</entity><entity>y</entity><entity/><container>nowhere</container><entity>y</entity><other>y</other></group>
+> <group name="g" type="t" reference="-1"><entity>x</entity><entity>ghost</entity><entity>y</entity><entity/><container>nowhere</container><entity>y</entity><other>y</other></group>
 > <group name="h" type="t"><container>g</container><container>i</container><entity>y</entity></group>
-> <group name="i" type="t"><container>h</container></group>
+> <group name="i" type="t" reference="0"><container>h</container></group>
 > <group name="self" type="u"><container>self</container><entity>x</entity></group>
 > <group name="self" type="t"/>
 > <list name="l" type="t"><entity>y</entity><entity>y</entity><container>g</container></list>
 > <table name="twice" type="t"><entity>ghost</entity></table><table name="twice" type="t"/>
-> <list name="untyped"><entity>y</entity></list><list type="t"/>
+> <list name="untyped" type=""><entity>y</entity></list><list type="t"/>
 > <group name="users" type="user_group_object_t"><entity>alice</entity></group>
 > </s><two><t name="a" reference="0"/><group name="g" type="t"><entity>a</entity><entity>b</entity></group></two><two/></kavex>
 > XML
@@ -31,7 +31,7 @@ s: group self contains itself: self > self
 s: t y: reference is 0, groups that name it: 2
 s: t z: reference is 5, groups that name it: 0
 s: u x: reference is many, no number, groups that name it: 1
-s: group g: reference is 0, groups that name it: 1
+s: group g: reference is -1, groups that name it: 1
 two: group g: member 2 names no t: b
 two: t a: reference is 0, groups that name it: 1
 [4]
@@ -43,7 +43,7 @@ s: group g: member 6 is there already: y (repair: remove the member)
 s: list l: member 3 names no list: g (repair: remove the member)
 s: t y: reference is 0, groups that name it: 2 (repair: set it to 2)
 s: u x: reference is many, no number, groups that name it: 1 (repair: set it to 1)
-s: group g: reference is 0, groups that name it: 1 (repair: set it to 1)
+s: group g: reference is -1, groups that name it: 1 (repair: set it to 1)
 [4]
 $ kvio check --yes a.xml
 ! kvio: --yes goes with --repair
@@ -57,7 +57,7 @@ s: group g: member 6 is there already: y (repaired: remove the member)
 s: list l: member 3 names no list: g (repaired: remove the member)
 s: t y: reference is 0, groups that name it: 2 (repaired: set it to 2)
 s: u x: reference is many, no number, groups that name it: 1 (repaired: set it to 1)
-s: group g: reference is 0, groups that name it: 1 (repaired: set it to 1)
+s: group g: reference is -1, groups that name it: 1 (repaired: set it to 1)
 $ kvio check a.xml
 two: the scope occurs 2 times
 s: t x occurs 2 times
@@ -81,7 +81,7 @@ $ kvio show a.xml s | sed -n '/group g/,/group i/p'
     g (container)
     i (container)
     y
-  group i of t
+  group i of t [reference=0]
 
 $ $EXAMPLES/make-configuration | sed 's/ reference="1"/ reference="0"/' >/etc/kavex/conf/counts.xml; kvio check -R counts.xml | head -2; kvio check -Ry counts.xml >/dev/null && kvio check counts.xml && kvio refs counts.xml object/address address_object_t floor-10 && kvio attr get counts.xml object/address address_object_t floor-10 reference
 object/address: address_object_t floor-10: reference is 0, groups that name it: 1 (repair: set it to 1)

@@ -359,3 +359,9 @@ s/
 \u001b[1mbold\u0085\u007f\\: free
 ! kvio: no t \u001b[1mbold\u0085\u007f\ in s
 ! kvio: /etc/kavex/conf/\u001b[1mbold\u0085\u007f\\u001b[1mbold\u0085\u007f\: there is no such file
+
+What is read is never half of one save and half of another.
+
+$ (echo '<kavex><s><t name="0"><v>k</v></t>'; seq 20000 | sed 's|.*|<t name="&"><v>x</v></t>|'; echo '<t name="end"><v>k</v></t></s></kavex>') >/etc/kavex/conf/busy.xml
+$ (for i in $(seq 12); do printf 'set s t 0 v k%s\nset s t end v k%s\n' $i $i | kvio batch busy.xml; sleep 0.1; done) & while kill -0 $! 2>/dev/null; do kvio find -e v busy.xml 'k*' | cut -f4- | uniq -c | sed 's/k.*/the same/'; done | sort -u
+      2 v	the same
