@@ -3,8 +3,9 @@
 #define KAVEX_BASE_KVLOG_H
 
 // Seven integers whose meaning lies in the log library, a tag, a printf-style format and its arguments.
-extern "C" __attribute__((visibility("default"), format(printf, 9, 10))) void kvlog(
-    int, int, int, int, int, int, int, const char *tag, const char *format, ...);
+extern "C" __attribute__((visibility("default"), format(printf, 9, 10))) void kvlog(int, int, int, int, int, int, int,
+                                                                                    const char *tag, const char *format,
+                                                                                    ...);
 
 // What stands before the format in every message of the lists, the groups and the user functions:
 // kvlog(LIST_OP, "%s: list is full!\n", list->label).

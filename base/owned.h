@@ -11,7 +11,9 @@
 template <auto Release>
 struct Releaser {
     template <class T>
-    void operator()(T *object) const noexcept { Release(object); }
+    void operator()(T *object) const noexcept {
+        Release(object);
+    }
 };
 
 template <class T, auto Release>
@@ -23,7 +25,9 @@ using Block = Owned<T, std::free>;
 
 // A zero-filled record on the heap; null when memory is short.
 template <class T>
-Block<T> zeroed() { return Block<T>(static_cast<T *>(std::calloc(1, sizeof(T)))); }
+Block<T> zeroed() {
+    return Block<T>(static_cast<T *>(std::calloc(1, sizeof(T))));
+}
 
 // An open file descriptor, or -1.
 class Descriptor {
@@ -31,17 +35,27 @@ public:
     explicit Descriptor(int fd = -1) noexcept : fd_(fd) {}
     Descriptor(Descriptor &&other) noexcept : fd_(other.release()) {}
     Descriptor &operator=(Descriptor &&other) noexcept {
-        if (this != &other) { close(); fd_ = other.release(); }
+        if (this != &other) {
+            close();
+            fd_ = other.release();
+        }
         return *this;
     }
     ~Descriptor() { close(); }
 
     explicit operator bool() const noexcept { return fd_ >= 0; }
     int get() const noexcept { return fd_; }
-    int release() noexcept { int fd = fd_; fd_ = -1; return fd; }
+    int release() noexcept {
+        int fd = fd_;
+        fd_ = -1;
+        return fd;
+    }
 
     // Closes now, for callers to whom the result matters; 0, or -1 with errno.
-    int close() noexcept { int fd = release(); return fd < 0 ? 0 : ::close(fd); }
+    int close() noexcept {
+        int fd = release();
+        return fd < 0 ? 0 : ::close(fd);
+    }
 
 private:
     int fd_;

@@ -78,8 +78,10 @@ void OpenSaveClose(benchmark::State &state) {
         first = !first;
         for (bool own : {first, !first}) {
             malloc_trim(0);
-            if (own) state.SetIterationTime(ours.time(store));
-            else theirs.time([] { raw(path); });
+            if (own)
+                state.SetIterationTime(ours.time(store));
+            else
+                theirs.time([] { raw(path); });
         }
     }
     const double ratio = ratios[state.range(0)] = ours.cpu() / theirs.cpu();
@@ -109,8 +111,13 @@ void OnDisk(benchmark::State &state) {
 
 int main(int argc, char **argv) {
     if (std::getenv("KAVEX_BENCH_DISK"))
-        benchmark::RegisterBenchmark("OnDisk", OnDisk)->Arg(100)->Arg(1000)->Arg(10000)->Iterations(15)->UseManualTime()->Unit(
-            benchmark::kMicrosecond);
+        benchmark::RegisterBenchmark("OnDisk", OnDisk)
+            ->Arg(100)
+            ->Arg(1000)
+            ->Arg(10000)
+            ->Iterations(15)
+            ->UseManualTime()
+            ->Unit(benchmark::kMicrosecond);
     kvio_initialize();
     hide_messages();
     benchmark::Initialize(&argc, argv);
@@ -118,7 +125,8 @@ int main(int argc, char **argv) {
     int missed = 0;
     for (const auto &[entities, ratio] : ratios) {
         const double goal = entities < 1000 ? 1.15 : 1.06;
-        if (ratio > goal) missed = std::printf("%ld entities: %.3f times the raw calls, more than %.2f\n", entities, ratio, goal);
+        if (ratio > goal)
+            missed = std::printf("%ld entities: %.3f times the raw calls, more than %.2f\n", entities, ratio, goal);
     }
     return missed ? 1 : 0;
 }

@@ -72,7 +72,8 @@ xmlNode *evaluation(xmlDoc *document, const char *name) {
     std::snprintf(expression, sizeof expression, "/kavex/object/address/address_t[@name=\"%s\"]", name);
     xmlXPathContext *context = xmlXPathNewContext(document);
     xmlXPathObject *result = xmlXPathEvalExpression(reinterpret_cast<const xmlChar *>(expression), context);
-    xmlNode *found = result && result->nodesetval && result->nodesetval->nodeNr == 1 ? result->nodesetval->nodeTab[0] : nullptr;
+    xmlNode *found =
+        result && result->nodesetval && result->nodesetval->nodeNr == 1 ? result->nodesetval->nodeTab[0] : nullptr;
     xmlXPathFreeObject(result);
     xmlXPathFreeContext(context);
     return found;
@@ -136,8 +137,8 @@ int main(int argc, char **argv) {
     int missed = 0;
     for (const auto &[entities, figures] : worst) {
         if (figures.faster >= goals.at(entities) && figures.to_walk <= 1.15) continue;
-        missed = std::printf("%ld entities: %.1f times faster than the evaluation, %.2f of the best walk\n", entities, figures.faster,
-                             figures.to_walk);
+        missed = std::printf("%ld entities: %.1f times faster than the evaluation, %.2f of the best walk\n", entities,
+                             figures.faster, figures.to_walk);
     }
     return missed ? 1 : 0;
 }

@@ -38,7 +38,9 @@ private:
     static double processor() {
         rusage children = {};
         getrusage(RUSAGE_CHILDREN, &children);
-        auto seconds = [](timeval time) { return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6; };
+        auto seconds = [](timeval time) {
+            return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+        };
         return clock(CLOCK_PROCESS_CPUTIME_ID) + seconds(children.ru_utime) + seconds(children.ru_stime);
     }
     static double median(std::vector<double> values) {

@@ -43,7 +43,8 @@ Names shuffled(Names names) {
 
 std::string entities(int count) {
     std::string text;
-    for (const std::string &name : numbered(count)) text += "<address_t name=\"" + name + "\"><ip>10.0.0.1</ip></address_t>\n";
+    for (const std::string &name : numbered(count))
+        text += "<address_t name=\"" + name + "\"><ip>10.0.0.1</ip></address_t>\n";
     return text;
 }
 
@@ -61,7 +62,8 @@ std::string thousand_groups() {
     for (int i = 0; i < 1000; ++i) {
         Names nested;
         for (int j = 10 * i + 1; j <= 10 * i + 10 && j < 1000; ++j) nested.push_back("group" + std::to_string(j));
-        text += container("group", i ? "group" + std::to_string(i) : "top", Names(&names[10 * i], &names[10 * i] + 10), nested);
+        text += container("group", i ? "group" + std::to_string(i) : "top", Names(&names[10 * i], &names[10 * i] + 10),
+                          nested);
     }
     return text;
 }
@@ -260,8 +262,9 @@ void compare_retrieval(const Document &document) {
 
 void race_retrieval(benchmark::State &state, const Document &document, double goal) {
     compare_retrieval(document);
-    race(state, goal, [&] { benchmark::DoNotOptimize(PlainWalk(document).retrieve_all()); },
-         [&] { kvio_free_entities(kvio_retrieve_all(document.top)); });
+    race(
+        state, goal, [&] { benchmark::DoNotOptimize(PlainWalk(document).retrieve_all()); },
+        [&] { kvio_free_entities(kvio_retrieve_all(document.top)); });
 }
 
 // A list as it grows when each entity is defined and appended, and the same names in any order: the plain walk does not
@@ -274,7 +277,11 @@ void RetrieveAll(benchmark::State &state) {
     race_retrieval(state, document, state.range(1) && count >= 10000 ? in_order / 2 : in_order);
     state.SetLabel(state.range(1) ? "in any order" : "in order");
 }
-BENCHMARK(RetrieveAll)->ArgsProduct({{10, 100, 1000}, {0, 1}})->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(40);
+BENCHMARK(RetrieveAll)
+    ->ArgsProduct({{10, 100, 1000}, {0, 1}})
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond)
+    ->Iterations(40);
 BENCHMARK(RetrieveAll)->ArgsProduct({{10000}, {0, 1}})->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(7);
 
 // A few members of a scope of 10,000 entities; the names stand at the beginning, in the middle, at the end, or apart.
@@ -288,7 +295,11 @@ void RetrieveFew(benchmark::State &state) {
     const char *const places[] = {"beginning", "middle", "end", "apart"};
     state.SetLabel(places[place]);
 }
-BENCHMARK(RetrieveFew)->ArgsProduct({{1, 2, 3, 4}, {0, 1, 2, 3}})->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(20);
+BENCHMARK(RetrieveFew)
+    ->ArgsProduct({{1, 2, 3, 4}, {0, 1, 2, 3}})
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond)
+    ->Iterations(20);
 
 void NestedRetrieveAll(benchmark::State &state) {
     Document document(entities(10000) + thousand_groups(), "group");
@@ -300,7 +311,8 @@ void NestedRealSize(benchmark::State &state) {
     Document document(entities(10000) + thousand_groups(), "group");
     PlainWalk plain(document);
     if (plain.real_size() != 10000 || kvio_real_size(document.top) != 10000) give_up("the results differ");
-    race(state, 100, [&] { benchmark::DoNotOptimize(plain.real_size()); }, [&] { kvio_real_size(document.top); });
+    race(
+        state, 100, [&] { benchmark::DoNotOptimize(plain.real_size()); }, [&] { kvio_real_size(document.top); });
 }
 BENCHMARK(NestedRealSize)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(7);
 
@@ -308,7 +320,8 @@ void NestedCheckLoop(benchmark::State &state) {
     Document document(entities(10000) + thousand_groups(), "group");
     PlainWalk plain(document);
     if (plain.check_loop() != 0 || kvio_check_loop(document.top) != 0) give_up("the results differ");
-    race(state, 100, [&] { benchmark::DoNotOptimize(plain.check_loop()); }, [&] { kvio_check_loop(document.top); });
+    race(
+        state, 100, [&] { benchmark::DoNotOptimize(plain.check_loop()); }, [&] { kvio_check_loop(document.top); });
 }
 BENCHMARK(NestedCheckLoop)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(7);
 
@@ -325,8 +338,9 @@ void Append(benchmark::State &state) {
     for (auto _ : state) {
         empty();
         plain_best = std::min(plain_best, measure(1, [&] {
-            for (const std::string &name : names) append_after_counting(document.element, name.c_str());
-        }));
+                                  for (const std::string &name : names)
+                                      append_after_counting(document.element, name.c_str());
+                              }));
         for (int turn = 0; turn < 5; ++turn) {
             empty();
             double time = measure(1, [&] {
@@ -345,15 +359,16 @@ BENCHMARK(Append)->Arg(1000)->Arg(10000)->UseManualTime()->Unit(benchmark::kMicr
 void RegainIndex(benchmark::State &state) {
     Document document(entities(10000) + container("list", "top", numbered(10000)), "list");
     char name[64];
-    race(state, 0,
-         [&] {
-             for (unsigned i = 1; i <= 10000; ++i) kvio_regain_index(document.top, i, name);
-         },
-         [&] {
-             kvio_entities_t *array = kvio_retrieve_all(document.top);
-             for (int i = 0; i < array->count; ++i) kvio_name(array->items[i], name);
-             kvio_free_entities(array);
-         });
+    race(
+        state, 0,
+        [&] {
+            for (unsigned i = 1; i <= 10000; ++i) kvio_regain_index(document.top, i, name);
+        },
+        [&] {
+            kvio_entities_t *array = kvio_retrieve_all(document.top);
+            for (int i = 0; i < array->count; ++i) kvio_name(array->items[i], name);
+            kvio_free_entities(array);
+        });
     state.SetLabel("plain: a call for each position; store: one array");
 }
 BENCHMARK(RegainIndex)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(7);

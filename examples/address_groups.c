@@ -40,17 +40,13 @@ struct table {
     struct row *rows;
 };
 
-static void expect(int holds, const char *what)
-{
+static void expect(int holds, const char *what) {
     if (holds) return;
     fprintf(stderr, "address_groups: %s failed, code %d\n", what, kvio_errno);
     exit(1);
 }
 
-static void heading(const char *text)
-{
-    printf("\n-- %s\n", text);
-}
+static void heading(const char *text) { printf("\n-- %s\n", text); }
 
 /* ------------------------------------------------------------------- between the configuration and the structures */
 
@@ -58,17 +54,17 @@ static void *alloc_address(void) { return calloc(1, sizeof(struct address)); }
 
 static void *alloc_membership(void) { return calloc(1, sizeof(struct membership)); }
 
-static int get_address(kvio_node_t *entity, void *entry)
-{
+static int get_address(kvio_node_t *entity, void *entry) {
     struct address *address = entry;
 
     return kvio_get2(entity, "kind", address->kind, sizeof address->kind) &&
-           kvio_get2(entity, "address", address->address, sizeof address->address) ? 0 : 1;
+                   kvio_get2(entity, "address", address->address, sizeof address->address)
+               ? 0
+               : 1;
 }
 
 /* A host that becomes a subnet, or the other way round, is refused: other parts of the configuration rely on it. */
-static int set_address(kvio_node_t *entity, const char *name, void *data, void *current)
-{
+static int set_address(kvio_node_t *entity, const char *name, void *data, void *current) {
     const struct address *wanted = data, *before = current;
 
     if (before && strcmp(before->kind, wanted->kind) != 0) {
@@ -78,38 +74,30 @@ static int set_address(kvio_node_t *entity, const char *name, void *data, void *
     return kvio_set(entity, "kind", wanted->kind) && kvio_set(entity, "address", wanted->address) ? 0 : 1;
 }
 
-static int get_membership(kvio_node_t *entity, void *property)
-{
+static int get_membership(kvio_node_t *entity, void *property) {
     struct membership *membership = property;
 
     return kvio_get2(entity, "schedule", membership->schedule, sizeof membership->schedule) ? 0 : 1;
 }
 
-static int set_membership(kvio_node_t *entity, void *data, void *current)
-{
+static int set_membership(kvio_node_t *entity, void *data, void *current) {
     (void)current;
     return kvio_set(entity, "schedule", ((struct membership *)data)->schedule) ? 0 : 1;
 }
 
 /* -------------------------------------------------------------------------------------------------- the short page */
 
-static int print_group(const char *name)
-{
-    return printf("  [%s]\n", name) > 0 ? 0 : 1;
-}
+static int print_group(const char *name) { return printf("  [%s]\n", name) > 0 ? 0 : 1; }
 
-static int print_address(const char *name, void *entry)
-{
+static int print_address(const char *name, void *entry) {
     return printf("  %-12s %s", name, ((struct address *)entry)->address) > 0 ? 0 : 1;
 }
 
-static int print_membership(void *property)
-{
+static int print_membership(void *property) {
     return printf(", %s\n", ((struct membership *)property)->schedule) > 0 ? 0 : 1;
 }
 
-static int tell_removed(const char *name, void *entry)
-{
+static int tell_removed(const char *name, void *entry) {
     return printf("  %s (%s) leaves\n", name, ((struct address *)entry)->address) > 0 ? 0 : 1;
 }
 
@@ -117,16 +105,14 @@ static int tell_removed(const char *name, void *entry)
 
 static group_desc_t *exported;
 
-static void discard_table(void *handle)
-{
+static void discard_table(void *handle) {
     struct table *table = handle;
 
     free(table->rows);
     free(table);
 }
 
-static void *begin_table(int count)
-{
+static void *begin_table(int count) {
     struct table *table = calloc(1, sizeof *table);
 
     if (!table) return NULL;
@@ -139,8 +125,7 @@ static void *begin_table(int count)
     return table;
 }
 
-static int add_row(int index, void *handle, const char *name, void *entry)
-{
+static int add_row(int index, void *handle, const char *name, void *entry) {
     struct table *table = handle;
     struct row *row = &table->rows[index];
 
@@ -151,8 +136,7 @@ static int add_row(int index, void *handle, const char *name, void *entry)
 }
 
 /* While this runs, the record names the group that the membership belongs to. */
-static int add_membership(int index, int property_index, void *handle, void *property)
-{
+static int add_membership(int index, int property_index, void *handle, void *property) {
     char *groups = ((struct table *)handle)->rows[index].groups;
     size_t length = strlen(groups);
 
@@ -162,8 +146,7 @@ static int add_membership(int index, int property_index, void *handle, void *pro
     return 0;
 }
 
-static void print_table(group_desc_t *group)
-{
+static void print_table(group_desc_t *group) {
     static const char line[] = "----------------------------------------------------------------";
     struct table *table;
     int i;
@@ -182,8 +165,7 @@ static void print_table(group_desc_t *group)
 
 /* -------------------------------------------------------------------------------------------------------- the page */
 
-static group_desc_t describe(kvio_config_t *config, char *name)
-{
+static group_desc_t describe(kvio_config_t *config, char *name) {
     group_desc_t group;
 
     memset(&group, 0, sizeof group);
@@ -213,8 +195,7 @@ static group_desc_t describe(kvio_config_t *config, char *name)
 }
 
 /* Adds an address, which may be in other groups already. */
-static void join(const group_desc_t *group, const char *name, const char *text, const char *schedule)
-{
+static void join(const group_desc_t *group, const char *name, const char *text, const char *schedule) {
     struct address address = {"host", ""};
     struct membership membership;
 
@@ -223,8 +204,7 @@ static void join(const group_desc_t *group, const char *name, const char *text, 
     expect(join_entry(group, name, &address, &membership) == 0, name);
 }
 
-static int exists(kvio_config_t *config, const char *name)
-{
+static int exists(kvio_config_t *config, const char *name) {
     kvio_iterator_t *group = kvio_open_group(config, SCOPE, ENTRY_TYPE, name);
     int found = group != NULL;
 
@@ -232,8 +212,7 @@ static int exists(kvio_config_t *config, const char *name)
     return found;
 }
 
-static void create_groups(const group_desc_t *page, group_desc_t *groups, int count)
-{
+static void create_groups(const group_desc_t *page, group_desc_t *groups, int count) {
     int i;
 
     heading("Groups are created on a page that takes three");
@@ -243,8 +222,7 @@ static void create_groups(const group_desc_t *page, group_desc_t *groups, int co
     }
 }
 
-static void change_till(const group_desc_t *shop)
-{
+static void change_till(const group_desc_t *shop) {
     struct address moved = {"host", "10.0.20.30"}, widened = {"subnet", "10.0.20.0/24"};
     struct membership later = {"until midnight"};
 
@@ -253,8 +231,7 @@ static void change_till(const group_desc_t *shop)
     expect(change_entry(shop, "till-1", &widened, NULL) == 1, "refusing the change");
 }
 
-static void dispose(const group_desc_t *page, const group_desc_t *partners, const group_desc_t *office)
-{
+static void dispose(const group_desc_t *page, const group_desc_t *partners, const group_desc_t *office) {
     heading("A rule uses office, which cannot be disposed of then; partners can, with its entry");
     expect(use_group(office) == 0, "use_group");
     expect(dispose_group(page, office) == GROUP_REFERENCE, "refusing to dispose of a group in use");
@@ -262,8 +239,7 @@ static void dispose(const group_desc_t *page, const group_desc_t *partners, cons
     expect(dispose_group(page, partners) == 0, "dispose_group");
 }
 
-int main(int argc, char **argv)
-{
+int main(int argc, char **argv) {
     char page_name[64] = "page", names[4][64] = {"office", "shop", "partners", "one-too-many"};
     group_desc_t page, groups[4], *office = &groups[0], *shop = &groups[1], *partners = &groups[2];
     kvio_config_t *config;

@@ -21,21 +21,16 @@
 
 static const char *program;
 
-static void expect(int holds, const char *what)
-{
+static void expect(int holds, const char *what) {
     if (holds) return;
     fprintf(stderr, "manage: %s failed, code %d\n", what, kvio_errno);
     exit(1);
 }
 
-static void heading(const char *text)
-{
-    printf("\n-- %s\n", text);
-}
+static void heading(const char *text) { printf("\n-- %s\n", text); }
 
 /* Runs this program once more, in a process of its own. */
-static void second_process(const char *mode, const char *argument)
-{
+static void second_process(const char *mode, const char *argument) {
     int status = 0;
     pid_t child;
 
@@ -49,8 +44,7 @@ static void second_process(const char *mode, const char *argument)
            "running a second process");
 }
 
-static void print_entities(const char *title, kvio_entities_t *entities)
-{
+static void print_entities(const char *title, kvio_entities_t *entities) {
     char name[128], port[16];
     int i;
 
@@ -65,8 +59,7 @@ static void print_entities(const char *title, kvio_entities_t *entities)
     kvio_free_entities(entities);
 }
 
-static void change_values(kvio_config_t *config)
-{
+static void change_values(kvio_config_t *config) {
     kvio_node_t *entity;
     char old[64];
     uint32_t references;
@@ -92,8 +85,7 @@ static void change_values(kvio_config_t *config)
 }
 
 /* A group whose members are services and other groups of services, and what it comes to. */
-static void make_nested_group(kvio_config_t *config)
-{
+static void make_nested_group(kvio_config_t *config) {
     kvio_iterator_t *group = kvio_create_group(config, "object/service", "service_object_t", "branch-office");
 
     expect(group != NULL, "kvio_create_group");
@@ -107,8 +99,7 @@ static void make_nested_group(kvio_config_t *config)
     kvio_close_group(group);
 }
 
-static void change_and_roll_back(kvio_config_t *config)
-{
+static void change_and_roll_back(kvio_config_t *config) {
     int before = kvio_entity_count(config, "object/user_group", "group_description_t");
     kvio_checkpoint_t *checkpoint = kvio_create_checkpoint(config, "object/user_group");
 
@@ -122,8 +113,7 @@ static void change_and_roll_back(kvio_config_t *config)
     expect(kvio_entity_count(config, "object/user_group", "group_description_t") == before, "the roll-back");
 }
 
-static int session(const char *name)
-{
+static int session(const char *name) {
     kvio_config_t *config;
     int bytes;
 
@@ -155,8 +145,7 @@ static int session(const char *name)
     return 0;
 }
 
-static int try_to_open(const char *name)
-{
+static int try_to_open(const char *name) {
     kvio_config_t *config = kvio_open_config(name, 0);
 
     printf("%s: %s, code %d\n", name, config ? "opened" : "not opened", kvio_errno);
@@ -164,8 +153,7 @@ static int try_to_open(const char *name)
     return 0;
 }
 
-static int read_services(const char *path)
-{
+static int read_services(const char *path) {
     kvio_config_t *snapshot = kvio_restore_scope(path);
     kvio_iterator_t *group;
 
@@ -180,8 +168,7 @@ static int read_services(const char *path)
     return 0;
 }
 
-int main(int count, char **arguments)
-{
+int main(int count, char **arguments) {
     program = arguments[0];
     setvbuf(stdout, NULL, _IOLBF, BUFSIZ); /* in order with the diagnostics, wherever both go */
     kvio_initialize();

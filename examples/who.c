@@ -13,8 +13,7 @@
 #include <stdio.h>
 #include <string.h>
 
-static int show(const char *user, const user_profile_t *profile)
-{
+static int show(const char *user, const user_profile_t *profile) {
     static const char *const types[] = {"administrator", "user", "guest", "external user", "limited administrator"};
     int known = profile->type >= 0 && profile->type < 5;
     printf("%-8s %s, access %d, visibility %d, lease %d, again after %d, remote administration %s, remote access %s",
@@ -26,39 +25,40 @@ static int show(const char *user, const user_profile_t *profile)
     return 1;
 }
 
-static int may(const char *user)
-{
+static int may(const char *user) {
     user_profile_t *profile = get_user_profile(user);
-    if (profile) show(user, profile);
-    else printf("%-8s has not logged in, or has no account\n", user);
+    if (profile)
+        show(user, profile);
+    else
+        printf("%-8s has not logged in, or has no account\n", user);
     free_user_profile(profile);
     return 1;
 }
 
-static int in(const char *group, const char *user)
-{
+static int in(const char *group, const char *user) {
     int result = check_user_in_group(group, user);
-    if (result < 0) printf("%-8s the group %s cannot be read\n", user, group);
-    else printf("%-8s is %sin the group %s\n", user, result ? "" : "not ", group);
+    if (result < 0)
+        printf("%-8s the group %s cannot be read\n", user, group);
+    else
+        printf("%-8s is %sin the group %s\n", user, result ? "" : "not ", group);
     return result >= 0;
 }
 
-static int defined(const char *group)
-{
+static int defined(const char *group) {
     int result = verify_user_group(group);
-    if (result < 0) printf("%-8s cannot be looked up\n", group);
-    else printf("%-8s is %sdefined\n", group, result ? "" : "not ");
+    if (result < 0)
+        printf("%-8s cannot be looked up\n", group);
+    else
+        printf("%-8s is %sdefined\n", group, result ? "" : "not ");
     return result >= 0;
 }
 
-static int defaults(void)
-{
+static int defaults(void) {
     user_profile_t profile = {0};
     return get_remote_setting(&profile, "(all)") == 0 && show(profile.name, &profile);
 }
 
-int main(int count, char **arguments)
-{
+int main(int count, char **arguments) {
     int answered = 1, i;
 
     kvio_initialize();

@@ -32,8 +32,21 @@ public:
     }
     int position() { return static_cast<int>(byte() % 64) - 32 - 16; }
     const char *scope() {
-        static const char *const scopes[] = {"s", "s/u", "object/address", "*", "s | /kavex/u", "..", "count(s)",
-                                             "s[1]", "descendant::u", "@a", "", "s/text()", "namespace::x", "x:s", "["};
+        static const char *const scopes[] = {"s",
+                                             "s/u",
+                                             "object/address",
+                                             "*",
+                                             "s | /kavex/u",
+                                             "..",
+                                             "count(s)",
+                                             "s[1]",
+                                             "descendant::u",
+                                             "@a",
+                                             "",
+                                             "s/text()",
+                                             "namespace::x",
+                                             "x:s",
+                                             "["};
         return pick(scopes);
     }
     const char *type() {
@@ -41,16 +54,26 @@ public:
         return pick(types);
     }
     const char *name() {
-        static const char *const names[] = {"a", "b", "c", "d", "e", "f", "g", "lan", "#1", "", "&amp;", "&", "&#38;",
-                                            "a'\"b", "&e;", "<", "\xc3\xa4", "&#0;", "&#x110000;", "a\tb"};
+        static const char *const names[] = {"a",   "b",  "c",        "d",     "e",          "f",     "g",
+                                            "lan", "#1", "",         "&amp;", "&",          "&#38;", "a'\"b",
+                                            "&e;", "<",  "\xc3\xa4", "&#0;",  "&#x110000;", "a\tb"};
         return pick(names);
     }
     const char *field() {
-        static const char *const fields[] = {"f", "ip", "g", "reference", "name", "type", "p:f", "xml:id", "xmlns", "text"};
+        static const char *const fields[] = {"f",    "ip",  "g",      "reference", "name",
+                                             "type", "p:f", "xml:id", "xmlns",     "text"};
         return pick(fields);
     }
     const char *value() {
-        static const char *const values[] = {"", "x", "4294967295", "-1", " 7 ", "<>&\"'", "&e;", "\n", "]]>",
+        static const char *const values[] = {"",
+                                             "x",
+                                             "4294967295",
+                                             "-1",
+                                             " 7 ",
+                                             "<>&\"'",
+                                             "&e;",
+                                             "\n",
+                                             "]]>",
                                              "a long text that does not fit into small buffers of a caller",
                                              "\xc3\xa4\xe2\x82\xac"};
         return pick(values);
@@ -115,25 +138,43 @@ void check_getters(unsigned size, Bounded bounded, Whole whole, bool cleared) {
 void container_call(Session &session, Calls &calls, unsigned function) {
     kvio_iterator_t *c = session.container();
     switch (function) {
-        case 0: kvio_join(c, calls.name(), calls.byte() & 1); break;
-        case 1: kvio_remove(c, calls.name()); break;
+        case 0:
+            kvio_join(c, calls.name(), calls.byte() & 1);
+            break;
+        case 1:
+            kvio_remove(c, calls.name());
+            break;
         case 2: {
             const char *old_name = calls.name();
             kvio_change_container_element(c, old_name, calls.name());
             break;
         }
-        case 3: kvio_append(c, calls.name()); break;
+        case 3:
+            kvio_append(c, calls.name());
+            break;
         case 4: {
             const char *name = calls.name();
             kvio_insert(c, name, calls.position());
             break;
         }
-        case 5: kvio_delete(c, calls.position()); break;
-        case 6: kvio_size(c); break;
-        case 7: kvio_real_size(c); break;
-        case 8: kvio_check_loop(c); break;
-        case 9: check_array(kvio_retrieve_all(c)); break;
-        case 10: check_array(kvio_retrieve_all2(c)); break;
+        case 5:
+            kvio_delete(c, calls.position());
+            break;
+        case 6:
+            kvio_size(c);
+            break;
+        case 7:
+            kvio_real_size(c);
+            break;
+        case 8:
+            kvio_check_loop(c);
+            break;
+        case 9:
+            check_array(kvio_retrieve_all(c));
+            break;
+        case 10:
+            check_array(kvio_retrieve_all2(c));
+            break;
         case 11: {
             unsigned position = calls.byte() % 16, size = 1 + calls.byte() % 40;
             if (!c) break;
@@ -142,7 +183,9 @@ void container_call(Session &session, Calls &calls, unsigned function) {
                 [&](char *b) { return kvio_regain_index(c, position, b); }, false);
             break;
         }
-        case 12: session.entity = kvio_retrieve_index(c, calls.byte() % 16); break;
+        case 12:
+            session.entity = kvio_retrieve_index(c, calls.byte() % 16);
+            break;
         case 13: {
             const char *attribute = calls.field();
             const char *value = calls.value();
@@ -152,7 +195,9 @@ void container_call(Session &session, Calls &calls, unsigned function) {
             kvio_setattr_container(c, attribute, value);
             break;
         }
-        case 14: kvio_unsetattr_container(c, calls.field()); break;
+        case 14:
+            kvio_unsetattr_container(c, calls.field());
+            break;
         default: {
             const char *attribute = calls.field();
             unsigned size = 1 + calls.byte() % 40;
@@ -168,12 +213,14 @@ void entity_call(Session &session, Calls &calls, unsigned function) {
     kvio_node_t *e = session.entity;
     uint32_t number;
     switch (function) {
-        case 0: kvio_compare_name(e, calls.name()); break;
+        case 0:
+            kvio_compare_name(e, calls.name());
+            break;
         case 1: {
             unsigned size = 1 + calls.byte() % 40;
             check_getters(
-                size, [&](char *b, unsigned n) { return kvio_name2(e, b, n); }, [&](char *b) { return kvio_name(e, b); },
-                true);
+                size, [&](char *b, unsigned n) { return kvio_name2(e, b, n); },
+                [&](char *b) { return kvio_name(e, b); }, true);
             break;
         }
         case 2:
@@ -187,7 +234,9 @@ void entity_call(Session &session, Calls &calls, unsigned function) {
             MUST(kvio_get2(e, field, text, sizeof text) == 1);
             break;
         }
-        case 4: kvio_unset(e, calls.field()); break;
+        case 4:
+            kvio_unset(e, calls.field());
+            break;
         case 5: {
             const char *field = calls.field();
             unsigned size = 1 + calls.byte() % 40;
@@ -205,7 +254,9 @@ void entity_call(Session &session, Calls &calls, unsigned function) {
             kvio_setattr_entity(e, attribute, value);
             break;
         }
-        case 7: kvio_unsetattr_entity(e, calls.field()); break;
+        case 7:
+            kvio_unsetattr_entity(e, calls.field());
+            break;
         case 8: {
             const char *attribute = calls.field();
             unsigned size = 1 + calls.byte() % 40;
@@ -214,8 +265,11 @@ void entity_call(Session &session, Calls &calls, unsigned function) {
                 [&](char *b) { return kvio_getattr_entity(e, attribute, b); }, true);
             break;
         }
-        case 9: kvio_increase_entity_attr(e, calls.byte() & 1 ? "reference" : "name", &number); break;
-        default: kvio_decrease_entity_attr(e, calls.byte() & 1 ? "reference" : "name", nullptr);
+        case 9:
+            kvio_increase_entity_attr(e, calls.byte() & 1 ? "reference" : "name", &number);
+            break;
+        default:
+            kvio_decrease_entity_attr(e, calls.byte() & 1 ? "reference" : "name", nullptr);
     }
 }
 
@@ -259,9 +313,15 @@ void document_call(Session &session, Calls &calls, unsigned function) {
             if (found) session.entity = found;
             break;
         }
-        case 6: check_array(kvio_list_entities(config, scope, calls.type())); break;
-        case 7: MUST(kvio_entity_count(config, scope, calls.type()) >= 0); break;
-        case 8: kvio_backup_scope(config, scope, side_path); break;
+        case 6:
+            check_array(kvio_list_entities(config, scope, calls.type()));
+            break;
+        case 7:
+            MUST(kvio_entity_count(config, scope, calls.type()) >= 0);
+            break;
+        case 8:
+            kvio_backup_scope(config, scope, side_path);
+            break;
         case 9:
             kvio_release_checkpoint(session.checkpoint);
             session.checkpoint = kvio_create_checkpoint(config, scope);
@@ -287,14 +347,22 @@ void document_call(Session &session, Calls &calls, unsigned function) {
                 kvio_close_config(old);
             }
             break;
-        case 13: kvio_save_as(config, calls.byte() % 2 ? "b.xml" : "c.xml"); break;
+        case 13:
+            kvio_save_as(config, calls.byte() % 2 ? "b.xml" : "c.xml");
+            break;
         case 14: {
             // Not of the one that is open: a restored document may have given its lock up.
             const char *file = calls.byte() % 2 ? "b.xml" : "c.xml", *other = calls.byte() % 2 ? "b.xml" : "c.xml";
             switch (calls.byte() % 4) {
-                case 0: kvio_copy_config(file, other); break;
-                case 1: kvio_rename_config(file, other); break;
-                case 2: kvio_remove_config(file); break;
+                case 0:
+                    kvio_copy_config(file, other);
+                    break;
+                case 1:
+                    kvio_rename_config(file, other);
+                    break;
+                case 2:
+                    kvio_remove_config(file);
+                    break;
                 default:
                     if (kvio_config_t *made = kvio_open_config(file, KVIO_CREATE)) kvio_close_config(made);
             }
@@ -325,9 +393,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             unsigned which = function % 16;
             switch (function / 16 % 4) {
                 case 0:
-                case 1: document_call(session, calls, which); break;
-                case 2: container_call(session, calls, which); break;
-                default: entity_call(session, calls, which % 11);
+                case 1:
+                    document_call(session, calls, which);
+                    break;
+                case 2:
+                    container_call(session, calls, which);
+                    break;
+                default:
+                    entity_call(session, calls, which % 11);
             }
         }
         // What was saved can be opened, and where a save fails, what was there before.

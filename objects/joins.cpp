@@ -95,8 +95,10 @@ int join_entry(const group_desc_t *group, const char *name, void *entry_data, vo
         return 1;
     }
     if (!kvio_join(opened.get(), name, 1)) {
-        if (count == 0) undefine_entry(group, name);
-        else kvlog(GROUP_OP, "%s: cannot join entry %s\n", group->label, name);
+        if (count == 0)
+            undefine_entry(group, name);
+        else
+            kvlog(GROUP_OP, "%s: cannot join entry %s\n", group->label, name);
         return 1;
     }
     if (property_data && !add_properties(group, name, property_data)) return 1;

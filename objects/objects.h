@@ -23,24 +23,25 @@ constexpr bool in_slots_of_pointers(Offset... offset) {
     return ((offset == slot++ * sizeof(void *)) && ...);
 }
 
-static_assert(in_slots_of_pointers(
-    offsetof(list_desc_t, label), offsetof(list_desc_t, config), offsetof(list_desc_t, scope),
-    offsetof(list_desc_t, type), offsetof(list_desc_t, name), offsetof(list_desc_t, max_entries),
-    offsetof(list_desc_t, begin), offsetof(list_desc_t, print_entry), offsetof(list_desc_t, end),
-    offsetof(list_desc_t, print_name), offsetof(list_desc_t, alloc_entry), offsetof(list_desc_t, set_entry),
-    offsetof(list_desc_t, reserved), offsetof(list_desc_t, get_entry), offsetof(list_desc_t, free_entry),
-    sizeof(list_desc_t)));
+static_assert(in_slots_of_pointers(offsetof(list_desc_t, label), offsetof(list_desc_t, config),
+                                   offsetof(list_desc_t, scope), offsetof(list_desc_t, type),
+                                   offsetof(list_desc_t, name), offsetof(list_desc_t, max_entries),
+                                   offsetof(list_desc_t, begin), offsetof(list_desc_t, print_entry),
+                                   offsetof(list_desc_t, end), offsetof(list_desc_t, print_name),
+                                   offsetof(list_desc_t, alloc_entry), offsetof(list_desc_t, set_entry),
+                                   offsetof(list_desc_t, reserved), offsetof(list_desc_t, get_entry),
+                                   offsetof(list_desc_t, free_entry), sizeof(list_desc_t)));
 static_assert(in_slots_of_pointers(
     offsetof(group_desc_t, label), offsetof(group_desc_t, config), offsetof(group_desc_t, scope),
     offsetof(group_desc_t, type), offsetof(group_desc_t, property_type), offsetof(group_desc_t, name),
     offsetof(group_desc_t, max_groups), offsetof(group_desc_t, begin), offsetof(group_desc_t, print_group),
     offsetof(group_desc_t, end), offsetof(group_desc_t, print_entry), offsetof(group_desc_t, alloc_entry),
     offsetof(group_desc_t, set_entry), offsetof(group_desc_t, entry_removed), offsetof(group_desc_t, get_entry),
-    offsetof(group_desc_t, free_entry), offsetof(group_desc_t, print_property),
-    offsetof(group_desc_t, alloc_property), offsetof(group_desc_t, set_property),
-    offsetof(group_desc_t, property_removed), offsetof(group_desc_t, get_property),
-    offsetof(group_desc_t, free_property), offsetof(group_desc_t, export_begin), offsetof(group_desc_t, export_entry),
-    offsetof(group_desc_t, export_property), offsetof(group_desc_t, export_discard), sizeof(group_desc_t)));
+    offsetof(group_desc_t, free_entry), offsetof(group_desc_t, print_property), offsetof(group_desc_t, alloc_property),
+    offsetof(group_desc_t, set_property), offsetof(group_desc_t, property_removed),
+    offsetof(group_desc_t, get_property), offsetof(group_desc_t, free_property), offsetof(group_desc_t, export_begin),
+    offsetof(group_desc_t, export_entry), offsetof(group_desc_t, export_property),
+    offsetof(group_desc_t, export_discard), sizeof(group_desc_t)));
 static_assert(sizeof(void *) != 4 || (sizeof(list_desc_t) == 60 && sizeof(group_desc_t) == 104));
 
 namespace objects {
@@ -59,7 +60,9 @@ public:
 using Buffer = std::unique_ptr<void, void (*)(void *)>;
 
 template <class Record>
-Buffer entry_buffer(const Record *record) { return Buffer(record->alloc_entry(), record->free_entry); }
+Buffer entry_buffer(const Record *record) {
+    return Buffer(record->alloc_entry(), record->free_entry);
+}
 
 inline Buffer property_buffer(const group_desc_t *group) {
     return Buffer(group->alloc_property(), group->free_property);
@@ -135,9 +138,7 @@ public:
     kvio_node_t *find() const {
         return kvio_retrieve_entity(group_->config, group_->scope, group_->property_type, name_);
     }
-    kvio_node_t *define() const {
-        return kvio_define2(group_->config, group_->scope, group_->property_type, name_);
-    }
+    kvio_node_t *define() const { return kvio_define2(group_->config, group_->scope, group_->property_type, name_); }
     bool undefine() const { return kvio_undefine(group_->config, group_->scope, group_->property_type, name_) != 0; }
 
 private:

@@ -9,11 +9,11 @@
 #include <stdlib.h>
 #include <syslog.h>
 
-__attribute__((visibility("default"), format(printf, 9, 10)))
-void kvlog(int a, int b, int c, int d, int e, int f, int g, const char *tag, const char *format, ...);
+__attribute__((visibility("default"), format(printf, 9, 10))) void kvlog(int a, int b, int c, int d, int e, int f,
+                                                                         int g, const char *tag, const char *format,
+                                                                         ...);
 
-void kvlog(int a, int b, int c, int d, int e, int f, int g, const char *tag, const char *format, ...)
-{
+void kvlog(int a, int b, int c, int d, int e, int f, int g, const char *tag, const char *format, ...) {
     char line[2048];
     const char *echo = getenv("KVLOG_STDERR");
     va_list arguments;

@@ -41,8 +41,8 @@ public:
     ~FileLock() { unlock(); }
 
     Status status() const noexcept { return status_; }
-    int reason() const noexcept { return reason_; }      // errno of what failed
-    bool created() const noexcept { return created_; }   // the file was missing at first
+    int reason() const noexcept { return reason_; }     // errno of what failed
+    bool created() const noexcept { return created_; }  // the file was missing at first
     int id() const noexcept { return id_; }
 
     void unlock() noexcept;

@@ -166,10 +166,8 @@ Found find(xmlDoc *document, const char *scope, const char *type, const char *na
         return found;
     }
     Evaluation all = evaluate(document, scope, type, name);
-    if (all.status == Evaluation::no_context)
-        return fail(Found{}, KVIO_XML, "%s error on xmlXPathNewContext()\n", who);
-    if (all.status == Evaluation::failed)
-        return fail(Found{}, KVIO_XML, "%s error on xmlXPathEvalExpression()\n", who);
+    if (all.status == Evaluation::no_context) return fail(Found{}, KVIO_XML, "%s error on xmlXPathNewContext()\n", who);
+    if (all.status == Evaluation::failed) return fail(Found{}, KVIO_XML, "%s error on xmlXPathEvalExpression()\n", who);
     return {true, all.count, all.only};
 }
 

@@ -49,8 +49,8 @@ bool set_character_data(xmlNode *member, const char *text) {
 }
 
 xml::Detached new_element(const xmlNode *container, const char *kind, const char *who) {
-    auto member = xml::guarded<xml::Detached>(
-        [&] { return xmlNewDocNode(container->doc, nullptr, xml::str(kind), nullptr); });
+    auto member =
+        xml::guarded<xml::Detached>([&] { return xmlNewDocNode(container->doc, nullptr, xml::str(kind), nullptr); });
     if (!member) return fail(nullptr, KVIO_XML, "%s error on xmlNewNode(): no memory?\n", who);
     return member;
 }

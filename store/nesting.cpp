@@ -97,8 +97,7 @@ Nesting::Frame Nesting::enter(std::uint32_t container, long long value) const no
 int Nesting::check_loop() const noexcept {
     Array<bool> passed;
     Array<Frame> way;
-    if (!passed.fill(read_.size(), false) || !way.push(enter(0, 0)))
-        return fail(-1, KVIO_NO_MEMORY);
+    if (!passed.fill(read_.size(), false) || !way.push(enter(0, 0))) return fail(-1, KVIO_NO_MEMORY);
     passed[0] = true;
     while (!way.empty()) {
         Frame &frame = way.top();

@@ -139,8 +139,7 @@ kvio_node_t *kvio_retrieve_index(kvio_iterator_t *iterator, unsigned int positio
     const xmlAttr *type = xml::attribute(container, "type");
     if (!type) return fail(nullptr, KVIO_BAD_SCOPE, "%s() fatal error: container is broken\n", __func__);
     xml::Text type_text = xml::Text::of(type);
-    store::Found found =
-        store::find_entities(container->doc, iterator->scope, type_text.get(), name.get(), __func__);
+    store::Found found = store::find_entities(container->doc, iterator->scope, type_text.get(), name.get(), __func__);
     if (!found.ok) return nullptr;
     if (found.count != 1)
         return fail(nullptr, KVIO_BAD_SCOPE, "%s() fatal error: entity not existed or multiple instances\n", __func__);

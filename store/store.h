@@ -24,8 +24,8 @@ struct kvio_iterator_t {
 };
 
 static_assert(offsetof(kvio_config_t, doc) == 4096 && offsetof(kvio_iterator_t, node) == 16);
-static_assert(sizeof(void *) != 4 || (sizeof(kvio_config_t) == 4104 && sizeof(kvio_iterator_t) == 156 &&
-                                      sizeof(kvio_entities_t) == 12));
+static_assert(sizeof(void *) != 4 ||
+              (sizeof(kvio_config_t) == 4104 && sizeof(kvio_iterator_t) == 156 && sizeof(kvio_entities_t) == 12));
 
 namespace store {
 

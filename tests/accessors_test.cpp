@@ -12,10 +12,10 @@ TEST_F(Accessors, IntegersAreReadAsFarAsTheyGo) {
     };
     const std::string zeros(62, '0');
     const std::string beyond = zeros + "123";  // the 64th byte is cut off
-    for (const Row &row : {Row{"12abc", 12}, Row{"abc", 0}, Row{"", 0}, Row{"  -7", -7}, Row{"+8", 8}, Row{"0x10", 0},
-                           Row{"2147483647", 2147483647}, Row{"2147483648", 2147483647},
-                           Row{"-2147483649", -2147483647 - 1}, Row{"99999999999999999999", 2147483647},
-                           Row{beyond.c_str(), 1}}) {
+    for (const Row &row :
+         {Row{"12abc", 12}, Row{"abc", 0}, Row{"", 0}, Row{"  -7", -7}, Row{"+8", 8}, Row{"0x10", 0},
+          Row{"2147483647", 2147483647}, Row{"2147483648", 2147483647}, Row{"-2147483649", -2147483647 - 1},
+          Row{"99999999999999999999", 2147483647}, Row{beyond.c_str(), 1}}) {
         SCOPED_TRACE(row.text);
         std::string attribute = std::string(" n=\"") + row.text + "\"/>";
         load("<t name=\"a\"" + attribute + "<group name=\"g\" type=\"t\"" + attribute);

@@ -16,8 +16,9 @@ protected:
         log_in(0, "r", 2);
         radius(0, "r", 0, 1, 1);
         write_file("/etc/passwd", "");
-        write_file("/tmp/template_group.xml", "<kavex><object><user_group><group name=\"r\" "
-                                              "type=\"user_group_object_t\"/></user_group></object></kavex>");
+        write_file("/tmp/template_group.xml",
+                   "<kavex><object><user_group><group name=\"r\" "
+                   "type=\"user_group_object_t\"/></user_group></object></kavex>");
         return seen(operation);
     }
 };
@@ -31,8 +32,8 @@ TEST_F(AuthBuffer, TheFirstSlotInUseWithExactlyTheNameCounts) {
     log_in(4, name31, 5);
     log_in(48, "alice", 7);
     log_in(49, "alice", 2);
-    for (const auto &[user, method] : {std::pair<std::string, int>("alice", 7), {"al", 1}, {"", -1}, {name31, 5},
-                                       {name32, -1}, {name32 + "n", -1}})
+    for (const auto &[user, method] :
+         {std::pair<std::string, int>("alice", 7), {"al", 1}, {"", -1}, {name31, 5}, {name32, -1}, {name32 + "n", -1}})
         EXPECT_EQ(get_auth_module(user.c_str()), method) << user;
 }
 
@@ -123,8 +124,8 @@ TEST_F(AuthBuffer, WhatFailsIsLoggedAndTheLockGivenBack) {
         {release, "shmget", 1, "-1|[release_auth_list]" + no_buffer},
         {release, "shmat", 1, "-1|[release_auth_list]Attach shared buffer has failed. User:r."},
         {release, "shmget", 2, "0|[release_radius_db]" + no_buffer},
-        {from_radius, "shmget", 1, "-1|[check_radius_db]" + no_buffer +
-                                       "|[get_info_from_radius]User:r does not found in RADIUS database."},
+        {from_radius, "shmget", 1,
+         "-1|[check_radius_db]" + no_buffer + "|[get_info_from_radius]User:r does not found in RADIUS database."},
         {from_radius, "shmget", 2, "-1|[get_info_from_radius]" + no_buffer},
         {profile, "semop", 1, "0|[get_user_profile]" + not_locked},
         {profile, "shmget", 1, "0|[get_auth_module]" + no_buffer + "|User:r has passed -1 authentication method."},
@@ -159,11 +160,13 @@ TEST_F(AuthBuffer, BufferAndFilesAreOpenUnderTheLockOnly) {
         {release, "shmat", 2}, {profile, "shmat", 3}, {group, "open", 1}, {verify, "open", 1}};
     for (const auto &[operation, opens, times] : rows) {
         for (int nth = 1; nth <= times; ++nth) {
-            faults::intrude(opens, [&] { EXPECT_EQ(lock_value(), 0); }, nth);
+            faults::intrude(
+                opens, [&] { EXPECT_EQ(lock_value(), 0); }, nth);
             perform(operation);
             EXPECT_TRUE(faults::struck());
         }
-        faults::intrude("semop", [&] { EXPECT_EQ(attachments(), 1); }, 2);
+        faults::intrude(
+            "semop", [&] { EXPECT_EQ(attachments(), 1); }, 2);
         perform(operation);
         EXPECT_TRUE(faults::struck());
         pid_t killed = fork();

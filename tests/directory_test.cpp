@@ -17,10 +17,10 @@ protected:
         UsersTest::SetUp();
         ASSERT_EQ(symlink("/usr/bin/ldapsearch", "/bin/ldapsearch"), 0);
         std::string ldif;
-        for (const char *user : {"a*b\ntype: user\nleaseTime: 1", "axb\ntype: admin\nleaseTime: 2",
-                                 "x(y)z\ntype: user\nleaseTime: 3", "p\\q\ntype: user\nleaseTime: 5",
-                                 "q\"r s\ntype: user\nleaseTime: 7", "twin\ntype: limited-admin\nleaseTime: 9",
-                                 "twin\ntype: limited-admin\nleaseTime: 9"}) {
+        for (const char *user :
+             {"a*b\ntype: user\nleaseTime: 1", "axb\ntype: admin\nleaseTime: 2", "x(y)z\ntype: user\nleaseTime: 3",
+              "p\\q\ntype: user\nleaseTime: 5", "q\"r s\ntype: user\nleaseTime: 7",
+              "twin\ntype: limited-admin\nleaseTime: 9", "twin\ntype: limited-admin\nleaseTime: 9"}) {
             const std::string name = "cn=" + std::to_string(ldif.size());  // another one each time
             ldif += "dn: " + name + ",dc=example\nobjectClass: applianceUser\nuid: " + user + "\nreauthTime: 1\n\n";
         }

@@ -21,8 +21,8 @@ void PrintTo(const Found &found, std::ostream *out) { *out << found.result << " 
 std::string stored(const std::string &name, const std::vector<std::string> &members) {
     std::string text = "<group name=\"" + name + "\" type=\"t\"" + (members.empty() ? "/>" : ">");
     for (const std::string &member : members)
-        text += member[0] == '+' ? "<container>" + member.substr(1) + "</container>"
-                                 : "<entity>" + member + "</entity>";
+        text +=
+            member[0] == '+' ? "<container>" + member.substr(1) + "</container>" : "<entity>" + member + "</entity>";
     return members.empty() ? text : text + "</group>";
 }
 
@@ -65,8 +65,7 @@ TEST_F(Export, AFailedSizeIsLoggedForTheGroupThatHasIt) {
     group_desc_t g = group("");
     g.name = name;
     fail("kvio_size", 2);
-    EXPECT_EQ(run([&] { return valid_property("deep_a", &g, "a"); }).log,
-              group_op("Group: cannot get size of group"));
+    EXPECT_EQ(run([&] { return valid_property("deep_a", &g, "a"); }).log, group_op("Group: cannot get size of group"));
     EXPECT_STREQ(name, "deep");
 }
 
@@ -169,9 +168,11 @@ group_desc_t *looked_at;
 std::string names_seen;
 
 TEST_F(Export, TheRecordNamesTheGroupOfTheProperties) {
-    load(entity("a") + "<p name=\"x_a\"/><p name=\"h_a\"/><p name=\"g_a\"/>"
+    load(entity("a") +
+         "<p name=\"x_a\"/><p name=\"h_a\"/><p name=\"g_a\"/>"
          "<group name=\"a_property\" type=\"p\"><entity>x_a</entity><entity>h_a</entity><entity>g_a</entity>"
-         "<entity>h_a</entity></group>" + stored("g", {"+h", "a"}) + stored("h", {"a"}) + stored("x", {"a"}));
+         "<entity>h_a</entity></group>" +
+         stored("g", {"+h", "a"}) + stored("h", {"a"}) + stored("x", {"a"}));
     group_desc_t g = group("g");
     char *own = g.name;
     looked_at = &g;

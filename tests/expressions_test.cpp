@@ -27,10 +27,21 @@ TEST_F(Expressions, TheWalkAnswersLikeTheExpression) {
     auto one_of = [&](const std::vector<std::string> &texts) { return texts[random() % texts.size()]; };
     const std::vector<std::string> elements = {"a", "a", "a", "b", "t", "n:a"};
     const std::string longest(135, 'n');
-    const std::vector<std::string> attributes = {
-        "", " name='x'", " name='y'", " name=''", " name='x' n:name='y'", " n:name='x'", " name='x&amp;&#121;'",
-        " name='xy&e;'", " k='x' name='x' xmlns='urn:other'", " xmlns='' name='x'", " xmlns:n='urn:m'",
-        " name='x&quot;] | //a[&quot;'", " name='&quot;'", " name='\xc3\xa9'", " name='" + longest + "'"};
+    const std::vector<std::string> attributes = {"",
+                                                 " name='x'",
+                                                 " name='y'",
+                                                 " name=''",
+                                                 " name='x' n:name='y'",
+                                                 " n:name='x'",
+                                                 " name='x&amp;&#121;'",
+                                                 " name='xy&e;'",
+                                                 " k='x' name='x' xmlns='urn:other'",
+                                                 " xmlns='' name='x'",
+                                                 " xmlns:n='urn:m'",
+                                                 " name='x&quot;] | //a[&quot;'",
+                                                 " name='&quot;'",
+                                                 " name='\xc3\xa9'",
+                                                 " name='" + longest + "'"};
     std::function<std::string(int)> elements_below = [&](int depth) {
         std::string text;
         for (unsigned count = random() % (depth ? 4 : 2); count--;) {
@@ -41,10 +52,10 @@ TEST_F(Expressions, TheWalkAnswersLikeTheExpression) {
         }
         return text;
     };
-    const std::vector<std::string> scopes = {"a", "a", "b", "t", "a/b", "a/a", "b/a/t", "n:a", "a/", "*",
-                                             "*[self::a or self::b]"};
+    const std::vector<std::string> scopes = {
+        "a", "a", "b", "t", "a/b", "a/a", "b/a/t", "n:a", "a/", "*", "*[self::a or self::b]"};
     const std::vector<std::string> names = {"x",   "x",   "x",  "x\"] | //a[\"", "y",     "",
-                                            "x&y", "xye", "\"", "\xc3\xa9",     longest, " x "};
+                                            "x&y", "xye", "\"", "\xc3\xa9",      longest, " x "};
     int unique = 0, several = 0;
     for (int document = 0; document < 600 && !HasFailure(); ++document) {
         const std::string root = one_of({"<kavex>", "<kavex>", "<kavex>", "<kavex xmlns=\"urn:d\">", "<other>"});

@@ -293,7 +293,8 @@ TEST_F(Hostile, OtherEncodingsAreReadAndKept) {
 // The XML library knows more encodings than it can write every character in; it does not report the end of its
 // capacities.
 TEST_F(Hostile, ADocumentThatItsEncodingCutsOffIsNotSaved) {
-    const std::string file = "<?xml version=\"1.0\" encoding=\"ISO-885-91\"?><kavex><s><t name=\"a\"><f>1</f></t></s></kavex>";
+    const std::string file =
+        "<?xml version=\"1.0\" encoding=\"ISO-885-91\"?><kavex><s><t name=\"a\"><f>1</f></t></s></kavex>";
     write_config("a.xml", file);
     if (open("a.xml").code == KVIO_MALFORMED) GTEST_SKIP() << "this XML library does not know the encoding";
     kvio_node_t *entity = first();

@@ -74,8 +74,12 @@ TEST_F(Ldap, SettingsThatCannotBeUsed) {
         settings(std::string(four).erase(four.find(missing), std::strlen(missing)));
         EXPECT_EQ(look_up(), "-1 -" + failed);
     }
-    for (const auto &[key, size] : {std::pair("host ", 128), {"port ", 8}, {"base ", 300}, {"pam_login_attribute ", 64},
-                                    {"binddn ", 128}, {"bindpw ", 128}}) {
+    for (const auto &[key, size] : {std::pair("host ", 128),
+                                    {"port ", 8},
+                                    {"base ", 300},
+                                    {"pam_login_attribute ", 64},
+                                    {"binddn ", 128},
+                                    {"bindpw ", 128}}) {
         // With the line feed it has the size of the buffer.
         settings(four + key + std::string(static_cast<size_t>(size) - 1, ' ') + "\n" + key + "v\n");
         EXPECT_EQ(look_up(), "-1 -|LDAP setting " + std::string(key) + "is too long." + failed);
@@ -182,7 +186,8 @@ TEST_F(Ldap, WhateverTheToolDoesTheCallReturnsInTime) {
         search_tool(row.commands);
         const auto start = std::chrono::steady_clock::now();
         EXPECT_THAT(look_up(), AllOf(StartsWith(row.message == good ? "0 a" + found + "|" : "-1 -|"),
-                                     EndsWith(search + "LDAP server h. " + row.message))) << row.commands;
+                                     EndsWith(search + "LDAP server h. " + row.message)))
+            << row.commands;
         const auto elapsed = (std::chrono::steady_clock::now() - start) / std::chrono::milliseconds(1);
         EXPECT_THAT(elapsed, AllOf(testing::Ge(row.at_least), testing::Le(row.at_most))) << row.commands;
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << row.commands;
@@ -237,8 +242,9 @@ TEST_F(Ldap, TheCallersSignalsAndDescriptorsPlayNoPart) {
                 for (int fd = first; fd <= last; ++fd) close(fd);
             });
     // The listing itself is descriptor 3.
-    search_tool("(grep 'Sig[BI]' /proc/self/status; ls /proc/self/fd) | tr -d '\\n' >/tmp/state\n"
-                "cat /tmp/entry; sleep .05; cat /tmp/result");
+    search_tool(
+        "(grep 'Sig[BI]' /proc/self/status; ls /proc/self/fd) | tr -d '\\n' >/tmp/state\n"
+        "cat /tmp/entry; sleep .05; cat /tmp/result");
     for (const auto &[name, prepare] : callers) {
         pid_t caller = fork();
         if (caller == 0) {

@@ -45,11 +45,15 @@ TEST_F(Local, ProfilesOfAccountLines) {
         {"\n", -1, ":::\n\n", "-1 -|"},
         {"alice", -1, "al:x\n", "-1 -|"},
         // Domain users have fixed numbers.
-        {"b", 0, "", "0 b - 1 80 80 10 180 1 1" + unknown_locally + search("User:b, type=admin.") +
-                         search("User:b has been found in local database.") + step("buf=b:x&admin&3&4&5&6&7&8:x\n") +
-                         step("User:b found in domain database."), "a:x&user&2:x\nb:x&admin&3&4&5&6&7&8:x\n"},
-        {"b", 2, "", "-1 -" + unknown_locally + search("User:b, type=admin.") + step("buf=") +
-                         step("User:b does not found in domain database."), "b:x&admin&1:x"},
+        {"b", 0, "",
+         "0 b - 1 80 80 10 180 1 1" + unknown_locally + search("User:b, type=admin.") +
+             search("User:b has been found in local database.") + step("buf=b:x&admin&3&4&5&6&7&8:x\n") +
+             step("User:b found in domain database."),
+         "a:x&user&2:x\nb:x&admin&3&4&5&6&7&8:x\n"},
+        {"b", 2, "",
+         "-1 -" + unknown_locally + search("User:b, type=admin.") + step("buf=") +
+             step("User:b does not found in domain database."),
+         "b:x&admin&1:x"},
         // Names that do not fit
         {name31, -1, name31 + ":x\n", "0 " + name31 + " - 2 50 50 10 180 0 1|"},
         {name32, -1, name32 + ":x\n", "-1 -" + search("User:" + name32 + " does not have attributes.") + too_long},

@@ -65,13 +65,15 @@ TEST_F(Lookup, MessagesInOrder) {
     };
     write_file("/etc/passwd", "radius-users:x&ext-user:&1:x\nradius-users:x&ext-user&1&2&3&4:x\n");
     log_in(0, "u", 2);
-    EXPECT_EQ(look_up("u"), "1 u radius-users 1 1 2 3 4 1 1|User:u has passed 2 authentication method."
-                            "|[get_info_from_radius]User:u does not found in RADIUS database." + absent("u") +
-                            "|Get user information from local database use default radius-user account."
-                            "|[get_passwd_line]User:radius-users, type=ext-user:."
-                            "|[get_passwd_line]User:radius-users, type=ext-user."
-                            "|[get_passwd_line]User:radius-users has been found in local database."
-                            "|User:u, type=user, lease time=3, reauth time=4.");
+    EXPECT_EQ(look_up("u"),
+              "1 u radius-users 1 1 2 3 4 1 1|User:u has passed 2 authentication method."
+              "|[get_info_from_radius]User:u does not found in RADIUS database." +
+                  absent("u") +
+                  "|Get user information from local database use default radius-user account."
+                  "|[get_passwd_line]User:radius-users, type=ext-user:."
+                  "|[get_passwd_line]User:radius-users, type=ext-user."
+                  "|[get_passwd_line]User:radius-users has been found in local database."
+                  "|User:u, type=user, lease time=3, reauth time=4.");
     for (const auto &[type, word] : {std::pair(3, "ext-user"), {0, "admin"}, {4, "limited-admin"}, {2, "guest"}}) {
         radius(0, "u", type, 8, 9);
         EXPECT_THAT(look_up("u"), EndsWith("|User:u has passed 2 authentication method." + absent("u") +

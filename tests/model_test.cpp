@@ -164,9 +164,12 @@ protected:
             Box box{below(12) ? kind : "list", below(12) ? 't' : 'u', name, ""};
             const int nested = cyclic ? 0 : i + 1;
             for (int j = below(6); j > 0; --j) {
-                if (below(12) == 0) box.members += "!_^Z"[below(4)];
-                else if (below(3) == 0 && nested < count) box.members += letter('A' + nested, count - nested);
-                else box.members += letter('a', few ? 3 : 8);
+                if (below(12) == 0)
+                    box.members += "!_^Z"[below(4)];
+                else if (below(3) == 0 && nested < count)
+                    box.members += letter('A' + nested, count - nested);
+                else
+                    box.members += letter('a', few ? 3 : 8);
             }
             model.boxes.push_back(box);
         }
@@ -200,14 +203,18 @@ protected:
     // Asks for everything about a container. Where containers are shared a line may come once for several paths.
     void compare(Model &model, Box &box) {
         open_box(box);
-        expect(model, [&] { return model.check_loop(box); }, [&] { return kvio_check_loop(iterator); });
-        expect(model, [&] { return model.size(box); }, [&] { return kvio_size(iterator); });
+        expect(
+            model, [&] { return model.check_loop(box); }, [&] { return kvio_check_loop(iterator); });
+        expect(
+            model, [&] { return model.size(box); }, [&] { return kvio_size(iterator); });
         const bool shared = model.check_loop(box) == 1;
-        expect(model, [&] { return model.real_size(box); }, [&] { return kvio_real_size(iterator); }, shared);
+        expect(
+            model, [&] { return model.real_size(box); }, [&] { return kvio_real_size(iterator); }, shared);
         for (bool checks : {true, false}) {
             std::string expected, seen;
-            expect(model, [&] { return model.retrieve(box, checks, expected); },
-                   [&] { return retrieve(checks, seen); }, shared);
+            expect(
+                model, [&] { return model.retrieve(box, checks, expected); }, [&] { return retrieve(checks, seen); },
+                shared);
             EXPECT_EQ(seen, expected);
         }
         for (unsigned position = 0; position <= box.members.size() + 1; ++position) compare(model, box, position);
@@ -265,13 +272,11 @@ private:
         try {
             documented.result = expected();
             documented.code = model.code;
-        } catch (const Endless &) {
-        }
+        } catch (const Endless &) {}
         documented.err = model.err;
         if (ignores_lines) outcome.err = documented.err = "";
         EXPECT_EQ(outcome, documented);
     }
-
 };
 
 // As snapshots: thousands of files under locks would only be slow.

@@ -66,20 +66,31 @@ protected:
             const std::string field = words[i].substr(words[i][0] == '-' ? 1 : 0, words[i].find('='));
             const int number = std::atoi(words[i].c_str() + words[i].find('=') + 1);
             if (words[1] == "l") {
-                if (words[i].rfind("max_entries=", 0) == 0) entries.max_entries = number;
-                else if (field == "print_name") entries.print_name = nullptr;
-                else EXPECT_TRUE(take_away(entries, field)) << field;
+                if (words[i].rfind("max_entries=", 0) == 0)
+                    entries.max_entries = number;
+                else if (field == "print_name")
+                    entries.print_name = nullptr;
+                else
+                    EXPECT_TRUE(take_away(entries, field)) << field;
                 continue;
             }
             group_desc_t &g = *record(words[1]);
-            if (words[i].rfind("max_groups=", 0) == 0) g.max_groups = number;
-            else if (field == "properties") without_properties(&g);
-            else if (field == "callbacks") without_callbacks(&g);
-            else if (field == "print_group") g.print_group = nullptr;
-            else if (field == "entry_removed") g.entry_removed = nullptr;
-            else if (field == "property_removed") g.property_removed = nullptr;
-            else if (field == "export_entry") g.export_entry = nullptr;
-            else EXPECT_TRUE(take_away(g, field)) << field;
+            if (words[i].rfind("max_groups=", 0) == 0)
+                g.max_groups = number;
+            else if (field == "properties")
+                without_properties(&g);
+            else if (field == "callbacks")
+                without_callbacks(&g);
+            else if (field == "print_group")
+                g.print_group = nullptr;
+            else if (field == "entry_removed")
+                g.entry_removed = nullptr;
+            else if (field == "property_removed")
+                g.property_removed = nullptr;
+            else if (field == "export_entry")
+                g.export_entry = nullptr;
+            else
+                EXPECT_TRUE(take_away(g, field)) << field;
         }
     }
 
@@ -137,8 +148,8 @@ protected:
         start(before);
         const Seen success = run(operation(words));
         const std::map<std::string, int> uses_of = uses();
-        std::string text = std::to_string(success.result) + " " + success.calls + "\n" +
-                           difference(before, success.scope);
+        std::string text =
+            std::to_string(success.result) + " " + success.calls + "\n" + difference(before, success.scope);
         struct Failures {
             std::string what, failing;
         };
@@ -150,8 +161,8 @@ protected:
                 start(before);
                 fail(function, nth);
                 Seen seen = run(operation(words));
-                std::string what = std::to_string(seen.result) + " " + parting(success.calls, seen.calls) + "\n" +
-                                   messages(seen);
+                std::string what =
+                    std::to_string(seen.result) + " " + parting(success.calls, seen.calls) + "\n" + messages(seen);
                 const std::string changed = difference(before, seen.scope);
                 const std::string missed = difference(success.scope, seen.scope);
                 what += changed.size() <= missed.size() ? changed

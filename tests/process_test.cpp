@@ -186,9 +186,10 @@ TEST_F(Processes, TheBufferLockComesBackWhenItsHolderIsKilled) {
     write_file("/etc/http_ldap.conf", "host h\nport 1\nbase b\npam_login_attribute uid\n");
     write_file("/bin/ldapsearch", "#!/bin/sh\nsleep 0.01\necho 'type: user\nleaseTime: 1\nreauthTime: 2\nresult: 0'\n",
                0700);
-    write_file("/tmp/template_group.xml",
-               "<kavex><object><user_group><group_description_t name=\"g\"/><group name=\"g\" type=\"user_group_object_t\">"
-               "<entity>anna</entity></group></user_group></object></kavex>");
+    write_file(
+        "/tmp/template_group.xml",
+        "<kavex><object><user_group><group_description_t name=\"g\"/><group name=\"g\" type=\"user_group_object_t\">"
+        "<entity>anna</entity></group></user_group></object></kavex>");
     log_in(0, "anna", AUTH_METHOD_LOCAL);
     log_in(1, "rita", AUTH_METHOD_RADIUS);
     radius(1, "rita", USER_TYPE_USER, 10, 20);
@@ -224,7 +225,8 @@ TEST_F(Processes, TheBufferLockComesBackWhenItsHolderIsKilled) {
         EXPECT_TRUE(profile);
         free_user_profile(profile);
     }
-    for (const char *path : {"/etc/passwd", "/etc/http_ldap.conf", "/bin/ldapsearch", "/tmp/template_group.xml"}) unlink(path);
+    for (const char *path : {"/etc/passwd", "/etc/http_ldap.conf", "/bin/ldapsearch", "/tmp/template_group.xml"})
+        unlink(path);
 }
 
 // ---------------------------------------------------------------------------------------------------- the file locks
@@ -240,7 +242,9 @@ TEST_F(Processes, WhatLocksAKilledProcessLeaves) {
     const Row rows[] = {
         {"open", [] { kvio_close_config(kvio_open_config("a.xml", 0)); }, false, {"a.xml"}},
         {"copy", [] { kvio_copy_config("a.xml", "b.xml"); }, false, {"a.xml"}},
-        {"rename", [] { kvio_rename_config("a.xml", "b.xml"), kvio_rename_config("b.xml", "a.xml"); }, true,
+        {"rename",
+         [] { kvio_rename_config("a.xml", "b.xml"), kvio_rename_config("b.xml", "a.xml"); },
+         true,
          {"a.xml", "b.xml"}},
         {"remove", [] { kvio_copy_config("a.xml", "b.xml"), kvio_remove_config("b.xml"); }, true, {"a.xml"}},
         {"create",
@@ -248,7 +252,8 @@ TEST_F(Processes, WhatLocksAKilledProcessLeaves) {
              kvio_close_config(kvio_open_config("b.xml", KVIO_CREATE));
              unlink(config_path("b.xml").c_str());
          },
-         true, {"a.xml"}},
+         true,
+         {"a.xml"}},
         {"save as",
          [] {
              kvio_config_t *config = kvio_open_config("a.xml", 0);
@@ -256,7 +261,8 @@ TEST_F(Processes, WhatLocksAKilledProcessLeaves) {
              kvio_close_config(config);
              unlink(config_path("b.xml").c_str());
          },
-         true, {"a.xml"}},
+         true,
+         {"a.xml"}},
     };
     write_file("/etc/__system_default.xml", text);
     for (const Row &row : rows) {
@@ -307,8 +313,12 @@ TEST_F(Processes, TwoProcessesOverTheSameFiles) {
         for (auto end = Clock::now() + std::chrono::seconds(4); Clock::now() < end;) {
             const char *name = pick(), *other = pick(), *passing = pick(3);
             switch (random() % 6) {
-                case 0: kvio_copy_config(name, other); break;
-                case 1: kvio_rename_config(passing, other); break;
+                case 0:
+                    kvio_copy_config(name, other);
+                    break;
+                case 1:
+                    kvio_rename_config(passing, other);
+                    break;
                 case 2:
                     if (random() % 4 == 0) kvio_remove_config(passing);
                     break;

@@ -8,8 +8,8 @@ class Records : public Objects {};
 std::string stored(const std::string &name, const std::vector<std::string> &members) {
     std::string text = "<group name=\"" + name + "\" type=\"t\"" + (members.empty() ? "/>" : ">");
     for (const std::string &member : members)
-        text += member[0] == '+' ? "<container>" + member.substr(1) + "</container>"
-                                 : "<entity>" + member + "</entity>";
+        text +=
+            member[0] == '+' ? "<container>" + member.substr(1) + "</container>" : "<entity>" + member + "</entity>";
     return members.empty() ? text : text + "</group>";
 }
 
@@ -72,7 +72,8 @@ TEST_F(Records, DeletingFromAListNeedsEveryBasicField) {
     for (const list_desc_t &row : rows)
         EXPECT_EQ(run([&] { return delete_list(&row, "a"); }), (Seen{0, "", "", before})) << &row - rows;
     EXPECT_EQ(run([&] { return delete_list(nullptr, "a"); }), (Seen{0, "", "", before}));
-    for (const list_desc_t *list : {static_cast<const list_desc_t *>(&rows[4]), static_cast<const list_desc_t *>(nullptr)})
+    for (const list_desc_t *list :
+         {static_cast<const list_desc_t *>(&rows[4]), static_cast<const list_desc_t *>(nullptr)})
         EXPECT_EQ(run([&] { return list_list2(list); }), (Seen{-1, list_op("System integrity error!"), "", before}));
 }
 
@@ -93,9 +94,11 @@ TEST_F(Records, WorkThatLacksAFieldIsNotBegun) {
     const Field export_discard = {"export_discard", [](group_desc_t *g) { g->export_discard = nullptr; }};
     const std::vector<Field> reading = {alloc_entry,    get_entry,    free_entry,
                                         alloc_property, get_property, free_property};
-    std::map<std::string, std::vector<Field>> needed = {
-        {"list_group", reading}, {"remove_entry", reading}, {"join_entry", {set_entry, set_property, type}},
-        {"change_entry", reading}, {"export_group", reading}};
+    std::map<std::string, std::vector<Field>> needed = {{"list_group", reading},
+                                                        {"remove_entry", reading},
+                                                        {"join_entry", {set_entry, set_property, type}},
+                                                        {"change_entry", reading},
+                                                        {"export_group", reading}};
     needed["list_group"].push_back(type);
     needed["export_group"].insert(needed["export_group"].end(), {type, export_begin, export_discard});
     needed["change_entry"].insert(needed["change_entry"].end(), {type, set_entry, set_property});

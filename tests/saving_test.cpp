@@ -19,14 +19,18 @@ namespace {
 
 class Saving : public OpenDocument {
 protected:
-    Outcome save() { return call([&] { return kvio_save_config(config); }); }
+    Outcome save() {
+        return call([&] { return kvio_save_config(config); });
+    }
     Outcome failure() const { return {-1, 5, "Problem occurred on saving XML to " + path() + "\n"}; }
     // What a save is to write.
     std::string pending() const {
         kvio_dump(config, "/tmp/pending.xml");
         return read_file("/tmp/pending.xml");
     }
-    void set(const std::string &value) { ASSERT_EQ(kvio_set(kvio_retrieve_entity(config, "s", "t", "e"), "f", value.c_str()), 1); }
+    void set(const std::string &value) {
+        ASSERT_EQ(kvio_set(kvio_retrieve_entity(config, "s", "t", "e"), "f", value.c_str()), 1);
+    }
     static struct stat status(const std::string &path) {
         struct stat now = {};
         EXPECT_EQ(stat(path.c_str(), &now), 0);
@@ -41,7 +45,8 @@ std::string utf16(const std::string &ascii) {
 }
 
 TEST_F(Saving, WritesTheBytesOfTheLibrary) {
-    const std::string body = "<kavex a=\"&lt;&#10;&quot;'\"><s><t name=\"e\"><f>a&amp;b &#233; &#8364;</f><g/><h></h></t></s></kavex>";
+    const std::string body =
+        "<kavex a=\"&lt;&#10;&quot;'\"><s><t name=\"e\"><f>a&amp;b &#233; &#8364;</f><g/><h></h></t></s></kavex>";
     const std::string documents[] = {
         body,
         body + "\n\n",
@@ -56,7 +61,8 @@ TEST_F(Saving, WritesTheBytesOfTheLibrary) {
         utf16(body),
         "<kavex>\n  <s>\n\t<t name=\"e\"><f>1</f>\n\n</t>text<u><v/></u></s>\n</kavex>",
         "<kavex><s>mixed <b>content</b> here</s><s xml:space=\"preserve\"><a> <b/></a></s></kavex>",
-        "<!DOCTYPE kavex [<!ENTITY x \"<y/>\"><!ELEMENT kavex ANY><!ATTLIST t id ID #IMPLIED>]><kavex>&x;<t id=\"i\"/></kavex>",
+        "<!DOCTYPE kavex [<!ENTITY x \"<y/>\"><!ELEMENT kavex ANY><!ATTLIST t id ID #IMPLIED>]><kavex>&x;<t "
+        "id=\"i\"/></kavex>",
         "<!DOCTYPE kavex SYSTEM \"none.dtd\"><kavex><s>&undeclared;</s></kavex>",
         "<!-- a --><?pi b?>\n<kavex><!-- c --><?pi?><![CDATA[<d>]]></kavex><!-- e -->",
         "<n:kavex xmlns:n=\"urn:n\" xmlns=\"urn:d\"><s n:a=\"1\"/></n:kavex>",
@@ -132,12 +138,15 @@ TEST_F(Saving, EveryStepFails) {
             faults::fail("pwrite", error);
             EXPECT_TRUE(check(false));
         }
-        const std::pair<const char *, int> harmless[] = {
-            {"fallocate", EINTR}, {"pread", EINTR}, {"fallocate", EOPNOTSUPP}, {"fallocate", ENOSYS}, {"pwrite", EINTR}, {"pwrite", 0}};
+        const std::pair<const char *, int> harmless[] = {{"fallocate", EINTR},      {"pread", EINTR},
+                                                         {"fallocate", EOPNOTSUPP}, {"fallocate", ENOSYS},
+                                                         {"pwrite", EINTR},         {"pwrite", 0}};
         for (auto [function, error] : harmless) {
             SCOPED_TRACE(testing::Message() << function << " " << error);
-            if (error) faults::fail(function, error);
-            else faults::shorten(function, 7);
+            if (error)
+                faults::fail(function, error);
+            else
+                faults::shorten(function, 7);
             EXPECT_TRUE(check(true));
         }
     }
@@ -149,7 +158,8 @@ TEST_F(Saving, EveryStepFails) {
 TEST_F(Saving, AFullDiskLeavesTheOldFileWhole) {
     open("<t name=\"e\"/>");
     set(std::string(100000, 'o'));
-    const std::string small = small_disk("a.xml"), small_path = config_path(small), elsewhere = config_path(small_disk("b.xml"));
+    const std::string small = small_disk("a.xml"), small_path = config_path(small),
+                      elsewhere = config_path(small_disk("b.xml"));
     ASSERT_GT(call([&] { return kvio_save_as(config, small.c_str()); }).result, 0);
     const std::string before = read_file(small_path);
     const Outcome full{-1, 5, "Problem occurred on saving XML to " + small_path + "\n"};
@@ -158,7 +168,8 @@ TEST_F(Saving, AFullDiskLeavesTheOldFileWhole) {
         if (!reserves) faults::fail("fallocate", EOPNOTSUPP);
         EXPECT_EQ(save(), full) << reserves;
         EXPECT_EQ(read_file(small_path), before) << reserves;
-        EXPECT_EQ(status(small_path).st_blocks, static_cast<long>((before.size() + 4095) / 4096 * 8)) << "gives the room back";
+        EXPECT_EQ(status(small_path).st_blocks, static_cast<long>((before.size() + 4095) / 4096 * 8))
+            << "gives the room back";
     }
     EXPECT_EQ(call([&] { return kvio_dump(config, elsewhere.c_str()); }),
               (Outcome{-1, 5, "Problem occurred on saving XML to " + elsewhere + "\n"}));

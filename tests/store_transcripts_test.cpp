@@ -112,8 +112,10 @@ public:
         } else {
             R result{};
             outcome = call([&] { return result = std::apply(function, arguments); });
-            if constexpr (std::is_integral_v<R>) return std::to_string(result);
-            else return result ? kept(result) : "null";
+            if constexpr (std::is_integral_v<R>)
+                return std::to_string(result);
+            else
+                return result ? kept(result) : "null";
         }
     }
 
@@ -151,7 +153,8 @@ protected:
             xml::String name(xmlGetNoNsProp(node, xml::str("name"))), type(xmlGetNoNsProp(node, xml::str("type")));
             const std::string known = xml::str(name ? name.get() : node->name);
             auto opener = openers.find(xml::str(node->name));
-            if (opener == openers.end()) all<kvio_node_t>().emplace(known, node);
+            if (opener == openers.end())
+                all<kvio_node_t>().emplace(known, node);
             else if (name && type && !all<kvio_iterator_t>().count(known))
                 all<kvio_iterator_t>()[known] = opener->second(config, "s", xml::str(type.get()), known.c_str());
         }
@@ -160,13 +163,20 @@ protected:
     std::string perform(const Words &words) {
         const std::string &verb = words[0], &name = words[1], path = full_path(name);
         if (verb == "$") return each(words);
-        if (verb == "file") write_file(path, argument(words[3]), static_cast<mode_t>(std::stoul(words[2], nullptr, 8)));
-        else if (verb == "directory") fs::create_directory(path);
-        else if (verb == "pipe") EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
-        else if (verb == "key") faults::set_key(path.c_str(), std::stoi(words[2]), std::stoi(words[3]));
-        else if (verb == "damage") all<kvio_iterator_t>().at(name)->node = nullptr;
-        else if (verb == "with") fault = words;
-        else ADD_FAILURE() << "no " << verb;
+        if (verb == "file")
+            write_file(path, argument(words[3]), static_cast<mode_t>(std::stoul(words[2], nullptr, 8)));
+        else if (verb == "directory")
+            fs::create_directory(path);
+        else if (verb == "pipe")
+            EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+        else if (verb == "key")
+            faults::set_key(path.c_str(), std::stoi(words[2]), std::stoi(words[3]));
+        else if (verb == "damage")
+            all<kvio_iterator_t>().at(name)->node = nullptr;
+        else if (verb == "with")
+            fault = words;
+        else
+            ADD_FAILURE() << "no " << verb;
         return "";
     }
 
@@ -181,13 +191,17 @@ private:
     // The next argument of an operation, by its type.
     template <class T>
     T taken() {
-        if constexpr (std::is_same_v<T, char *>) return &buffer[0];
-        else if constexpr (std::is_same_v<T, uint32_t *>) return rest.empty() ? &number : nullptr;
+        if constexpr (std::is_same_v<T, char *>)
+            return &buffer[0];
+        else if constexpr (std::is_same_v<T, uint32_t *>)
+            return rest.empty() ? &number : nullptr;
         else {
             const std::string word = rest.empty() ? "NULL" : rest[0];
             rest.erase(rest.begin(), rest.begin() + (rest.empty() ? 0 : 1));
-            if constexpr (std::is_integral_v<T>) return static_cast<T>(std::stoll(word));
-            else if constexpr (std::is_same_v<T, const char *>) return argument(word);
+            if constexpr (std::is_integral_v<T>)
+                return static_cast<T>(std::stoll(word));
+            else if constexpr (std::is_same_v<T, const char *>)
+                return argument(word);
             else {
                 EXPECT_TRUE(word == "NULL" || all<std::remove_pointer_t<T>>().count(word)) << "no handle " << word;
                 return word == "NULL" ? nullptr : all<std::remove_pointer_t<T>>()[word];
@@ -237,8 +251,10 @@ private:
         std::string text, latest;
         for (const auto &[label, chosen] : choices) {
             const std::string now = (label.empty() ? "" : ": ") + performed(chosen);
-            if (now == latest) text.insert(text.size() - latest.size(), ", " + label);
-            else text += "    " + label + now;
+            if (now == latest)
+                text.insert(text.size() - latest.size(), ", " + label);
+            else
+                text += "    " + label + now;
             latest = now;
         }
         return text;
@@ -249,8 +265,10 @@ private:
         for (int known = 1; known < 134; ++known)
             if (fault[3] == ::shown(strerrorname_np(known))) error = known;
         const faults::Extent extent = fault[2].back() == '+' ? faults::from_then_on : faults::once;
-        if (error) faults::fail(argument(fault[1]), error, std::stoi(fault[2]), extent);
-        else faults::shorten(argument(fault[1]), 0, std::stoi(fault[2]), extent);
+        if (error)
+            faults::fail(argument(fault[1]), error, std::stoi(fault[2]), extent);
+        else
+            faults::shorten(argument(fault[1]), 0, std::stoi(fault[2]), extent);
     }
 
     std::string performed(const Words &words);
@@ -274,21 +292,75 @@ Operation operation(R (*function)(T...)) {
     return [=](Store &store) { return store.run(function); };
 }
 
-#define KVIO(name) {"kvio_" #name, operation(kvio_##name)}
-const std::map<std::string, Operation> operations = {
-    KVIO(open_config), KVIO(save_config), KVIO(save_as), KVIO(close_config), KVIO(copy_config), KVIO(rename_config),
-    KVIO(remove_config), KVIO(create_table), KVIO(create_list), KVIO(create_group), KVIO(open_table),
-    KVIO(open_list), KVIO(open_group), KVIO(dispose_table), KVIO(dispose_list), KVIO(dispose_group),
-    KVIO(close_table), KVIO(close_list), KVIO(close_group), KVIO(dump), KVIO(restore), KVIO(backup_scope),
-    KVIO(restore_scope), KVIO(create_checkpoint), KVIO(rollback_checkpoint), KVIO(release_checkpoint), KVIO(define),
-    KVIO(define2), KVIO(undefine), KVIO(compare_name), KVIO(name), KVIO(name2), KVIO(set), KVIO(set2), KVIO(unset),
-    KVIO(get), KVIO(get2), KVIO(getlen), KVIO(join), KVIO(remove), KVIO(change_container_element), KVIO(append),
-    KVIO(insert), KVIO(delete), KVIO(size), KVIO(real_size), KVIO(check_loop), KVIO(retrieve_all),
-    KVIO(retrieve_all2), KVIO(retrieve_entity), KVIO(regain_index), KVIO(regain_index2), KVIO(retrieve_index),
-    KVIO(list_entities), KVIO(entity_count), KVIO(alloc_entities), KVIO(free_entities), KVIO(setattr_entity),
-    KVIO(unsetattr_entity), KVIO(getattr_entity), KVIO(getattr_entity2), KVIO(setattr_container),
-    KVIO(unsetattr_container), KVIO(getattr_container), KVIO(getattr_container2), KVIO(increase_entity_attr),
-    KVIO(decrease_entity_attr)};
+#define KVIO(name) \
+    { "kvio_" #name, operation(kvio_##name) }
+const std::map<std::string, Operation> operations = {KVIO(open_config),
+                                                     KVIO(save_config),
+                                                     KVIO(save_as),
+                                                     KVIO(close_config),
+                                                     KVIO(copy_config),
+                                                     KVIO(rename_config),
+                                                     KVIO(remove_config),
+                                                     KVIO(create_table),
+                                                     KVIO(create_list),
+                                                     KVIO(create_group),
+                                                     KVIO(open_table),
+                                                     KVIO(open_list),
+                                                     KVIO(open_group),
+                                                     KVIO(dispose_table),
+                                                     KVIO(dispose_list),
+                                                     KVIO(dispose_group),
+                                                     KVIO(close_table),
+                                                     KVIO(close_list),
+                                                     KVIO(close_group),
+                                                     KVIO(dump),
+                                                     KVIO(restore),
+                                                     KVIO(backup_scope),
+                                                     KVIO(restore_scope),
+                                                     KVIO(create_checkpoint),
+                                                     KVIO(rollback_checkpoint),
+                                                     KVIO(release_checkpoint),
+                                                     KVIO(define),
+                                                     KVIO(define2),
+                                                     KVIO(undefine),
+                                                     KVIO(compare_name),
+                                                     KVIO(name),
+                                                     KVIO(name2),
+                                                     KVIO(set),
+                                                     KVIO(set2),
+                                                     KVIO(unset),
+                                                     KVIO(get),
+                                                     KVIO(get2),
+                                                     KVIO(getlen),
+                                                     KVIO(join),
+                                                     KVIO(remove),
+                                                     KVIO(change_container_element),
+                                                     KVIO(append),
+                                                     KVIO(insert),
+                                                     KVIO(delete),
+                                                     KVIO(size),
+                                                     KVIO(real_size),
+                                                     KVIO(check_loop),
+                                                     KVIO(retrieve_all),
+                                                     KVIO(retrieve_all2),
+                                                     KVIO(retrieve_entity),
+                                                     KVIO(regain_index),
+                                                     KVIO(regain_index2),
+                                                     KVIO(retrieve_index),
+                                                     KVIO(list_entities),
+                                                     KVIO(entity_count),
+                                                     KVIO(alloc_entities),
+                                                     KVIO(free_entities),
+                                                     KVIO(setattr_entity),
+                                                     KVIO(unsetattr_entity),
+                                                     KVIO(getattr_entity),
+                                                     KVIO(getattr_entity2),
+                                                     KVIO(setattr_container),
+                                                     KVIO(unsetattr_container),
+                                                     KVIO(getattr_container),
+                                                     KVIO(getattr_container2),
+                                                     KVIO(increase_entity_attr),
+                                                     KVIO(decrease_entity_attr)};
 
 // The lines it wrote. A lock is called by its file: its id is another one in every run.
 std::string Store::written() const {
@@ -339,8 +411,9 @@ std::string Store::performed(const Words &words) {
 }
 
 TEST_P(Store, ShowsWhatIsSeen) {
-    transcript::play(std::string(TRANSCRIPTS) + GetParam() + ".t", [&](const std::string &text) { load(text); },
-                     [&](const Words &words) { return perform(words); });
+    transcript::play(
+        std::string(TRANSCRIPTS) + GetParam() + ".t", [&](const std::string &text) { load(text); },
+        [&](const Words &words) { return perform(words); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, Store,

@@ -98,11 +98,12 @@ TEST_F(Support, FaultsStrikeInsideTheCallOnly) {
     faults::shorten("read", 2);
     char buffer[8];
     EXPECT_EQ(call([&] {
-        int in = open(config_path("a.xml").c_str(), O_RDONLY);
-        ssize_t got = read(in, buffer, sizeof buffer);
-        close(in);
-        return got;
-    }).result, 2);
+                  int in = open(config_path("a.xml").c_str(), O_RDONLY);
+                  ssize_t got = read(in, buffer, sizeof buffer);
+                  close(in);
+                  return got;
+              }).result,
+              2);
     faults::set_key("/etc", 0, 0);
     EXPECT_EQ(ftok("/etc", 0), 0);
     EXPECT_NE(ftok("/etc", 1), 0);

@@ -172,7 +172,7 @@ long with_groups(World &world, const char *outer, const char *inner, Call call) 
 enum Leaves {
     everything_as_before,
     something_half_done,
-    before_or_uncounted,     // since the writers of attributes succeed without memory, it may not be noticed that a count
+    before_or_uncounted,  // since the writers of attributes succeed without memory, it may not be noticed that a count
     half_done_or_uncounted,  // of references was not written; what is reported leaves one of the above
     unnoticed,               // success is all that is ever reported
 };
@@ -544,8 +544,10 @@ int Sweep::sweep(const Scenario &scenario, faults::Extent extent) {
             const bool undone = scenario.leaves == everything_as_before || scenario.leaves == before_or_uncounted;
             const bool uncounted = outcome.result == success.result && scenario.leaves != something_half_done &&
                                    scenario.leaves != everything_as_before;
-            if (uncounted) EXPECT_EQ(without_counts(now), without_counts(after));
-            else EXPECT_TRUE(is_failure(outcome, scenario)) << testing::PrintToString(outcome);
+            if (uncounted)
+                EXPECT_EQ(without_counts(now), without_counts(after));
+            else
+                EXPECT_TRUE(is_failure(outcome, scenario)) << testing::PrintToString(outcome);
             if (undone && !uncounted) {
                 EXPECT_EQ(now, before);
                 Outcome again = run();

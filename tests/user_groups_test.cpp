@@ -21,8 +21,8 @@ std::string group(const std::string &name, const std::string &members) {
     std::string text = "<group name=\"" + name + "\" type=\"user_group_object_t\">";
     std::istringstream stream(members);
     for (std::string member; stream >> member;)
-        text += member[0] == '+' ? "<container>" + member.substr(1) + "</container>"
-                                 : "<entity>" + member + "</entity>";
+        text +=
+            member[0] == '+' ? "<container>" + member.substr(1) + "</container>" : "<entity>" + member + "</entity>";
     return text + "</group>";
 }
 
@@ -77,9 +77,9 @@ TEST_F(UserGroups, MembershipAndDescriptionsAreAnswered) {
     const std::string name32(32, 'n');
     groups(group("g", "+h alice " + name32) + group("h", "bob") + group("big", many(1025)) +
            "<group_description_t name=\"g\"/><group_description_t name=\"d\"/>");
-    const std::tuple<const char *, std::string, int> rows[] = {
-        {"g", "alice", 1}, {"g", "bob", 1}, {"h", "alice", 0}, {"g", "al", 0},
-        {"g", "h", 0}, {"g", "", 0}, {"i", "bob", -1}, {"big", "u0", -1}, {"g", name32, -1}};
+    const std::tuple<const char *, std::string, int> rows[] = {{"g", "alice", 1}, {"g", "bob", 1},   {"h", "alice", 0},
+                                                               {"g", "al", 0},    {"g", "h", 0},     {"g", "", 0},
+                                                               {"i", "bob", -1},  {"big", "u0", -1}, {"g", name32, -1}};
     for (const auto &[name, user, result] : rows)
         EXPECT_EQ(check_user_in_group(name, user.c_str()), result) << name << user;
     EXPECT_EQ(verify_user_group("d"), 1);
@@ -131,7 +131,8 @@ TEST_F(UserGroups, ExpandingOnItsOwnEndsAndStaysWithinTheRecord) {
                         int result = get_member(document, "g", record.get());
                         kvio_close_config(document);
                         return result;
-                    }), EndsWith(row.messages));
+                    }),
+                    EndsWith(row.messages));
         EXPECT_EQ(record->member_count, row.count_after);
         EXPECT_EQ(row.count_after > 0 ? record->members[row.count_after - 1].name : "", row.last);
     }

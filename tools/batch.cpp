@@ -31,8 +31,9 @@ void read_values(Call &call) {
     bool taken = call.in_batch;
     for (std::size_t i = 5; i < call.count(); i += 2) {
         if (call[i] != "-") continue;
-        if (taken) throw Failure{misused, call.in_batch ? "a batch has no value on standard input"
-                                                        : "only one value can come from standard input"};
+        if (taken)
+            throw Failure{misused, call.in_batch ? "a batch has no value on standard input"
+                                                 : "only one value can come from standard input"};
         taken = true;
         std::string &value = call.arguments[i] = standard_input();
         if (!value.empty() && value.back() == '\n') value.pop_back();
@@ -151,9 +152,7 @@ private:
                 Faults now = faults_of(again.tree()), before = faults_of(Document::look(name_).tree());
                 for (std::size_t i = std::min<std::size_t>(faults.size(), none); i-- > 0;)
                     if (now.count(faults[i]) > before.count(faults[i])) left = static_cast<int>(i);
-            } catch (...) {
-                left = 0;
-            }
+            } catch (...) { left = 0; }
             _exit(left);
         }
         int status = 0;

@@ -113,7 +113,8 @@ void renamed(Document &document, const Member &before, const Member &after, Chan
 
 bool has_member(Call &call, Document &document, const std::string &name) {
     return times_named(document, member_of(call, true, name), call[4]) +
-               times_named(document, member_of(call, false, name), call[4]) > 0;
+               times_named(document, member_of(call, false, name), call[4]) >
+           0;
 }
 
 // A member of this name goes, a container or an entity: which one it was, the number of the latter tells.
@@ -204,19 +205,23 @@ void join(Call &call, Document &document) {
         const std::string &name = call[i];
         std::string data = character_data(name);
         // The store looks for the name as it is given, and with an ampersand it is given differently.
-        if (data != name && has_member(call, document, name)) kvio_errno = KVIO_EXISTS;
-        else kvio_join(container.get(), data.c_str(), entities);
+        if (data != name && has_member(call, document, name))
+            kvio_errno = KVIO_EXISTS;
+        else
+            kvio_join(container.get(), data.c_str(), entities);
         if (kvio_errno) store_failure("member " + name + " of " + container.label());
         count(call, document, entities, name, 1);
         if (call.has('f')) continue;
         if (entities && !holds_entities(call[3])) continue;
-        if (entities) document.entity(call[1], call[3], name);
-        else Container nested(document, call[1], call[2], call[3], name);
+        if (entities)
+            document.entity(call[1], call[3], name);
+        else
+            Container nested(document, call[1], call[2], call[3], name);
     }
     document.changed();
     if (entities || call.has('f')) return;
     std::unique_ptr<kvio_entities_t, void (*)(kvio_entities_t *)> found(kvio_retrieve_all2(container.get()),
-                                                                       kvio_free_entities);
+                                                                        kvio_free_entities);
     if (!found && kvio_errno == KVIO_LOOP) store_failure(container.label());
 }
 
@@ -303,8 +308,10 @@ void attr_set(Call &call, Document &document) {
             if (!kvio_setattr_container(container.get(), attribute.c_str(), value.c_str()))
                 store_failure(container.label());
         };
-        if (call.options['k'] == "group") set_of_group(call, document, make);
-        else make();
+        if (call.options['k'] == "group")
+            set_of_group(call, document, make);
+        else
+            make();
     } else {
         kvio_node_t *entity = document.entity(call[1], call[2], call[3]);
         Member before = {call[1], "group", call[2], call[3], true}, after = before;

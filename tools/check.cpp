@@ -58,8 +58,8 @@ private:
     void found(const std::string &text, const std::string &fault, const std::string &remedy = "",
                std::function<void(Document &)> repair = nullptr) {
         bool repairable = unique_ && repair;
-        problems_.push_back({scope_ + ": " + text, fault.empty() ? "" : scope_ + ": " + fault,
-                             repairable ? remedy : "", repairable ? std::move(repair) : nullptr});
+        problems_.push_back({scope_ + ": " + text, fault.empty() ? "" : scope_ + ": " + fault, repairable ? remedy : "",
+                             repairable ? std::move(repair) : nullptr});
     }
     void found(const std::string &text) { found(text, text); }
 
@@ -88,8 +88,10 @@ private:
             if (removable) count_member(container, member, -1);
             std::string whole = label(container) + ": a member " + fault;
             what += ' ' + fault;
-            if (!addressable || !removable) found(what, whole);
-            else found(what, whole, "remove the member", remove_member(identity(container), position));
+            if (!addressable || !removable)
+                found(what, whole);
+            else
+                found(what, whole, "remove the member", remove_member(identity(container), position));
         }
         for (Element member : container.children()) count_member(container, member, 1);
     }

@@ -42,12 +42,16 @@ Typed::Typed(const std::string &line, const std::string &breaks) {
         if (quote != '\'' && is_one_of(c, "$`")) expanded = true;
         if (c == '\\' && quote != '\'') {
             char next = i + 1 < line.size() ? line[i + 1] : '\0';
-            if (quote && !is_one_of(next, "\"$`\\")) last += c;
-            else if (next) last += line[++i];
+            if (quote && !is_one_of(next, "\"$`\\"))
+                last += c;
+            else if (next)
+                last += line[++i];
             begun_ = true;
         } else if (quote) {
-            if (c != quote) last += c;
-            else quote = 0, kept = kept_before;
+            if (c != quote)
+                last += c;
+            else
+                quote = 0, kept = kept_before;
         } else if (c == '"' || c == '\'') {
             quote = c;
             begun_ = true;
@@ -80,10 +84,12 @@ std::string quoted(const std::string &text, char quote) {
     std::string result;
     for (char c : text) {
         auto byte = static_cast<unsigned char>(c);
-        bool plain = quote == '"' ? !is_one_of(c, "\"$`\\")
-                                  : std::isalnum(byte) || byte >= 0x80 || is_one_of(c, "%+,-./:=@_");
-        if (quote == '\'') result += c == quote ? "'\\''" : std::string(1, c);
-        else result += plain ? std::string(1, c) : std::string("\\") + c;
+        bool plain =
+            quote == '"' ? !is_one_of(c, "\"$`\\") : std::isalnum(byte) || byte >= 0x80 || is_one_of(c, "%+,-./:=@_");
+        if (quote == '\'')
+            result += c == quote ? "'\\''" : std::string(1, c);
+        else
+            result += plain ? std::string(1, c) : std::string("\\") + c;
     }
     return result;
 }
@@ -156,8 +162,10 @@ void Line::take(const std::string &word) {
     } else if (more_options && word.size() > 1 && word[0] == '-') {
         std::size_t end = 0;
         const Option *one = option_at(word, end);
-        if (one && end < word.size()) options[one->letter] = word.substr(end);
-        else open = one;
+        if (one && end < word.size())
+            options[one->letter] = word.substr(end);
+        else
+            open = one;
         bool letters = word[1] != '-';
         if (letters ? word.find('c') < end : word == "--container") options['c'] = "";
     } else {
@@ -204,8 +212,10 @@ Proposals elements(const Line &line, const std::string &what) {
         for (Element child : scope.children()) add(found, line, what, child);
     };
     std::string scope = line.of("SCOPE");
-    if (scope.empty()) tree.each_scope(add_all);
-    else add_all(tree.scope(scope));
+    if (scope.empty())
+        tree.each_scope(add_all);
+    else
+        add_all(tree.scope(scope));
     return found;
 }
 
@@ -229,8 +239,10 @@ Proposals verb_words(const std::string &family) {
     for (const Verb &verb : verbs) {
         std::string name = verb.name;
         std::size_t blank = name.find(' ');
-        if (family.empty()) found.insert(name.substr(0, blank));
-        else if (begins(name, family + ' ')) found.insert(name.substr(blank + 1));
+        if (family.empty())
+            found.insert(name.substr(0, blank));
+        else if (begins(name, family + ' '))
+            found.insert(name.substr(blank + 1));
     }
     return found;
 }
@@ -292,8 +304,7 @@ std::string complete(const Strings &words) try {
         one = !one->empty() && begins(*one, typed.last) && is_printable(*one) ? std::next(one) : found.erase(one);
     bool as_it_is = words.size() > 2 && words[2] == listing && found.size() > 1;
     std::string text;
-    for (const std::string &one : found)
-        text += (as_it_is ? one : quoted(one.substr(typed.kept), typed.quote)) + '\n';
+    for (const std::string &one : found) text += (as_it_is ? one : quoted(one.substr(typed.kept), typed.quote)) + '\n';
     return text == "\n" ? "" : text;
 } catch (const Failure &) {  // no such configuration, scope, ...: nothing to propose
     return "";

@@ -119,7 +119,8 @@ int diff(Call &call) {
         } else {
             if (old->second != now->second) {
                 put(coloured("33", "~ " + shown(old->first) + ": " + displayed(old->second) + " -> " +
-                                       displayed(now->second)) + '\n');
+                                       displayed(now->second)) +
+                    '\n');
                 different = true;
             }
             ++old, ++now;

@@ -210,8 +210,10 @@ const Tree &Document::tree() {
     Descriptor memory = memory_file();
     std::shared_ptr<xmlDoc> document;
     // There is nothing but memory that could be short for it.
-    if (kvio_dump(get(), memory.path().c_str()) < 0) was_short_of_memory = true;
-    else document = parse_descriptor(memory.get());
+    if (kvio_dump(get(), memory.path().c_str()) < 0)
+        was_short_of_memory = true;
+    else
+        document = parse_descriptor(memory.get());
     if (!document && was_short_of_memory) throw Failure{io_error, path_ + ": out of memory"};
     if (!document) throw Failure{inconsistent, path_ + ": cannot be read back"};
     return tree_.emplace(std::move(document));

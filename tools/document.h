@@ -16,7 +16,7 @@ namespace kvio {
 
 inline constexpr char config_directory[] = "/etc/kavex/conf/";
 inline constexpr char system_default[] = "/etc/__system_default.xml";
-void watch_memory();  // lets failures tell short memory from broken files
+void watch_memory();                           // lets failures tell short memory from broken files
 std::string path_of(const std::string &name);  // as kvio_open_config() builds it
 Strings configurations();                      // the names of all, sorted
 
@@ -56,7 +56,7 @@ Descriptor memory_file();  // for the store, which reads and writes files by nam
 class Document {
 public:
     static Document look(const std::string &name) { return snapshot(path_of(name), path_of(name), true); }  // no lock
-    static Document file(const std::string &path);  // any file; "-" is standard input
+    static Document file(const std::string &path);    // any file; "-" is standard input
     static Document change(const std::string &name);  // under the lock, until the end of its life
     Document(Document &&) = default;
     Document again() const;  // its file once more, under the lock that this one has
@@ -68,11 +68,11 @@ public:
     void save();
     bool save_as(const std::string &name);
 
-    const Tree &tree();                // as the document stood at the first call after the last changed()
+    const Tree &tree();  // as the document stood at the first call after the last changed()
     // The same with nothing in it but one entity and the scopes around it, since the whole costs as much again as to
     // open the document. Null when the store does not find it as a path; it may be there nevertheless.
     std::optional<Tree> alone(const std::string &scope, const std::string &type, const std::string &name);
-    std::string output;                // of a change, to be printed once it is saved
+    std::string output;                                 // of a change, to be printed once it is saved
     void changed() { tree_.reset(), changed_ = true; }  // more than values
     bool is_changed() const { return changed_; }
 
@@ -86,7 +86,7 @@ private:
     struct Closer {
         void operator()(kvio_config_t *config) const { kvio_close_config(config); }
     };
-    std::string path_;  // what messages call it
+    std::string path_;                          // what messages call it
     std::unique_ptr<Undisturbed> undisturbed_;  // before the handle: its lock goes first
     std::unique_ptr<kvio_config_t, Closer> owner_;
     kvio_config_t *config_ = nullptr;

@@ -100,9 +100,7 @@ void refuse_loss(Document &source, Document &target, Call &call) {
 std::optional<Document> readable(const std::string &name) {
     try {
         return Document::look(name);
-    } catch (const Failure &) {
-        return std::nullopt;
-    }
+    } catch (const Failure &) { return std::nullopt; }
 }
 
 void check_scope_in(Document &document, const std::string &scope, const std::string &name) {

@@ -170,8 +170,10 @@ int lock_clear(Call &call) {
         return success;
     }
     for (const Process &holder : candidates(*lock)) {
-        if (call.has('f')) Messages::say(described(holder) + " may lose its lock");
-        else throw Failure{locked, described(holder) + " may hold " + name + "; --force removes the lock nevertheless"};
+        if (call.has('f'))
+            Messages::say(described(holder) + " may lose its lock");
+        else
+            throw Failure{locked, described(holder) + " may hold " + name + "; --force removes the lock nevertheless"};
     }
     if (!call.has('y')) {
         if (!isatty(0)) throw Failure{misused, "no terminal to ask on: say --yes to remove the lock of " + name};

@@ -71,8 +71,8 @@ void put_values(Call &call, Document &document) {
     }
     // What an element has below it was indented when the tree was made.
     for (Element field : entity.children())
-        put_columns({field.tag(), alone && !field.children().empty() ? value_of(in_store(), field.tag(), what)
-                                                                     : field.value()});
+        put_columns({field.tag(),
+                     alone && !field.children().empty() ? value_of(in_store(), field.tag(), what) : field.value()});
 }
 
 void put_value(Call &call, Document &document) {
@@ -102,18 +102,19 @@ std::string other_attributes(Element element, const Strings &known) {
 
 std::string label(Element element) {
     switch (element.role()) {
-    case Role::container:
-        return coloured("1;35", element.tag() + ' ' + one_line(element.name())) + " of " + one_line(element.type()) +
-               other_attributes(element, {"name", "type"});
-    case Role::entity:
-        return coloured("32", element.tag()) + ' ' + coloured("1", one_line(element.name())) +
-               other_attributes(element, {"name"});
-    case Role::scope: {
-        std::string text = coloured("1;34", element.tag() + '/') + other_attributes(element, {});
-        return element.children().empty() ? text + (element.text().empty() ? "" : " " + one_line(element.text()))
-                                          : text;
-    }
-    case Role::other: break;
+        case Role::container:
+            return coloured("1;35", element.tag() + ' ' + one_line(element.name())) + " of " +
+                   one_line(element.type()) + other_attributes(element, {"name", "type"});
+        case Role::entity:
+            return coloured("32", element.tag()) + ' ' + coloured("1", one_line(element.name())) +
+                   other_attributes(element, {"name"});
+        case Role::scope: {
+            std::string text = coloured("1;34", element.tag() + '/') + other_attributes(element, {});
+            return element.children().empty() ? text + (element.text().empty() ? "" : " " + one_line(element.text()))
+                                              : text;
+        }
+        case Role::other:
+            break;
     }
     if (element.parent() && element.parent().role() == Role::container)
         return one_line(element.text()) + (element.tag() == "entity" ? "" : " (" + element.tag() + ')');
@@ -129,8 +130,10 @@ void draw(Element element, const std::string &margin, const std::string &below) 
     std::vector<Element> children = element.children();
     for (Element child : children) {
         bool last = child == children.back();
-        if (decorated()) draw(child, below + (last ? "└─ " : "├─ "), below + (last ? "   " : "│  "));
-        else draw(child, below + "  ", below + "  ");
+        if (decorated())
+            draw(child, below + (last ? "└─ " : "├─ "), below + (last ? "   " : "│  "));
+        else
+            draw(child, below + "  ", below + "  ");
     }
 }
 
@@ -177,8 +180,9 @@ std::string json_element(Element element, const std::string &indent) {
                ", \"attributes\": " + json_attributes(element, {"name"}) + ", \"fields\": " + json_fields(element) +
                '}';
     if (element.role() == Role::container)
-        return "{\"kind\": " + json(element.tag()) + ", \"type\": " + json(element.type()) + ", \"name\": " +
-               json(element.name()) + ", \"attributes\": " + json_attributes(element, {"name", "type"}) +
+        return "{\"kind\": " + json(element.tag()) + ", \"type\": " + json(element.type()) +
+               ", \"name\": " + json(element.name()) +
+               ", \"attributes\": " + json_attributes(element, {"name", "type"}) +
                ", \"members\": " + json_members(element) + '}';
     std::string text = "{\"scope\": " + json(element.scope()) + ", \"attributes\": " + json_attributes(element, {});
     if (element.children().empty() && !element.text().empty()) text += ", \"text\": " + json(element.text());
@@ -312,7 +316,7 @@ int members(Call &call) {
     }
     Container container(document, call[1], call[2], call[3], call[4]);
     std::unique_ptr<kvio_entities_t, void (*)(kvio_entities_t *)> found(kvio_retrieve_all2(container.get()),
-                                                                       kvio_free_entities);
+                                                                        kvio_free_entities);
     if (!found) store_failure(container.label());
     for (int i = 0; i < found->count; ++i) put(one_line(attribute_of(found->items[i], "name")) + '\n');
     return success;
@@ -322,7 +326,8 @@ int find(Call &call) {
     Document document = Document::look(call[0]);
     Search search{call[1].c_str(), call.options['t'], call.options['e']};
     int found = 0;
-    if (call.count() > 2) found = search.in_scope(document.tree().scope(call[2]));
+    if (call.count() > 2)
+        found = search.in_scope(document.tree().scope(call[2]));
     else
         for (Element scope : document.tree().root().children()) found += search.in_scope(scope);
     return found ? success : not_found;

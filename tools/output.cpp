@@ -19,12 +19,18 @@ std::string without_control(const std::string &text, bool escape_backslash) {
         auto c = static_cast<unsigned char>(text[i]), next = static_cast<unsigned char>(text.c_str()[i + 1]);
         bool long_one = c == 0xc2 && next >= 0x80 && next < 0xa0;  // U+0080 to U+009F in UTF-8
         char code[8];
-        if (c == '\\' && escape_backslash) result += "\\\\";
-        else if (c == '\t') result += "\\t";
-        else if (c == '\n') result += "\\n";
-        else if (c == '\r') result += "\\r";
-        else if (c >= ' ' && c != 0x7f && !long_one) result += text[i];
-        else std::snprintf(code, sizeof code, "\\u%04x", long_one ? next : c), result += code, i += long_one;
+        if (c == '\\' && escape_backslash)
+            result += "\\\\";
+        else if (c == '\t')
+            result += "\\t";
+        else if (c == '\n')
+            result += "\\n";
+        else if (c == '\r')
+            result += "\\r";
+        else if (c >= ' ' && c != 0x7f && !long_one)
+            result += text[i];
+        else
+            std::snprintf(code, sizeof code, "\\u%04x", long_one ? next : c), result += code, i += long_one;
     }
     return result;
 }
@@ -65,9 +71,12 @@ std::string json(const std::string &text) {
     std::string result = "\"";
     for (char c : text) {
         char code[8];
-        if (c == '"' || c == '\\') result += '\\', result += c;
-        else if (static_cast<unsigned char>(c) >= ' ') result += c;
-        else std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(c)), result += code;
+        if (c == '"' || c == '\\')
+            result += '\\', result += c;
+        else if (static_cast<unsigned char>(c) >= ' ')
+            result += c;
+        else
+            std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(c)), result += code;
     }
     return result + '"';
 }

@@ -13,7 +13,7 @@ namespace kvio {
 class Messages {
 public:
     explicit Messages(bool diagnostics);
-    ~Messages();  // gives descriptor 2 back
+    ~Messages();                               // gives descriptor 2 back
     static void say(const std::string &text);  // one line, unless --quiet
     static void ask(const std::string &text);  // nothing added, also with --quiet
     static bool quiet;
@@ -32,7 +32,7 @@ void put(const std::string &text);  // to standard output
 int flushed();                      // 0, or errno of the first time that something did not get there
 void put_columns(std::initializer_list<std::string> columns);  // separated by tabs, each in one line
 
-bool decorated();  // standard output is a terminal that wants colours
+bool decorated();                                                // standard output is a terminal that wants colours
 std::string coloured(const char *sgr, const std::string &text);  // as it is where decorated() is false
 
 }  // namespace kvio

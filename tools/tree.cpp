@@ -94,13 +94,12 @@ Element Tree::root() const { return Element(xmlDocGetRootElement(document_.get()
 Element Tree::scope(const std::string &path) const {
     if (path.empty()) throw Failure{misused, "the scope is empty"};
     std::unique_ptr<xmlXPathContext, decltype(&xmlXPathFreeContext)> context(xmlXPathNewContext(document_.get()),
-                                                                            xmlXPathFreeContext);
+                                                                             xmlXPathFreeContext);
     std::unique_ptr<xmlXPathObject, decltype(&xmlXPathFreeObject)> found(
         context ? xmlXPathEvalExpression(bytes(("/kavex/" + path).c_str()), context.get()) : nullptr,
         xmlXPathFreeObject);
     int many = found && found->nodesetval ? found->nodesetval->nodeNr : 0;
-    if (root().tag() != "kavex")
-        throw Failure{inconsistent, "no configuration, there is no root element kavex"};
+    if (root().tag() != "kavex") throw Failure{inconsistent, "no configuration, there is no root element kavex"};
     if (many == 0) throw Failure{not_found, "no scope " + path};
     if (many > 1) throw Failure{inconsistent, "there are " + std::to_string(many) + " scopes " + path};
     Element scope(found->nodesetval->nodeTab[0]);

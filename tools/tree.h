@@ -49,7 +49,7 @@ class Tree {
 public:
     explicit Tree(std::shared_ptr<xmlDoc> document) : document_(std::move(document)) {}
     Element root() const;
-    Element scope(const std::string &path) const;  // throws a Failure unless there is exactly one
+    Element scope(const std::string &path) const;                      // throws a Failure unless there is exactly one
     void each_scope(const std::function<void(Element)> &visit) const;  // in document order, the root left out
 
 private:

@@ -19,11 +19,16 @@ using Group = std::unique_ptr<user_group_t, Releaser<user_group_t, free_user_gro
 
 std::string type_word(int32_t type) {
     switch (type) {
-    case USER_TYPE_ADMIN: return "admin";
-    case USER_TYPE_USER: return "user";
-    case USER_TYPE_GUEST: return "guest";
-    case USER_TYPE_LIMITED_ADMIN: return "limited-admin";
-    default: return "ext-user";
+        case USER_TYPE_ADMIN:
+            return "admin";
+        case USER_TYPE_USER:
+            return "user";
+        case USER_TYPE_GUEST:
+            return "guest";
+        case USER_TYPE_LIMITED_ADMIN:
+            return "limited-admin";
+        default:
+            return "ext-user";
     }
 }
 

@@ -229,10 +229,14 @@ std::string sentence(const Verb &verb) {
 std::string mdoc(const std::string &text) {
     std::string result;
     for (char c : text) {
-        if (c == '-') result += "\\-";
-        else if (c == '"') result += "\\(dq";
-        else if (c == '\'') result += "\\(aq";
-        else result += c;
+        if (c == '-')
+            result += "\\-";
+        else if (c == '"')
+            result += "\\(dq";
+        else if (c == '\'')
+            result += "\\(aq";
+        else
+            result += c;
     }
     return result;
 }

@@ -40,8 +40,10 @@ void release_radius_db(const char *user) {
     std::optional<AttachedBuffer> buffer = AttachedBuffer::attach(__func__, user);
     if (!buffer) return;
     int slot = buffer->find_radius(user);
-    if (slot >= 0) buffer->free_radius(slot);
-    else kvlog(USER_OP, "[%s]User:%s does not found in RADIUS database.", __func__, user);
+    if (slot >= 0)
+        buffer->free_radius(slot);
+    else
+        kvlog(USER_OP, "[%s]User:%s does not found in RADIUS database.", __func__, user);
 }
 
 }  // namespace

@@ -48,9 +48,12 @@ public:
     void append_name(const char *name) {
         for (const char *c = name; *c; ++c) {
             bool quoted = c != name && c[-1] == '\\';
-            if (*c == '*' || *c == '(' || *c == ')' || (*c == '\\' && c[1] != '"')) append("\\%02x", *c);
-            else if (*c == '"' && !quoted) append("\\\"");
-            else append("%c", *c);
+            if (*c == '*' || *c == '(' || *c == ')' || (*c == '\\' && c[1] != '"'))
+                append("\\%02x", *c);
+            else if (*c == '"' && !quoted)
+                append("\\\"");
+            else
+                append("%c", *c);
         }
     }
 
@@ -169,8 +172,10 @@ void fill_standard_descriptors() {
         char line[command_size] = "";
         copy_if_fits(line, sizeof line, command.text());
         Arguments arguments(line);
-        if (arguments.count) execv(arguments.items[0], arguments.items);
-        else kvlog(USER_OP, "[%s]No acceptable initial character found.", "__execv");
+        if (arguments.count)
+            execv(arguments.items[0], arguments.items);
+        else
+            kvlog(USER_OP, "[%s]No acceptable initial character found.", "__execv");
     }
     kvlog(USER_OP, "[%s]Cannot execute command:%s (%s).", "do_ldapsearch", shown, std::strerror(errno));
     _exit(1);

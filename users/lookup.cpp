@@ -45,9 +45,12 @@ int look_up_remote_user(const RemoteSource &source, user_profile_t &profile, con
 
 int look_up(int method, user_profile_t &profile, const char *user) {
     switch (method) {
-        case AUTH_METHOD_LOCAL: return look_up_local_user(profile, user);
-        case AUTH_METHOD_RADIUS: return look_up_remote_user(radius, profile, user);
-        default: return look_up_remote_user(ldap, profile, user);
+        case AUTH_METHOD_LOCAL:
+            return look_up_local_user(profile, user);
+        case AUTH_METHOD_RADIUS:
+            return look_up_remote_user(radius, profile, user);
+        default:
+            return look_up_remote_user(ldap, profile, user);
     }
 }
 

@@ -41,11 +41,16 @@ void set_defaults(user_profile_t &profile, const TypeDefaults &defaults) {
 
 const char *type_word(std::int32_t type) {
     switch (type) {
-        case USER_TYPE_ADMIN: return "admin";
-        case USER_TYPE_USER: return "user";
-        case USER_TYPE_GUEST: return "guest";
-        case USER_TYPE_LIMITED_ADMIN: return "limited-admin";
-        default: return "ext-user";
+        case USER_TYPE_ADMIN:
+            return "admin";
+        case USER_TYPE_USER:
+            return "user";
+        case USER_TYPE_GUEST:
+            return "guest";
+        case USER_TYPE_LIMITED_ADMIN:
+            return "limited-admin";
+        default:
+            return "ext-user";
     }
 }
 

@@ -11,15 +11,19 @@ int check_radius_db(const char *user) {
 // A server's type 3 keeps its code; what is no type becomes a guest.
 TypeDefaults defaults_of_code(std::int32_t type) {
     switch (type) {
-        case USER_TYPE_ADMIN: return admin_defaults;
-        case USER_TYPE_LIMITED_ADMIN: return limited_admin_defaults;
-        case USER_TYPE_USER: return user_defaults;
+        case USER_TYPE_ADMIN:
+            return admin_defaults;
+        case USER_TYPE_LIMITED_ADMIN:
+            return limited_admin_defaults;
+        case USER_TYPE_USER:
+            return user_defaults;
         case USER_TYPE_EXT_USER: {
             TypeDefaults defaults = user_defaults;
             defaults.type = USER_TYPE_EXT_USER;
             return defaults;
         }
-        default: return guest_defaults;
+        default:
+            return guest_defaults;
     }
 }
 

@@ -15,7 +15,7 @@ constexpr char group_scope[] = "object/user_group";
 constexpr char group_type[] = "user_group_object_t";
 constexpr int capacity = sizeof(user_group_t::members) / sizeof(user_profile_t);
 constexpr std::size_t longest_name = 127;
-constexpr int deepest_nesting = 1000;  // a level costs a few hundred bytes of stack
+constexpr int deepest_nesting = 1000;    // a level costs a few hundred bytes of stack
 constexpr int most_expansions = 10'000;  // without members, nothing else ends a nesting that branches at every level
 
 using Snapshot = Owned<kvio_config_t, kvio_close_config>;

@@ -89,8 +89,8 @@ typedef struct list_desc_t {
     int (*end)(void);                                             /**< A listing has ended; result ignored. */
     int (*print_name)(int position, const char *name, int count); /**< Prints a line of the name listing. */
     void *(*alloc_entry)(void);                                   /**< Makes an entry buffer; null on failure. */
-    int (*set_entry)(kvio_node_t *entity, void *data); /**< Writes the data into the entity; negative on failure. */
-    void *reserved;                                    /**< Never read. */
+    int (*set_entry)(kvio_node_t *entity, void *data);  /**< Writes the data into the entity; negative on failure. */
+    void *reserved;                                     /**< Never read. */
     int (*get_entry)(kvio_node_t *entity, void *entry); /**< Fills the buffer from the entity. */
     void (*free_entry)(void *entry);                    /**< Releases a buffer of `alloc_entry`. */
 } list_desc_t;
@@ -192,11 +192,11 @@ typedef struct group_desc_t {
     char *name;                /**< `name` of the group. For valid_property() a writable buffer of 64 bytes. */
     int max_groups;            /**< Of a parent: how many members create_group() allows it; 0 for no limit. */
 
-    void (*begin)(void);                                 /**< list_group() starts. */
-    int (*print_group)(const char *name);                /**< list_group(): prints a nested group. */
-    void (*end)(void);                                   /**< list_group() has ended. */
-    int (*print_entry)(const char *name, void *entry);   /**< list_group(): prints an entry. */
-    void *(*alloc_entry)(void);                          /**< Makes an entry buffer; null on failure. */
+    void (*begin)(void);                               /**< list_group() starts. */
+    int (*print_group)(const char *name);              /**< list_group(): prints a nested group. */
+    void (*end)(void);                                 /**< list_group() has ended. */
+    int (*print_entry)(const char *name, void *entry); /**< list_group(): prints an entry. */
+    void *(*alloc_entry)(void);                        /**< Makes an entry buffer; null on failure. */
     /** Writes the caller's data into the entry; `current` is the entry before the change, null for a new member. */
     int (*set_entry)(kvio_node_t *entity, const char *name, void *data, void *current);
     int (*entry_removed)(const char *name, void *entry); /**< remove_entry(): the entry leaves the group. */

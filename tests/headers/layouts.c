@@ -10,8 +10,7 @@
 #define BY_WIDTH(narrow, wide) (sizeof(void *) == 4 ? (narrow) : (wide))
 #define AT(record, field, narrow, wide) \
     _Static_assert(offsetof(record, field) == BY_WIDTH(narrow, wide), #record "." #field " has moved")
-#define SIZE(record, narrow, wide) \
-    _Static_assert(sizeof(record) == BY_WIDTH(narrow, wide), #record " has another size")
+#define SIZE(record, narrow, wide) _Static_assert(sizeof(record) == BY_WIDTH(narrow, wide), #record " has another size")
 
 _Static_assert(sizeof(int) == 4 && (sizeof(void *) == 4 || sizeof(void *) == 8), "numbers for 32 and 64 bits only");
 

@@ -49,8 +49,10 @@ extern "C" void kvlog(int a, int b, int c, int d, int e, int f, int g, const cha
     std::ostringstream line;
     line << tag << ' ' << a << ',' << b << ',' << c << ',' << d << ',' << e << ',' << f << ',' << g << ": " << text;
     std::free(text);
-    if (observer >= 0 && getpid() != observer) std::fputs(line.str().c_str(), stderr);
-    else log_text += line.str();
+    if (observer >= 0 && getpid() != observer)
+        std::fputs(line.str().c_str(), stderr);
+    else
+        log_text += line.str();
     errno = error;
 }
 
@@ -127,8 +129,10 @@ bool operator!=(const Outcome &a, const Outcome &b) { return !(a == b); }
 
 void PrintTo(const Outcome &outcome, std::ostream *out) {
     *out << "{" << outcome.result << ", ";
-    if (outcome.code == untouched) *out << "untouched";
-    else *out << outcome.code;
+    if (outcome.code == untouched)
+        *out << "untouched";
+    else
+        *out << outcome.code;
     *out << ", " << testing::PrintToString(outcome.err) << ", " << testing::PrintToString(outcome.log) << "}";
 }
 

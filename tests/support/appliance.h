@@ -67,9 +67,12 @@ Outcome observe(const std::function<long()> &body);
 
 template <class T>
 long number(T result) {
-    if constexpr (std::is_null_pointer_v<T>) return 0;
-    else if constexpr (std::is_pointer_v<T>) return result ? 1 : 0;
-    else return static_cast<long>(result);
+    if constexpr (std::is_null_pointer_v<T>)
+        return 0;
+    else if constexpr (std::is_pointer_v<T>)
+        return result ? 1 : 0;
+    else
+        return static_cast<long>(result);
 }
 }  // namespace support
 
@@ -78,17 +81,19 @@ long number(T result) {
 template <class Body>
 Outcome call(Body &&body) {
     return support::observe([&]() -> long {
-        if constexpr (std::is_void_v<decltype(body())>) return body(), 0;
-        else return support::number(body());
+        if constexpr (std::is_void_v<decltype(body())>)
+            return body(), 0;
+        else
+            return support::number(body());
     });
 }
 
 // ---------------------------------------------------------------------------------------------------------- files
 
 void write_file(const std::string &path, const std::string &text, mode_t mode = 0600);
-std::string read_file(const std::string &path);    // fails the test when there is none
+std::string read_file(const std::string &path);  // fails the test when there is none
 bool file_exists(const std::string &path);
-mode_t file_mode(const std::string &path);         // the permission bits
+mode_t file_mode(const std::string &path);  // the permission bits
 
 std::string config_path(const std::string &name);  // "/etc/kavex/conf/" and the name
 std::string small_disk(const std::string &name);   // the name of a configuration on a full-size file system of 256 KiB

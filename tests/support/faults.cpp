@@ -96,7 +96,10 @@ const Plan *due(const char *function) {
     }
     for (Plan *entry = plans; entry != plans + plan_count; ++entry) {
         if (!is_use_of(entry->function, function) || entry->nth == 0) continue;
-        if (entry->nth > 1) { --entry->nth; continue; }
+        if (entry->nth > 1) {
+            --entry->nth;
+            continue;
+        }
         if (entry->extent == once) entry->nth = 0;
         fired = true;
         return entry;
@@ -186,7 +189,8 @@ std::string stack_of(void *const *frames, int depth) {
 
 std::set<std::string> stacks() {
     std::set<std::string> found;
-    for (const Block *block = kept; block != kept + kept_count; ++block) found.insert(stack_of(block->stack, block->depth));
+    for (const Block *block = kept; block != kept + kept_count; ++block)
+        found.insert(stack_of(block->stack, block->depth));
     return found;
 }
 #endif
@@ -253,7 +257,9 @@ int open64(const char *path, int flags, ...) {
 ssize_t read(int fd, void *data, size_t size) { return transfer<&read>("read", fd, data, size); }
 ssize_t write(int fd, const void *data, size_t size) { return transfer<&write>("write", fd, data, size); }
 
-ssize_t pread(int fd, void *data, size_t size, off_t offset) { return transfer<&pread>("pread", fd, data, size, offset); }
+ssize_t pread(int fd, void *data, size_t size, off_t offset) {
+    return transfer<&pread>("pread", fd, data, size, offset);
+}
 
 ssize_t pread64(int fd, void *data, size_t size, off64_t offset) {
     return transfer<&pread64>("pread64", fd, data, size, offset);

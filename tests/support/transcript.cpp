@@ -27,8 +27,10 @@ std::string abbreviated(const std::string &text) {
     for (size_t at = 0, end; at < text.size(); at = end) {
         end = std::min(text.find_first_not_of(text[at], at), text.size());
         if (text[at] == '\n') shorter.erase(shorter.find_last_not_of(' ') + 1);
-        if (end - at < 40) shorter.append(text, at, end - at);
-        else shorter += std::string("{") + text[at] + "*" + std::to_string(end - at) + "}";
+        if (end - at < 40)
+            shorter.append(text, at, end - at);
+        else
+            shorter += std::string("{") + text[at] + "*" + std::to_string(end - at) + "}";
     }
     return shorter;
 }
@@ -40,8 +42,10 @@ transcript::Words split(const std::string &text, char separator) {
     for (size_t at = 0; at < text.size(); ++at) {
         const char before = at ? text[at - 1] : ' ';
         if (text[at] == '"' && (quoted ? before != '\\' : std::strchr(" {,", before) != nullptr)) quoted = !quoted;
-        if (text[at] == separator && !quoted) parts.emplace_back();
-        else parts.back() += text[at];
+        if (text[at] == separator && !quoted)
+            parts.emplace_back();
+        else
+            parts.back() += text[at];
     }
     return parts;
 }
@@ -53,10 +57,14 @@ std::vector<std::string> nodes(const std::string &list) {
     int depth = 0;
     for (size_t at = 0, begin = 0; at < list.size();) {
         const size_t tag = at;
-        if (list[at] != '<') at = std::min(list.find('<', at), list.size());
-        else if (list.compare(at, 4, "<!--") == 0) at = after("-->", at);
-        else if (list.compare(at, 2, "<!") == 0) at = after("]]>", at);
-        else at = after(">", at);
+        if (list[at] != '<')
+            at = std::min(list.find('<', at), list.size());
+        else if (list.compare(at, 4, "<!--") == 0)
+            at = after("-->", at);
+        else if (list.compare(at, 2, "<!") == 0)
+            at = after("]]>", at);
+        else
+            at = after(">", at);
         if (list[tag] == '<' && std::isalpha(static_cast<unsigned char>(list[tag + 1])) && list[at - 2] != '/') ++depth;
         if (list.compare(tag, 2, "</") == 0) --depth;
         if (depth == 0) found.push_back(list.substr(begin, at - begin)), begin = at;
@@ -85,15 +93,18 @@ void transcript::play(const std::string &path, const std::function<void(const st
         expected += line + "\n";
         if (!line.empty() && std::string(" -0123456789").find(line[0]) != std::string::npos) continue;
         seen += line + "\n";
-        if (line[0] == '>') loaded += expanded(line).substr(2);
-        else finish_loading();
+        if (line[0] == '>')
+            loaded += expanded(line).substr(2);
+        else
+            finish_loading();
         const bool is_word = std::isalpha(static_cast<unsigned char>(line[0]));
         if (is_word || line[0] == '$') seen += abbreviated(perform(split(expanded(line), ' ')));
     }
     finish_loading();
     const auto parted = std::mismatch(seen.begin(), seen.end(), expected.begin(), expected.end()).first;
     EXPECT_TRUE(seen == expected) << "from line " << std::count(seen.begin(), parted, '\n') + 1 << " on, instead of "
-                                  << path << ":\n" << seen << "<<<";
+                                  << path << ":\n"
+                                  << seen << "<<<";
 }
 
 transcript::Words transcript::alternatives(const std::string &word) {
@@ -106,9 +117,12 @@ const char *transcript::argument(const std::string &word) {
     if (word[0] != '"') return kept.insert(word).first->c_str();
     std::string text;
     for (size_t at = 1; at + 1 < word.size(); ++at) {
-        if (word[at] != '\\') text += word[at];
-        else if (word[++at] == 'n') text += '\n';
-        else text += word[at];
+        if (word[at] != '\\')
+            text += word[at];
+        else if (word[++at] == 'n')
+            text += '\n';
+        else
+            text += word[at];
     }
     return kept.insert(text).first->c_str();
 }
@@ -116,9 +130,12 @@ const char *transcript::argument(const std::string &word) {
 std::string transcript::on_one_line(const std::string &bytes) {
     std::string text;
     for (char byte : bytes) {
-        if (byte == '\n') text += "\\n";
-        else if (byte == '\0') text += "\\0";
-        else text += byte;
+        if (byte == '\n')
+            text += "\\n";
+        else if (byte == '\0')
+            text += "\\0";
+        else
+            text += byte;
     }
     return text;
 }
