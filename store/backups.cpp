@@ -1,5 +1,5 @@
 // States of the configuration kept aside: dumps, scope backups with their read-only snapshots, and checkpoints.
-#include "store/handles.h"
+#include "store/store.h"
 
 namespace {
 

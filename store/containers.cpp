@@ -1,5 +1,5 @@
 // Containers: tables, lists and groups made, found and removed in their scope, and the handles on them.
-#include "store/handles.h"
+#include "store/store.h"
 
 namespace {
 

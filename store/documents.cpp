@@ -7,8 +7,8 @@
 #include <cerrno>
 
 #include "base/paths.h"
-#include "store/handles.h"
 #include "store/lock.h"
+#include "store/store.h"
 
 int kvio_errno = KVIO_OK;
 

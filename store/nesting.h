@@ -7,8 +7,8 @@
 #ifndef KAVEX_STORE_NESTING_H
 #define KAVEX_STORE_NESTING_H
 
-#include "store/handles.h"
-#include "store/names.h"
+#include "base/names.h"
+#include "store/store.h"
 
 namespace store {
 

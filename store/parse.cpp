@@ -88,8 +88,7 @@ private:
 }  // namespace
 
 Document parse(const char *path) noexcept {
-    // Somebody may have put a pipe there, for whose other end one would wait for ever.
-    Descriptor file(path ? open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC) : -1);
+    Descriptor file = path ? open_to_read(path) : Descriptor();
     if (!file) return nullptr;
     MemoryWatch memory;
     Document document(is_compressed(file.get()) ? xmlParseFile(DescriptorName(file.get()).text)

@@ -100,16 +100,6 @@ bool reserve_room(int fd, std::size_t size) noexcept {
     return result == 0 || errno == EOPNOTSUPP || errno == ENOSYS;
 }
 
-bool write_all(int fd, const char *bytes, std::size_t size) noexcept {
-    for (std::size_t done = 0; done < size;) {
-        ssize_t written = pwrite(fd, bytes + done, size - done, static_cast<off_t>(done));
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        done += static_cast<std::size_t>(written);
-    }
-    return true;
-}
-
 bool cut(int fd, std::size_t size) noexcept { return ftruncate(fd, static_cast<off_t>(size)) == 0; }
 
 // The contents of a file that may be written, but not read, are left out.
@@ -134,8 +124,8 @@ bool overwrite(Descriptor file, Sink &sink, std::size_t old_size) noexcept {
         return false;
     }
     bool written = store::uninterrupted([&] {
-        if (write_all(fd, sink.bytes.get(), covered) && (covered == sink.size || cut(fd, sink.size))) return true;
-        write_all(fd, old.bytes.get(), old.size);
+        if (write_all(fd, sink.bytes.get(), covered, 0) && (covered == sink.size || cut(fd, sink.size))) return true;
+        write_all(fd, old.bytes.get(), old.size, 0);
         cut(fd, old_size);
         return false;
     });

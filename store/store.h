@@ -1,12 +1,53 @@
-// What the files of the store share: the two handles, and the way from a scope and a name to an element.
+// What the files of the store share: how a call fails, the handles, and the look-up of scopes, entities and containers.
 #ifndef KAVEX_STORE_STORE_H
 #define KAVEX_STORE_STORE_H
 
+#include <cerrno>
+#include <cstdarg>
 #include <cstddef>
+#include <cstdio>
 
 #include "kavex/store.h"
-#include "store/error.h"
 #include "store/xml.h"
+
+// Prints to the standard error stream. errno stays as it was: it is the reason of the failure that is reported.
+inline void print(const char *format, va_list arguments) noexcept {
+    int reason = errno;
+    std::vfprintf(stderr, format, arguments);
+    errno = reason;
+}
+
+// Prints a line that changes no result and no code.
+[[gnu::format(printf, 1, 2)]] inline void say(const char *format, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, format);
+    print(format, arguments);
+    va_end(arguments);
+}
+
+// Sets the code, prints the line and returns the result: return fail(0, KVIO_EXISTS, "%s error: ...\n", who).
+template <class Result>
+[[gnu::format(printf, 3, 4)]] Result fail(Result result, kvio_code code, const char *format, ...) noexcept {
+    kvio_errno = code;
+    va_list arguments;
+    va_start(arguments, format);
+    print(format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+// For failures that have no line.
+template <class Result>
+Result fail(Result result, kvio_code code) noexcept {
+    kvio_errno = code;
+    return result;
+}
+
+template <class Result>
+Result succeed(Result result) noexcept {
+    kvio_errno = KVIO_OK;
+    return result;
+}
 
 struct kvio_config_t {
     char path[4096];  // full path of the file that the handle saves to and whose lock it holds
@@ -28,6 +69,16 @@ static_assert(sizeof(void *) != 4 ||
               (sizeof(kvio_config_t) == 4104 && sizeof(kvio_iterator_t) == 156 && sizeof(kvio_entities_t) == 12));
 
 namespace store {
+
+// Frees the document and the block. The lock is not the handle's memory: it is released by name.
+inline void free_config(kvio_config_t *config) noexcept {
+    xmlFreeDoc(config->doc);
+    std::free(config);
+}
+
+using Config = Owned<kvio_config_t, free_config>;
+using Iterator = Block<kvio_iterator_t>;
+using Entities = Block<kvio_entities_t>;
 
 // The longest scope: with "/kavex/" in front it makes 255 bytes.
 inline constexpr std::size_t max_scope = 255 - (sizeof "/kavex/" - 1);

@@ -12,9 +12,9 @@
 #include <libxml/xmlerror.h>
 #include <libxml/xpath.h>
 
-#include <cstdio>
 #include <cstring>
 
+#include "base/files.h"
 #include "base/owned.h"
 #include "base/text.h"
 
@@ -151,12 +151,6 @@ inline bool is_named(const xmlNode *node, const char *name) noexcept {
 // Sets an attribute to a text, taken as it is; an existing one is unchanged when memory is short.
 bool set_attribute(xmlNode *node, const char *name, const char *value) noexcept;
 void remove_attribute(xmlNode *node, const char *name) noexcept;
-
-// A file name for an open descriptor, for calls that would read more than a path out of the file's own.
-struct DescriptorName {
-    explicit DescriptorName(int fd) noexcept { std::snprintf(text, sizeof text, "/proc/self/fd/%d", fd); }
-    char text[32];
-};
 
 // Parses a file of which only the path says where it is: no URL, no catalogue, "-" is a file name. Null also for a
 // document whose entities make it a bomb.

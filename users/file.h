@@ -2,11 +2,9 @@
 #ifndef KAVEX_USERS_FILE_H
 #define KAVEX_USERS_FILE_H
 
-#include <fcntl.h>
-
 #include <cstdio>
 
-#include "base/owned.h"
+#include "base/files.h"
 
 // fclose() itself has attributes that a template argument would lose.
 inline void close_file(std::FILE *file) { std::fclose(file); }
@@ -14,8 +12,8 @@ inline void close_file(std::FILE *file) { std::fclose(file); }
 using File = Owned<std::FILE, close_file>;
 
 // Two of these files lie where everybody may write: opening does not wait where somebody has put a pipe.
-inline File open_to_read(const char *path) {
-    Descriptor descriptor(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+inline File open_lines(const char *path) {
+    Descriptor descriptor = open_to_read(path);
     File file(descriptor ? fdopen(descriptor.get(), "r") : nullptr);
     if (file) descriptor.release();
     return file;

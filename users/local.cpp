@@ -65,7 +65,7 @@ bool fill_domain_user(user_profile_t &profile, const char *user, const char *fun
 }
 
 File open_accounts(const char *path, const char *function) {
-    File file = open_to_read(path);
+    File file = open_lines(path);
     if (!file) kvlog(USER_OP, "[%s]Open password file has failed.", function);
     return file;
 }

@@ -1,14 +1,12 @@
 // A table from names to numbers, built and dropped within one call.
-#ifndef KAVEX_STORE_NAMES_H
-#define KAVEX_STORE_NAMES_H
+#ifndef KAVEX_BASE_NAMES_H
+#define KAVEX_BASE_NAMES_H
 
 #include <cstdint>
 #include <cstring>
 
 #include "base/array.h"
 #include "base/text.h"
-
-namespace store {
 
 // Numbers names in the order in which they come first: 0, 1, 2, ... The texts are kept by their address.
 class NameTable {
@@ -95,7 +93,5 @@ private:
     Array<const char *> names_;
     Array<Slot> slots_;  // a power of two of them, at most half in use
 };
-
-}  // namespace store
 
 #endif

@@ -1,0 +1,24 @@
+// Files: opened without waiting, read and written whole, named by descriptor.
+#ifndef KAVEX_BASE_FILES_H
+#define KAVEX_BASE_FILES_H
+
+#include <cstdio>
+
+#include "base/owned.h"
+
+// A path to the file behind an open descriptor, for calls that take a path.
+struct DescriptorName {
+    explicit DescriptorName(int fd) noexcept { std::snprintf(text, sizeof text, "/proc/self/fd/%d", fd); }
+    char text[32];
+};
+
+// Opens a file for reading. Does not wait for a writer where the path is that of a pipe.
+Descriptor open_to_read(const char *path) noexcept;
+
+// Reads up to `size` bytes from an offset, fewer only where the file ends. The number of bytes, or -1 with errno.
+ssize_t read_all(int fd, void *bytes, std::size_t size, off_t offset) noexcept;
+
+// Writes all bytes at an offset; false with errno.
+bool write_all(int fd, const void *bytes, std::size_t size, off_t offset) noexcept;
+
+#endif
