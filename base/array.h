@@ -2,7 +2,9 @@
 #ifndef KAVEX_BASE_ARRAY_H
 #define KAVEX_BASE_ARRAY_H
 
+#include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <type_traits>
 #include <utility>
 
@@ -27,6 +29,14 @@ public:
         return true;
     }
 
+    // Appends copies of records; false when memory is short, with the array as it was.
+    bool append(const T *records, std::size_t count) noexcept {
+        if (count > capacity_ - size_ && !reserve(std::max(2 * capacity_, size_ + count))) return false;
+        if (count) std::memcpy(records_.get() + size_, records, count * sizeof(T));
+        size_ += count;
+        return true;
+    }
+
     // Room for that many records in all.
     bool reserve(std::size_t capacity) noexcept {
         if (capacity <= capacity_) return true;
@@ -48,6 +58,9 @@ public:
         size_ = size;
         return true;
     }
+
+    // Keeps the first `size` records.
+    void shorten(std::size_t size) noexcept { size_ = size; }
 
     void pop() noexcept { --size_; }
     T &top() noexcept { return records_.get()[size_ - 1]; }

@@ -3,6 +3,28 @@
 #include <fcntl.h>
 
 #include <cerrno>
+#include <climits>
+#include <cstring>
+
+#include "base/text.h"
+
+namespace {
+
+Descriptor open_directory_of(const char *path, int flags, mode_t mode) noexcept {
+    char directory[PATH_MAX];
+    if (!copy_if_fits(directory, sizeof directory, path)) {
+        errno = ENAMETOOLONG;
+        return Descriptor();
+    }
+    char *slash = std::strrchr(directory, '/');
+    if (slash)
+        slash[slash == directory] = '\0';
+    else
+        copy_if_fits(directory, sizeof directory, ".");
+    return Descriptor(open(directory, flags | O_CLOEXEC, mode));
+}
+
+}  // namespace
 
 Descriptor open_to_read(const char *path) noexcept { return Descriptor(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC)); }
 
@@ -28,4 +50,17 @@ bool write_all(int fd, const void *bytes, std::size_t size, off_t offset) noexce
         done += static_cast<std::size_t>(written);
     }
     return true;
+}
+
+Descriptor unnamed_file(const char *path, mode_t mode) noexcept {
+    return open_directory_of(path, O_RDWR | O_TMPFILE, mode);
+}
+
+bool give_name(int fd, const char *path) noexcept {
+    return linkat(AT_FDCWD, DescriptorName(fd).text, AT_FDCWD, path, AT_SYMLINK_FOLLOW) == 0 && sync_directory(path);
+}
+
+bool sync_directory(const char *path) noexcept {
+    Descriptor directory = open_directory_of(path, O_RDONLY | O_DIRECTORY, 0);
+    return directory && (fsync(directory.get()) == 0 || errno == EINVAL);
 }

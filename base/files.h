@@ -1,6 +1,8 @@
-// Files: opened without waiting, read and written whole, named by descriptor.
+// Files: opened without waiting, read and written whole, made without a name until they are complete.
 #ifndef KAVEX_BASE_FILES_H
 #define KAVEX_BASE_FILES_H
+
+#include <sys/types.h>
 
 #include <cstdio>
 
@@ -20,5 +22,15 @@ ssize_t read_all(int fd, void *bytes, std::size_t size, off_t offset) noexcept;
 
 // Writes all bytes at an offset; false with errno.
 bool write_all(int fd, const void *bytes, std::size_t size, off_t offset) noexcept;
+
+// Makes an empty file in the directory of a path that no name leads to; none, with errno, where the file system has
+// no such files. It is gone with its descriptor unless give_name() comes first.
+Descriptor unnamed_file(const char *path, mode_t mode) noexcept;
+
+// Gives an unnamed file its name and syncs the directory. False with errno; EEXIST where the name is in use.
+bool give_name(int fd, const char *path) noexcept;
+
+// Syncs the directory of a path, so that names made or removed in it survive a loss of power; false with errno.
+bool sync_directory(const char *path) noexcept;
 
 #endif

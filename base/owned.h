@@ -23,10 +23,11 @@ using Owned = std::unique_ptr<T, Releaser<Release>>;
 template <class T>
 using Block = Owned<T, std::free>;
 
-// A zero-filled record on the heap; null when memory is short.
-template <class T>
-Block<T> zeroed() {
-    return Block<T>(static_cast<T *>(std::calloc(1, sizeof(T))));
+// A zero-filled record on the heap, by its owning type; null when memory is short.
+template <class Owner>
+Owner zeroed() {
+    using T = typename Owner::element_type;
+    return Owner(static_cast<T *>(std::calloc(1, sizeof(T))));
 }
 
 // An open file descriptor, or -1.

@@ -9,6 +9,7 @@ inline constexpr char config_directory[] = "/etc/kavex/conf/";
 inline constexpr char system_directory[] = "/etc/";
 inline constexpr char system_default[] = "__system_default.xml";
 inline constexpr char system_default_template[] = "/etc/__system_default.xml";
+inline constexpr char redo_prefix[] = ".kavex-redo-";  // and the number of the configuration's inode
 
 // Accounts and directories.
 inline constexpr char passwd[] = "/etc/passwd";

@@ -82,7 +82,7 @@ private:
 
     // Finds or makes the visit of a group; null when memory is short.
     Visit *visit(const char *name) {
-        Block<Visit> made = zeroed<Visit>();
+        auto made = zeroed<Block<Visit>>();
         if (!made) return nullptr;
         copy_if_fits(made->name, sizeof made->name, name);
         made->latest = made.get();

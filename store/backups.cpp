@@ -30,14 +30,12 @@ xml::Detached copy_with_ancestors(xmlNode *scope, const char *who) {
 
 int kvio_dump(kvio_config_t *config, const char *path) {
     if (!config) return fail(-1, KVIO_NULL_CONFIG, "%s error: passing NULL argument\n", __func__);
-    int written = xml::write(config->doc, path, 0666);
-    if (written < 0) return fail(-1, KVIO_IO, "Problem occurred on saving XML to %s\n", shown(path));
-    return succeed(written);
+    return store::save(config->doc, path, 0666, store::RedoFile::is_removed, __func__);
 }
 
 kvio_config_t *kvio_restore(kvio_config_t *config, const char *path) {
     if (!config) return fail(nullptr, KVIO_NULL_CONFIG, "%s error: passing NULL argument\n", __func__);
-    store::Config restored(zeroed<kvio_config_t>().release());
+    auto restored = zeroed<store::Config>();
     if (!restored) return fail(nullptr, KVIO_NO_MEMORY, "No memory\n");
     *restored = *config;
     restored->doc = xml::parse(path).release();
@@ -46,7 +44,7 @@ kvio_config_t *kvio_restore(kvio_config_t *config, const char *path) {
 }
 
 kvio_config_t *kvio_restore_scope(const char *path) {
-    store::Config snapshot(zeroed<kvio_config_t>().release());
+    auto snapshot = zeroed<store::Config>();
     if (!snapshot) return fail(nullptr, KVIO_NO_MEMORY, "No memory\n");
     snapshot->semid = -1;
     if (path && copy_if_fits(snapshot->path, sizeof snapshot->path, path)) snapshot->doc = xml::parse(path).release();
@@ -67,9 +65,7 @@ int kvio_backup_scope(kvio_config_t *config, const char *scope, const char *path
     xmlNode *top = root.release();
     xmlDocSetRootElement(backup.get(), top);
     if (!adopt(top, std::move(copy))) return fail(0, KVIO_XML, "%s error on xmlAddChild()\n", __func__);
-    if (xml::write(backup.get(), path, 0666) < 0)
-        return fail(0, KVIO_IO, "Problem occurred on saving XML to %s\n", shown(path));
-    return succeed(1);
+    return store::save(backup.get(), path, 0666, store::RedoFile::is_removed, __func__) >= 0;
 }
 
 kvio_checkpoint_t *kvio_create_checkpoint(kvio_config_t *config, const char *scope) {

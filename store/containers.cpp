@@ -19,7 +19,7 @@ xml::Detached make_element(const char *kind, const char *type, const char *name,
 // A handle on a container element; null when memory is short. The texts fit their fields.
 store::Iterator open_handle(const char *kind, xmlNode *element, kvio_config_t *config, const char *scope,
                             const char *type) {
-    store::Iterator iterator = zeroed<kvio_iterator_t>();
+    auto iterator = zeroed<store::Iterator>();
     if (!iterator) return iterator;
     copy_if_fits(iterator->kind, sizeof iterator->kind, kind);
     iterator->node = element;

@@ -1,5 +1,4 @@
-#include "store/lock.h"
-
+// Paths of configurations and the locks on their files.
 #include <fcntl.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -7,9 +6,11 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
-#include "base/owned.h"
+#include "base/files.h"
 #include "base/text.h"
+#include "store/files.h"
 
 namespace store {
 
@@ -24,22 +25,10 @@ ConfigPath::ConfigPath(const char *directory, const char *name) noexcept
 
 namespace {
 
+// Where the numbers of device and inode end in zeros, ftok() gives IPC_PRIVATE with id 0, which would exclude nobody.
 key_t key_of(const char *path) noexcept {
     key_t key = ftok(path, 0);
-    // Where the numbers of device and inode end in zeros the key is IPC_PRIVATE, with which nobody is ever excluded.
     return key == IPC_PRIVATE ? ftok(path, 1) : key;
-}
-
-int make_lock(key_t key) noexcept { return semget(key, 1, IPC_CREAT | IPC_EXCL); }
-
-// An empty file without a name in the directory of a path.
-Descriptor unnamed_file(const char *path) noexcept {
-    char directory[4096];
-    bounded_copy(directory, sizeof directory, path);
-    char *end = std::strrchr(directory, '/');
-    if (!end) return Descriptor();
-    *end = '\0';
-    return Descriptor(open(directory, O_WRONLY | O_TMPFILE | O_CLOEXEC, 0600));
 }
 
 }  // namespace
@@ -52,70 +41,97 @@ key_t ConfigPath::key() const noexcept {
     return key_of(text_);
 }
 
-// An empty file that others can see before it is locked would be a configuration to them: one that does not parse, or
-// one to be copied over a good one. So it gets its lock first and its name after that. A key has few bits of the
-// inode's number; where it coincides with that of a file which somebody holds, another inode may do.
-bool FileLock::create_locked(const char *path) noexcept {
+FileLock::FileLock(FileLock &&other) noexcept
+    : status_(other.status_),
+      reason_(other.reason_),
+      created_(other.created_),
+      id_(other.release()),
+      unnamed_(std::move(other.unnamed_)) {}
+
+FileLock &FileLock::operator=(FileLock &&other) noexcept {
+    if (this == &other) return *this;
+    unlock();
+    status_ = other.status_;
+    reason_ = other.reason_;
+    created_ = other.created_;
+    id_ = other.release();
+    unnamed_ = std::move(other.unnamed_);
+    return *this;
+}
+
+FileLock FileLock::lock_key(key_t key) noexcept {
+    int id = semget(key, 1, IPC_CREAT | IPC_EXCL);
+    FileLock lock(id < 0 ? busy : held, id < 0 ? errno : 0);
+    lock.id_ = id;
+    return lock;
+}
+
+// Between the key and the lock the file may have been renamed or removed by its holder: the lock is then that of
+// another file, and is taken anew.
+FileLock FileLock::take(const ConfigPath &path) noexcept {
+    for (;;) {
+        key_t key = path.key();
+        if (key == -1) return none(errno);
+        FileLock lock = lock_key(key);
+        if (lock.status() != held || path.key() == key) return lock;
+    }
+}
+
+FileLock FileLock::take_or_create(const ConfigPath &path) noexcept {
+    FileLock lock = take(path);
+    bool missing = lock.status() == no_key && lock.reason() == ENOENT;
+    return missing ? create(path) : std::move(lock);
+}
+
+// A key has few bits of the inode's number. Where it coincides with that of a file that is locked, another inode may
+// have a free one.
+FileLock FileLock::create(const ConfigPath &path) noexcept {
+    struct stat link;
+    bool is_link = lstat(path.text(), &link) == 0;
     Descriptor files[4];
     for (Descriptor &file : files) {
-        file = unnamed_file(path);
-        if (!file) return false;
-        char name[32];
-        std::snprintf(name, sizeof name, "/proc/self/fd/%d", file.get());
-        key_t key = key_of(name);
-        if (key == -1) return false;
-        id_ = make_lock(key);
-        reason_ = errno;
-        status_ = id_ < 0 ? busy : held;
-        if (id_ < 0 && reason_ == EEXIST) continue;
-        if (linkat(AT_FDCWD, name, AT_FDCWD, path, AT_SYMLINK_FOLLOW) == 0) return true;
-        int reason = errno;
-        unlock();
-        errno = reason;
-        return false;
+        if (!is_link) file = unnamed_file(path.text(), 0600);
+        if (!file) break;
+        key_t key = key_of(DescriptorName(file.get()).text);
+        if (key == -1) return none(errno);
+        FileLock lock = lock_key(key);
+        if (lock.status() == busy && lock.reason() == EEXIST && &file != files + 3) continue;
+        lock.created_ = true;
+        lock.unnamed_ = std::move(file);
+        if (lock.status() == busy) lock.give_name(path);  // it stays, as where a file is made first and locked then
+        return lock;
     }
+    // The file system has no files without a name, or a link of this name leads nowhere.
+    Descriptor named(open(path.text(), O_WRONLY | O_CREAT | (is_link ? 0 : O_EXCL) | O_CLOEXEC, 0600));
+    FileLock lock = take(path);
+    lock.created_ = bool(named);
+    return lock;
+}
+
+bool FileLock::write(const ConfigPath &path, const Bytes &contents) noexcept {
+    if (!unnamed_) return replace(path.text(), contents, 0600, RedoFile::stays);
+    int fd = unnamed_.get();
+    if (write_all(fd, contents.begin(), contents.size(), 0) && fdatasync(fd) == 0) return give_name(path);
+    int reason = errno;
+    ftruncate(fd, 0);
+    errno = reason;
     return false;
 }
 
-FileLock::FileLock(const ConfigPath &path, Missing missing) noexcept {
-    for (int tries = 0;; ++tries) {
-        created_ = false;
-        key_t key = path.key();
-        if (key == -1 && errno == ENOENT && missing == is_created) {
-            created_ = create_locked(path.text());
-            if (created_) return;
-            // Somebody was faster, and may have taken the file away again. A link that leads nowhere stays.
-            if (errno == EEXIST && tries < 100) continue;
-            // Where no file can be made without a name. Without truncation: a file that appeared meanwhile is
-            // somebody's configuration.
-            Descriptor fresh(open(path.text(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-            created_ = bool(fresh);
-            fresh.close();
-            key = path.key();
-        }
-        reason_ = errno;
-        status_ = no_key;
-        if (key == -1) return;
-
-        id_ = make_lock(key);
-        reason_ = errno;
-        status_ = id_ < 0 ? busy : held;
-        // Between the key and the lock the file may have been renamed or removed by its holder. What counts is the
-        // file that has the name now.
-        if (id_ < 0 || path.key() == key) return;
-        unlock();
-    }
+bool FileLock::give_name(const ConfigPath &path) noexcept {
+    if (!unnamed_) return true;
+    bool named = ::give_name(unnamed_.get(), path.text());
+    int reason = errno;
+    unnamed_.close();
+    errno = reason;
+    return named;
 }
 
 void FileLock::unlock() noexcept {
     if (id_ >= 0) remove(release());
 }
 
-int FileLock::release() noexcept {
-    int id = id_;
-    id_ = -1;
-    return id;
-}
+int FileLock::release() noexcept { return std::exchange(id_, -1); }
 
 void FileLock::remove(int id) noexcept { semctl(id, 0, IPC_RMID); }
 

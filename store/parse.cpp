@@ -1,22 +1,14 @@
-// How a document gets out of a file that anybody may have written.
-//
-//  1. Open it oneself: only the path says where it is, and nothing is waited for.
-//  2. Parse the descriptor, and notice a shortage of memory even where the parser goes on without what it lost.
-//  3. Refuse a document that is small only as long as nobody reads it.
-#include <fcntl.h>
-#include <unistd.h>
+// Documents read from files that any program may have written.
+#include <libxml/parserInternals.h>
 
+#include <algorithm>
+#include <cerrno>
+
+#include "store/files.h"
 #include "store/xml.h"
 
 namespace xml {
 namespace {
-
-// Documents that came compressed are left to xmlParseFile, which knows how; nobody else begins with these bytes.
-bool is_compressed(int fd) noexcept {
-    unsigned char head[2];
-    if (pread(fd, head, sizeof head, 0) != sizeof head) return false;
-    return (head[0] == 0x1f && head[1] == 0x8b) || (head[0] == 0xfd && head[1] == '7');
-}
 
 // Notes a shortage of memory while it lives. In the record of the last error it would be lost when something else is
 // reported after it: a namespace that found no memory is missed, as undeclared, by the elements in it.
@@ -48,52 +40,66 @@ private:
     bool short_ = false;
 };
 
-// What a document's references to entities stand for. libxml2 keeps them as references, and whoever reads a text gets
-// them expanded, each time: a small file can have texts that no memory holds. Its own check lets pass what is in
-// proportion to the size of the file.
-class Expansion {
-public:
-    explicit Expansion(const xmlDoc *document) noexcept : document_(document) {}
-
-    // Whether all of it together is small enough to be read again and again.
-    bool is_bearable() noexcept { return !document_->intSubset || take(document_->children, 0); }
-
-private:
-    static constexpr long most = 1'000'000;  // bytes
-    static constexpr long reference = 16;    // what one counts for, however little it stands for
-    static constexpr int deepest = 40;       // entities within entities, as libxml2 has it
-
-    bool take(const xmlNode *first, int depth) noexcept {
-        for (const xmlNode *node = first; node; node = node->next) {
-            if (node->type == XML_ENTITY_REF_NODE) {
-                const xmlEntity *entity = xmlGetDocEntity(document_, node->name);
-                taken_ += reference;
-                if (taken_ > most || depth == deepest || (entity && !take(entity->children, depth + 1))) return false;
-            } else if (node->type == XML_ELEMENT_NODE) {
-                for (const xmlAttr *at = node->properties; at; at = at->next)
-                    if (!take(at->children, depth)) return false;
-                if (!take(node->children, depth)) return false;
-            } else if (depth > 0 && node->content && node->type != XML_ENTITY_DECL) {
-                taken_ += static_cast<long>(std::strlen(str(node->content)));
-                if (taken_ > most) return false;
-            }
-        }
-        return true;
-    }
-
-    const xmlDoc *document_;
-    long taken_ = 0;
+struct Unread {
+    const Array<char> &bytes;
+    std::size_t begin = 0;
 };
+
+int read(void *source, char *buffer, int length) noexcept {
+    auto *unread = static_cast<Unread *>(source);
+    std::size_t size = std::min(static_cast<std::size_t>(length), unread->bytes.size() - unread->begin);
+    if (size) std::memcpy(buffer, unread->bytes.begin() + unread->begin, size);
+    unread->begin += size;
+    return static_cast<int>(size);
+}
+
+using Parser = Owned<xmlParserCtxt, xmlFreeParserCtxt>;
+
+// A parser of bytes, which it reads as it would read a file; null when memory is short.
+Parser make_parser(Unread &unread, const char *path) noexcept {
+    Parser parser(xmlNewParserCtxt());
+    if (!parser) return nullptr;
+    xmlParserInputBuffer *buffer = xmlParserInputBufferCreateIO(read, nullptr, &unread, XML_CHAR_ENCODING_NONE);
+    xmlParserInput *input = buffer ? xmlNewIOInputStream(parser.get(), buffer, XML_CHAR_ENCODING_NONE) : nullptr;
+    if (!input) {
+        xmlFreeParserInputBuffer(buffer);
+        return nullptr;
+    }
+    input->filename = reinterpret_cast<char *>(xmlStrdup(str(path)));
+    if (inputPush(parser.get(), input) >= 0) return parser;
+    xmlFreeInputStream(input);
+    return nullptr;
+}
+
+// Parses bytes as xmlParseFile() parses those of a file, within the same limits and with the defaults that the caller
+// has set; null when they are not well-formed.
+Document parse_bytes(const Array<char> &bytes, const char *path) noexcept {
+    Unread unread{bytes};
+    Parser parser = make_parser(unread, path);
+    if (!parser) return nullptr;
+    xmlParseDocument(parser.get());
+    Document document(parser->myDoc);
+    parser->myDoc = nullptr;
+    if (!parser->wellFormed) document.reset();
+    return document;
+}
+
+Document refuse(int reason) noexcept {
+    errno = reason;
+    return nullptr;
+}
 
 }  // namespace
 
 Document parse(const char *path) noexcept {
-    Descriptor file = path ? open_to_read(path) : Descriptor();
-    if (!file) return nullptr;
+    Array<char> bytes;
+    if (empty(path)) return refuse(EINVAL);
+    if (!store::load(path, bytes)) return nullptr;
     MemoryWatch memory;
-    Document document(is_compressed(file.get()) ? xmlParseFile(DescriptorName(file.get()).text)
-                                                : xmlReadFd(file.get(), path, nullptr, 0));
-    if (memory.was_short() || (document && !Expansion(document.get()).is_bearable())) document.reset();
+    Document document = parse_bytes(bytes, path);
+    if (memory.was_short()) return refuse(ENOMEM);
+    if (!document) return refuse(EBADMSG);
+    if (expands_too_far(document.get())) return refuse(EOVERFLOW);
     return document;
 }
 

@@ -8,10 +8,11 @@
 #include <cstdio>
 
 #include "kavex/store.h"
+#include "store/files.h"
 #include "store/xml.h"
 
 // Prints to the standard error stream. errno stays as it was: it is the reason of the failure that is reported.
-inline void print(const char *format, va_list arguments) noexcept {
+[[gnu::format(printf, 1, 0)]] inline void print(const char *format, va_list arguments) noexcept {
     int reason = errno;
     std::vfprintf(stderr, format, arguments);
     errno = reason;
@@ -79,6 +80,23 @@ inline void free_config(kvio_config_t *config) noexcept {
 using Config = Owned<kvio_config_t, free_config>;
 using Iterator = Block<kvio_iterator_t>;
 using Entities = Block<kvio_entities_t>;
+
+// Reports that a configuration has no key, for the reason that its lock gives.
+template <class Result>
+Result no_key_for(const ConfigPath &path, const FileLock &lock, Result result) noexcept {
+    errno = lock.reason();
+    return fail(result, KVIO_NO_KEY, "ftok(%s%s) failed\n", path.directory(), path.name());
+}
+
+// Makes a missing configuration from the template and locks it. Without a template that can be parsed no file is made,
+// and the lock has the status no_key, for the reason ENOMEM when memory was short.
+FileLock create_from_template(const ConfigPath &path) noexcept;
+
+// Serialises a document. False with errno, after a line that names the first thing in it that could not be read back.
+bool serialise(xmlDoc *document, Bytes &bytes, const char *who) noexcept;
+
+// Saves a document to a path, as replace() does. The number of bytes, or -1 with the code and its lines.
+int save(xmlDoc *document, const char *path, mode_t mode, RedoFile redo, const char *who) noexcept;
 
 // The longest scope: with "/kavex/" in front it makes 255 bytes.
 inline constexpr std::size_t max_scope = 255 - (sizeof "/kavex/" - 1);

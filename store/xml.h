@@ -14,7 +14,7 @@
 
 #include <cstring>
 
-#include "base/files.h"
+#include "base/array.h"
 #include "base/owned.h"
 #include "base/text.h"
 
@@ -152,13 +152,21 @@ inline bool is_named(const xmlNode *node, const char *name) noexcept {
 bool set_attribute(xmlNode *node, const char *name, const char *value) noexcept;
 void remove_attribute(xmlNode *node, const char *name) noexcept;
 
-// Parses a file of which only the path says where it is: no URL, no catalogue, "-" is a file name. Null also for a
-// document whose entities make it a bomb.
+// Parses a file as store::load() reads it. Only the path says where it is: no URL, no catalogue, "-" is a file name.
+// Null with errno: why the file cannot be read, ENOMEM, EBADMSG when it is not well-formed, or EOVERFLOW when it
+// expands too far.
 Document parse(const char *path) noexcept;
 
-// Writes a document over a file in place, so that a failure leaves its old contents; creates it with `mode`.
-// The number of bytes, or -1.
-int write(xmlDoc *document, const char *path, unsigned mode) noexcept;
+// Whether what the document's references to entities stand for is more than the store takes.
+bool expands_too_far(const xmlDoc *document) noexcept;
+
+// The first node with bytes or names that XML cannot hold, or beyond the limits of the parser: a document without one
+// can be read back. Null if there is none.
+const xmlNode *find_unreadable(const xmlDoc *document) noexcept;
+
+// Appends the bytes that xmlSaveFormatFile() would write with format 1. False with errno: ENOMEM, EFBIG beyond what an
+// int holds, or EILSEQ when the document's encoding would not be read back.
+bool serialise(xmlDoc *document, Array<char> &bytes) noexcept;
 
 }  // namespace xml
 

@@ -110,6 +110,8 @@ TEST_F(Hostile, WhatIsNoDocumentIsRefused) {
         {"a text beyond ten million bytes", "<kavex><s>" + std::string(10'000'001, 'x') + "</s></kavex>"},
         {"a loop of entities", document("<!ENTITY e \"&f;\"><!ENTITY f \"&e;\">", "&e;")},
         {"a gzip header and nothing", "\x1f\x8b\x08"s},
+        {"a whole document, compressed",
+         "\x1f\x8b\x08\0\0\0\0\0\x02\x03\xb3\xc9N,K\xad\xd0\xb7\x03\0\xcbS\xac\x0e\x08\0\0\0"s},
         {"an xz header and nothing",
          "\xfd"
          "7zXZ\0"s},
@@ -144,7 +146,7 @@ TEST_F(Hostile, TruncatedDocumentsAreRefused) {
 // ------------------------------------------------------------------------------------------------------------- bombs
 
 TEST_F(Hostile, EntitiesThatExpandWithoutBoundAreRefused) {
-    const std::string large = "<!ENTITY e \"" + std::string(100'000, 'x') + "\">", small = "<!ENTITY e \"x\">";
+    const std::string large = "<!ENTITY e \"" + std::string(100'000, 'x') + "\">";
     const std::string files[] = {
         document(tenfold("lol"), "&e9;"),
         document(tenfold("lol"), "", "&e9;"),
@@ -156,8 +158,7 @@ TEST_F(Hostile, EntitiesThatExpandWithoutBoundAreRefused) {
         document(large, repeat("&e;", 20'000)),
         document(large, "", repeat("&e;", 20'000)),
         document(large, "", "a", repeat("&e;", 20'000)),
-        document(large, "", "a", repeat("&e;", 10)),
-        document(small, repeat("&e;", 70'000)),
+        document(large, "", "a", repeat("&e;", 11)),
         document("<!ENTITY e \"" + repeat("&#38;f;", 1000) + "\"><!ENTITY f \"" + std::string(1000, 'x') + "\">",
                  "&e;"),
     };
@@ -180,6 +181,9 @@ TEST_F(Hostile, EntitiesThatExpandWithoutBoundAreRefused) {
 }
 
 TEST_F(Hostile, ModestEntitiesAreRead) {
+    write_config("a.xml", document("<!ENTITY e \"amp\">", repeat("&e;", 70'000)));
+    ASSERT_EQ(open("a.xml").result, 1);
+    close();
     write_config("a.xml", document("<!ENTITY e \"a\"><!ENTITY f \"&e;&e;\">", "&f;", "&e;", "&e;"));
     ASSERT_EQ(open("a.xml").result, 1);
     kvio_node_t *entity = nullptr;
@@ -417,7 +421,6 @@ TEST_F(Hostile, FilesThatChangeBetweenTwoSteps) {
         {"emptied before it is read", "open", 1, clear, open_a, 0, KVIO_MALFORMED},
         {"replaced before the lock", "semget", 1, replace, open_a, 1, KVIO_OK},
         {"source gone before it is copied", "open", 1, remove, copy, -1, KVIO_IO},
-        {"source shorter while it is copied", "read", 1, clear, copy, -1, KVIO_IO},
         {"source gone before it is renamed", "rename", 1, remove, rename, -1, KVIO_IO},
         {"target appears before it is locked", "ftok", 3, [] { write_config("c.xml", "<kavex>theirs</kavex>"); },
          rename, -1, KVIO_EXISTS},

@@ -3,14 +3,13 @@
 #include <libxml/parser.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 #include "tests/open_document.h"
@@ -23,6 +22,15 @@ protected:
         return call([&] { return kvio_save_config(config); });
     }
     Outcome failure() const { return {-1, 5, "Problem occurred on saving XML to " + path() + "\n"}; }
+    // The document as any reader finds it, also where a save that failed has left the file torn.
+    std::string loaded() const {
+        kvio_config_t *found = nullptr;
+        call([&] { return found = kvio_restore_scope(path().c_str()); });
+        if (!found) return "";
+        kvio_dump(found, "/tmp/loaded.xml");
+        call([&] { return kvio_close_config(found); });
+        return read_file("/tmp/loaded.xml");
+    }
     // What a save is to write.
     std::string pending() const {
         kvio_dump(config, "/tmp/pending.xml");
@@ -31,6 +39,7 @@ protected:
     void set(const std::string &value) {
         ASSERT_EQ(kvio_set(kvio_retrieve_entity(config, "s", "t", "e"), "f", value.c_str()), 1);
     }
+    uint32_t length_ = 0;
     static struct stat status(const std::string &path) {
         struct stat now = {};
         EXPECT_EQ(stat(path.c_str(), &now), 0);
@@ -90,6 +99,13 @@ TEST_F(Saving, ShorterAndLongerDocuments) {
         EXPECT_EQ(read_config("a.xml"), wanted);
         EXPECT_LE(status(path()).st_blocks * 512, static_cast<long>(wanted.size() / 4096 + 1) * 4096) << "no room kept";
     }
+    // What has not changed is not written.
+    const struct stat before = status(path());
+    for (const char *function : {"pwrite", "ftruncate", "fdatasync"})
+        faults::fail(function, EIO, 1, faults::from_then_on);
+    EXPECT_EQ(save().code, 0);
+    EXPECT_EQ(status(path()).st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+    EXPECT_EQ(status(path()).st_ctim.tv_nsec, before.st_ctim.tv_nsec);
     // A file that went away meanwhile is made again.
     unlink(path().c_str());
     EXPECT_EQ(save().code, 0);
@@ -99,11 +115,11 @@ TEST_F(Saving, ShorterAndLongerDocuments) {
 }
 
 // Every error at every step, alone and from then on: the old document or the new one is there, whole, and the next try
-// works. Where the file system only cannot reserve room, or a signal arrives, the save itself works.
+// works. Where a signal arrives the save itself works.
 TEST_F(Saving, EveryStepFails) {
-    const std::string values[] = {"old value" + std::string(100, '!'), "v", "new value" + std::string(200, '?')};
-    open("<t name=\"e\"><f>" + values[0] + "</f></t>");
-    const std::string before = read_config("a.xml");
+    const std::string values[] = {"old valuE" + std::string(100, '!'), "v", "new value" + std::string(200, '?')};
+    open("<t name=\"e\"><f>old value" + std::string(100, '!') + "</f></t>");
+    const std::string before = pending();
     int points = 0;
     for (const std::string &value : values) {
         set(value);
@@ -113,7 +129,7 @@ TEST_F(Saving, EveryStepFails) {
             write_config("a.xml", before);
             Outcome outcome = save();
             EXPECT_EQ(outcome, done || !outcome.code ? success : failure());
-            const std::string now = read_config("a.xml");
+            const std::string now = loaded();
             EXPECT_TRUE(now == wanted || (outcome.code && now == before)) << now;
             EXPECT_TRUE(locked(path()));
             const bool struck = faults::struck();
@@ -122,7 +138,7 @@ TEST_F(Saving, EveryStepFails) {
             EXPECT_EQ(read_config("a.xml"), wanted);
             return struck;
         };
-        for (const char *function : {"open", "pread", "fallocate", "pwrite", "ftruncate", "fdatasync", "close"})
+        for (const char *function : {"open", "pread", "pwrite", "ftruncate", "fdatasync", "fsync", "close"})
             for (int error : {EIO, ENOSPC, EROFS, EDQUOT, EACCES, EFBIG})
                 for (faults::Extent extent : {faults::once, faults::from_then_on}) {
                     SCOPED_TRACE(testing::Message() << function << " " << error << " " << extent);
@@ -131,16 +147,7 @@ TEST_F(Saving, EveryStepFails) {
                         check(false);
                     });
                 }
-        // Room could not be reserved, and is then not enough.
-        for (int error : {EIO, ENOSPC}) {
-            faults::fail("fallocate", EOPNOTSUPP);
-            faults::shorten("pwrite", 40);
-            faults::fail("pwrite", error);
-            EXPECT_TRUE(check(false));
-        }
-        const std::pair<const char *, int> harmless[] = {{"fallocate", EINTR},      {"pread", EINTR},
-                                                         {"fallocate", EOPNOTSUPP}, {"fallocate", ENOSYS},
-                                                         {"pwrite", EINTR},         {"pwrite", 0}};
+        const std::pair<const char *, int> harmless[] = {{"pread", EINTR}, {"pwrite", EINTR}, {"pwrite", 0}};
         for (auto [function, error] : harmless) {
             SCOPED_TRACE(testing::Message() << function << " " << error);
             if (error)
@@ -151,7 +158,7 @@ TEST_F(Saving, EveryStepFails) {
         }
     }
     std::printf("%d injected errors\n", points);
-    EXPECT_GE(points, 240);
+    EXPECT_GE(points, 200);
 }
 
 // A file system of 256 KiB, and a limit on the size of files: what does not fit leaves what is there.
@@ -164,13 +171,10 @@ TEST_F(Saving, AFullDiskLeavesTheOldFileWhole) {
     const std::string before = read_file(small_path);
     const Outcome full{-1, 5, "Problem occurred on saving XML to " + small_path + "\n"};
     set(std::string(300000, 'n'));
-    for (bool reserves : {true, true, false}) {
-        if (!reserves) faults::fail("fallocate", EOPNOTSUPP);
-        EXPECT_EQ(save(), full) << reserves;
-        EXPECT_EQ(read_file(small_path), before) << reserves;
-        EXPECT_EQ(status(small_path).st_blocks, static_cast<long>((before.size() + 4095) / 4096 * 8))
-            << "gives the room back";
-    }
+    EXPECT_EQ(save(), full);
+    EXPECT_EQ(read_file(small_path), before);
+    EXPECT_EQ(status(small_path).st_blocks, static_cast<long>((before.size() + 4095) / 4096 * 8))
+        << "gives the room back";
     EXPECT_EQ(call([&] { return kvio_dump(config, elsewhere.c_str()); }),
               (Outcome{-1, 5, "Problem occurred on saving XML to " + elsewhere + "\n"}));
     set(std::string(120000, 'w'));
@@ -227,50 +231,61 @@ TEST_F(Saving, TargetsThatAreNoFiles) {
     EXPECT_EQ(arrived, pending());
 }
 
-// Compressed files are read; what is written is the XML library's choice.
-TEST_F(Saving, CompressedDocuments) {
-    const std::string name = "a%41.xml", file = config_path(name);
-    open("<t name=\"e\"><f>" + std::string(1000, 'o') + "</f></t>");
-    xmlDoc *document = xmlParseFile(path().c_str());
-    xmlSetDocCompressMode(document, 9);
-    xmlSaveFormatFile("/tmp/a.gz", document, 1);
-    xmlFreeDoc(document);
-    close();
-    for (int mode : {0, 9}) {
-        write_file(file, read_file("/tmp/a.gz"));
-        ASSERT_EQ(read_file(file).substr(0, 2), "\x1f\x8b");
-        ASSERT_EQ(call([&] { return config = kvio_open_config(name.c_str(), 0); }).result, 1);
-        uint32_t length = 0;
-        EXPECT_EQ(kvio_getlen(kvio_retrieve_entity(config, "s", "t", "e"), "f", &length), 1);
-        EXPECT_EQ(length, 1000u);
-        xmlSetCompressMode(mode);
-        document = xmlParseFile("/tmp/a.gz");
-        const int expected = xmlSaveFormatFile("/tmp/expected", document, 1);
-        xmlFreeDoc(document);
-        for (const char *failing : {"fdatasync", "close"}) {
-            faults::fail(failing, EIO, 1, faults::from_then_on);
-            EXPECT_EQ(save(), (Outcome{-1, 5, "Problem occurred on saving XML to " + file + "\n"})) << failing << mode;
-        }
-        EXPECT_EQ(save(), (Outcome{expected, 0}));
-        xmlSetCompressMode(0);
-        EXPECT_EQ(read_file(file), read_file("/tmp/expected"));
-        EXPECT_EQ(read_file(file).substr(0, 2) == "\x1f\x8b", mode == 9);
-        close();
+// What the parser would not take back is refused by everything that writes, and named; the file and the document stay.
+TEST_F(Saving, NothingIsSavedThatCannotBeReadBack) {
+    const std::string long_text(10'000'000, 'x');
+    const std::tuple<const char *, std::string, const char *> rows[] = {
+        {"f", "Latin-1 \xe9", "/kavex/s/t/f"},
+        {"f", "a control character \x01", "/kavex/s/t/f"},
+        {"f", "an overlong A \xc1\x81", "/kavex/s/t/f"},
+        {"f", "a surrogate \xed\xa0\x80", "/kavex/s/t/f"},
+        {"f", "cut off \xe2\x82", "/kavex/s/t/f"},
+        {"f", long_text, "/kavex/s/t/f"},
+        {"my field", "v", "/kavex/s/t/my field"},
+        {"-f", "v", "/kavex/s/t/-f"},
+        {"f<", "v", "/kavex/s/t/f<"},
+    };
+    const std::string before = "<kavex><s><t name=\"e\"/></s></kavex>";
+    for (const auto &[field, value, culprit] : rows) {
+        SCOPED_TRACE(std::string(field) + "=" + value.substr(0, 30));
+        open_whole(before);
+        kvio_node_t *entity = kvio_retrieve_entity(config, "s", "t", "e");
+        ASSERT_EQ(kvio_set(entity, field, value.c_str()), 1);
+        auto refused = [&](const std::string &who, const std::string &target) {
+            return who + " error: " + culprit + " has a name or text that XML cannot hold\n" +
+                   "Problem occurred on saving XML to " + target + "\n";
+        };
+        EXPECT_EQ(save(), (Outcome{-1, 5, refused("kvio_save_config", path())}));
+        EXPECT_EQ(errno, EILSEQ);
+        EXPECT_EQ(call([&] { return kvio_dump(config, "/tmp/dump.xml"); }),
+                  (Outcome{-1, 5, refused("kvio_dump", "/tmp/dump.xml")}));
+        EXPECT_EQ(call([&] { return kvio_backup_scope(config, "s", "/tmp/dump.xml"); }),
+                  (Outcome{0, 5, refused("kvio_backup_scope", "/tmp/dump.xml")}));
+        EXPECT_EQ(read_config("a.xml"), before);
+        EXPECT_FALSE(file_exists("/tmp/dump.xml"));
+        EXPECT_EQ(kvio_getlen(entity, field, &length_), 1);
     }
-}
-
-// Where no process may be started the save does its work alone; a child of the caller's is not taken for the helper.
-TEST_F(Saving, TheCallersChildrenAreLeftAlone) {
-    open("<t name=\"e\"/>");
-    pid_t child = fork();
-    if (child == 0) _exit(7);
-    EXPECT_GT(save().result, 0);
-    int status = 0;
-    EXPECT_EQ(waitpid(-1, &status, 0), child);
-    EXPECT_EQ(WEXITSTATUS(status), 7);
-    signal(SIGCHLD, SIG_IGN);
-    EXPECT_GT(save().result, 0);
-    signal(SIGCHLD, SIG_DFL);
+    // Names and texts that only look strange.
+    open_whole(before);
+    kvio_node_t *entity = kvio_retrieve_entity(config, "s", "t", "e");
+    for (const char *field : {"\xc3\xa9", "a:b", "_", "f.-1\xc2\xb7", "\xf0\x9f\x98\x80"})
+        EXPECT_EQ(kvio_set(entity, field, "\t\n\r \x7f \xe2\x82\xac \xf0\x9f\x98\x80 ]]> <&>"), 1);
+    EXPECT_EQ(kvio_setattr_entity(entity, "at", long_text.substr(1).c_str()), 1);
+    EXPECT_EQ(kvio_set(entity, "long", long_text.substr(1).c_str()), 1);
+    EXPECT_GT(save().result, 20'000'000);
+    kvio_config_t *copy = nullptr;
+    call([&] { return copy = kvio_restore_scope(path().c_str()); });
+    ASSERT_TRUE(copy);
+    EXPECT_EQ(kvio_getlen(kvio_retrieve_entity(copy, "s", "t", "e"), "long", &length_), 1);
+    EXPECT_EQ(length_, long_text.size() - 1);
+    call([&] { return kvio_close_config(copy); });
+    // Attributes and types by the same rules; an encoding whose name the parser does not know.
+    open_whole(before);
+    EXPECT_EQ(kvio_setattr_entity(kvio_retrieve_entity(config, "s", "t", "e"), "a b", "v"), 1);
+    EXPECT_EQ(save().code, 5);
+    open_whole(before);
+    EXPECT_EQ(kvio_define(config, "s", "1t", "e"), 1);
+    EXPECT_EQ(save().err.substr(0, 37), "kvio_save_config error: /kavex/s/1t h");
 }
 
 }  // namespace

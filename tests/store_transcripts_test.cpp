@@ -81,7 +81,7 @@ struct World {
             things["file " + name] = text.str();
         };
         for (const auto &entry : fs::recursive_directory_iterator(config_path("")))
-            look_at(entry, fs::path(entry).lexically_relative(config_path("")));
+            if (!is_redo_file(entry.path())) look_at(entry, fs::path(entry).lexically_relative(config_path("")));
         for (const fs::path &path : other_files()) look_at(path, path);
         std::ifstream locks("/proc/sysvipc/sem");
         std::string line, key, id, mode, count;

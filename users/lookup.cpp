@@ -63,7 +63,7 @@ int check_local_ext_user(const char *user) {
 
 user_profile_t *get_user_profile(const char *user) {
     if (!user) return nullptr;
-    Profile profile(zeroed<user_profile_t>().release());
+    auto profile = zeroed<Profile>();
     if (!profile) {
         kvlog(USER_OP, "[%s]Insufficient memory.", __func__);
         return nullptr;

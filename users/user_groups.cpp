@@ -107,7 +107,7 @@ UserGroup read_group(const char *name, const char *function) {
         kvlog(USER_OP, "[%s]Retrieve group's entities has failed.", function);
         return nullptr;
     }
-    UserGroup record(zeroed<user_group_t>().release());
+    auto record = zeroed<UserGroup>();
     if (!record) {
         kvlog(USER_OP, "[%s]Insufficient memory.", function);
         return nullptr;

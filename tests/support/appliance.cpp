@@ -163,6 +163,8 @@ mode_t file_mode(const std::string &path) {
 }
 
 std::string config_path(const std::string &name) { return "/etc/kavex/conf/" + name; }
+bool is_redo_file(const std::string &path) { return path.find("/.kavex-redo-") != std::string::npos; }
+
 std::string small_disk(const std::string &name) { return "small/" + name; }
 void write_config(const std::string &name, const std::string &text) { write_file(config_path(name), text); }
 std::string read_config(const std::string &name) { return read_file(config_path(name)); }

@@ -26,13 +26,6 @@
 
 #include "tests/support/faults.h"
 
-// Skips a test of what happens to a save whose process is killed.
-#ifdef KAVEX_TEST_EMULATED
-#define NEEDS_THE_SAVING_HELPER() GTEST_SKIP() << "the emulator starts no process that shares its parent's memory"
-#else
-#define NEEDS_THE_SAVING_HELPER() static_cast<void>(0)
-#endif
-
 // Makes one test after the other start alike and checks in its end that it left nothing: no semaphore set, no shared
 // memory segment, the same descriptors, no child and no process of its children. A test that makes System V objects
 // on purpose removes them before, in its own TearDown() or body.
@@ -96,6 +89,7 @@ bool file_exists(const std::string &path);
 mode_t file_mode(const std::string &path);  // the permission bits
 
 std::string config_path(const std::string &name);  // "/etc/kavex/conf/" and the name
+bool is_redo_file(const std::string &path);        // what the store keeps beside a file that it has saved
 std::string small_disk(const std::string &name);   // the name of a configuration on a full-size file system of 256 KiB
 void write_config(const std::string &name, const std::string &text);
 std::string read_config(const std::string &name);

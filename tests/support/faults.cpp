@@ -9,6 +9,7 @@
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -75,6 +76,29 @@ Block *kept_block(const void *address) {
 }
 #endif
 
+bool records;
+std::vector<Change> recorded;
+
+ino_t inode_of(const char *path) {
+    struct stat now;
+    return lstat(path, &now) == 0 ? now.st_ino : 0;
+}
+
+// Notes what has been done to an open file; a negative result means that nothing has.
+void note(long result, Change::Kind kind, int fd, size_t offset = 0, const void *data = nullptr) {
+    struct stat now;
+    if (!active || !records || result < 0 || fstat(fd, &now) != 0) return;
+    Pause pause;
+    if (kind == Change::sync && S_ISDIR(now.st_mode)) kind = Change::sync_names;
+    recorded.push_back({kind, now.st_ino, offset, data ? std::string(static_cast<const char *>(data), result) : ""});
+}
+
+void note_name(Change::Kind kind, const char *path, ino_t file) {
+    if (!active || !records || !file) return;
+    Pause pause;
+    recorded.push_back({kind, file, 0, path});
+}
+
 void plan(const Plan &entry) {
     if (plan_count == std::size(plans)) std::abort();
     plans[plan_count++] = entry;
@@ -125,6 +149,14 @@ template <auto Function, class Result, class... Arguments>
 Result run(const char *name, Result failure, Arguments... arguments) {
     const auto real = next<Function>(name);  // first, as it may set errno
     return fails(name) ? failure : real(arguments...);
+}
+
+template <auto Open>
+int open_file(const char *name, const char *path, int flags, mode_t mode) {
+    bool is_new = (flags & O_CREAT) && !inode_of(path);
+    int fd = run<Open>(name, -1, path, flags, mode);
+    if (is_new && fd >= 0) note_name(Change::name, path, inode_of(path));
+    return fd;
 }
 
 // A transfer either fails, or goes on with what is left of its size.
@@ -195,6 +227,13 @@ std::set<std::string> stacks() {
 }
 #endif
 
+void record(bool wanted) {
+    records = wanted;
+    recorded.clear();
+}
+
+std::vector<Change> &changes() { return recorded; }
+
 bool struck() { return latest_struck; }
 
 void clear() {
@@ -243,7 +282,7 @@ int open(const char *path, int flags, ...) {
     va_start(arguments, flags);
     mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return run<&open>("open", -1, path, flags, mode);
+    return faults::open_file<&open>("open", path, flags, mode);
 }
 
 int open64(const char *path, int flags, ...) {
@@ -251,7 +290,7 @@ int open64(const char *path, int flags, ...) {
     va_start(arguments, flags);
     mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return run<&open64>("open64", -1, path, flags, mode);
+    return faults::open_file<&open64>("open64", path, flags, mode);
 }
 
 ssize_t read(int fd, void *data, size_t size) { return transfer<&read>("read", fd, data, size); }
@@ -266,11 +305,15 @@ ssize_t pread64(int fd, void *data, size_t size, off64_t offset) {
 }
 
 ssize_t pwrite(int fd, const void *data, size_t size, off_t offset) {
-    return transfer<&pwrite>("pwrite", fd, data, size, offset);
+    ssize_t written = transfer<&pwrite>("pwrite", fd, data, size, offset);
+    faults::note(written, faults::Change::write, fd, static_cast<size_t>(offset), data);
+    return written;
 }
 
 ssize_t pwrite64(int fd, const void *data, size_t size, off64_t offset) {
-    return transfer<&pwrite64>("pwrite64", fd, data, size, offset);
+    ssize_t written = transfer<&pwrite64>("pwrite64", fd, data, size, offset);
+    faults::note(written, faults::Change::write, fd, static_cast<size_t>(offset), data);
+    return written;
 }
 
 // A close that fails has closed the descriptor all the same.
@@ -279,20 +322,42 @@ int close(int fd) {
     return faults::fails("close") ? -1 : result;
 }
 
-int fdatasync(int fd) { return run<&fdatasync>("fdatasync", -1, fd); }
-
-int fallocate(int fd, int mode, off_t offset, off_t length) {
-    return run<&fallocate>("fallocate", -1, fd, mode, offset, length);
+static int noted(int result, faults::Change::Kind kind, int fd, off64_t length = 0) noexcept {
+    faults::note(result, kind, fd, static_cast<size_t>(length));
+    return result;
 }
 
-int fallocate64(int fd, int mode, off64_t offset, off64_t length) {
-    return run<&fallocate64>("fallocate64", -1, fd, mode, offset, length);
+int fdatasync(int fd) { return noted(run<&fdatasync>("fdatasync", -1, fd), faults::Change::sync, fd); }
+int fsync(int fd) { return noted(run<&fsync>("fsync", -1, fd), faults::Change::sync, fd); }
+
+int ftruncate(int fd, off_t length) noexcept {
+    return noted(run<&ftruncate>("ftruncate", -1, fd, length), faults::Change::resize, fd, length);
 }
 
-int ftruncate(int fd, off_t length) noexcept { return run<&ftruncate>("ftruncate", -1, fd, length); }
-int ftruncate64(int fd, off64_t length) noexcept { return run<&ftruncate64>("ftruncate64", -1, fd, length); }
-int rename(const char *from, const char *to) noexcept { return run<&rename>("rename", -1, from, to); }
-int unlink(const char *path) noexcept { return run<&unlink>("unlink", -1, path); }
+int ftruncate64(int fd, off64_t length) noexcept {
+    return noted(run<&ftruncate64>("ftruncate64", -1, fd, length), faults::Change::resize, fd, length);
+}
+
+int linkat(int from, const char *path, int to, const char *name, int flags) noexcept {
+    int result = run<&linkat>("linkat", -1, from, path, to, name, flags);
+    if (result == 0) faults::note_name(faults::Change::name, name, faults::inode_of(name));
+    return result;
+}
+
+int rename(const char *from, const char *to) noexcept {
+    ino_t file = faults::inode_of(from);
+    int result = run<&rename>("rename", -1, from, to);
+    if (result == 0)
+        faults::note_name(faults::Change::unname, from, file), faults::note_name(faults::Change::name, to, file);
+    return result;
+}
+
+int unlink(const char *path) noexcept {
+    ino_t file = faults::inode_of(path);
+    int result = run<&unlink>("unlink", -1, path);
+    if (result == 0) faults::note_name(faults::Change::unname, path, file);
+    return result;
+}
 int semget(key_t key, int count, int flags) noexcept { return run<&semget>("semget", -1, key, count, flags); }
 int semop(int id, sembuf *operations, size_t count) noexcept { return run<&semop>("semop", -1, id, operations, count); }
 int shmget(key_t key, size_t size, int flags) noexcept { return run<&shmget>("shmget", -1, key, size, flags); }

@@ -11,13 +11,14 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace faults {
 
 enum Extent { once, from_then_on };
 
 // The nth (1 is the next) use of a function fails with this errno. Known names: open, read, write, pread, pwrite,
-// close, fdatasync, fallocate, ftruncate, rename, unlink, semget, semop, ftok, pipe, fork,
+// close, fdatasync, fsync, ftruncate, linkat, rename, unlink, semget, semop, ftok, pipe, fork,
 // shmget, shmat. An open or a pipe counts as that whichever variant is called (open, open64; pipe, pipe2).
 void fail(const char *function, int error, int nth = 1, Extent extent = once);
 
@@ -50,6 +51,19 @@ void keep_stacks(bool wanted);
 std::set<std::string> stacks();
 std::string stack_of_failure();
 #endif
+
+// A change of a file, or of a name in a directory, that a call() made.
+struct Change {
+    enum Kind { write, resize, sync, name, unname, sync_names } kind;
+    ino_t file;
+    size_t offset;     // of what was written, or the new size
+    std::string data;  // what was written, or the name's path
+};
+
+// Records the changes that pwrite, ftruncate, open, linkat, unlink, rename, fsync and fdatasync make inside call()s from
+// now on, or no longer.
+void record(bool wanted);
+std::vector<Change> &changes();
 
 // Whether a fault struck in the latest call() that had one planned.
 bool struck();

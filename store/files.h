@@ -1,0 +1,107 @@
+// Configuration files: their paths, the lock between processes on each, and their contents. Nothing here knows XML.
+#ifndef KAVEX_STORE_FILES_H
+#define KAVEX_STORE_FILES_H
+
+#include <sys/types.h>
+
+#include "base/array.h"
+#include "base/owned.h"
+
+namespace store {
+
+// The full path of a configuration. A null, empty or over-long name makes a path that leads nowhere.
+class ConfigPath {
+public:
+    ConfigPath(const char *directory, const char *name) noexcept;
+
+    const char *text() const noexcept { return text_; }
+    // The two halves, which are whole also where the path is not.
+    const char *directory() const noexcept { return directory_; }
+    const char *name() const noexcept { return name_; }
+
+    // The key of the file's lock, never IPC_PRIVATE; -1 with errno.
+    key_t key() const noexcept;
+
+private:
+    const char *directory_;
+    const char *name_;
+    int unusable_ = 0;  // why the path leads nowhere, as errno
+    char text_[4096];
+};
+
+using Bytes = Array<char>;
+
+// Reads a regular file: its contents before or after a save, never a mixture, while other processes save it and after
+// a save that was interrupted. False with errno: EISDIR or EINVAL for what is no regular file.
+bool load(const char *path, Bytes &contents) noexcept;
+
+// Finishes an interrupted save of a file; the caller holds its lock. False with errno where that cannot be done now;
+// load() returns the right contents all the same. What is no regular file has nothing to finish.
+bool finish_save(const char *path) noexcept;
+
+enum class RedoFile { stays, is_removed };
+
+// Replaces the contents of a file in place and syncs it, so that a crash at any instant leaves the old contents or the
+// new ones to load(). A missing file is made with `mode` (and the umask) and has its name once it is complete; a file
+// that has these contents already is not written. False with errno, EINVAL for what is no regular file.
+bool replace(const char *path, const Bytes &contents, mode_t mode, RedoFile redo) noexcept;
+
+// Removes the redo file of a file, no save of which is unfinished, before the file moves to another directory.
+void remove_redo_file(const char *path) noexcept;
+
+// Removes a file and its redo file; false with errno.
+bool remove_file(const char *path) noexcept;
+
+// The lock on a file: a semaphore that exists while the lock is held. There is no waiting. Released by the destructor,
+// unless its id went to a handle.
+class FileLock {
+public:
+    enum Status { held, no_key, busy };
+
+    // No lock, the file having no key for this reason.
+    static FileLock none(int reason) noexcept { return FileLock(no_key, reason); }
+
+    // Locks the file that has this name.
+    static FileLock take(const ConfigPath &path) noexcept;
+
+    // The same; where it is missing, makes an empty file of mode 0600, which is locked before it has its name: an
+    // empty file that others can see would be a configuration to them. write() or give_name() must follow.
+    static FileLock take_or_create(const ConfigPath &path) noexcept;
+
+    FileLock(FileLock &&other) noexcept;
+    FileLock &operator=(FileLock &&other) noexcept;
+    ~FileLock() { unlock(); }
+
+    Status status() const noexcept { return status_; }
+    int reason() const noexcept { return reason_; }     // errno of what failed
+    bool created() const noexcept { return created_; }  // the file was missing
+    int id() const noexcept { return id_; }
+
+    // Replaces the file's contents, as replace() does, and gives a new file its name. False with errno, EEXIST where
+    // another process has made a file of that name meanwhile; a new file is empty then and has no name.
+    bool write(const ConfigPath &path, const Bytes &contents) noexcept;
+
+    // Gives a new file its name, empty as it is; false with errno.
+    bool give_name(const ConfigPath &path) noexcept;
+
+    void unlock() noexcept;
+    int release() noexcept;  // the caller owns the lock now
+
+    // Removes a lock that a handle holds; an id of -1 is none.
+    static void remove(int id) noexcept;
+
+private:
+    FileLock(Status status, int reason) noexcept : status_(status), reason_(reason) {}
+    static FileLock lock_key(key_t key) noexcept;
+    static FileLock create(const ConfigPath &path) noexcept;
+
+    Status status_;
+    int reason_;
+    bool created_ = false;
+    int id_ = -1;
+    Descriptor unnamed_;  // a new file until it has its name
+};
+
+}  // namespace store
+
+#endif

@@ -1,0 +1,158 @@
+// Which documents the store refuses: to save those that the parser would not take back, to read those whose entities
+// stand for too much.
+#include <libxml/parserInternals.h>
+
+#include "store/xml.h"
+
+namespace xml {
+namespace {
+
+struct Range {
+    int first, last;
+};
+
+// NameStartChar of XML 1.0, fifth edition, and what NameChar has beyond it.
+constexpr Range name_start[] = {{':', ':'},       {'A', 'Z'},       {'_', '_'},       {'a', 'z'},
+                                {0xC0, 0xD6},     {0xD8, 0xF6},     {0xF8, 0x2FF},    {0x370, 0x37D},
+                                {0x37F, 0x1FFF},  {0x200C, 0x200D}, {0x2070, 0x218F}, {0x2C00, 0x2FEF},
+                                {0x3001, 0xD7FF}, {0xF900, 0xFDCF}, {0xFDF0, 0xFFFD}, {0x10000, 0xEFFFF}};
+constexpr Range name_further[] = {{'-', '.'}, {'0', '9'}, {0xB7, 0xB7}, {0x300, 0x36F}, {0x203F, 0x2040}};
+
+template <std::size_t N>
+bool is_in(const Range (&ranges)[N], int character) noexcept {
+    for (const Range &range : ranges)
+        if (character >= range.first && character <= range.last) return true;
+    return false;
+}
+
+bool is_ascii_text(xmlChar byte) noexcept {
+    return (byte >= 0x20 && byte < 0x80) || byte == '\t' || byte == '\n' || byte == '\r';
+}
+
+// The character at the beginning of a text and its length in bytes; 0 where it is no UTF-8 (RFC 3629) of a character
+// that XML allows.
+int character_at(const xmlChar *text, int &length) noexcept {
+    constexpr int least[] = {0, 0, 0x80, 0x800, 0x10000};  // by length: shorter forms are the only ones
+    length = 1;
+    if (*text < 0x80) return is_ascii_text(*text) ? *text : 0;
+    length = 4;
+    int character = xmlGetUTF8Char(text, &length);
+    return character > 0 && character >= least[length] && IS_CHAR(character) ? character : 0;
+}
+
+bool is_text(const xmlChar *text) noexcept {
+    const xmlChar *at = text;
+    int length;
+    for (; *at; at += length) {
+        length = 1;
+        if (!is_ascii_text(*at) && !character_at(at, length)) return false;
+    }
+    return at - text < XML_MAX_TEXT_LENGTH;
+}
+
+bool is_name(const xmlChar *name) noexcept {
+    const xmlChar *at = name;
+    int length;
+    for (; *at; at += length) {
+        int character = character_at(at, length);
+        if (!is_in(name_start, character) && (at == name || !is_in(name_further, character))) return false;
+    }
+    return at > name && at - name < XML_MAX_NAME_LENGTH;
+}
+
+bool is_comment(const xmlChar *text) noexcept {
+    return !std::strstr(str(text), "--") && (!*text || text[std::strlen(str(text)) - 1] != '-');
+}
+
+bool has_readable_attributes(const xmlNode *element) noexcept {
+    for (const xmlAttr *at = element->properties; at; at = at->next) {
+        if (!is_name(at->name)) return false;
+        for (const xmlNode *text = at->children; text; text = text->next)
+            if (text->type == XML_TEXT_NODE && text->content && !is_text(text->content)) return false;
+    }
+    return true;
+}
+
+// Whether a node reads back, apart from what is below it.
+bool is_readable(const xmlNode *node) noexcept {
+    switch (node->type) {
+        case XML_ELEMENT_NODE:
+            return is_name(node->name) && has_readable_attributes(node);
+        case XML_TEXT_NODE:
+        case XML_CDATA_SECTION_NODE:
+            return !node->content || is_text(node->content);
+        case XML_COMMENT_NODE:
+            return !node->content || (is_text(node->content) && is_comment(node->content));
+        case XML_PI_NODE:
+            return is_name(node->name) &&
+                   (!node->content || (is_text(node->content) && !std::strstr(str(node->content), "?>")));
+        default:
+            return true;
+    }
+}
+
+// The next node in document order; `depth` follows it.
+const xmlNode *next_node(const xmlNode *node, unsigned &depth) noexcept {
+    if (is_element(node) && node->children) {
+        ++depth;
+        return node->children;
+    }
+    while (!node->next && is_element(node->parent)) {
+        node = node->parent;
+        --depth;
+    }
+    return node->next;
+}
+
+// What the references of a document to entities stand for. libxml2 keeps them as references and expands them each time
+// a text is read: a small file can have texts that no memory holds.
+class Expansion {
+public:
+    explicit Expansion(const xmlDoc *document) noexcept : document_(document) {}
+
+    bool is_acceptable() noexcept { return !document_->intSubset || add(document_->children, 0); }
+
+private:
+    static constexpr long max_bytes = 1'000'000;
+    static constexpr long nested_reference = 16;  // what a reference within an entity counts, so that none are free
+    static constexpr int max_depth = 40;          // entities within entities, as libxml2 has it
+
+    // Adds what a list of siblings stands for; false beyond the limits.
+    bool add(const xmlNode *first, int depth) noexcept {
+        for (const xmlNode *node = first; node; node = node->next)
+            if (!add_node(node, depth)) return false;
+        return true;
+    }
+
+    bool add_node(const xmlNode *node, int depth) noexcept {
+        if (node->type == XML_ENTITY_REF_NODE) {
+            if (depth > 0) bytes_ += nested_reference;
+            const xmlEntity *entity = xmlGetDocEntity(document_, node->name);
+            return bytes_ <= max_bytes && depth < max_depth && (!entity || add(entity->children, depth + 1));
+        }
+        if (is_element(node)) {
+            for (const xmlAttr *at = node->properties; at; at = at->next)
+                if (!add(at->children, depth)) return false;
+            return add(node->children, depth);
+        }
+        if (depth > 0 && node->content && node->type != XML_ENTITY_DECL)
+            bytes_ += static_cast<long>(std::strlen(str(node->content)));
+        return bytes_ <= max_bytes;
+    }
+
+    const xmlDoc *document_;
+    long bytes_ = 0;
+};
+
+}  // namespace
+
+bool expands_too_far(const xmlDoc *document) noexcept { return !Expansion(document).is_acceptable(); }
+
+const xmlNode *find_unreadable(const xmlDoc *document) noexcept {
+    unsigned depth = 0;
+    for (const xmlNode *node = document->children; node; node = next_node(node, depth))
+        if (depth > xmlParserMaxDepth || !is_readable(node)) return node;
+    return nullptr;
+}
+
+}  // namespace xml

@@ -1,0 +1,340 @@
+// What a loss of power can leave of a save. The changes that a call makes to files are recorded; the states that they
+// may leave on a disk are built from them, and read through the library.
+//
+// A change is lost unless it was synced: what a file was written by fsync() or fdatasync() of that file, in pieces of
+// 4 KiB and apart from its size, its name by fsync() of the directory. Of what was not synced any part may be there.
+#include <kavex/store.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <set>
+#include <tuple>
+
+#include "tests/open_document.h"
+
+namespace {
+
+using faults::Change;
+using Names = std::map<std::string, ino_t>;
+
+// What is on a disk.
+struct Disk {
+    std::map<ino_t, std::string> files;
+    Names names;
+
+    void apply(const Change &change) {
+        std::string &file = files[change.file];
+        if (change.kind == Change::resize) file.resize(change.offset);
+        if (change.kind == Change::name) names[change.data] = change.file;
+        if (change.kind == Change::unname) names.erase(change.data);
+        if (change.kind != Change::write) return;
+        file.resize(std::max(file.size(), change.offset + change.data.size()));
+        file.replace(change.offset, change.data.size(), change.data);
+    }
+};
+
+// The pieces in which a change gets to the disk: of a write its size and its pages.
+std::vector<Change> pieces(const Change &change) {
+    constexpr size_t page = 4096;
+    if (change.kind != Change::write) return {change};
+    std::vector<Change> parts;
+    for (size_t at = 0; at < change.data.size();) {
+        const size_t length = std::min(change.data.size() - at, page - (change.offset + at) % page);
+        parts.push_back({Change::write, change.file, change.offset + at, change.data.substr(at, length)});
+        at += length;
+    }
+    return parts;
+}
+
+class Crash : public OpenDocument {
+protected:
+    // A configuration with this value, just made: there is no redo file.
+    void start(const std::string &value) {
+        close();
+        put({});
+        open("<t name=\"e\"><f>" + value + "</f></t>");
+    }
+
+    void set(const std::string &value) {
+        ASSERT_EQ(kvio_set(kvio_retrieve_entity(config, "s", "t", "e"), "f", value.c_str()), 1);
+    }
+
+    // Records what a call changes. All that is there before is on the disk, but for `unsynced`.
+    template <class Body>
+    void record(Body body, const std::vector<Change> &unsynced = {}) {
+        before_ = {};
+        for (const std::string &name : names()) {
+            before_.names[name] = inode(name);
+            before_.files[inode(name)] = read_file(name);
+        }
+        faults::record(true);
+        call(body);
+        changes_ = faults::changes();
+        changes_.insert(changes_.begin(), unsynced.begin(), unsynced.end());
+        faults::record(false);
+    }
+
+    void record_save(const std::string &value) {
+        set(value);
+        record([&] { return kvio_save_config(config); });
+        close();
+    }
+
+    // How many of the states that a crash may leave are none of `allowed`; once the call has ended, only `last` is.
+    // Without the sync of this number, 1 being the first, where one is given; crashes before a change are left out.
+    int bad_states(const std::set<std::string> &allowed, const std::string &last, int lost_sync = 0,
+                   size_t first_change = 0) {
+        Disk disk = before_;
+        std::vector<Change> pending;
+        int bad = 0;
+        for (size_t at = 0; at < changes_.size(); ++at) {
+            if (at >= first_change) bad += bad_subsets(disk, pending, allowed);
+            advance(disk, pending, changes_[at], lost_sync);
+        }
+        return bad + bad_subsets(disk, pending, {last});
+    }
+
+    int syncs() const {
+        return static_cast<int>(std::count_if(changes_.begin(), changes_.end(), [](const Change &change) {
+            return change.kind == Change::sync || change.kind == Change::sync_names;
+        }));
+    }
+
+    // Puts a state where the library finds it. Files that were there keep their inodes, which redo files name.
+    static void put(const Disk &disk) {
+        for (const std::string &name : names())
+            if (!disk.names.count(name)) unlink(name.c_str());
+        for (const auto &[name, file] : disk.names) write_file(name, disk.files.at(file));
+    }
+
+    // The state of the recorded save in which one piece of the file is new.
+    Disk torn() const {
+        Disk disk = before_;
+        for (const Change &change : changes_) {
+            if (change.kind == Change::write && change.file == before_.names.at(path())) {
+                disk.apply(pieces(change).back());
+                return disk;
+            }
+            disk.apply(change);
+        }
+        ADD_FAILURE() << "the file was not overwritten";
+        return disk;
+    }
+
+    static std::vector<std::string> names() {
+        std::vector<std::string> found;
+        for (const auto &entry : std::filesystem::directory_iterator(config_path("")))
+            if (entry.is_regular_file()) found.push_back(entry.path());
+        return found;
+    }
+
+    static ino_t inode(const std::string &path) {
+        struct stat now = {};
+        EXPECT_EQ(stat(path.c_str(), &now), 0) << path;
+        return now.st_ino;
+    }
+
+    // The value in a configuration as a reader without a lock finds it, and then one with the lock.
+    std::string read() {
+        kvio_config_t *found = nullptr;
+        call([&] { return found = kvio_restore_scope(config_path(name_).c_str()); });
+        const std::string snapshot = value_of(found);
+        call([&] { return found = kvio_open_config(name_.c_str(), 0); });
+        const std::string opened = value_of(found);
+        return snapshot == opened ? opened : "differs";
+    }
+
+    std::string name_ = "a.xml";
+    int states_ = 0;
+    Disk before_;
+    std::vector<Change> changes_;
+
+private:
+    std::string value_of(kvio_config_t *found) {
+        if (!found) return file_exists(config_path(name_)) ? "broken" : "missing";
+        std::string text(300'000, '\0');
+        kvio_node_t *entity = kvio_retrieve_entity(found, "s", "t", "e");
+        if (!entity || !kvio_get2(entity, "f", text.data(), static_cast<unsigned>(text.size()))) text = "none";
+        call([&] { return kvio_close_config(found); });
+        return text.c_str();
+    }
+
+    static void advance(Disk &disk, std::vector<Change> &pending, const Change &change, int &lost_sync) {
+        const bool sync = change.kind == Change::sync, names = change.kind == Change::sync_names;
+        if (!sync && !names) {
+            for (const Change &piece : pieces(change)) pending.push_back(piece);
+            return;
+        }
+        if (--lost_sync == 0) return;
+        std::vector<Change> rest;
+        for (const Change &entry : pending) {
+            const bool is_name = entry.kind == Change::name || entry.kind == Change::unname;
+            if (names ? is_name : !is_name && entry.file == change.file)
+                disk.apply(entry);
+            else
+                rest.push_back(entry);
+        }
+        pending = rest;
+    }
+
+    // None, all, every prefix, every one lost, every one alone, random ones.
+    int bad_subsets(const Disk &disk, const std::vector<Change> &pending, const std::set<std::string> &allowed) {
+        int bad = 0;
+        auto look = [&](auto is_there) {
+            Disk state = disk;
+            for (size_t i = 0; i < pending.size(); ++i)
+                if (is_there(i)) state.apply(pending[i]);
+            put(state);
+            ++states_;
+            bad += allowed.count(read()) == 0;
+        };
+        for (size_t n = 0; n <= pending.size(); ++n) {
+            look([&](size_t i) { return i < n; });
+            if (pending.size() > 1) look([&](size_t i) { return i != n; });
+            if (pending.size() > 1) look([&](size_t i) { return i == n; });
+        }
+        for (int i = 0; i < 20 && pending.size() > 2; ++i) look([&](size_t) { return random_() % 2 == 0; });
+        return bad;
+    }
+
+    std::mt19937 random_{20261123};
+};
+
+TEST_F(Crash, ASaveLeavesTheOldDocumentOrTheNewOne) {
+    const std::string old(9'000, 'o');
+    std::string changed = old;
+    changed[100] = changed[5'000] = changed[8'900] = 'n';
+    std::set<int> needed;  // syncs without which some state is bad
+    for (const std::string &value : {changed, std::string(20'000, 'n'), std::string(3'000, 'n'), old + "tail"}) {
+        SCOPED_TRACE(value.size());
+        start(old);
+        record_save(value);
+        EXPECT_EQ(bad_states({old, value}, value), 0);
+        for (int sync = 1; sync <= syncs(); ++sync)
+            if (bad_states({old, value}, value, sync) > 0) needed.insert(sync);
+
+        put(torn());
+        record([&] { return kvio_close_config(kvio_open_config("a.xml", 0)); });
+        EXPECT_EQ(bad_states({value}, value), 0) << "the replay is interrupted, too";
+        call([&] { return config = kvio_open_config("a.xml", 0); });
+        record_save(old + "!");
+        EXPECT_EQ(bad_states({value, old + "!"}, old + "!"), 0) << "a save after it, with the same redo file";
+    }
+    EXPECT_EQ(needed, (std::set<int>{2, 3, 4, 5}));
+    std::printf("%d states\n", states_);
+}
+
+// What a save takes as the old contents may be what cp(1) wrote and nothing has synced.
+TEST_F(Crash, ASaveSyncsWhatOtherProgramsWrote) {
+    const std::string before(9'000, 'b'), copied(9'000, 'c'), saved(9'000, 's');
+    start(before);
+    const std::string old_text = read_config("a.xml");
+    start(copied);
+    const Change copy{Change::write, inode(path()), 0, read_config("a.xml")};
+    set(saved);
+    record([&] { return kvio_save_config(config); }, {copy});
+    close();
+    before_.files[copy.file] = old_text;
+    const size_t first_sync = 2;  // the copy, the sync
+    EXPECT_EQ(bad_states({copied, saved}, saved, 0, first_sync), 0);
+    EXPECT_GT(bad_states({copied, saved}, saved, 1, first_sync), 0);
+}
+
+TEST_F(Crash, ANewFileHasItsNameWhenItIsWhole) {
+    const std::string old(9'000, 'o');
+    name_ = "new.xml";
+    write_file("/etc/__system_default.xml", "<kavex><s><t name=\"e\"><f>" + old + "</f></t></s></kavex>");
+    const std::pair<const char *, std::function<long()>> calls[] = {
+        {"save as", [&] { return kvio_save_as(config, "new.xml"); }},
+        {"copy", [] { return kvio_copy_config("b.xml", "new.xml"); }},
+        {"dump", [&] { return kvio_dump(config, config_path("new.xml").c_str()); }},
+        {"template", [] { return support::number(kvio_close_config(kvio_open_config("new.xml", KVIO_CREATE))); }},
+    };
+    for (const auto &[what, body] : calls) {
+        SCOPED_TRACE(what);
+        start(old);
+        write_config("b.xml", read_config("a.xml"));
+        record(body);
+        close();
+        EXPECT_EQ(bad_states({"missing", old}, old), 0);
+        for (int sync = 1; sync <= syncs(); ++sync) EXPECT_GT(bad_states({"missing", old}, old, sync), 0) << sync;
+    }
+    unlink("/etc/__system_default.xml");
+}
+
+// A copy over a configuration, a dump and a backup over what was there before.
+TEST_F(Crash, OtherTargetsAreReplacedAsByASave) {
+    const std::string old(9'000, 'o'), value(20'000, 'n');
+    name_ = "b.xml";
+    const std::pair<const char *, std::function<long()>> calls[] = {
+        {"copy", [] { return kvio_copy_config("c.xml", "b.xml"); }},
+        {"save as", [&] { return kvio_save_as(config, "b.xml"); }},
+        {"dump", [&] { return kvio_dump(config, config_path("b.xml").c_str()); }},
+        {"backup", [&] { return kvio_backup_scope(config, "s", config_path("b.xml").c_str()); }},
+    };
+    for (const auto &[what, body] : calls) {
+        SCOPED_TRACE(what);
+        start(old);
+        write_config("b.xml", read_config("a.xml"));
+        set(value);
+        call([&] { return kvio_dump(config, config_path("c.xml").c_str()); });
+        record(body);
+        close();
+        EXPECT_EQ(bad_states({old, value}, value), 0);
+    }
+}
+
+// A redo file that a crash left counts for nothing where it is out of date, or where another user could have made it.
+TEST_F(Crash, ARedoFileBringsNothingBack) {
+    const std::string old(9'000, 'o'), value(9'000, 'n'), other(9'500, 'x');
+    start(other);
+    const std::string other_text = read_config("a.xml");
+    std::string old_text, redo;
+    auto crash = [&] {
+        start(old);
+        old_text = read_config("a.xml");
+        record_save(value);
+        const Disk crashed = torn();
+        put(crashed);
+        for (const auto &[name, file] : crashed.names)
+            if (is_redo_file(name)) redo = name;
+    };
+    auto without = [&](size_t at) { return old_text.substr(0, at) + old_text.substr(at + 1); };
+    const std::tuple<const char *, std::function<void()>, std::string> rows[] = {
+        {"all is in order", [] {}, value},
+        {"restored with cp", [&] { write_config("a.xml", other_text); }, other},
+        {"restored to what it was", [&] { write_config("a.xml", old_text); }, old},
+        {"edited", [&] { write_config("a.xml", without(old_text.find("ooo"))); }, old.substr(1)},
+        {"copied with its directory",
+         [&] {
+             write_config("b.xml", read_config("a.xml"));
+             std::rename(config_path("b.xml").c_str(), path().c_str());
+             std::rename(redo.c_str(), config_path(".kavex-redo-" + std::to_string(inode(path()))).c_str());
+         },
+         "broken"},
+        {"which others may write", [&] { EXPECT_EQ(chmod(redo.c_str(), 0622), 0); }, "broken"},
+        {"a link", [&] { std::rename(redo.c_str(), config_path("redo").c_str()), symlink("redo", redo.c_str()); },
+         "broken"},
+        {"damaged", [&] { write_file(redo, read_file(redo).replace(3'000, 1, "?")); }, "broken"},
+        {"cut off", [&] { EXPECT_EQ(truncate(redo.c_str(), 9'000), 0); }, "broken"},
+    };
+    for (const auto &[what, deed, expected] : rows) {
+        SCOPED_TRACE(what);
+        crash();
+        deed();
+        EXPECT_EQ(read(), expected);
+    }
+    // The save is finished before the file gets another name, and its redo file goes with it.
+    crash();
+    call([] { return kvio_rename_config("a.xml", "b.xml"); });
+    name_ = "b.xml";
+    EXPECT_EQ(read(), value);
+    call([] { return kvio_remove_config("b.xml"); });
+    EXPECT_EQ(names(), std::vector<std::string>());
+}
+
+}  // namespace
