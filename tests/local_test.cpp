@@ -27,6 +27,9 @@ TEST_F(Local, ProfilesOfAccountLines) {
         // Runs of separators count as one, in front of the name and of the attributes, too.
         {"a", 0, "::a::x&admin&&130:x\n", "0 a - 0 130 120 10 180 1 0|"},
         {"&a", 0, "&a:x&&&admin&&&1&&2&3&4&5&:/6:x\n", "0 &a - 0 1 2 3 4 5 0|"},
+        {"a", 0, "a:x&admin&1&2&3&4&5&&6:/h\n", "0 a - 0 1 2 3 4 5 6|"},
+        {"a", 1, "a:x&user&1&2&3&4&5&:/h\n", "0 a - 1 1 2 3 4 5 1|"},
+        {"a", 1, "a:x&user&1&2&3&4&5&:7:\n", "0 a - 1 1 2 3 4 5 1|"},
         // The beginning of a word decides, once the line was taken; it goes on over ':'.
         {"a", -1, "a:x&administrator&1:x\n", "0 a - 0 1 120 10 180 1 0|"},
         {"a", -1, "a:x&ext-group-user&1:x\n", "0 a - 2 1 50 10 180 0 1|"},

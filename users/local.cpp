@@ -16,23 +16,33 @@ bool belongs_to(const char *line, const char *user) {
     return std::strlen(user) == length && std::memcmp(line, user, length) == 0;
 }
 
-// A line's attributes, one after the other; null when there are no more.
+// The attributes of a line, split as strtok(3) does: a run of '&' counts as one.
 class Attributes {
 public:
     explicit Attributes(const char *line) {
-        copy_if_fits(copy_, sizeof copy_, line);  // A piece does.
-        strtok_r(copy_, "&", &rest_);
+        copy_if_fits(copy_, sizeof copy_, line);  // A piece always fits.
+        field("&");
     }
     Attributes(const Attributes &) = delete;
 
-    const char *next() { return strtok_r(nullptr, "&", &rest_); }
+    // The next attribute; null when there are no more.
+    const char *next() { return field("&"); }
 
-    // The one after which the line goes on with its ':' fields.
-    const char *last() { return strtok_r(nullptr, ":", &rest_); }
+    // The last attribute, which ends at the next ':' instead; null when it is missing or empty.
+    const char *last() { return field(":"); }
 
 private:
+    const char *field(const char *separator) {
+        rest_ += std::strspn(rest_, "&");
+        char *start = rest_;
+        rest_ += std::strcspn(rest_, separator);
+        if (rest_ == start) return nullptr;
+        if (*rest_) *rest_++ = '\0';
+        return start;
+    }
+
     char copy_[piece_size] = "";
-    char *rest_ = nullptr;
+    char *rest_ = copy_;
 };
 
 void set_number(std::int32_t &field, const char *text) {
