@@ -126,13 +126,9 @@ TEST_F(UserGroups, ExpandingOnItsOwnEndsAndStaysWithinTheRecord) {
     for (const auto &row : rows) {
         record->member_count = row.count;
         groups(row.content);
-        EXPECT_THAT(seen([&] {
-                        kvio_config_t *document = kvio_restore_scope("/tmp/template_group.xml");
-                        int result = get_member(document, "g", record.get());
-                        kvio_close_config(document);
-                        return result;
-                    }),
-                    EndsWith(row.messages));
+        kvio_config_t *document = kvio_restore_scope("/tmp/template_group.xml");
+        EXPECT_THAT(seen([&] { return get_member(document, "g", record.get()); }), EndsWith(row.messages));
+        kvio_close_config(document);
         EXPECT_EQ(record->member_count, row.count_after);
         EXPECT_EQ(row.count_after > 0 ? record->members[row.count_after - 1].name : "", row.last);
     }

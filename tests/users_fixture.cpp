@@ -75,6 +75,7 @@ void search_tool(const std::string &commands) {
 
 std::string seen(const std::function<long()> &body) {
     Outcome outcome = call(body);
+    EXPECT_EQ(outcome.code, untouched) << "kvio_errno belongs to the store";
     const std::string log = outcome.log + outcome.err.substr(std::min(outcome.err.find("USER"), outcome.err.size()));
     return std::to_string(outcome.result) + std::regex_replace(log, std::regex("USER 3,7,3,0,0,0,0: "), "|");
 }

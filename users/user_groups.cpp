@@ -23,6 +23,17 @@ using Group = Owned<kvio_iterator_t, kvio_close_group>;
 using Entities = Owned<kvio_entities_t, kvio_free_entities>;
 using UserGroup = Owned<user_group_t, free_user_group>;
 
+// Restores kvio_errno, which belongs to the caller's own store calls. Declare it before the handles of the store.
+class StoreCodeKept {
+public:
+    StoreCodeKept() = default;
+    StoreCodeKept(const StoreCodeKept &) = delete;
+    ~StoreCodeKept() { kvio_errno = code_; }
+
+private:
+    int code_ = kvio_errno;
+};
+
 // A group that is being expanded, in the group that it is nested in.
 struct Level {
     const char *name;
@@ -144,12 +155,14 @@ std::int32_t type_of_setting(const char *word) {
 
 user_group_t *retrieve_user_group(const char *group) {
     if (!group) return nullptr;
+    StoreCodeKept kept;
     std::optional<BufferLock> lock = BufferLock::take(__func__);
     if (!lock) return nullptr;
     return read_group(group, __func__).release();
 }
 
 int get_member(kvio_config_t *document, const char *group, user_group_t *record) {
+    StoreCodeKept kept;
     int expansions = 0;
     if (record) append_group(document, {group, nullptr, 0, &expansions}, *record, __func__);
     return 1;
@@ -176,6 +189,7 @@ int verify_user_group(const char *group) {
         return -1;
     }
     BufferLock lock(id);
+    StoreCodeKept kept;
     Snapshot document(kvio_restore_scope(paths::group_template));
     if (!document) {
         kvlog(USER_OP, "[%s]Retrieve backup file has failed:%s.", __func__, std::strerror(errno));
@@ -194,6 +208,7 @@ void free_user_group(user_group_t *group) { std::free(group); }
 
 int get_remote_setting(user_profile_t *profile, const char *name) {
     if (!profile || !name) return -1;
+    StoreCodeKept kept;
     Snapshot document(kvio_restore_scope(paths::user_template));
     if (!document) return -1;
     kvio_node_t *entity = kvio_retrieve_entity(document.get(), "system/in_user", "in_user_setting", "def_set");
