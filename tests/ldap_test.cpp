@@ -48,16 +48,18 @@ std::string look_up(const std::string &user = "a") {
 TEST_F(Ldap, SettingsAreStoredAsTheyStand) {
     const std::pair<std::string, std::string> rows[] = {
         {four, "h\n|389\n|dc=x\n|uid\n|||0 10 0 "},
-        {"binddn cn=a b\nbindpw  p \nssl yes!\ntimelimit  7x\n", "||||cn=a b\n| p \n|1 7 0 "},
-        {"ssl yes\nssl no\ntimelimit x\nport 1\nport 2", "|2|||||0 0 0 "},
-        {"  host a\nhost\nport\nHost c\nxport 3\n   \n\nssl\nbase", "a\n||||||0 10 0 "},
-        {"host a b c\n", "a b c\n||||||0 10 1 "},
-        {"host  a", " a||||||0 10 0 "},
-        {"port 123456\n#" + std::string(600, '#') + " host x\nbase y", "|123456\n|y||||0 10 0 "},
+        // "-" is what the caller put there.
+        {"", "-|-|-|-|||0 10 0 "},
+        {"binddn cn=a b\nbindpw  p \nssl yes!\ntimelimit  7x\n", "-|-|-|-|cn=a b\n| p \n|1 7 0 "},
+        {"ssl yes\nssl no\ntimelimit x\nport 1\nport 2", "-|2|-|-|||0 0 0 "},
+        {"  host a\nhost\nport\nHost c\nxport 3\n   \n\nssl\nbase", "a\n|-|-|-|||0 10 0 "},
+        {"host a b c\n", "a b c\n|-|-|-|||0 10 1 "},
+        {"host  a", " a|-|-|-|||0 10 0 "},
+        {"port 123456\n#" + std::string(600, '#') + " host x\nbase y", "-|123456\n|y|-|||0 10 0 "},
     };
     for (const auto &[text, expected] : rows) {
         settings(text);
-        char host[128], port[8], base[256], attribute[64], dn[128], password[128];
+        char host[128] = "-", port[8] = "-", base[256] = "-", attribute[64] = "-", dn[128] = "-", password[128] = "-";
         int ssl = 9, limit = 9, result = get_ldap_server_info(host, port, base, attribute, dn, password, &ssl, &limit);
         std::string values;
         for (const char *value : {host, port, base, attribute, dn, password}) values += value + std::string("|");

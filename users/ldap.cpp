@@ -93,7 +93,7 @@ int get_ldap_server_info(char *host, char *port, char *base, char *login_attribu
         {"binddn", bind_dn, sizeof(LdapSettings::bind_dn)},
         {"bindpw", bind_password, sizeof(LdapSettings::bind_password)},
     };
-    for (const TextSetting &text : texts) *text.buffer = '\0';
+    *bind_dn = *bind_password = '\0';
     *ssl = 0;
     *time_limit = 10;
 
@@ -111,7 +111,9 @@ int get_ldap_server_info(char *host, char *port, char *base, char *login_attribu
             return -1;
         }
     }
-    return has_several_words(host) ? 1 : 0;
+    char hosts[sizeof(LdapSettings::host)];
+    bounded_copy(hosts, sizeof hosts, host);  // The caller's, with no end, perhaps, if no line has set it.
+    return has_several_words(hosts) ? 1 : 0;
 }
 
 int parse_search_result(char *text, user_profile_t *profile, const char *user) {
@@ -153,7 +155,7 @@ int parse_search_result(char *text, user_profile_t *profile, const char *user) {
 
 int get_info_from_ldap(user_profile_t *profile, const char *user) {
     if (!profile || !user) return -1;
-    LdapSettings settings;
+    LdapSettings settings{};
     bool several_hosts = false;
     if (!read_settings(settings, several_hosts)) {
         kvlog(USER_OP, "Get LDAP server information has failed.");
