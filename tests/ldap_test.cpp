@@ -125,6 +125,7 @@ TEST_F(Ldap, SettingsAndUserMakeTheCommandLine) {
         {"base a\\\"b\\\"\nport 1  $=2\nbinddn \\\"\n", "h 1  $=2 a\\\"b\\\" uid \\\"  0 10",
          "://h:1  $=2 -x -b \"a\\\"b\\\"\" -D \"\\\"\" -w \"\" \"(uid=a)\"",
          "://h:1><2><-x><-b><a\"b\"><-D><\"><-w><><(uid=a)>"},
+        {"base \n", "h 389  uid   0 10", "://h:389 -x -b \"\" \"(uid=a)\"", "://h:389><-x><-b><><(uid=a)>"},
         {"base a\" $z$ Z 9 0 A \"b\npam_login_attribute u", "h 389 a\" $z$ Z 9 0 A \"b u   0 10",
          "://h:389 -x -b \"a\" $z$ Z 9 0 A \"b\" \"(u=a)\"", "://h:389><-x><-b><a><z$><Z><9><0><A><b><(u=a)>"},
     };

@@ -55,16 +55,21 @@ void remove_line_feed(char *value) {
     if (length && value[length - 1] == '\n') value[length - 1] = '\0';
 }
 
+// A base that no line can set: the empty one is lawful, an absent one is not.
+constexpr char absent[] = "\n\n";
+
 bool read_settings(LdapSettings &settings, bool &several_hosts) {
+    copy_if_fits(settings.base, sizeof settings.base, absent);
     int result = get_ldap_server_info(settings.host, settings.port, settings.base, settings.login_attribute,
                                       settings.bind_dn, settings.bind_password, &settings.ssl, &settings.time_limit);
     if (result < 0) return false;
+    if (same(settings.base, absent)) return false;
     several_hosts = result == 1;
     settings.bind = *settings.bind_dn ? 1 : 0;
     for (char *value : {settings.host, settings.port, settings.base, settings.login_attribute, settings.bind_dn,
                         settings.bind_password})
         remove_line_feed(value);
-    return *settings.host && *settings.port && *settings.base && *settings.login_attribute;
+    return *settings.host && *settings.port && *settings.login_attribute;
 }
 
 // The value behind a marker: one character after the marker's colon, but not past the end of the text.
