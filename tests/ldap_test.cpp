@@ -144,6 +144,8 @@ TEST_F(Ldap, SettingsAndUserMakeTheCommandLine) {
     EXPECT_THAT(read_file("/tmp/arguments"), EndsWith("<" + password + "><(uid=a)>"));
     EXPECT_THAT(look_up("aa"), EndsWith(search + "LDAP command line is too long. User:aa."));
     EXPECT_FALSE(file_exists("/tmp/arguments"));
+    const std::string name32(32, 'n');
+    EXPECT_EQ(look_up(name32), "-1 -|[get_info_from_ldap]User name is too long:" + name32 + ".");
 }
 
 TEST_F(Ldap, ServersAreAskedInTurn) {

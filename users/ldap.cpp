@@ -159,7 +159,7 @@ int parse_search_result(char *text, user_profile_t *profile, const char *user) {
 }
 
 int get_info_from_ldap(user_profile_t *profile, const char *user) {
-    if (!profile || !user) return -1;
+    if (!profile || !user || !name_fits(user, __func__)) return -1;
     LdapSettings settings{};
     bool several_hosts = false;
     if (!read_settings(settings, several_hosts)) {
