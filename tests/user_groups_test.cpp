@@ -56,7 +56,7 @@ TEST_F(UserGroups, MembersComeInOrderWithNestedGroupsInTheirPlace) {
         {group("g", "a +" + name128 + " b") + group(name128, "c"),
          "1 a b " + step + "Group name is too long:" + name128 + "."},
         {group("g", many(1023) + "+h") + group("h", "z " + name32), "1 " + many(1023) + "z " + name_refused},
-        {group("g", many(1023) + "+h") + group("h", "y z"), "0 " + step + "Group:h has more than 1024 members."},
+        {group("g", many(1023) + "+h") + group("h", "y z"), "0 " + step + "Group:g has more than 1024 members."},
         // As far as a nesting is followed.
         {chain + group("g", "+n1"), "1 a "},
         {chain + group("g", "+n0"), "0 " + step + "Group:n1000 is nested too deeply."},

@@ -61,7 +61,9 @@ bool out_of_memory(const char *function) {
 bool append_user(const char *name, const Level &level, user_group_t &record, const char *function) {
     if (!name_fits(name, function)) return true;
     if (record.member_count < 0 || record.member_count >= capacity) {
-        kvlog(USER_OP, "[%s]Group:%s has more than %d members.", function, level.name, capacity);
+            const Level *outermost = &level;
+        while (outermost->outer) outermost = outermost->outer;
+        kvlog(USER_OP, "[%s]Group:%s has more than %d members.", function, outermost->name, capacity);
         return false;
     }
     set_name(record.members[record.member_count++], name, function);
