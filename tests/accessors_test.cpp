@@ -49,9 +49,9 @@ TEST_F(Accessors, WriteAndRefuse) {
 
     int value = 55;
     EXPECT_EQ(call([&] { return get_iterator_int(nullptr, "n", &value); }),
-              (Outcome{0, 13, "kvio_getattr_container2() error: NULL iterator\n"}));
+              (Outcome{0, 13, "kvio_getattr_container() error: NULL iterator\n"}));
     EXPECT_EQ(call([&] { return get_entity_int(nullptr, "n", &value); }),
-              (Outcome{0, 15, "kvio_getattr_entity2() error: NULL entity\n"}));
+              (Outcome{0, 15, "kvio_getattr_entity() error: NULL entity\n"}));
     EXPECT_EQ(value, 55);
     EXPECT_EQ(call([&] { return set_iterator_int(nullptr, "n", 1); }),
               (Outcome{0, 13, "kvio_setattr_container() error: NULL iterator\n"}));
