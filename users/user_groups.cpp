@@ -1,6 +1,8 @@
 #include <cerrno>
+#include <climits>
 #include <cstddef>
 
+#include "base/array.h"
 #include "base/owned.h"
 #include "base/paths.h"
 #include "users/auth_buffer.h"
@@ -15,8 +17,10 @@ constexpr char group_scope[] = "object/user_group";
 constexpr char group_type[] = "user_group_object_t";
 constexpr int capacity = sizeof(user_group_t::members) / sizeof(user_profile_t);
 constexpr std::size_t longest_name = 127;
-constexpr int deepest_nesting = 1000;    // a level costs a few hundred bytes of stack
-constexpr int most_expansions = 10'000;  // without members, nothing else ends a nesting that branches at every level
+
+// Groups that nest each other twice on every level double on each, and without members the record never becomes full.
+// Where loops were looked for first, each group is known to be reached only once.
+constexpr int most_unchecked_groups = 10'000;
 
 using Snapshot = Owned<kvio_config_t, kvio_close_config>;
 using Group = Owned<kvio_iterator_t, kvio_close_group>;
@@ -34,74 +38,99 @@ private:
     int code_ = kvio_errno;
 };
 
-// A group that is being expanded, in the group that it is nested in.
-struct Level {
-    const char *name;
-    const Level *outer;
-    int depth;
-    int *expansions;  // of groups so far
-};
-
-bool is_being_expanded(const char *name, const Level *level) {
-    for (; level; level = level->outer)
-        if (same(level->name, name)) return true;
-    return false;
-}
-
-// What appends a group's members, nested groups in their place, to a record. False if not all of them had room; what
-// did has been appended.
-bool append_group(kvio_config_t *document, const Level &level, user_group_t &record, const char *function);
-
-// Not what the file says but the moment keeps a member from being read.
 bool out_of_memory(const char *function) {
     kvlog(USER_OP, "[%s]Insufficient memory.", function);
     return false;
 }
 
-bool append_user(const char *name, const Level &level, user_group_t &record, const char *function) {
-    if (!name_fits(name, function)) return true;
-    if (record.member_count < 0 || record.member_count >= capacity) {
-            const Level *outermost = &level;
-        while (outermost->outer) outermost = outermost->outer;
-        kvlog(USER_OP, "[%s]Group:%s has more than %d members.", function, outermost->name, capacity);
-        return false;
+// Appends the members of a group to a record, with the members of nested groups in their place. Keeps the groups that
+// are being expanded on a stack of its own: their depth is limited by memory only.
+class Expansion {
+public:
+    // The outermost group; messages are logged under the function's name.
+    Expansion(kvio_config_t *document, const char *name, user_group_t &record, const char *function)
+        : document_(document), name_(name), record_(record), function_(function) {}
+    Expansion(const Expansion &) = delete;
+    ~Expansion() {
+        while (!levels_.empty()) leave();
     }
-    set_name(record.members[record.member_count++], name, function);
-    return true;
-}
 
-bool append_nested(kvio_config_t *document, const char *name, const Level &outer, user_group_t &record,
-                   const char *function) {
-    if (std::strlen(name) > longest_name) {
-        kvlog(USER_OP, "[%s]Group name is too long:%s.", function, name);
+    // False, after a message, if not all members could be appended; the record then holds those before.
+    bool run(int most_groups) {
+        groups_left_ = most_groups;
+        if (!enter(name_)) return false;
+        while (!levels_.empty()) {
+            Level &level = levels_.top();
+            if (level.position >= level.size)
+                leave();
+            else if (!append_member(level.group, ++level.position))
+                return false;
+        }
         return true;
     }
-    if (is_being_expanded(name, &outer)) return true;
-    return append_group(document, {name, &outer, outer.depth + 1, outer.expansions}, record, function);
-}
 
-bool append_members(kvio_config_t *document, kvio_iterator_t *group, const Level &level, user_group_t &record,
-                    const char *function) {
-    if (level.depth > deepest_nesting || ++*level.expansions > most_expansions) {
-        kvlog(USER_OP, "[%s]Group:%s is nested too deeply.", function, level.name);
-        return false;
+private:
+    struct Level {
+        char name[longest_name + 1];
+        kvio_iterator_t *group;  // null if the group cannot be opened; its size is -1 then
+        int size;
+        int position;  // of the member appended last, from 1
+    };
+
+    bool enter(const char *name) {
+        if (groups_left_-- == 0) {
+            kvlog(USER_OP, "[%s]Group:%s is nested too deeply.", function_, shown(name_));
+            return false;
+        }
+        Group group(kvio_open_group(document_, group_scope, group_type, name));
+        if (!group && kvio_errno == KVIO_NO_MEMORY) return out_of_memory(function_);
+        Level level{"", group.get(), kvio_size(group.get()), 0};
+        copy_if_fits(level.name, sizeof level.name, shown(name));
+        if (!levels_.push(level)) return out_of_memory(function_);
+        group.release();
+        return true;
     }
-    int size = kvio_size(group);
-    for (int position = 1; position <= size; ++position) {
-        char name[longest_name + 2];  // a byte more than a name may have, to see those that were cut
+
+    void leave() {
+        Group group(levels_.top().group);
+        levels_.pop();
+    }
+
+    // A member that the document gives no name for is skipped.
+    bool append_member(kvio_iterator_t *group, int position) {
+        char name[longest_name + 2];  // One byte more than a name may have, to recognise names that were cut.
         int kind = kvio_regain_index2(group, static_cast<unsigned>(position), name, sizeof name);
-        if (kind < 0 && kvio_errno == KVIO_XML) return out_of_memory(function);
-        if (kind == 0 && !append_user(name, level, record, function)) return false;
-        if (kind == 1 && !append_nested(document, name, level, record, function)) return false;
+        if (kind < 0 && kvio_errno == KVIO_XML) return out_of_memory(function_);
+        if (kind == 0) return append_user(name);
+        return kind < 0 || append_nested(name);
     }
-    return true;
-}
 
-bool append_group(kvio_config_t *document, const Level &level, user_group_t &record, const char *function) {
-    Group group(kvio_open_group(document, group_scope, group_type, level.name));
-    if (!group && kvio_errno == KVIO_NO_MEMORY) return out_of_memory(function);
-    return append_members(document, group.get(), level, record, function);
-}
+    bool append_user(const char *name) {
+        if (!name_fits(name, function_)) return true;
+        if (record_.member_count < 0 || record_.member_count >= capacity) {
+            kvlog(USER_OP, "[%s]Group:%s has more than %d members.", function_, name_, capacity);
+            return false;
+        }
+        return set_name(record_.members[record_.member_count++], name, function_);
+    }
+
+    bool append_nested(const char *name) {
+        if (std::strlen(name) > longest_name) {
+            kvlog(USER_OP, "[%s]Group name is too long:%s.", function_, name);
+            return true;
+        }
+        for (const Level &level : levels_)
+            if (same(level.name, name)) return true;
+        return enter(name);
+    }
+
+    kvio_config_t *document_;
+    const char *name_;
+    user_group_t &record_;
+    const char *function_;
+    int groups_left_ = 0;
+    Array<Level> levels_;
+};
 
 // The members of a group of the template file, which the caller's lock protects; null after a message.
 UserGroup read_group(const char *name, const char *function) {
@@ -125,9 +154,7 @@ UserGroup read_group(const char *name, const char *function) {
         kvlog(USER_OP, "[%s]Insufficient memory.", function);
         return nullptr;
     }
-    int expansions = 0;
-    if (!append_members(document.get(), group.get(), {name, nullptr, 0, &expansions}, *record, function))
-        return nullptr;
+    if (!Expansion(document.get(), name, *record, function).run(INT_MAX)) return nullptr;
     return record;
 }
 
@@ -165,8 +192,7 @@ user_group_t *retrieve_user_group(const char *group) {
 
 int get_member(kvio_config_t *document, const char *group, user_group_t *record) {
     StoreCodeKept kept;
-    int expansions = 0;
-    if (record) append_group(document, {group, nullptr, 0, &expansions}, *record, __func__);
+    if (record) Expansion(document, group, *record, __func__).run(most_unchecked_groups);
     return 1;
 }
 
