@@ -1,10 +1,31 @@
 // User groups and default settings, read from the template files.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstring>
 #include <memory>
 #include <set>
 #include <sstream>
 
 #include "tests/users_fixture.h"
+
+// Owners that the test process has no capability to give its files: they are reported in place of the true ones.
+static uid_t file_owner, link_owner, effective_user;
+
+extern "C" int fstat(int fd, struct stat *status) noexcept {
+    int result = fstatat(fd, "", status, AT_EMPTY_PATH);
+    if (file_owner) status->st_uid = file_owner;
+    return result;
+}
+
+extern "C" int lstat(const char *path, struct stat *status) noexcept {
+    int result = fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW);
+    if (link_owner) status->st_uid = link_owner;
+    return result;
+}
+
+extern "C" uid_t geteuid() noexcept { return effective_user ? effective_user : getuid(); }
 
 namespace {
 
@@ -158,6 +179,53 @@ TEST_F(UserGroups, DefaultSettingsFillAProfile) {
     EXPECT_EQ(filled(get_remote_setting, name32), "-1 -|[get_remote_setting]User name is too long:" + name32 + ".");
     write_file("/tmp/template_user.xml", "<kavex><system><in_user/></system></kavex>");
     EXPECT_EQ(filled(get_remote_setting, "a"), "-1 -");
+}
+
+// What other users could have written counts as missing.
+TEST_F(UserGroups, FilesThatOthersCouldHaveWrittenAreNotRead) {
+    const char *const paths[] = {"/tmp/domuser", "/tmp/template_group.xml", "/tmp/template_user.xml"};
+    auto read_all = [] {
+        std::string text;
+        user_profile_t profile;
+        const std::function<long()> operations[] = {[&] { return get_info_from_local(&profile, "d", 1); },
+                                                    [] { return verify_user_group("g"); },
+                                                    [] { return given(retrieve_user_group("g"), free_user_group); },
+                                                    [&] { return get_remote_setting(&profile, "d"); }};
+        for (const auto &operation : operations) {
+            Outcome outcome = call(operation);
+            text += std::to_string(outcome.result) + outcome.log + outcome.err;
+        }
+        return text;
+    };
+    write_file("/etc/passwd", "");
+    const std::string missing = read_all();
+    EXPECT_THAT(missing, testing::HasSubstr("/tmp/template_group.xml is not well-formed\n"));
+    write_file("/tmp/domuser", "d:x&user&1");
+    groups(group("g", "d") + "<group_description_t name=\"g\"/>");
+    write_file("/tmp/template_user.xml",
+               "<kavex><system><in_user><in_user_setting name=\"def_set\"/></in_user></system></kavex>");
+    const std::string read = read_all();
+    EXPECT_NE(read.find("User:d found in domain database."), read.npos);
+
+    const struct {
+        mode_t mode;
+        uid_t file, link, user;
+        bool is_read;
+    } rows[] = {{0664, 0, 0, 5, true}, {0646, 0, 0, 0, false}, {0600, 5, 5, 0, false},
+                {0600, 5, 5, 5, true}, {0600, 0, 5, 0, false}, {0600, 5, 0, 0, false}};
+    for (const auto &row : rows) {
+        for (const char *path : paths) chmod(path, row.mode);
+        file_owner = row.file;
+        link_owner = row.link;
+        effective_user = row.user;
+        EXPECT_EQ(read_all(), row.is_read ? read : missing) << &row - rows;
+    }
+    file_owner = link_owner = effective_user = 0;
+    // The file behind a link counts.
+    EXPECT_EQ(rename(paths[1], "/tmp/target") | symlink("/tmp/target", paths[1]) | chmod("/tmp/target", 0600), 0);
+    EXPECT_EQ(verify_user_group("g"), 1);
+    chmod("/tmp/target", 0606);
+    EXPECT_EQ(verify_user_group("g"), -1);
 }
 
 }  // namespace

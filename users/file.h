@@ -1,6 +1,8 @@
-// Account and settings files, read line by line.
+// Account, settings and template files: opened, and refused where another user could have written them.
 #ifndef KAVEX_USERS_FILE_H
 #define KAVEX_USERS_FILE_H
+
+#include <kavex/store.h>
 
 #include <cstdio>
 
@@ -10,13 +12,17 @@
 inline void close_file(std::FILE *file) { std::fclose(file); }
 
 using File = Owned<std::FILE, close_file>;
+using Snapshot = Owned<kvio_config_t, kvio_close_config>;
 
-// Two of these files lie where everybody may write: opening does not wait where somebody has put a pipe.
-inline File open_lines(const char *path) {
-    Descriptor descriptor = open_to_read(path);
-    File file(descriptor ? fdopen(descriptor.get(), "r") : nullptr);
-    if (file) descriptor.release();
-    return file;
-}
+// Opens a file of a directory in which all users may create files. Fails with ENOENT if another user than root and the
+// effective one owns the file or a symbolic link at the path, or if others may write the file.
+Descriptor open_trusted(const char *path);
+
+// Turns a descriptor into a stream, to be read line by line; null with errno if there is none.
+File open_lines(Descriptor descriptor);
+
+// A snapshot of a template file; null with errno, and with the store's line on the standard error stream, if it cannot
+// be read or open_trusted() refuses it.
+Snapshot open_template(const char *path);
 
 #endif

@@ -85,7 +85,7 @@ const char *find_value(const char *text, const char *marker) {
 int get_ldap_server_info(char *host, char *port, char *base, char *login_attribute, char *bind_dn, char *bind_password,
                          int *ssl, int *time_limit) {
     if (!host || !port || !base || !login_attribute || !bind_dn || !bind_password || !ssl || !time_limit) return -1;
-    File file = open_lines(paths::ldap_settings);
+    File file = open_lines(open_to_read(paths::ldap_settings));
     if (!file) {
         kvlog(USER_OP, "Open http_ldap configuration file has failed.");
         return -1;

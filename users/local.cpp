@@ -74,8 +74,8 @@ bool fill_domain_user(user_profile_t &profile, const char *user, const char *fun
     return true;
 }
 
-File open_accounts(const char *path, const char *function) {
-    File file = open_lines(path);
+File open_accounts(Descriptor descriptor, const char *function) {
+    File file = open_lines(std::move(descriptor));
     if (!file) kvlog(USER_OP, "[%s]Open password file has failed.", function);
     return file;
 }
@@ -107,14 +107,14 @@ int get_info_from_local(user_profile_t *profile, const char *user, int wanted_ty
     if (!profile || !user) return -1;
     char line[piece_size] = "";
 
-    File file = open_accounts(paths::passwd, __func__);
+    File file = open_accounts(open_to_read(paths::passwd), __func__);
     if (!file) return -1;
     if (get_passwd_line(file.get(), user, wanted_type, line) == 0)
         return fill_from_line(*profile, user, line, __func__) ? 0 : -1;
     kvlog(USER_OP, "[%s]User:%s does not found in local database.", __func__, user);
 
     file.reset();
-    file = open_accounts(paths::domain_users, __func__);
+    file = open_accounts(open_trusted(paths::domain_users), __func__);
     if (!file) return -1;
     bool found = get_passwd_line(file.get(), user, wanted_type, line) == 0;
     kvlog(USER_OP, "[%s]buf=%s", __func__, line);

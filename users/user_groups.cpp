@@ -6,6 +6,7 @@
 #include "base/owned.h"
 #include "base/paths.h"
 #include "users/auth_buffer.h"
+#include "users/file.h"
 #include "users/profile.h"
 
 static_assert(sizeof(user_group_t) == 1213476 && offsetof(user_group_t, members) == 1056 &&
@@ -22,7 +23,6 @@ constexpr std::size_t longest_name = 127;
 // Where loops were looked for first, each group is known to be reached only once.
 constexpr int most_unchecked_groups = 10'000;
 
-using Snapshot = Owned<kvio_config_t, kvio_close_config>;
 using Group = Owned<kvio_iterator_t, kvio_close_group>;
 using Entities = Owned<kvio_entities_t, kvio_free_entities>;
 using UserGroup = Owned<user_group_t, free_user_group>;
@@ -134,7 +134,7 @@ private:
 
 // The members of a group of the template file, which the caller's lock protects; null after a message.
 UserGroup read_group(const char *name, const char *function) {
-    Snapshot document(kvio_restore_scope(paths::group_template));
+    Snapshot document = open_template(paths::group_template);
     if (!document) {
         kvlog(USER_OP, "[%s]Open backup file has failed.", function);
         return nullptr;
@@ -218,7 +218,7 @@ int verify_user_group(const char *group) {
     }
     BufferLock lock(id);
     StoreCodeKept kept;
-    Snapshot document(kvio_restore_scope(paths::group_template));
+    Snapshot document = open_template(paths::group_template);
     if (!document) {
         kvlog(USER_OP, "[%s]Retrieve backup file has failed:%s.", __func__, std::strerror(errno));
         return -1;
@@ -237,7 +237,7 @@ void free_user_group(user_group_t *group) { std::free(group); }
 int get_remote_setting(user_profile_t *profile, const char *name) {
     if (!profile || !name) return -1;
     StoreCodeKept kept;
-    Snapshot document(kvio_restore_scope(paths::user_template));
+    Snapshot document = open_template(paths::user_template);
     if (!document) return -1;
     kvio_node_t *entity = kvio_retrieve_entity(document.get(), "system/in_user", "in_user_setting", "def_set");
     if (!entity) return -1;

@@ -1,0 +1,39 @@
+// Account, settings and template files: opened, and refused where another user could have written them.
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "users/file.h"
+
+namespace {
+
+bool is_ours(const struct stat &file) { return file.st_uid == 0 || file.st_uid == geteuid(); }
+
+}  // namespace
+
+// In a directory with the sticky bit others cannot replace what is checked here, neither the file nor a link to it, so
+// that the path may be opened again afterwards.
+Descriptor open_trusted(const char *path) {
+    struct stat entry, file;
+    if (lstat(path, &entry) < 0) return Descriptor();
+    Descriptor descriptor = open_to_read(path);
+    if (!descriptor) return descriptor;
+    if (is_ours(entry) && fstat(descriptor.get(), &file) == 0 && is_ours(file) && !(file.st_mode & S_IWOTH))
+        return descriptor;
+    errno = ENOENT;
+    return Descriptor();
+}
+
+File open_lines(Descriptor descriptor) {
+    File file(descriptor ? fdopen(descriptor.get(), "r") : nullptr);
+    if (file) descriptor.release();
+    return file;
+}
+
+Snapshot open_template(const char *path) {
+    if (open_trusted(path)) return Snapshot(kvio_restore_scope(path));
+    int error = errno;
+    std::fprintf(stderr, "%s is not well-formed\n", path);  // as the store prints it for a missing file
+    errno = error;
+    return nullptr;
+}
