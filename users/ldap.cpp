@@ -140,7 +140,7 @@ int parse_search_result(char *text, user_profile_t *profile, const char *user) {
         kvlog(USER_OP, "Cannot find type in LDAP search result.");
         return 0;
     }
-    set_defaults(*profile, defaults_of_word(type));
+    set_type(*profile, type_of_beginning(type));
 
     const char *lease_time = find_value(text, "leaseTime:");
     if (!lease_time) {

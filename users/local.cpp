@@ -52,7 +52,7 @@ void set_number(std::int32_t &field, const char *text) {
 bool fill_from_line(user_profile_t &profile, const char *user, const char *line, const char *function) {
     if (!set_name(profile, user, function)) return false;
     Attributes attributes(line);
-    set_defaults(profile, defaults_of_word(attributes.next()));
+    set_type(profile, type_of_beginning(attributes.next()));
     profile.lease_time = 10;
     profile.re_auth = 180;
     set_number(profile.access, attributes.next());
@@ -68,7 +68,7 @@ bool fill_from_line(user_profile_t &profile, const char *user, const char *line,
 bool fill_domain_user(user_profile_t &profile, const char *user, const char *function) {
     if (!set_name(profile, user, function)) return false;
     kvlog(USER_OP, "[%s]User:%s found in domain database.", function, profile.name);
-    set_defaults(profile, user_defaults);
+    set_type(profile, type_of_code(USER_TYPE_USER));
     profile.lease_time = 10;
     profile.re_auth = 180;
     return true;
@@ -94,7 +94,7 @@ int get_passwd_line(FILE *file, const char *user, int wanted_type, char *line) {
             const char *word = attributes.next();
             if (!word) continue;
             kvlog(USER_OP, "[%s]User:%s, type=%s.", __func__, user, word);
-            if (!same(word, type_word(wanted_type))) continue;
+            if (!same(word, word_of_code(wanted_type))) continue;
             kvlog(USER_OP, "[%s]User:%s has been found in local database.", __func__, user);
         }
         std::strcpy(line, piece);

@@ -81,7 +81,7 @@ user_profile_t *get_user_profile(const char *user) {
         kvlog(USER_OP, "[%s]Get user profile has failed: %s.", __func__, std::strerror(errno));
         return nullptr;
     }
-    kvlog(USER_OP, "User:%s, type=%s, lease time=%d, reauth time=%d.", profile->name, type_word(profile->type),
+    kvlog(USER_OP, "User:%s, type=%s, lease time=%d, reauth time=%d.", profile->name, word_of_code(profile->type),
           profile->lease_time, profile->re_auth);
     return profile.release();
 }

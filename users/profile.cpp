@@ -1,3 +1,4 @@
+// The table of user types in both its forms, internal and exported, and what all sources do with a profile.
 #include "users/profile.h"
 
 #include <cstddef>
@@ -7,12 +8,38 @@ static_assert(sizeof(user_profile_t) == 1184 && offsetof(user_profile_t, account
               offsetof(user_profile_t, type) == 1152 && offsetof(user_profile_t, reserved) == 1180);
 static_assert(sizeof(void *) != 4 || sizeof(user_type_def_t) == 52);
 
+namespace {
+
+constexpr UserType types[] = {
+    {USER_TYPE_ADMIN, "admin", 120, 120, 1, 0}, {USER_TYPE_LIMITED_ADMIN, "limited-admin", 100, 100, 1, 0},
+    {USER_TYPE_USER, "user", 80, 80, 1, 1},     {USER_TYPE_EXT_USER, "ext-user", 80, 80, 1, 1},
+    {USER_TYPE_GUEST, "guest", 50, 50, 0, 1},
+};
+constexpr const UserType &admin = types[0], &limited_admin = types[1], &user = types[2], &ext_user = types[3],
+                         &guest = types[4];
+
+template <class Condition>
+const UserType *find_type(Condition matches) {
+    for (const UserType &type : types)
+        if (matches(type)) return &type;
+    return nullptr;
+}
+
+const UserType &local_type(const UserType *type) { return !type ? guest : type == &ext_user ? user : *type; }
+
+constexpr user_type_def_t row(const char *name, const char *display, const char *def_set, const UserType &type,
+                              const char *field11, std::int32_t field12, std::int32_t field13) {
+    return {name, display, def_set, type.access, type.visibility, type.remote_admin, type.remote_access, 1440,
+            1440, 1440,    field11, field12,     field13};
+}
+
+}  // namespace
+
 const user_type_def_t def_user_profile[5] = {
-    {"admin", "Administrator", "def_set_admin", 120, 120, 1, 0, 1440, 1440, 1440, "admin_users", 5, 1},
-    {"limited-admin", "Limited-Admin", "def_set_ladmin", 100, 100, 1, 0, 1440, 1440, 1440, "admin_users", 5, 1},
-    {"ext-user", "Ext-User", "def_set_ext_user", 80, 80, 1, 1, 1440, 1440, 1440, "ext_local_users", 128, 0},
-    {"ext-group-user", "Ext-Group-User", "def_set_ext_group_user", 80, 80, 1, 1, 1440, 1440, 1440, "ext_local_users",
-     128, 0},
+    row(admin.word, "Administrator", "def_set_admin", admin, "admin_users", 5, 1),
+    row(limited_admin.word, "Limited-Admin", "def_set_ladmin", limited_admin, "admin_users", 5, 1),
+    row(ext_user.word, "Ext-User", "def_set_ext_user", ext_user, "ext_local_users", 128, 0),
+    row("ext-group-user", "Ext-Group-User", "def_set_ext_group_user", ext_user, "ext_local_users", 128, 0),
     {},
 };
 
@@ -22,36 +49,31 @@ const char *get_type_str_for_log(unsigned int index) {
     return index < 4 ? def_user_profile[index].display_name : nullptr;
 }
 
-const TypeDefaults &defaults_of_word(const char *word) {
-    auto begins = [word](const char *beginning) { return std::strncmp(word, beginning, std::strlen(beginning)) == 0; };
-    if (!word) return guest_defaults;
-    if (begins("admin")) return admin_defaults;
-    if (begins("limited-admin")) return limited_admin_defaults;
-    if (begins("user") || begins("ext-user")) return user_defaults;
-    return guest_defaults;
+const UserType &type_of_code(std::int32_t code) {
+    const UserType *type = find_type([code](const UserType &candidate) { return candidate.code == code; });
+    return type ? *type : guest;
 }
 
-void set_defaults(user_profile_t &profile, const TypeDefaults &defaults) {
-    profile.type = defaults.type;
-    profile.access = defaults.access;
-    profile.visibility = defaults.visibility;
-    profile.remote_admin = defaults.remote_admin;
-    profile.remote_access = defaults.remote_access;
+const UserType &type_of_word(const char *text) {
+    return local_type(text ? find_type([text](const UserType &type) { return same(text, type.word); }) : nullptr);
 }
 
-const char *type_word(std::int32_t type) {
-    switch (type) {
-        case USER_TYPE_ADMIN:
-            return "admin";
-        case USER_TYPE_USER:
-            return "user";
-        case USER_TYPE_GUEST:
-            return "guest";
-        case USER_TYPE_LIMITED_ADMIN:
-            return "limited-admin";
-        default:
-            return "ext-user";
-    }
+const UserType &type_of_beginning(const char *text) {
+    auto begins = [text](const UserType &type) { return std::strncmp(text, type.word, std::strlen(type.word)) == 0; };
+    return local_type(text ? find_type(begins) : nullptr);
+}
+
+const char *word_of_code(std::int32_t code) {
+    const UserType &type = type_of_code(code);
+    return type.code == code ? type.word : ext_user.word;
+}
+
+void set_type(user_profile_t &profile, const UserType &type) {
+    profile.type = type.code;
+    profile.access = type.access;
+    profile.visibility = type.visibility;
+    profile.remote_admin = type.remote_admin;
+    profile.remote_access = type.remote_access;
 }
 
 bool name_fits(const char *name, const char *function) {

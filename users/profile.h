@@ -1,4 +1,4 @@
-// What the user functions share about profiles: the user types' numbers and words, and the checked name.
+// What the user functions share about profiles: the table of user types, and the checked name.
 #ifndef KAVEX_USERS_PROFILE_H
 #define KAVEX_USERS_PROFILE_H
 
@@ -7,25 +7,28 @@
 #include "base/kvlog.h"
 #include "base/text.h"
 
-// What comes with a user type where a source gives no numbers of its own.
-struct TypeDefaults {
-    std::int32_t type, access, visibility, remote_admin, remote_access;
+// A user type: its code, its word in account files and messages, and the numbers its users have by default.
+struct UserType {
+    std::int32_t code;
+    const char *word;
+    std::int32_t access, visibility, remote_admin, remote_access;
 };
 
-inline constexpr TypeDefaults admin_defaults{USER_TYPE_ADMIN, 120, 120, 1, 0};
-inline constexpr TypeDefaults limited_admin_defaults{USER_TYPE_LIMITED_ADMIN, 100, 100, 1, 0};
-inline constexpr TypeDefaults user_defaults{USER_TYPE_USER, 80, 80, 1, 1};
-inline constexpr TypeDefaults guest_defaults{USER_TYPE_GUEST, 50, 50, 0, 1};
+// The type of a code; guest for any other number.
+const UserType &type_of_code(std::int32_t code);
 
-// Recognises a type word by its beginning; a null, empty or unknown one is a guest's.
-const TypeDefaults &defaults_of_word(const char *word);
+// The type whose word is the text, or whose word the text begins with. The word "ext-user" gives the type user; a null
+// or unknown text gives guest.
+const UserType &type_of_word(const char *text);
+const UserType &type_of_beginning(const char *text);
 
-void set_defaults(user_profile_t &profile, const TypeDefaults &defaults);
+// The word of a code; "ext-user" for any other number.
+const char *word_of_code(std::int32_t code);
 
-// The word for a type code in account files and messages: "ext-user" for codes that are none.
-const char *type_word(std::int32_t type);
+// Sets type, levels and remote flags.
+void set_type(user_profile_t &profile, const UserType &type);
 
-// Does the name fit in a profile? If not, this is logged under the function's name.
+// True if the name fits in a profile; otherwise logs so under the function's name.
 bool name_fits(const char *name, const char *function);
 
 // Stores the name, or changes nothing if it does not fit.

@@ -8,25 +8,6 @@ int check_radius_db(const char *user) {
     return buffer ? buffer->find_radius(user) : -1;
 }
 
-// A server's type 3 keeps its code; what is no type becomes a guest.
-TypeDefaults defaults_of_code(std::int32_t type) {
-    switch (type) {
-        case USER_TYPE_ADMIN:
-            return admin_defaults;
-        case USER_TYPE_LIMITED_ADMIN:
-            return limited_admin_defaults;
-        case USER_TYPE_USER:
-            return user_defaults;
-        case USER_TYPE_EXT_USER: {
-            TypeDefaults defaults = user_defaults;
-            defaults.type = USER_TYPE_EXT_USER;
-            return defaults;
-        }
-        default:
-            return guest_defaults;
-    }
-}
-
 }  // namespace
 
 int get_info_from_radius(user_profile_t *profile, const char *user) {
@@ -46,7 +27,7 @@ int get_info_from_radius(user_profile_t *profile, const char *user) {
         return -1;
     }
     if (!set_name(*profile, entry.user, __func__)) return -1;
-    set_defaults(*profile, defaults_of_code(entry.type));
+    set_type(*profile, type_of_code(entry.type));
     profile->lease_time = entry.lease_time;
     profile->re_auth = entry.re_auth;
     if (entry.lease_time && entry.re_auth) return 0;

@@ -173,13 +173,6 @@ struct DefaultSettings {
     }
 };
 
-std::int32_t type_of_setting(const char *word) {
-    if (same(word, "admin")) return USER_TYPE_ADMIN;
-    if (same(word, "limited-admin")) return USER_TYPE_LIMITED_ADMIN;
-    if (same(word, "user") || same(word, "ext-user")) return USER_TYPE_USER;
-    return USER_TYPE_GUEST;
-}
-
 }  // namespace
 
 user_group_t *retrieve_user_group(const char *group) {
@@ -245,7 +238,7 @@ int get_remote_setting(user_profile_t *profile, const char *name) {
     settings.read(entity);
 
     if (!set_name(*profile, name, __func__)) return -1;
-    profile->type = type_of_setting(settings.type);
+    profile->type = type_of_word(settings.type).code;
     profile->access = to_int32(settings.access);
     profile->visibility = to_int32(settings.visibility);
     profile->lease_time = to_int32(settings.lease_time);
