@@ -1,3 +1,4 @@
+// The shared authentication buffer, its lock, and the calls that need nothing else.
 #include "users/auth_buffer.h"
 
 #include <sys/ipc.h>
@@ -5,6 +6,7 @@
 #include <sys/shm.h>
 
 #include <cerrno>
+#include <cstddef>
 
 #include "base/kvlog.h"
 #include "base/paths.h"
@@ -20,7 +22,7 @@ namespace {
 
 constexpr int key_project = 83;
 
-// A key of -1 is none: semget() and shmget() would take it for one.
+// -1 if there is no such file. semget() and shmget() would take that for a key.
 key_t key_of(const char *path) { return ftok(path, key_project); }
 
 int change_lock(int id, short by) {
@@ -31,19 +33,39 @@ int change_lock(int id, short by) {
 }
 
 template <class Entry>
-bool belongs_to(const Entry &entry, const char *user) {
-    return entry.in_use == 1 && strnlen(entry.user, sizeof entry.user) < sizeof entry.user && same(entry.user, user);
+int find(const Entry (&slots)[AUTH_BUFFER_SLOTS], const char *user) {
+    for (int slot = 0; slot < AUTH_BUFFER_SLOTS; ++slot) {
+        const Entry &entry = slots[slot];
+        bool has_end = strnlen(entry.user, sizeof entry.user) < sizeof entry.user;
+        if (entry.in_use == 1 && has_end && same(entry.user, user)) return slot;
+    }
+    return -1;
 }
 
-// The second step of releasing a user who passed RADIUS. It has an attachment of its own, and its result is nobody's.
-void release_radius_db(const char *user) {
-    std::optional<AttachedBuffer> buffer = AttachedBuffer::attach(__func__, user);
+// Frees the RADIUS record of a released user, in an attachment of its own. The result of the release does not depend
+// on it.
+void release_radius(const char *user) {
+    constexpr char step[] = "release_radius_db";
+    AttachedBuffer buffer(step, user);
     if (!buffer) return;
-    int slot = buffer->find_radius(user);
+    int slot = buffer.find_radius(user);
     if (slot >= 0)
-        buffer->free_radius(slot);
+        buffer->radius[slot].in_use = 0;
     else
-        kvlog(USER_OP, "[%s]User:%s does not found in RADIUS database.", __func__, user);
+        kvlog(USER_OP, "[%s]User:%s does not found in RADIUS database.", step, user);
+}
+
+// Frees the user's slots. False, after a message, if the buffer cannot be used.
+bool release_slots(const char *user, const char *function) {
+    AttachedBuffer buffer(function, user);
+    if (!buffer) return false;
+    int slot = buffer.find_auth(user);
+    if (slot < 0) return true;
+    auth_entry_t &entry = buffer->auth[slot];
+    entry.in_use = 0;
+    entry.user[0] = '\0';
+    if (entry.method == AUTH_METHOD_RADIUS) release_radius(user);
+    return true;
 }
 
 }  // namespace
@@ -57,85 +79,52 @@ int lock_buffer(int id) { return change_lock(id, -1); }
 
 int unlock_buffer(int id) { return change_lock(id, +1); }
 
-std::optional<BufferLock> BufferLock::take(const char *function) {
-    int id = get_lock_id();
-    if (id < 0) {
+BufferLock::BufferLock(const char *function, Reason missing) : id_(get_lock_id()) {
+    if (id_ < 0 && missing == with_reason)
         kvlog(USER_OP, "[%s]Get lock id has failed:%s.", function, std::strerror(errno));
-        return std::nullopt;
-    }
-    if (lock_buffer(id) < 0) {
-        kvlog(USER_OP, "[%s]Lock buffer has failed:%s.", function, std::strerror(errno));
-        return std::nullopt;
-    }
-    return BufferLock(id);
+    else if (id_ < 0)
+        kvlog(USER_OP, "[%s]Get lock id has failed.", function);
+    if (id_ < 0 || lock_buffer(id_) == 0) return;
+    kvlog(USER_OP, "[%s]Lock buffer has failed:%s.", function, std::strerror(errno));
+    id_ = -1;
 }
 
-std::optional<AttachedBuffer> AttachedBuffer::attach(const char *step, const char *user) {
+AttachedBuffer::AttachedBuffer(const char *step, const char *user) : buffer_(nullptr) {
     key_t key = key_of(paths::auth_buffer_key);
     int id = key == -1 ? -1 : shmget(key, sizeof(auth_buffer_t), 0);
     if (id < 0) {
         kvlog(USER_OP, "[%s]Get shared buffer has failed. User:%s.", step, user);
-        return std::nullopt;
+        return;
     }
     void *bytes = shmat(id, nullptr, 0);
     if (bytes == reinterpret_cast<void *>(-1)) {
         kvlog(USER_OP, "[%s]Attach shared buffer has failed. User:%s.", step, user);
-        return std::nullopt;
+        return;
     }
-    return AttachedBuffer(bytes);
+    buffer_ = static_cast<auth_buffer_t *>(bytes);
 }
 
 AttachedBuffer::~AttachedBuffer() {
-    if (bytes_) shmdt(bytes_);
+    if (buffer_) shmdt(buffer_);
 }
 
-int AttachedBuffer::find_auth(const char *user) const {
-    for (int slot = 0; slot < AUTH_BUFFER_SLOTS; ++slot)
-        if (belongs_to(auth(slot), user)) return slot;
-    return -1;
-}
+int AttachedBuffer::find_auth(const char *user) const { return find(buffer_->auth, user); }
 
-int AttachedBuffer::find_radius(const char *user) const {
-    for (int slot = 0; slot < AUTH_BUFFER_SLOTS; ++slot)
-        if (belongs_to(radius(slot), user)) return slot;
-    return -1;
-}
-
-void AttachedBuffer::free_auth(int slot) {
-    char *entry = bytes_ + offsetof(auth_buffer_t, auth) + static_cast<std::size_t>(slot) * sizeof(auth_entry_t);
-    std::memset(entry, 0, sizeof(auth_entry_t::in_use));
-    entry[offsetof(auth_entry_t, user)] = '\0';
-}
-
-void AttachedBuffer::free_radius(int slot) {
-    char *entry = bytes_ + offsetof(auth_buffer_t, radius) + static_cast<std::size_t>(slot) * sizeof(radius_entry_t);
-    std::memset(entry, 0, sizeof(radius_entry_t::in_use));
-}
+int AttachedBuffer::find_radius(const char *user) const { return find(buffer_->radius, user); }
 
 int get_auth_module(const char *user) {
     if (!user) return -1;
-    std::optional<AttachedBuffer> buffer = AttachedBuffer::attach(__func__, user);
+    AttachedBuffer buffer(__func__, user);
     if (!buffer) return -1;
-    int slot = buffer->find_auth(user);
-    return slot < 0 ? -1 : buffer->auth(slot).method;
+    int slot = buffer.find_auth(user);
+    return slot < 0 ? -1 : buffer->auth[slot].method;
 }
 
 int release_auth_list(const char *user) {
     if (!user) return -1;
-    std::optional<BufferLock> lock = BufferLock::take(__func__);
-    if (!lock) return -1;
-    std::optional<AttachedBuffer> buffer = AttachedBuffer::attach(__func__, user);
-    if (!buffer) return -1;
-
-    int slot = buffer->find_auth(user);
-    if (slot >= 0) {
-        bool passed_radius = buffer->auth(slot).method == AUTH_METHOD_RADIUS;
-        buffer->free_auth(slot);
-        if (passed_radius) release_radius_db(user);
-    }
-
-    buffer.reset();
-    if (lock->unlock() == 0) return 0;
+    BufferLock lock(__func__);
+    if (!lock || !release_slots(user, __func__)) return -1;
+    if (lock.unlock() == 0) return 0;
     kvlog(USER_OP, "[%s]Unlock buffer has failed:%s.", __func__, std::strerror(errno));
     return -1;
 }

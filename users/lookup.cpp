@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <cstring>
 
 #include "base/owned.h"
 #include "users/auth_buffer.h"
@@ -68,7 +69,7 @@ user_profile_t *get_user_profile(const char *user) {
         kvlog(USER_OP, "[%s]Insufficient memory.", __func__);
         return nullptr;
     }
-    std::optional<BufferLock> lock = BufferLock::take(__func__);
+    BufferLock lock(__func__);
     if (!lock) return nullptr;
 
     int method = get_auth_module(user);
@@ -76,7 +77,7 @@ user_profile_t *get_user_profile(const char *user) {
     if (method == -1) return nullptr;
     int result = look_up(method, *profile, user);
 
-    if (lock->unlock() < 0) kvlog(USER_OP, "[%s]Unlock buffer has failed.", __func__);
+    if (lock.unlock() < 0) kvlog(USER_OP, "[%s]Unlock buffer has failed.", __func__);
     if (result < 0) {
         kvlog(USER_OP, "[%s]Get user profile has failed: %s.", __func__, std::strerror(errno));
         return nullptr;

@@ -1,27 +1,29 @@
+// Profiles from the RADIUS results in the shared authentication buffer.
 #include "users/auth_buffer.h"
 #include "users/profile.h"
 
 namespace {
 
-int check_radius_db(const char *user) {
-    std::optional<AttachedBuffer> buffer = AttachedBuffer::attach(__func__, user);
-    return buffer ? buffer->find_radius(user) : -1;
+// The index of the user's record, or -1.
+int find_record(const char *user) {
+    AttachedBuffer buffer("check_radius_db", user);
+    return buffer ? buffer.find_radius(user) : -1;
 }
 
 }  // namespace
 
 int get_info_from_radius(user_profile_t *profile, const char *user) {
     if (!profile || !user) return -1;
-    int slot = check_radius_db(user);
+    int slot = find_record(user);
     if (slot < 0) {
         kvlog(USER_OP, "[%s]User:%s does not found in RADIUS database.", __func__, user);
         return -1;
     }
 
-    std::optional<AttachedBuffer> buffer = AttachedBuffer::attach(__func__, user);
+    AttachedBuffer buffer(__func__, user);
     if (!buffer) return -1;
-    radius_entry_t entry = buffer->radius(slot);
-    entry.user[sizeof entry.user - 1] = '\0';  // A caller without the lock may find it changed.
+    radius_entry_t entry = buffer->radius[slot];
+    entry.user[sizeof entry.user - 1] = '\0';  // It may have changed where the caller has no lock.
     if (entry.type == -1) {
         kvlog(USER_OP, "[%s]RADIUS user:%s does not have attributes.", __func__, user);
         return -1;

@@ -178,7 +178,7 @@ struct DefaultSettings {
 user_group_t *retrieve_user_group(const char *group) {
     if (!group) return nullptr;
     StoreCodeKept kept;
-    std::optional<BufferLock> lock = BufferLock::take(__func__);
+    BufferLock lock(__func__);
     if (!lock) return nullptr;
     return read_group(group, __func__).release();
 }
@@ -200,16 +200,8 @@ int check_user_in_group(const char *group, const char *user) {
 
 int verify_user_group(const char *group) {
     if (!group) return -1;
-    int id = get_lock_id();
-    if (id < 0) {
-        kvlog(USER_OP, "[%s]Get lock id has failed.", __func__);
-        return -1;
-    }
-    if (lock_buffer(id) < 0) {
-        kvlog(USER_OP, "[%s]Lock buffer has failed:%s.", __func__, std::strerror(errno));
-        return -1;
-    }
-    BufferLock lock(id);
+    BufferLock lock(__func__, BufferLock::without_reason);
+    if (!lock) return -1;
     StoreCodeKept kept;
     Snapshot document = open_template(paths::group_template);
     if (!document) {
