@@ -1,6 +1,4 @@
 // The shared authentication buffer, its lock, and the calls that need nothing else.
-#include "users/auth_buffer.h"
-
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
@@ -8,9 +6,7 @@
 #include <cerrno>
 #include <cstddef>
 
-#include "base/kvlog.h"
-#include "base/paths.h"
-#include "base/text.h"
+#include "users/users.h"
 
 static_assert(sizeof(auth_entry_t) == 40 && offsetof(auth_entry_t, user) == 4 && offsetof(auth_entry_t, method) == 36);
 static_assert(sizeof(radius_entry_t) == 128 && offsetof(radius_entry_t, user) == 4 &&
@@ -31,6 +27,16 @@ int change_lock(int id, short by) {
     operation.sem_flg = SEM_UNDO;
     return semop(id, &operation, 1) == 0 ? 0 : -1;
 }
+
+// The semaphore set of the buffer lock, or a negative value with errno.
+int get_lock_id() {
+    key_t key = key_of(paths::auth_lock_key);
+    return key == -1 ? -1 : semget(key, 1, 0666);
+}
+
+// One operation each; 0, or -1 with errno.
+int lock_buffer(int id) { return change_lock(id, -1); }
+int unlock_buffer(int id) { return change_lock(id, +1); }
 
 template <class Entry>
 int find(const Entry (&slots)[AUTH_BUFFER_SLOTS], const char *user) {
@@ -70,15 +76,6 @@ bool release_slots(const char *user, const char *function) {
 
 }  // namespace
 
-int get_lock_id() {
-    key_t key = key_of(paths::auth_lock_key);
-    return key == -1 ? -1 : semget(key, 1, 0666);
-}
-
-int lock_buffer(int id) { return change_lock(id, -1); }
-
-int unlock_buffer(int id) { return change_lock(id, +1); }
-
 BufferLock::BufferLock(const char *function, Reason missing) : id_(get_lock_id()) {
     if (id_ < 0 && missing == with_reason)
         kvlog(USER_OP, "[%s]Get lock id has failed:%s.", function, std::strerror(errno));
@@ -89,7 +86,9 @@ BufferLock::BufferLock(const char *function, Reason missing) : id_(get_lock_id()
     id_ = -1;
 }
 
-AttachedBuffer::AttachedBuffer(const char *step, const char *user) : buffer_(nullptr) {
+int BufferLock::unlock() { return id_ < 0 ? 0 : unlock_buffer(std::exchange(id_, -1)); }
+
+AttachedBuffer::AttachedBuffer(const char *step, const char *user) {
     key_t key = key_of(paths::auth_buffer_key);
     int id = key == -1 ? -1 : shmget(key, sizeof(auth_buffer_t), 0);
     if (id < 0) {

@@ -3,7 +3,7 @@
 
 #include <cerrno>
 
-#include "users/file.h"
+#include "users/users.h"
 
 namespace {
 

@@ -1,5 +1,4 @@
-// The external search tool: its command line, its process and its output.
-
+// One search by the external tool: its process and its output.
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/wait.h>
@@ -9,102 +8,19 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <cstdarg>
-#include <cstdio>
-#include <initializer_list>
 
-#include "base/owned.h"
-#include "base/paths.h"
 #include "base/signals.h"
-#include "users/ldap.h"
-#include "users/profile.h"
+#include "users/users.h"
 
 namespace {
 
-constexpr std::size_t command_size = 512;
-constexpr std::size_t output_size = 1024;  // what the one read takes at most
+constexpr char step[] = "do_ldapsearch";   // the search's name in the log
+constexpr std::size_t output_size = 1024;  // for one read
 
 constexpr std::int64_t milliseconds = 1'000'000;
 constexpr std::int64_t seconds = 1000 * milliseconds;
 constexpr std::int64_t output_grace = 500 * milliseconds;  // for the rest of an output that has begun to arrive
 constexpr std::int64_t exit_grace = 2 * seconds;           // between SIGTERM and SIGKILL
-
-// ------------------------------------------------------------------------------------------------- command line
-
-// A text that is put together in a buffer of fixed size and knows whether all of it fitted.
-class CommandLine {
-public:
-    __attribute__((format(printf, 2, 3))) void append(const char *format, ...) {
-        if (!fits()) return;
-        va_list arguments;
-        va_start(arguments, format);
-        int added = std::vsnprintf(text_ + length_, sizeof text_ - length_, format, arguments);
-        va_end(arguments);
-        length_ = added < 0 ? sizeof text_ : length_ + static_cast<std::size_t>(added);
-    }
-
-    // A user name, written so that the filter compares it as it is (RFC 4515, section 3) and the argument it stands in
-    // does not end. A backslash before a double quote is the splitter's own and stays.
-    void append_name(const char *name) {
-        for (const char *c = name; *c; ++c) {
-            bool quoted = c != name && c[-1] == '\\';
-            if (*c == '*' || *c == '(' || *c == ')' || (*c == '\\' && c[1] != '"'))
-                append("\\%02x", *c);
-            else if (*c == '"' && !quoted)
-                append("\\\"");
-            else
-                append("%c", *c);
-        }
-    }
-
-    bool fits() const { return length_ < sizeof text_; }
-    const char *text() const { return text_; }
-
-private:
-    char text_[command_size] = "";
-    std::size_t length_ = 0;
-};
-
-// Does the character begin an argument?
-bool is_initial(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-           (c && std::strchr("./-+:\"", c));
-}
-
-char *find_initial(char *text) {
-    while (*text && !is_initial(*text)) ++text;
-    return *text ? text : nullptr;
-}
-
-// Finds the end of an argument. A separating double quote that stands behind a backslash belongs to the argument and
-// loses the backslash.
-char *find_separator(char *text, char separator) {
-    for (char *end = std::strchr(text, separator); end; end = std::strchr(end, separator)) {
-        if (separator != '"' || end[-1] != '\\') return end;
-        std::memmove(end - 1, end, std::strlen(end) + 1);
-    }
-    return nullptr;
-}
-
-// Cuts a line into arguments within itself. An argument in double quotes, which the first one cannot be, runs to the
-// next quote, any other to the next space. Between two arguments stands at least one character, so that the array is
-// large enough for any command line.
-struct Arguments {
-    explicit Arguments(char *line) {
-        for (char *start = find_initial(line); start; start = find_initial(start)) {
-            bool quoted = count && *start == '"';
-            if (quoted) ++start;
-            items[count++] = start;
-            start = find_separator(start, quoted ? '"' : ' ');
-            if (!start) break;
-            *start++ = '\0';
-        }
-        items[count] = nullptr;
-    }
-
-    char *items[command_size];
-    std::size_t count = 0;
-};
 
 // ------------------------------------------------------------------------------------------------------ process
 
@@ -114,8 +30,8 @@ std::int64_t now() {
     return time.tv_sec * seconds + time.tv_nsec;
 }
 
-// Waits until the descriptor has one of the events, or its other end is closed. 1, 0 when the time is over, or -1.
-// An interrupted wait is taken up again.
+// Waits until the descriptor has one of the events, or its other end is closed. 1, 0 at the deadline, or -1. Resumes
+// an interrupted wait.
 int wait_for(int fd, short events, std::int64_t deadline) {
     for (;;) {
         std::int64_t left = std::max<std::int64_t>(deadline - now(), 0);
@@ -128,20 +44,20 @@ int wait_for(int fd, short events, std::int64_t deadline) {
     }
 }
 
-// A pipe whose ends are close-on-exec and none of the standard descriptors, which a caller may have closed.
+// A pipe whose ends are closed on exec. They are none of the standard descriptors, which a caller may have closed.
 struct Pipe {
-    static bool move_up(Descriptor &end) {
-        if (end.get() > STDERR_FILENO) return true;
-        end = Descriptor(fcntl(end.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-        return static_cast<bool>(end);
+    static Descriptor move_up(Descriptor end) {
+        if (end.get() > STDERR_FILENO) return end;
+        return Descriptor(fcntl(end.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     }
 
     bool open() {
         int ends[2];
         if (pipe2(ends, O_CLOEXEC) < 0) return false;
-        read = Descriptor(ends[0]);
-        write = Descriptor(ends[1]);
-        return move_up(read) && move_up(write);
+        Descriptor first(ends[0]), second(ends[1]);
+        read = move_up(std::move(first));
+        write = move_up(std::move(second));
+        return read && write;
     }
 
     Descriptor read, write;
@@ -163,32 +79,33 @@ void fill_standard_descriptors() {
 }
 
 // The child between fork() and execv(): only async-signal-safe calls, until there is something to report.
-[[noreturn]] void run_tool(const CommandLine &command, const char *shown, Pipe &pipe) {
-    pipe.read.close();
+[[noreturn]] void run_tool(char *command, const char *shown_command, const Pipe &pipe) {
     if (dup2(pipe.write.get(), STDOUT_FILENO) >= 0) {
-        pipe.write.close();
         fill_standard_descriptors();
         restore_default_signals();
-        char line[command_size] = "";
-        copy_if_fits(line, sizeof line, command.text());
-        Arguments arguments(line);
+        Arguments arguments(command);
         if (arguments.count)
             execv(arguments.items[0], arguments.items);
         else
             kvlog(USER_OP, "[%s]No acceptable initial character found.", "__execv");
     }
-    kvlog(USER_OP, "[%s]Cannot execute command:%s (%s).", "do_ldapsearch", shown, std::strerror(errno));
+    kvlog(USER_OP, "[%s]Cannot execute command:%s (%s).", step, shown_command, std::strerror(errno));
     _exit(1);
 }
 
 // The running tool. It does not outlive this object.
 class Tool {
 public:
-    explicit Tool(pid_t pid) noexcept : pid_(pid) {}
+    // No signal handler of the caller's runs in the child.
+    Tool(char *command, const char *shown_command, const Pipe &pipe) {
+        SignalsBlocked blocked;
+        pid_ = fork();
+        if (pid_ == 0) run_tool(command, shown_command, pipe);
+    }
     Tool(const Tool &) = delete;
 
-    // SIGTERM, SIGKILL after a while. Its own process id is waited for: the caller may have other children. A caller
-    // that ignores SIGCHLD, or whose handler reaps, leaves nothing to wait for, and then nothing must be killed.
+    // Sends SIGTERM, and SIGKILL after a while. Waits for this process id only: the caller may have other children. Where
+    // the caller ignores SIGCHLD, or its handler reaps, nothing is left to wait for, and nothing must be killed.
     ~Tool() {
         if (pid_ < 0 || has_ended()) return;
         kill(pid_, SIGTERM);
@@ -200,7 +117,7 @@ public:
         }
     }
 
-    bool started() const { return pid_ >= 0; }
+    explicit operator bool() const { return pid_ >= 0; }
 
 private:
     bool has_ended() const { return waitpid(pid_, nullptr, WNOHANG) != 0; }
@@ -208,77 +125,102 @@ private:
     pid_t pid_;
 };
 
-pid_t start_tool(const CommandLine &command, const char *shown, Pipe &pipe) {
-    SignalsBlocked blocked;  // so that no handler of the caller's runs in the child
-    pid_t pid = fork();
-    if (pid == 0) run_tool(command, shown, pipe);
-    return pid;
-}
+// ------------------------------------------------------------------------------------------------------- output
 
-// Waits for the tool's output and takes it in one read. The tool writes the entry and the result of the search in
-// separate pieces; when the pipe becomes readable, only the first may be there.
-int read_output(int fd, char (&output)[output_size + 1], int time_limit, const char *host) {
+// Waits for the tool's output and reads it once. The tool writes the entry and the result of the search in separate
+// pieces: when the pipe becomes readable, perhaps only the first is there. False after a message.
+bool read_output(int fd, char (&output)[output_size + 1], int time_limit, const char *host) {
     std::int64_t deadline = now() + time_limit * seconds;
-    errno = EINVAL;  // what select() says to a negative time
+    errno = EINVAL;  // as select() sets it for a negative time
     int ready = time_limit < 0 ? -1 : wait_for(fd, POLLIN, deadline);
     if (ready < 0) {
-        kvlog(USER_OP, "[%s]LDAP server %s. Select error:%s.", "do_ldapsearch", host, std::strerror(errno));
-        return -1;
+        kvlog(USER_OP, "[%s]LDAP server %s. Select error:%s.", step, host, std::strerror(errno));
+        return false;
     }
     if (ready == 0) {
-        kvlog(USER_OP, "[%s]LDAP server %s. Timeout %d secs.", "do_ldapsearch", host, time_limit);
-        return -1;
+        kvlog(USER_OP, "[%s]LDAP server %s. Timeout %d secs.", step, host, time_limit);
+        return false;
     }
     wait_for(fd, 0, std::min(deadline, now() + output_grace));
     errno = 0;
     int length = static_cast<int>(read(fd, output, output_size));
     if (length <= 0) {
-        kvlog(USER_OP, "[%s]LDAP server %s. Read return: %d(%s).", "do_ldapsearch", host, length, std::strerror(errno));
-        return -1;
+        kvlog(USER_OP, "[%s]LDAP server %s. Read return: %d(%s).", step, host, length, std::strerror(errno));
+        return false;
     }
     output[length] = '\0';
-    return length;
+    return true;
+}
+
+// The value behind a marker: one character after the marker's colon, but not past the end of the text.
+const char *find_value(const char *text, const char *marker) {
+    const char *found = std::strstr(text, marker);
+    if (!found) return nullptr;
+    found += std::strlen(marker);
+    return *found ? found + 1 : found;
+}
+
+// The same for a required attribute; null after a message.
+const char *find_attribute(const char *text, const char *name, const char *marker) {
+    const char *value = find_value(text, marker);
+    if (!value) kvlog(USER_OP, "Cannot find %s in LDAP search result.", name);
+    return value;
 }
 
 }  // namespace
 
-int do_ldapsearch(user_profile_t *profile, const char *user, const char *host, const char *port, const char *base,
-                  const char *login_attribute, const char *bind_dn, const char *bind_password, int ssl, int time_limit,
-                  int bind) {
-    auto put_together = [&](CommandLine &line, const char *password) {
-        line.append("%s -z 1 -H %s://%s:%s -x -b \"%s\"", paths::ldap_search, ssl ? "ldaps" : "ldap", host, port, base);
-        if (bind) line.append(" -D \"%s\" -w \"%s\"", bind_dn, password);
-        line.append(" \"(%s=", login_attribute);
-        line.append_name(user);
-        line.append(")\"");
-    };
-    CommandLine command, shown;
-    put_together(command, bind_password);
-    put_together(shown, shown_password(bind_password));
-    if (!command.fits()) {
-        kvlog(USER_OP, "[%s]LDAP command line is too long. User:%s.", __func__, user);
+int parse_search_result(char *text, user_profile_t *profile, const char *user) {
+    if (!text || !profile || !user) return 0;
+    const char *result = find_value(text, "result:");
+    if (!result) {
+        kvlog(USER_OP, "LDAP search result does not found.");
+        return 0;
+    }
+    std::int32_t code = to_int32(result);
+    if (code != 0 && code != 4) {
+        kvlog(USER_OP, "LDAP search result does not be zero:%d.", code);
+        return 0;
+    }
+    if (!set_name(*profile, user, __func__)) return 0;
+    const char *type = find_attribute(text, "type", "type:");
+    if (!type) return 0;
+    set_type(*profile, type_of_beginning(type));
+    const char *lease_time = find_attribute(text, "leaseTime", "leaseTime:");
+    if (!lease_time) return 0;
+    profile->lease_time = to_int32(lease_time);
+    const char *re_auth = find_attribute(text, "reauthTime", "reauthTime:");
+    if (!re_auth) return 0;
+    profile->re_auth = to_int32(re_auth);
+    return 1;
+}
+
+int search(const LdapSettings &settings, const char *host, const char *user, user_profile_t &profile) {
+    char command[command_size], shown_command[command_size];
+    write_command(shown_command, settings, host, user, shown_password(settings.bind_password));
+    if (!write_command(command, settings, host, user, settings.bind_password)) {
+        kvlog(USER_OP, "[%s]LDAP command line is too long. User:%s.", step, user);
         return -1;
     }
-    kvlog(USER_OP, "ldap cmd: %s\n", shown.text());
+    kvlog(USER_OP, "ldap cmd: %s\n", shown_command);
 
     Pipe pipe;
     if (!pipe.open()) {
-        kvlog(USER_OP, "[%s]Cannot create pipe for ldapsearch:%s.", __func__, std::strerror(errno));
+        kvlog(USER_OP, "[%s]Cannot create pipe for ldapsearch:%s.", step, std::strerror(errno));
         return -1;
     }
-    Tool tool(start_tool(command, shown.text(), pipe));
-    if (!tool.started()) {
-        kvlog(USER_OP, "[%s]Cannot fork for ldapsearch:%s.", __func__, std::strerror(errno));
+    Tool tool(command, shown_command, pipe);
+    if (!tool) {
+        kvlog(USER_OP, "[%s]Cannot fork for ldapsearch:%s.", step, std::strerror(errno));
         return -1;
     }
     pipe.write.close();
 
     char output[output_size + 1];
-    if (read_output(pipe.read.get(), output, time_limit, host) < 0) return -1;
-    if (parse_search_result(output, profile, user) == 1) {
-        kvlog(USER_OP, "[%s]LDAP server %s. Found user record.", __func__, host);
+    if (!read_output(pipe.read.get(), output, settings.time_limit, host)) return -1;
+    if (parse_search_result(output, &profile, user) == 1) {
+        kvlog(USER_OP, "[%s]LDAP server %s. Found user record.", step, host);
         return 1;
     }
-    kvlog(USER_OP, "[%s]LDAP server %s. User:%s does not exist.", __func__, host, user);
+    kvlog(USER_OP, "[%s]LDAP server %s. User:%s does not exist.", step, host, user);
     return -1;
 }

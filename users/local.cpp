@@ -1,14 +1,12 @@
-#include "users/file.h"
-#include "users/profile.h"
-
-#include "base/paths.h"
+// Local accounts: the lines of the account files, and the profiles made from them.
+#include "users/users.h"
 
 namespace {
 
 // A line is read in pieces of 254 bytes; with the NUL they fit in the 256 bytes that callers of get_passwd_line() give.
 constexpr int piece_size = 255;
 
-// Is this the line's first ':' field? Lines of separators have none.
+// True if the user is the line's first ':' field. A line of separators has none.
 bool belongs_to(const char *line, const char *user) {
     line += std::strspn(line, ":");
     std::size_t length = std::strcspn(line, ":");
@@ -49,31 +47,25 @@ void set_number(std::int32_t &field, const char *text) {
     if (text) field = to_int32(text);
 }
 
-bool fill_from_line(user_profile_t &profile, const char *user, const char *line, const char *function) {
+bool fill(user_profile_t &profile, const char *user, const UserType &type, const char *function) {
     if (!set_name(profile, user, function)) return false;
-    Attributes attributes(line);
-    set_type(profile, type_of_beginning(attributes.next()));
+    set_type(profile, type);
     profile.lease_time = 10;
     profile.re_auth = 180;
-    set_number(profile.access, attributes.next());
-    set_number(profile.visibility, attributes.next());
-    set_number(profile.lease_time, attributes.next());
-    set_number(profile.re_auth, attributes.next());
-    set_number(profile.remote_admin, attributes.next());
+    return true;
+}
+
+bool fill_from_line(user_profile_t &profile, const char *user, const char *line, const char *function) {
+    Attributes attributes(line);
+    if (!fill(profile, user, type_of_beginning(attributes.next()), function)) return false;
+    for (std::int32_t *field :
+         {&profile.access, &profile.visibility, &profile.lease_time, &profile.re_auth, &profile.remote_admin})
+        set_number(*field, attributes.next());
     set_number(profile.remote_access, attributes.last());
     return true;
 }
 
-// What a domain user may do is fixed, whatever attributes the line has.
-bool fill_domain_user(user_profile_t &profile, const char *user, const char *function) {
-    if (!set_name(profile, user, function)) return false;
-    kvlog(USER_OP, "[%s]User:%s found in domain database.", function, profile.name);
-    set_type(profile, type_of_code(USER_TYPE_USER));
-    profile.lease_time = 10;
-    profile.re_auth = 180;
-    return true;
-}
-
+// Opens an account file; null after a message.
 File open_accounts(Descriptor descriptor, const char *function) {
     File file = open_lines(std::move(descriptor));
     if (!file) kvlog(USER_OP, "[%s]Open password file has failed.", function);
@@ -116,9 +108,14 @@ int get_info_from_local(user_profile_t *profile, const char *user, int wanted_ty
     file.reset();
     file = open_accounts(open_trusted(paths::domain_users), __func__);
     if (!file) return -1;
-    bool found = get_passwd_line(file.get(), user, wanted_type, line) == 0;
+    bool is_found = get_passwd_line(file.get(), user, wanted_type, line) == 0;
     kvlog(USER_OP, "[%s]buf=%s", __func__, line);
-    if (found) return fill_domain_user(*profile, user, __func__) ? 0 : -1;
-    kvlog(USER_OP, "[%s]User:%s does not found in domain database.", __func__, user);
-    return -1;
+    if (!is_found) {
+        kvlog(USER_OP, "[%s]User:%s does not found in domain database.", __func__, user);
+        return -1;
+    }
+    // What a domain user may do is fixed, whatever attributes the line has.
+    if (!fill(*profile, user, type_of_code(USER_TYPE_USER), __func__)) return -1;
+    kvlog(USER_OP, "[%s]User:%s found in domain database.", __func__, profile->name);
+    return 0;
 }

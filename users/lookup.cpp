@@ -1,10 +1,7 @@
+// The profile of a user who has logged in, from the source of the user's authentication method.
 #include <cerrno>
-#include <cstring>
 
-#include "base/owned.h"
-#include "users/auth_buffer.h"
-#include "users/lookup.h"
-#include "users/profile.h"
+#include "users/users.h"
 
 namespace {
 
@@ -14,53 +11,46 @@ using Profile = Owned<user_profile_t, free_user_profile>;
 struct RemoteSource {
     int (*look_up)(user_profile_t *profile, const char *user);
     const char *default_account;  // the local account of users who have none of their own
-    const char *name;             // what the default account is called in the message
+    const char *shown_account;    // its name in the message
 };
 
 constexpr RemoteSource radius{get_info_from_radius, "radius-users", "radius-user"};
 constexpr RemoteSource ldap{get_info_from_ldap, "ldap-users", "ldap-user"};
 
-// A name that has a slot in the shared buffer fits in both fields.
+// True if the user has a local account of type "ext-user".
+bool is_local_ext_user(const char *user) {
+    user_profile_t scratch;
+    return get_info_from_local(&scratch, user, USER_TYPE_EXT_USER) == 0;
+}
+
+// Looks up a local account. A name that has a slot in the shared buffer fits in both fields.
 int look_up_local_user(user_profile_t &profile, const char *user) {
     int result = get_info_from_local(&profile, user, USER_TYPE_ANY);
     copy_if_fits(profile.account, sizeof profile.account, user);
     return result;
 }
 
-// The source's own answer is kept even if the user has a local account; the local accounts stand in for no answer.
+// Asks the source, and a local account where the source fails.
 int look_up_remote_user(const RemoteSource &source, user_profile_t &profile, const char *user) {
     int result = source.look_up(&profile, user);
-    if (check_local_ext_user(user) == -1) {
-        if (result < 0) {
-            kvlog(USER_OP, "Get user information from local database use default %s account.", source.name);
-            result = get_info_from_local(&profile, source.default_account, USER_TYPE_EXT_USER);
-            copy_if_fits(profile.name, sizeof profile.name, user);
-        }
-        copy_if_fits(profile.account, sizeof profile.account, source.default_account);
-    } else {
-        if (result < 0) result = get_info_from_local(&profile, user, USER_TYPE_EXT_USER);
-        copy_if_fits(profile.account, sizeof profile.account, user);
+    bool has_account = is_local_ext_user(user);
+    const char *account = has_account ? user : source.default_account;
+    if (result < 0) {
+        if (!has_account)
+            kvlog(USER_OP, "Get user information from local database use default %s account.", source.shown_account);
+        result = get_info_from_local(&profile, account, USER_TYPE_EXT_USER);
+        copy_if_fits(profile.name, sizeof profile.name, user);
     }
+    copy_if_fits(profile.account, sizeof profile.account, account);
     return result;
 }
 
 int look_up(int method, user_profile_t &profile, const char *user) {
-    switch (method) {
-        case AUTH_METHOD_LOCAL:
-            return look_up_local_user(profile, user);
-        case AUTH_METHOD_RADIUS:
-            return look_up_remote_user(radius, profile, user);
-        default:
-            return look_up_remote_user(ldap, profile, user);
-    }
+    if (method == AUTH_METHOD_LOCAL) return look_up_local_user(profile, user);
+    return look_up_remote_user(method == AUTH_METHOD_RADIUS ? radius : ldap, profile, user);
 }
 
 }  // namespace
-
-int check_local_ext_user(const char *user) {
-    user_profile_t scratch;
-    return get_info_from_local(&scratch, user, USER_TYPE_EXT_USER);
-}
 
 user_profile_t *get_user_profile(const char *user) {
     if (!user) return nullptr;

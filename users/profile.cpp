@@ -1,8 +1,7 @@
 // The table of user types in both its forms, internal and exported, and what all sources do with a profile.
-#include "users/profile.h"
-
 #include <cstddef>
-#include <cstdlib>
+
+#include "users/users.h"
 
 static_assert(sizeof(user_profile_t) == 1184 && offsetof(user_profile_t, account) == 32 &&
               offsetof(user_profile_t, type) == 1152 && offsetof(user_profile_t, reserved) == 1180);
@@ -55,7 +54,7 @@ const UserType &type_of_code(std::int32_t code) {
 }
 
 const UserType &type_of_word(const char *text) {
-    return local_type(text ? find_type([text](const UserType &type) { return same(text, type.word); }) : nullptr);
+    return local_type(find_type([text](const UserType &type) { return same(text, type.word); }));
 }
 
 const UserType &type_of_beginning(const char *text) {

@@ -1,6 +1,5 @@
 // Profiles from the RADIUS results in the shared authentication buffer.
-#include "users/auth_buffer.h"
-#include "users/profile.h"
+#include "users/users.h"
 
 namespace {
 

@@ -1,13 +1,10 @@
+// User groups of the template file: their members, with nested groups expanded, and their descriptions.
 #include <cerrno>
 #include <climits>
 #include <cstddef>
 
 #include "base/array.h"
-#include "base/owned.h"
-#include "base/paths.h"
-#include "users/auth_buffer.h"
-#include "users/file.h"
-#include "users/profile.h"
+#include "users/users.h"
 
 static_assert(sizeof(user_group_t) == 1213476 && offsetof(user_group_t, members) == 1056 &&
               offsetof(user_group_t, member_count) == 1213472);
@@ -19,24 +16,13 @@ constexpr char group_type[] = "user_group_object_t";
 constexpr int capacity = sizeof(user_group_t::members) / sizeof(user_profile_t);
 constexpr std::size_t longest_name = 127;
 
-// Groups that nest each other twice on every level double on each, and without members the record never becomes full.
-// Where loops were looked for first, each group is known to be reached only once.
+// Two groups that nest each other twice on every level double on each, and without members the record never becomes
+// full. Where the store has found no loop, each group is reached only once.
 constexpr int most_unchecked_groups = 10'000;
 
 using Group = Owned<kvio_iterator_t, kvio_close_group>;
 using Entities = Owned<kvio_entities_t, kvio_free_entities>;
 using UserGroup = Owned<user_group_t, free_user_group>;
-
-// Restores kvio_errno, which belongs to the caller's own store calls. Declare it before the handles of the store.
-class StoreCodeKept {
-public:
-    StoreCodeKept() = default;
-    StoreCodeKept(const StoreCodeKept &) = delete;
-    ~StoreCodeKept() { kvio_errno = code_; }
-
-private:
-    int code_ = kvio_errno;
-};
 
 bool out_of_memory(const char *function) {
     kvlog(USER_OP, "[%s]Insufficient memory.", function);
@@ -132,7 +118,7 @@ private:
     Array<Level> levels_;
 };
 
-// The members of a group of the template file, which the caller's lock protects; null after a message.
+// The members of a group of the template file; null after a message. Needs the buffer lock.
 UserGroup read_group(const char *name, const char *function) {
     Snapshot document = open_template(paths::group_template);
     if (!document) {
@@ -144,7 +130,8 @@ UserGroup read_group(const char *name, const char *function) {
         kvlog(USER_OP, "[%s]Open group has failed.", function);
         return nullptr;
     }
-    Entities entities(kvio_retrieve_all(group.get()));  // Only to see that the group is sound, without loops.
+    // Only to see that the group is sound, without loops.
+    Entities entities(kvio_retrieve_all(group.get()));
     if (!entities) {
         kvlog(USER_OP, "[%s]Retrieve group's entities has failed.", function);
         return nullptr;
@@ -158,28 +145,13 @@ UserGroup read_group(const char *name, const char *function) {
     return record;
 }
 
-// The texts of the default settings. Reading stops at the first that is missing; it and the following ones stay empty.
-struct DefaultSettings {
-    char type[16];  // one byte more than the longest word, so that no longer text looks like it
-    char access[6], visibility[6], lease_time[12], re_auth[12], remote_admin[2], remote_access[2];
-
-    void read(kvio_node_t *entity) {
-        kvio_get2(entity, "type", type, sizeof type) && kvio_get2(entity, "access", access, sizeof access) &&
-            kvio_get2(entity, "visibility", visibility, sizeof visibility) &&
-            kvio_get2(entity, "lease_time", lease_time, sizeof lease_time) &&
-            kvio_get2(entity, "re_auth", re_auth, sizeof re_auth) &&
-            kvio_get2(entity, "remote_admin", remote_admin, sizeof remote_admin) &&
-            kvio_get2(entity, "remote_access", remote_access, sizeof remote_access);
-    }
-};
-
 }  // namespace
 
 user_group_t *retrieve_user_group(const char *group) {
     if (!group) return nullptr;
-    StoreCodeKept kept;
     BufferLock lock(__func__);
     if (!lock) return nullptr;
+    StoreCodeKept kept;
     return read_group(group, __func__).release();
 }
 
@@ -208,34 +180,13 @@ int verify_user_group(const char *group) {
         kvlog(USER_OP, "[%s]Retrieve backup file has failed:%s.", __func__, std::strerror(errno));
         return -1;
     }
-    bool found = kvio_retrieve_entity(document.get(), group_scope, "group_description_t", group);
+    bool is_defined = kvio_retrieve_entity(document.get(), group_scope, "group_description_t", group);
     document.reset();
     if (lock.unlock() < 0) {
         kvlog(USER_OP, "[%s]Unlock buffer has failed:%s.", __func__, std::strerror(errno));
         return -1;
     }
-    return found ? 1 : 0;
+    return is_defined ? 1 : 0;
 }
 
 void free_user_group(user_group_t *group) { std::free(group); }
-
-int get_remote_setting(user_profile_t *profile, const char *name) {
-    if (!profile || !name) return -1;
-    StoreCodeKept kept;
-    Snapshot document = open_template(paths::user_template);
-    if (!document) return -1;
-    kvio_node_t *entity = kvio_retrieve_entity(document.get(), "system/in_user", "in_user_setting", "def_set");
-    if (!entity) return -1;
-    DefaultSettings settings{};
-    settings.read(entity);
-
-    if (!set_name(*profile, name, __func__)) return -1;
-    profile->type = type_of_word(settings.type).code;
-    profile->access = to_int32(settings.access);
-    profile->visibility = to_int32(settings.visibility);
-    profile->lease_time = to_int32(settings.lease_time);
-    profile->re_auth = to_int32(settings.re_auth);
-    profile->remote_admin = to_int32(settings.remote_admin);
-    profile->remote_access = to_int32(settings.remote_access);
-    return 0;
-}

@@ -1,0 +1,145 @@
+// What the sources of users/ share: user types, files, the authentication buffer and its lock, and the LDAP search.
+#ifndef KAVEX_USERS_USERS_H
+#define KAVEX_USERS_USERS_H
+
+#include <kavex/users.h>
+
+#include <utility>
+
+#include "base/files.h"
+#include "base/kvlog.h"
+#include "base/paths.h"
+#include "base/text.h"
+
+// ----------------------------------------------------------------------------------------------- profiles and types
+
+// A user type: its code, its word in account files and messages, and the numbers its users have by default.
+struct UserType {
+    std::int32_t code;
+    const char *word;
+    std::int32_t access, visibility, remote_admin, remote_access;
+};
+
+// The type of a code; guest for any other number.
+const UserType &type_of_code(std::int32_t code);
+
+// The type whose word is the text, or whose word the text begins with. The word "ext-user" gives the type user, an
+// unknown one guest; so does a null text that has no beginning.
+const UserType &type_of_word(const char *text);
+const UserType &type_of_beginning(const char *text);
+
+// The word of a code; "ext-user" for any other number.
+const char *word_of_code(std::int32_t code);
+
+// Sets type, levels and remote flags.
+void set_type(user_profile_t &profile, const UserType &type);
+
+// True if the name fits in a profile; otherwise logs so under the function's name.
+bool name_fits(const char *name, const char *function);
+
+// Stores the name, or changes nothing if it does not fit.
+bool set_name(user_profile_t &profile, const char *name, const char *function);
+
+// ------------------------------------------------------------------------------------------------------------ files
+
+// fclose() itself has attributes that a template argument would lose.
+inline void close_file(std::FILE *file) { std::fclose(file); }
+
+using File = Owned<std::FILE, close_file>;
+using Snapshot = Owned<kvio_config_t, kvio_close_config>;
+
+// Opens a file of a directory in which all users may create files. Fails with ENOENT if another user than root and the
+// effective one owns the file or a symbolic link at the path, or if others may write the file.
+Descriptor open_trusted(const char *path);
+
+// Turns a descriptor into a stream, to be read line by line; null with errno if there is none.
+File open_lines(Descriptor descriptor);
+
+// A snapshot of a template file; null with errno, and with the store's line on the standard error stream, if it cannot
+// be read or open_trusted() refuses it.
+Snapshot open_template(const char *path);
+
+// Restores kvio_errno, which belongs to the caller's own store calls. Declare it before the handles of the store.
+class StoreCodeKept {
+public:
+    StoreCodeKept() = default;
+    StoreCodeKept(const StoreCodeKept &) = delete;
+    ~StoreCodeKept() { kvio_errno = code_; }
+
+private:
+    int code_ = kvio_errno;
+};
+
+// ------------------------------------------------------------------------------------ shared authentication buffer
+
+// The buffer lock. The destructor releases it.
+class BufferLock {
+public:
+    enum Reason { with_reason, without_reason };
+
+    // Takes the lock; waits until it is free or a signal handler runs. False after a failure, which is logged under the
+    // function's name; `missing` says whether the message about a missing semaphore set ends with the text of errno.
+    explicit BufferLock(const char *function, Reason missing = with_reason);
+    BufferLock(const BufferLock &) = delete;
+    ~BufferLock() { unlock(); }
+    explicit operator bool() const { return id_ >= 0; }
+
+    // Releases the lock now; 0, or -1 with errno.
+    int unlock();
+
+private:
+    int id_;
+};
+
+// The shared buffer. The destructor detaches it. Access needs the lock.
+class AttachedBuffer {
+public:
+    // Attaches the buffer. False after a failure, which is logged under the step's name.
+    AttachedBuffer(const char *step, const char *user);
+    AttachedBuffer(const AttachedBuffer &) = delete;
+    ~AttachedBuffer();
+    explicit operator bool() const { return buffer_; }
+    auth_buffer_t *operator->() const { return buffer_; }
+
+    // The index of the user's first slot in the list, or -1.
+    int find_auth(const char *user) const;
+    int find_radius(const char *user) const;
+
+private:
+    auth_buffer_t *buffer_ = nullptr;
+};
+
+// ------------------------------------------------------------------------------------------------------------- LDAP
+
+// The settings, in buffers with room for the line feed that a value is read with.
+struct LdapSettings {
+    char host[128], port[8], base[256], login_attribute[64], bind_dn[128], bind_password[128];
+    int ssl, time_limit;
+    bool bind;  // with bind_dn and bind_password
+};
+
+constexpr std::size_t command_size = 512;
+
+// Writes the search tool's command line; false if it is longer than its buffer. The user name fits in a profile.
+bool write_command(char (&line)[command_size], const LdapSettings &settings, const char *host, const char *user,
+                   const char *password);
+
+// Cuts a command line into arguments within itself. The items end with a null pointer, for execv().
+struct Arguments {
+    explicit Arguments(char *line);
+    char *items[command_size];
+    std::size_t count = 0;
+};
+
+// What the log shows of a bind password.
+#ifdef KAVEX_HIDE_BIND_PASSWORD
+inline const char *shown_password(const char *password) { return *password ? "********" : ""; }
+#else
+inline const char *shown_password(const char *password) { return password; }
+#endif
+
+// Asks one server for the user's entry. 1 if it was found and the profile filled, -1 otherwise, after a message. The
+// tool does not survive the call, which takes at most the time limit and 2 seconds.
+int search(const LdapSettings &settings, const char *host, const char *user, user_profile_t &profile);
+
+#endif
