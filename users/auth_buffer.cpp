@@ -16,27 +16,16 @@ static_assert(sizeof(auth_buffer_t) == 8400 && offsetof(auth_buffer_t, radius) =
 
 namespace {
 
-constexpr int key_project = 83;
-
 // -1 if there is no such file. semget() and shmget() would take that for a key.
-key_t key_of(const char *path) { return ftok(path, key_project); }
+key_t key_of(const char *path) { return ftok(path, 83); }
 
+// 0, or -1 with errno.
 int change_lock(int id, short by) {
     sembuf operation{};
     operation.sem_op = by;
     operation.sem_flg = SEM_UNDO;
-    return semop(id, &operation, 1) == 0 ? 0 : -1;
+    return semop(id, &operation, 1);
 }
-
-// The semaphore set of the buffer lock, or a negative value with errno.
-int get_lock_id() {
-    key_t key = key_of(paths::auth_lock_key);
-    return key == -1 ? -1 : semget(key, 1, 0666);
-}
-
-// One operation each; 0, or -1 with errno.
-int lock_buffer(int id) { return change_lock(id, -1); }
-int unlock_buffer(int id) { return change_lock(id, +1); }
 
 template <class Entry>
 int find(const Entry (&slots)[AUTH_BUFFER_SLOTS], const char *user) {
@@ -76,17 +65,19 @@ bool release_slots(const char *user, const char *function) {
 
 }  // namespace
 
-BufferLock::BufferLock(const char *function, Reason missing) : id_(get_lock_id()) {
+BufferLock::BufferLock(const char *function, Reason missing) {
+    key_t key = key_of(paths::auth_lock_key);
+    id_ = key == -1 ? -1 : semget(key, 1, 0666);
     if (id_ < 0 && missing == with_reason)
         kvlog(USER_OP, "[%s]Get lock id has failed:%s.", function, std::strerror(errno));
     else if (id_ < 0)
         kvlog(USER_OP, "[%s]Get lock id has failed.", function);
-    if (id_ < 0 || lock_buffer(id_) == 0) return;
+    if (id_ < 0 || change_lock(id_, -1) == 0) return;
     kvlog(USER_OP, "[%s]Lock buffer has failed:%s.", function, std::strerror(errno));
     id_ = -1;
 }
 
-int BufferLock::unlock() { return id_ < 0 ? 0 : unlock_buffer(std::exchange(id_, -1)); }
+int BufferLock::unlock() { return id_ < 0 ? 0 : change_lock(std::exchange(id_, -1), +1); }
 
 AttachedBuffer::AttachedBuffer(const char *step, const char *user) {
     key_t key = key_of(paths::auth_buffer_key);
@@ -108,7 +99,6 @@ AttachedBuffer::~AttachedBuffer() {
 }
 
 int AttachedBuffer::find_auth(const char *user) const { return find(buffer_->auth, user); }
-
 int AttachedBuffer::find_radius(const char *user) const { return find(buffer_->radius, user); }
 
 int get_auth_module(const char *user) {
@@ -124,6 +114,5 @@ int release_auth_list(const char *user) {
     BufferLock lock(__func__);
     if (!lock || !release_slots(user, __func__)) return -1;
     if (lock.unlock() == 0) return 0;
-    kvlog(USER_OP, "[%s]Unlock buffer has failed:%s.", __func__, std::strerror(errno));
-    return -1;
+    return LOGGED(-1, "[%s]Unlock buffer has failed:%s.", __func__, std::strerror(errno));
 }

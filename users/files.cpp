@@ -5,15 +5,10 @@
 
 #include "users/users.h"
 
-namespace {
-
-bool is_ours(const struct stat &file) { return file.st_uid == 0 || file.st_uid == geteuid(); }
-
-}  // namespace
-
 // In a directory with the sticky bit others cannot replace what is checked here, neither the file nor a link to it, so
 // that the path may be opened again afterwards.
 Descriptor open_trusted(const char *path) {
+    auto is_ours = [](const struct stat &status) { return status.st_uid == 0 || status.st_uid == geteuid(); };
     struct stat entry, file;
     if (lstat(path, &entry) < 0) return Descriptor();
     Descriptor descriptor = open_to_read(path);

@@ -69,18 +69,13 @@ int get_ldap_server_info(char *host, char *port, char *base, char *login_attribu
                          int *ssl, int *time_limit) {
     if (!host || !port || !base || !login_attribute || !bind_dn || !bind_password || !ssl || !time_limit) return -1;
     File file = open_lines(open_to_read(paths::ldap_settings));
-    if (!file) {
-        kvlog(USER_OP, "Open http_ldap configuration file has failed.");
-        return -1;
-    }
-    const TextSetting texts[] = {
-        {"host", host, sizeof(LdapSettings::host)},
-        {"port", port, sizeof(LdapSettings::port)},
-        {"base", base, sizeof(LdapSettings::base)},
-        {"pam_login_attribute", login_attribute, sizeof(LdapSettings::login_attribute)},
-        {"binddn", bind_dn, sizeof(LdapSettings::bind_dn)},
-        {"bindpw", bind_password, sizeof(LdapSettings::bind_password)},
-    };
+    if (!file) return LOGGED(-1, "Open http_ldap configuration file has failed.");
+    const TextSetting texts[] = {{"host", host, sizeof(LdapSettings::host)},
+                                 {"port", port, sizeof(LdapSettings::port)},
+                                 {"base", base, sizeof(LdapSettings::base)},
+                                 {"pam_login_attribute", login_attribute, sizeof(LdapSettings::login_attribute)},
+                                 {"binddn", bind_dn, sizeof(LdapSettings::bind_dn)},
+                                 {"bindpw", bind_password, sizeof(LdapSettings::bind_password)}};
     *bind_dn = *bind_password = '\0';
     *ssl = 0;
     *time_limit = 10;
@@ -94,9 +89,8 @@ int get_ldap_server_info(char *host, char *port, char *base, char *login_attribu
         if (same(key, "ssl")) *ssl = std::strncmp(value, "yes", 3) == 0;
         if (same(key, "timelimit")) *time_limit = to_int32(value);
         for (const TextSetting &text : texts) {
-            if (!same(key, text.key) || (is_whole && copy_if_fits(text.buffer, text.size, value))) continue;
-            kvlog(USER_OP, "LDAP setting %s is too long.", key);
-            return -1;
+            bool is_stored = !same(key, text.key) || (is_whole && copy_if_fits(text.buffer, text.size, value));
+            if (!is_stored) return LOGGED(-1, "LDAP setting %s is too long.", key);
         }
     }
     return has_several_words(host) ? 1 : 0;
@@ -106,10 +100,7 @@ int get_info_from_ldap(user_profile_t *profile, const char *user) {
     if (!profile || !user || !name_fits(user, __func__)) return -1;
     LdapSettings settings{};
     bool several_hosts = false;
-    if (!read_settings(settings, several_hosts)) {
-        kvlog(USER_OP, "Get LDAP server information has failed.");
-        return -1;
-    }
+    if (!read_settings(settings, several_hosts)) return LOGGED(-1, "Get LDAP server information has failed.");
     kvlog(USER_OP, "ldap info: %s %s %s %s %s %s %d %d\n", settings.host, settings.port, settings.base,
           settings.login_attribute, settings.bind_dn, shown_password(settings.bind_password), settings.ssl,
           settings.time_limit);

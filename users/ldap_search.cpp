@@ -22,8 +22,6 @@ constexpr std::int64_t seconds = 1000 * milliseconds;
 constexpr std::int64_t output_grace = 500 * milliseconds;  // for the rest of an output that has begun to arrive
 constexpr std::int64_t exit_grace = 2 * seconds;           // between SIGTERM and SIGKILL
 
-// ------------------------------------------------------------------------------------------------------ process
-
 std::int64_t now() {
     timespec time{};
     clock_gettime(CLOCK_MONOTONIC, &time);
@@ -46,18 +44,12 @@ int wait_for(int fd, short events, std::int64_t deadline) {
 
 // A pipe whose ends are closed on exec. They are none of the standard descriptors, which a caller may have closed.
 struct Pipe {
-    static Descriptor move_up(Descriptor end) {
-        if (end.get() > STDERR_FILENO) return end;
-        return Descriptor(fcntl(end.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-    }
-
-    bool open() {
+    Pipe() {
         int ends[2];
-        if (pipe2(ends, O_CLOEXEC) < 0) return false;
+        if (pipe2(ends, O_CLOEXEC) < 0) return;
         Descriptor first(ends[0]), second(ends[1]);
-        read = move_up(std::move(first));
-        write = move_up(std::move(second));
-        return read && write;
+        read = Descriptor(fcntl(ends[0], F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+        write = Descriptor(fcntl(ends[1], F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     }
 
     Descriptor read, write;
@@ -72,16 +64,12 @@ void restore_default_signals() {
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-// A tool that writes to a closed descriptor 2 would write into whatever it opened last.
-void fill_standard_descriptors() {
-    for (int fd : {STDIN_FILENO, STDERR_FILENO})
-        if (fcntl(fd, F_GETFD) < 0 && open("/dev/null", O_RDWR) < 0) return;
-}
-
 // The child between fork() and execv(): only async-signal-safe calls, until there is something to report.
 [[noreturn]] void run_tool(char *command, const char *shown_command, const Pipe &pipe) {
     if (dup2(pipe.write.get(), STDOUT_FILENO) >= 0) {
-        fill_standard_descriptors();
+        // A tool that writes to a closed descriptor 2 would write into whatever it opened last.
+        for (int fd : {STDIN_FILENO, STDERR_FILENO})
+            if (fcntl(fd, F_GETFD) < 0) open("/dev/null", O_RDWR);
         restore_default_signals();
         Arguments arguments(command);
         if (arguments.count)
@@ -109,12 +97,8 @@ public:
     ~Tool() {
         if (pid_ < 0 || has_ended()) return;
         kill(pid_, SIGTERM);
-        for (std::int64_t deadline = now() + exit_grace; !has_ended(); poll(nullptr, 0, 1)) {
-            if (now() < deadline) continue;
-            kill(pid_, SIGKILL);
-            while (waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {}
-            return;
-        }
+        for (std::int64_t deadline = now() + exit_grace; !has_ended(); poll(nullptr, 0, 1))
+            if (now() >= deadline) kill(pid_, SIGKILL);
     }
 
     explicit operator bool() const { return pid_ >= 0; }
@@ -125,29 +109,19 @@ private:
     pid_t pid_;
 };
 
-// ------------------------------------------------------------------------------------------------------- output
-
 // Waits for the tool's output and reads it once. The tool writes the entry and the result of the search in separate
 // pieces: when the pipe becomes readable, perhaps only the first is there. False after a message.
 bool read_output(int fd, char (&output)[output_size + 1], int time_limit, const char *host) {
     std::int64_t deadline = now() + time_limit * seconds;
     errno = EINVAL;  // as select() sets it for a negative time
     int ready = time_limit < 0 ? -1 : wait_for(fd, POLLIN, deadline);
-    if (ready < 0) {
-        kvlog(USER_OP, "[%s]LDAP server %s. Select error:%s.", step, host, std::strerror(errno));
-        return false;
-    }
-    if (ready == 0) {
-        kvlog(USER_OP, "[%s]LDAP server %s. Timeout %d secs.", step, host, time_limit);
-        return false;
-    }
+    if (ready < 0) return LOGGED(false, "[%s]LDAP server %s. Select error:%s.", step, host, std::strerror(errno));
+    if (ready == 0) return LOGGED(false, "[%s]LDAP server %s. Timeout %d secs.", step, host, time_limit);
     wait_for(fd, 0, std::min(deadline, now() + output_grace));
     errno = 0;
     int length = static_cast<int>(read(fd, output, output_size));
-    if (length <= 0) {
-        kvlog(USER_OP, "[%s]LDAP server %s. Read return: %d(%s).", step, host, length, std::strerror(errno));
-        return false;
-    }
+    if (length <= 0)
+        return LOGGED(false, "[%s]LDAP server %s. Read return: %d(%s).", step, host, length, std::strerror(errno));
     output[length] = '\0';
     return true;
 }
@@ -160,36 +134,23 @@ const char *find_value(const char *text, const char *marker) {
     return *found ? found + 1 : found;
 }
 
-// The same for a required attribute; null after a message.
-const char *find_attribute(const char *text, const char *name, const char *marker) {
-    const char *value = find_value(text, marker);
-    if (!value) kvlog(USER_OP, "Cannot find %s in LDAP search result.", name);
-    return value;
-}
-
 }  // namespace
 
 int parse_search_result(char *text, user_profile_t *profile, const char *user) {
     if (!text || !profile || !user) return 0;
     const char *result = find_value(text, "result:");
-    if (!result) {
-        kvlog(USER_OP, "LDAP search result does not found.");
-        return 0;
-    }
+    if (!result) return LOGGED(0, "LDAP search result does not found.");
     std::int32_t code = to_int32(result);
-    if (code != 0 && code != 4) {
-        kvlog(USER_OP, "LDAP search result does not be zero:%d.", code);
-        return 0;
-    }
+    if (code != 0 && code != 4) return LOGGED(0, "LDAP search result does not be zero:%d.", code);
     if (!set_name(*profile, user, __func__)) return 0;
-    const char *type = find_attribute(text, "type", "type:");
-    if (!type) return 0;
+    const char *type = find_value(text, "type:");
+    if (!type) return LOGGED(0, "Cannot find type in LDAP search result.");
     set_type(*profile, type_of_beginning(type));
-    const char *lease_time = find_attribute(text, "leaseTime", "leaseTime:");
-    if (!lease_time) return 0;
+    const char *lease_time = find_value(text, "leaseTime:");
+    if (!lease_time) return LOGGED(0, "Cannot find leaseTime in LDAP search result.");
     profile->lease_time = to_int32(lease_time);
-    const char *re_auth = find_attribute(text, "reauthTime", "reauthTime:");
-    if (!re_auth) return 0;
+    const char *re_auth = find_value(text, "reauthTime:");
+    if (!re_auth) return LOGGED(0, "Cannot find reauthTime in LDAP search result.");
     profile->re_auth = to_int32(re_auth);
     return 1;
 }
@@ -197,30 +158,20 @@ int parse_search_result(char *text, user_profile_t *profile, const char *user) {
 int search(const LdapSettings &settings, const char *host, const char *user, user_profile_t &profile) {
     char command[command_size], shown_command[command_size];
     write_command(shown_command, settings, host, user, shown_password(settings.bind_password));
-    if (!write_command(command, settings, host, user, settings.bind_password)) {
-        kvlog(USER_OP, "[%s]LDAP command line is too long. User:%s.", step, user);
-        return -1;
-    }
+    if (!write_command(command, settings, host, user, settings.bind_password))
+        return LOGGED(-1, "[%s]LDAP command line is too long. User:%s.", step, user);
     kvlog(USER_OP, "ldap cmd: %s\n", shown_command);
 
     Pipe pipe;
-    if (!pipe.open()) {
-        kvlog(USER_OP, "[%s]Cannot create pipe for ldapsearch:%s.", step, std::strerror(errno));
-        return -1;
-    }
+    if (!pipe.read || !pipe.write)
+        return LOGGED(-1, "[%s]Cannot create pipe for ldapsearch:%s.", step, std::strerror(errno));
     Tool tool(command, shown_command, pipe);
-    if (!tool) {
-        kvlog(USER_OP, "[%s]Cannot fork for ldapsearch:%s.", step, std::strerror(errno));
-        return -1;
-    }
+    if (!tool) return LOGGED(-1, "[%s]Cannot fork for ldapsearch:%s.", step, std::strerror(errno));
     pipe.write.close();
 
     char output[output_size + 1];
     if (!read_output(pipe.read.get(), output, settings.time_limit, host)) return -1;
-    if (parse_search_result(output, &profile, user) == 1) {
-        kvlog(USER_OP, "[%s]LDAP server %s. Found user record.", step, host);
-        return 1;
-    }
-    kvlog(USER_OP, "[%s]LDAP server %s. User:%s does not exist.", step, host, user);
-    return -1;
+    if (parse_search_result(output, &profile, user) == 1)
+        return LOGGED(1, "[%s]LDAP server %s. Found user record.", step, host);
+    return LOGGED(-1, "[%s]LDAP server %s. User:%s does not exist.", step, host, user);
 }

@@ -14,37 +14,15 @@ bool belongs_to(const char *line, const char *user) {
     return std::strlen(user) == length && std::memcmp(line, user, length) == 0;
 }
 
-// The attributes of a line, split as strtok(3) does: a run of '&' counts as one.
-class Attributes {
-public:
-    explicit Attributes(const char *line) {
-        copy_if_fits(copy_, sizeof copy_, line);  // A piece always fits.
-        field("&");
-    }
-    Attributes(const Attributes &) = delete;
-
-    // The next attribute; null when there are no more.
-    const char *next() { return field("&"); }
-
-    // The last attribute, which ends at the next ':' instead; null when it is missing or empty.
-    const char *last() { return field(":"); }
-
-private:
-    const char *field(const char *separator) {
-        rest_ += std::strspn(rest_, "&");
-        char *start = rest_;
-        rest_ += std::strcspn(rest_, separator);
-        if (rest_ == start) return nullptr;
-        if (*rest_) *rest_++ = '\0';
-        return start;
-    }
-
-    char copy_[piece_size] = "";
-    char *rest_ = copy_;
-};
-
-void set_number(std::int32_t &field, const char *text) {
-    if (text) field = to_int32(text);
+// Cuts the next field off a text, in place, as strtok(3) does: a run of '&' counts as one. The field ends at the
+// separator or with the text; null if it is empty.
+const char *cut_field(char *&text, char separator = '&') {
+    text += std::strspn(text, "&");
+    char *field = text;
+    text = strchrnul(text, separator);
+    if (text == field) return nullptr;
+    if (*text) *text++ = '\0';
+    return field;
 }
 
 bool fill(user_profile_t &profile, const char *user, const UserType &type, const char *function) {
@@ -55,13 +33,14 @@ bool fill(user_profile_t &profile, const char *user, const UserType &type, const
     return true;
 }
 
-bool fill_from_line(user_profile_t &profile, const char *user, const char *line, const char *function) {
-    Attributes attributes(line);
-    if (!fill(profile, user, type_of_beginning(attributes.next()), function)) return false;
-    for (std::int32_t *field :
+// Fills a profile from a line, which is cut up.
+bool fill_from_line(user_profile_t &profile, const char *user, char *line, const char *function) {
+    cut_field(line);
+    if (!fill(profile, user, type_of_beginning(cut_field(line)), function)) return false;
+    for (std::int32_t *number :
          {&profile.access, &profile.visibility, &profile.lease_time, &profile.re_auth, &profile.remote_admin})
-        set_number(*field, attributes.next());
-    set_number(profile.remote_access, attributes.last());
+        if (const char *field = cut_field(line)) *number = to_int32(field);
+    if (const char *field = cut_field(line, ':')) profile.remote_access = to_int32(field);
     return true;
 }
 
@@ -82,8 +61,9 @@ int get_passwd_line(FILE *file, const char *user, int wanted_type, char *line) {
         if (wanted_type == USER_TYPE_ANY) {
             kvlog(USER_OP, "[%s]User:%s does not have attributes.", __func__, user);
         } else {
-            Attributes attributes(piece);
-            const char *word = attributes.next();
+            char copy[piece_size], *rest = std::strcpy(copy, piece);
+            cut_field(rest);
+            const char *word = cut_field(rest);
             if (!word) continue;
             kvlog(USER_OP, "[%s]User:%s, type=%s.", __func__, user, word);
             if (!same(word, word_of_code(wanted_type))) continue;
@@ -110,12 +90,8 @@ int get_info_from_local(user_profile_t *profile, const char *user, int wanted_ty
     if (!file) return -1;
     bool is_found = get_passwd_line(file.get(), user, wanted_type, line) == 0;
     kvlog(USER_OP, "[%s]buf=%s", __func__, line);
-    if (!is_found) {
-        kvlog(USER_OP, "[%s]User:%s does not found in domain database.", __func__, user);
-        return -1;
-    }
+    if (!is_found) return LOGGED(-1, "[%s]User:%s does not found in domain database.", __func__, user);
     // What a domain user may do is fixed, whatever attributes the line has.
     if (!fill(*profile, user, type_of_code(USER_TYPE_USER), __func__)) return -1;
-    kvlog(USER_OP, "[%s]User:%s found in domain database.", __func__, profile->name);
-    return 0;
+    return LOGGED(0, "[%s]User:%s found in domain database.", __func__, profile->name);
 }

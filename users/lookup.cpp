@@ -23,14 +23,8 @@ bool is_local_ext_user(const char *user) {
     return get_info_from_local(&scratch, user, USER_TYPE_EXT_USER) == 0;
 }
 
-// Looks up a local account. A name that has a slot in the shared buffer fits in both fields.
-int look_up_local_user(user_profile_t &profile, const char *user) {
-    int result = get_info_from_local(&profile, user, USER_TYPE_ANY);
-    copy_if_fits(profile.account, sizeof profile.account, user);
-    return result;
-}
-
-// Asks the source, and a local account where the source fails.
+// Asks the source, and a local account where the source fails. A name that has a slot in the shared buffer fits in
+// both fields.
 int look_up_remote_user(const RemoteSource &source, user_profile_t &profile, const char *user) {
     int result = source.look_up(&profile, user);
     bool has_account = is_local_ext_user(user);
@@ -46,8 +40,10 @@ int look_up_remote_user(const RemoteSource &source, user_profile_t &profile, con
 }
 
 int look_up(int method, user_profile_t &profile, const char *user) {
-    if (method == AUTH_METHOD_LOCAL) return look_up_local_user(profile, user);
-    return look_up_remote_user(method == AUTH_METHOD_RADIUS ? radius : ldap, profile, user);
+    if (method == AUTH_METHOD_RADIUS) return look_up_remote_user(radius, profile, user);
+    if (method != AUTH_METHOD_LOCAL) return look_up_remote_user(ldap, profile, user);
+    copy_if_fits(profile.account, sizeof profile.account, user);
+    return get_info_from_local(&profile, user, USER_TYPE_ANY);
 }
 
 }  // namespace
@@ -55,10 +51,7 @@ int look_up(int method, user_profile_t &profile, const char *user) {
 user_profile_t *get_user_profile(const char *user) {
     if (!user) return nullptr;
     auto profile = zeroed<Profile>();
-    if (!profile) {
-        kvlog(USER_OP, "[%s]Insufficient memory.", __func__);
-        return nullptr;
-    }
+    if (!profile) return LOGGED(nullptr, "[%s]Insufficient memory.", __func__);
     BufferLock lock(__func__);
     if (!lock) return nullptr;
 
@@ -68,10 +61,7 @@ user_profile_t *get_user_profile(const char *user) {
     int result = look_up(method, *profile, user);
 
     if (lock.unlock() < 0) kvlog(USER_OP, "[%s]Unlock buffer has failed.", __func__);
-    if (result < 0) {
-        kvlog(USER_OP, "[%s]Get user profile has failed: %s.", __func__, std::strerror(errno));
-        return nullptr;
-    }
+    if (result < 0) return LOGGED(nullptr, "[%s]Get user profile has failed: %s.", __func__, std::strerror(errno));
     kvlog(USER_OP, "User:%s, type=%s, lease time=%d, reauth time=%d.", profile->name, word_of_code(profile->type),
           profile->lease_time, profile->re_auth);
     return profile.release();

@@ -1,4 +1,4 @@
-// The table of user types in both its forms, internal and exported, and what all sources do with a profile.
+// The table of user types, the exported one that is made from it, and the fields that all sources fill alike.
 #include <cstddef>
 
 #include "users/users.h"
@@ -16,15 +16,6 @@ constexpr UserType types[] = {
 };
 constexpr const UserType &admin = types[0], &limited_admin = types[1], &user = types[2], &ext_user = types[3],
                          &guest = types[4];
-
-template <class Condition>
-const UserType *find_type(Condition matches) {
-    for (const UserType &type : types)
-        if (matches(type)) return &type;
-    return nullptr;
-}
-
-const UserType &local_type(const UserType *type) { return !type ? guest : type == &ext_user ? user : *type; }
 
 constexpr user_type_def_t row(const char *name, const char *display, const char *def_set, const UserType &type,
                               const char *field11, std::int32_t field12, std::int32_t field13) {
@@ -49,17 +40,21 @@ const char *get_type_str_for_log(unsigned int index) {
 }
 
 const UserType &type_of_code(std::int32_t code) {
-    const UserType *type = find_type([code](const UserType &candidate) { return candidate.code == code; });
-    return type ? *type : guest;
+    for (const UserType &type : types)
+        if (type.code == code) return type;
+    return guest;
 }
 
 const UserType &type_of_word(const char *text) {
-    return local_type(find_type([text](const UserType &type) { return same(text, type.word); }));
+    for (const UserType &type : types)
+        if (same(text, type.word)) return &type == &ext_user ? user : type;
+    return guest;
 }
 
 const UserType &type_of_beginning(const char *text) {
-    auto begins = [text](const UserType &type) { return std::strncmp(text, type.word, std::strlen(type.word)) == 0; };
-    return local_type(text ? find_type(begins) : nullptr);
+    for (const UserType &type : types)
+        if (text && std::strncmp(text, type.word, std::strlen(type.word)) == 0) return type_of_word(type.word);
+    return guest;
 }
 
 const char *word_of_code(std::int32_t code) {
@@ -77,8 +72,7 @@ void set_type(user_profile_t &profile, const UserType &type) {
 
 bool name_fits(const char *name, const char *function) {
     if (std::strlen(name) < sizeof(user_profile_t::name)) return true;
-    kvlog(USER_OP, "[%s]User name is too long:%s.", function, name);
-    return false;
+    return LOGGED(false, "[%s]User name is too long:%s.", function, name);
 }
 
 bool set_name(user_profile_t &profile, const char *name, const char *function) {

@@ -10,8 +10,6 @@ struct NumberSetting {
     std::int32_t *field;
 };
 
-constexpr unsigned type_size = 16;  // more than the longest word, so that no longer text looks like it
-
 }  // namespace
 
 int get_remote_setting(user_profile_t *profile, const char *name) {
@@ -23,7 +21,7 @@ int get_remote_setting(user_profile_t *profile, const char *name) {
     if (!entity || !set_name(*profile, name, __func__)) return -1;
 
     // From the first missing setting on all count as empty.
-    char text[type_size] = "";
+    char text[16] = "";  // Longer than the longest type word, so that no longer text looks like it.
     bool is_given = kvio_get2(entity, "type", text, sizeof text);
     profile->type = type_of_word(text).code;
     for (const NumberSetting &setting : {NumberSetting{"access", 6, &profile->access},

@@ -24,33 +24,31 @@ using Group = Owned<kvio_iterator_t, kvio_close_group>;
 using Entities = Owned<kvio_entities_t, kvio_free_entities>;
 using UserGroup = Owned<user_group_t, free_user_group>;
 
-bool out_of_memory(const char *function) {
-    kvlog(USER_OP, "[%s]Insufficient memory.", function);
-    return false;
-}
-
-// Appends the members of a group to a record, with the members of nested groups in their place. Keeps the groups that
-// are being expanded on a stack of its own: their depth is limited by memory only.
+// Appends the members of a group to a record, with the members of nested groups in their place. The groups that are
+// being expanded are kept on a stack here: their depth is limited by memory only.
 class Expansion {
 public:
-    // The outermost group; messages are logged under the function's name.
-    Expansion(kvio_config_t *document, const char *name, user_group_t &record, const char *function)
-        : document_(document), name_(name), record_(record), function_(function) {}
+    // Messages are logged under the function's name.
+    Expansion(kvio_config_t *document, user_group_t &record, const char *function)
+        : document_(document), record_(record), function_(function) {}
     Expansion(const Expansion &) = delete;
     ~Expansion() {
-        while (!levels_.empty()) leave();
+        for (const Level &level : levels_) kvio_close_group(level.group);
     }
 
     // False, after a message, if not all members could be appended; the record then holds those before.
-    bool run(int most_groups) {
+    bool run(const char *name, int most_groups) {
+        asked_ = name;
         groups_left_ = most_groups;
-        if (!enter(name_)) return false;
+        if (!enter(name)) return false;
         while (!levels_.empty()) {
             Level &level = levels_.top();
-            if (level.position >= level.size)
-                leave();
-            else if (!append_member(level.group, ++level.position))
-                return false;
+            if (level.position < level.size) {
+                if (!append_member(level.group, ++level.position)) return false;
+            } else {
+                kvio_close_group(level.group);
+                levels_.pop();
+            }
         }
         return true;
     }
@@ -58,62 +56,49 @@ public:
 private:
     struct Level {
         char name[longest_name + 1];
-        kvio_iterator_t *group;  // null if the group cannot be opened; its size is -1 then
-        int size;
-        int position;  // of the member appended last, from 1
+        kvio_iterator_t *group;
+        int size;      // -1 if the group cannot be opened
+        int position;  // of the latest member, from 1
     };
 
+    bool out_of_memory() const { return LOGGED(false, "[%s]Insufficient memory.", function_); }
+
     bool enter(const char *name) {
-        if (groups_left_-- == 0) {
-            kvlog(USER_OP, "[%s]Group:%s is nested too deeply.", function_, shown(name_));
-            return false;
-        }
-        Group group(kvio_open_group(document_, group_scope, group_type, name));
-        if (!group && kvio_errno == KVIO_NO_MEMORY) return out_of_memory(function_);
-        Level level{"", group.get(), kvio_size(group.get()), 0};
+        if (groups_left_-- == 0) return LOGGED(false, "[%s]Group:%s is nested too deeply.", function_, shown(asked_));
+        Level level{};
         copy_if_fits(level.name, sizeof level.name, shown(name));
-        if (!levels_.push(level)) return out_of_memory(function_);
-        group.release();
-        return true;
+        level.group = kvio_open_group(document_, group_scope, group_type, name);
+        if (!level.group && kvio_errno == KVIO_NO_MEMORY) return out_of_memory();
+        level.size = kvio_size(level.group);
+        if (levels_.push(level)) return true;
+        kvio_close_group(level.group);
+        return out_of_memory();
     }
 
-    void leave() {
-        Group group(levels_.top().group);
-        levels_.pop();
-    }
-
-    // A member that the document gives no name for is skipped.
+    // Skips a member that has no name, and logs and skips one whose name is too long.
     bool append_member(kvio_iterator_t *group, int position) {
         char name[longest_name + 2];  // One byte more than a name may have, to recognise names that were cut.
         int kind = kvio_regain_index2(group, static_cast<unsigned>(position), name, sizeof name);
-        if (kind < 0 && kvio_errno == KVIO_XML) return out_of_memory(function_);
-        if (kind == 0) return append_user(name);
-        return kind < 0 || append_nested(name);
-    }
-
-    bool append_user(const char *name) {
+        if (kind < 0) return kvio_errno != KVIO_XML || out_of_memory();
+        if (kind == 1) return append_group(name);
         if (!name_fits(name, function_)) return true;
-        if (record_.member_count < 0 || record_.member_count >= capacity) {
-            kvlog(USER_OP, "[%s]Group:%s has more than %d members.", function_, name_, capacity);
-            return false;
-        }
-        return set_name(record_.members[record_.member_count++], name, function_);
+        if (record_.member_count >= 0 && record_.member_count < capacity)
+            return set_name(record_.members[record_.member_count++], name, function_);
+        return LOGGED(false, "[%s]Group:%s has more than %d members.", function_, asked_, capacity);
     }
 
-    bool append_nested(const char *name) {
-        if (std::strlen(name) > longest_name) {
-            kvlog(USER_OP, "[%s]Group name is too long:%s.", function_, name);
-            return true;
-        }
+    // Skips a group that is being expanded already.
+    bool append_group(const char *name) {
+        if (std::strlen(name) > longest_name) return LOGGED(true, "[%s]Group name is too long:%s.", function_, name);
         for (const Level &level : levels_)
             if (same(level.name, name)) return true;
         return enter(name);
     }
 
     kvio_config_t *document_;
-    const char *name_;
     user_group_t &record_;
     const char *function_;
+    const char *asked_ = nullptr;
     int groups_left_ = 0;
     Array<Level> levels_;
 };
@@ -121,27 +106,15 @@ private:
 // The members of a group of the template file; null after a message. Needs the buffer lock.
 UserGroup read_group(const char *name, const char *function) {
     Snapshot document = open_template(paths::group_template);
-    if (!document) {
-        kvlog(USER_OP, "[%s]Open backup file has failed.", function);
-        return nullptr;
-    }
+    if (!document) return LOGGED(nullptr, "[%s]Open backup file has failed.", function);
     Group group(kvio_open_group(document.get(), group_scope, group_type, name));
-    if (!group) {
-        kvlog(USER_OP, "[%s]Open group has failed.", function);
-        return nullptr;
-    }
+    if (!group) return LOGGED(nullptr, "[%s]Open group has failed.", function);
     // Only to see that the group is sound, without loops.
     Entities entities(kvio_retrieve_all(group.get()));
-    if (!entities) {
-        kvlog(USER_OP, "[%s]Retrieve group's entities has failed.", function);
-        return nullptr;
-    }
+    if (!entities) return LOGGED(nullptr, "[%s]Retrieve group's entities has failed.", function);
     auto record = zeroed<UserGroup>();
-    if (!record) {
-        kvlog(USER_OP, "[%s]Insufficient memory.", function);
-        return nullptr;
-    }
-    if (!Expansion(document.get(), name, *record, function).run(INT_MAX)) return nullptr;
+    if (!record) return LOGGED(nullptr, "[%s]Insufficient memory.", function);
+    if (!Expansion(document.get(), *record, function).run(name, INT_MAX)) return nullptr;
     return record;
 }
 
@@ -157,7 +130,7 @@ user_group_t *retrieve_user_group(const char *group) {
 
 int get_member(kvio_config_t *document, const char *group, user_group_t *record) {
     StoreCodeKept kept;
-    if (record) Expansion(document, group, *record, __func__).run(most_unchecked_groups);
+    if (record) Expansion(document, *record, __func__).run(group, most_unchecked_groups);
     return 1;
 }
 
@@ -176,16 +149,10 @@ int verify_user_group(const char *group) {
     if (!lock) return -1;
     StoreCodeKept kept;
     Snapshot document = open_template(paths::group_template);
-    if (!document) {
-        kvlog(USER_OP, "[%s]Retrieve backup file has failed:%s.", __func__, std::strerror(errno));
-        return -1;
-    }
+    if (!document) return LOGGED(-1, "[%s]Retrieve backup file has failed:%s.", __func__, std::strerror(errno));
     bool is_defined = kvio_retrieve_entity(document.get(), group_scope, "group_description_t", group);
     document.reset();
-    if (lock.unlock() < 0) {
-        kvlog(USER_OP, "[%s]Unlock buffer has failed:%s.", __func__, std::strerror(errno));
-        return -1;
-    }
+    if (lock.unlock() < 0) return LOGGED(-1, "[%s]Unlock buffer has failed:%s.", __func__, std::strerror(errno));
     return is_defined ? 1 : 0;
 }
 

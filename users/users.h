@@ -11,7 +11,9 @@
 #include "base/paths.h"
 #include "base/text.h"
 
-// ----------------------------------------------------------------------------------------------- profiles and types
+// Logs a message; the result of the expression is `result`. A macro because kvlog() has no variant with a va_list, and so
+// that the compiler checks the format.
+#define LOGGED(result, ...) (kvlog(USER_OP, __VA_ARGS__), (result))
 
 // A user type: its code, its word in account files and messages, and the numbers its users have by default.
 struct UserType {
@@ -22,25 +24,17 @@ struct UserType {
 
 // The type of a code; guest for any other number.
 const UserType &type_of_code(std::int32_t code);
-
 // The type whose word is the text, or whose word the text begins with. The word "ext-user" gives the type user, an
 // unknown one guest; so does a null text that has no beginning.
 const UserType &type_of_word(const char *text);
 const UserType &type_of_beginning(const char *text);
-
 // The word of a code; "ext-user" for any other number.
 const char *word_of_code(std::int32_t code);
-
 // Sets type, levels and remote flags.
 void set_type(user_profile_t &profile, const UserType &type);
-
-// True if the name fits in a profile; otherwise logs so under the function's name.
+// True if the name fits in a profile; otherwise logs so under the function's name. set_name() also stores it.
 bool name_fits(const char *name, const char *function);
-
-// Stores the name, or changes nothing if it does not fit.
 bool set_name(user_profile_t &profile, const char *name, const char *function);
-
-// ------------------------------------------------------------------------------------------------------------ files
 
 // fclose() itself has attributes that a template argument would lose.
 inline void close_file(std::FILE *file) { std::fclose(file); }
@@ -60,17 +54,10 @@ File open_lines(Descriptor descriptor);
 Snapshot open_template(const char *path);
 
 // Restores kvio_errno, which belongs to the caller's own store calls. Declare it before the handles of the store.
-class StoreCodeKept {
-public:
-    StoreCodeKept() = default;
-    StoreCodeKept(const StoreCodeKept &) = delete;
-    ~StoreCodeKept() { kvio_errno = code_; }
-
-private:
-    int code_ = kvio_errno;
+struct StoreCodeKept {
+    ~StoreCodeKept() { kvio_errno = code; }
+    const int code = kvio_errno;
 };
-
-// ------------------------------------------------------------------------------------ shared authentication buffer
 
 // The buffer lock. The destructor releases it.
 class BufferLock {
@@ -109,9 +96,7 @@ private:
     auth_buffer_t *buffer_ = nullptr;
 };
 
-// ------------------------------------------------------------------------------------------------------------- LDAP
-
-// The settings, in buffers with room for the line feed that a value is read with.
+// The settings of the LDAP search, in buffers with room for the line feed that a value is read with.
 struct LdapSettings {
     char host[128], port[8], base[256], login_attribute[64], bind_dn[128], bind_password[128];
     int ssl, time_limit;
