@@ -70,11 +70,6 @@ void set_type(user_profile_t &profile, const UserType &type) {
     profile.remote_access = type.remote_access;
 }
 
-bool name_fits(const char *name, const char *function) {
-    if (std::strlen(name) < sizeof(user_profile_t::name)) return true;
-    return LOGGED(false, "[%s]User name is too long:%s.", function, name);
-}
-
 bool set_name(user_profile_t &profile, const char *name, const char *function) {
     return name_fits(name, function) && copy_if_fits(profile.name, sizeof profile.name, name);
 }

@@ -33,7 +33,10 @@ const char *word_of_code(std::int32_t code);
 // Sets type, levels and remote flags.
 void set_type(user_profile_t &profile, const UserType &type);
 // True if the name fits in a profile; otherwise logs so under the function's name. set_name() also stores it.
-bool name_fits(const char *name, const char *function);
+inline bool name_fits(const char *name, const char *function) {
+    if (std::strlen(name) < sizeof(user_profile_t::name)) return true;
+    return LOGGED(false, "[%s]User name is too long:%s.", function, name);
+}
 bool set_name(user_profile_t &profile, const char *name, const char *function);
 
 // fclose() itself has attributes that a template argument would lose.
