@@ -17,6 +17,7 @@ struct Releaser {
 using Profile = std::unique_ptr<user_profile_t, Releaser<user_profile_t, free_user_profile>>;
 using Group = std::unique_ptr<user_group_t, Releaser<user_group_t, free_user_group>>;
 
+// The word of a type code. The library exports words without codes only (def_user_profile).
 std::string type_word(int32_t type) {
     switch (type) {
         case USER_TYPE_ADMIN:
