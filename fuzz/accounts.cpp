@@ -28,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     auto line = std::make_unique<char[]>(256);
     FILE *accounts = std::fopen(paths::passwd, "r");
     while (get_passwd_line(accounts, user.c_str(), type, line.get()) == 0) {
-        // Whoever it belongs to, its first field is the whole name.
+        // The first field is the whole name.
         const char *name = line.get() + std::strspn(line.get(), ":");
         MUST(std::strncmp(name, user.c_str(), user.size()) == 0);
         MUST(!name[user.size()] || name[user.size()] == ':');

@@ -11,7 +11,7 @@ namespace {
 std::vector<std::string> arguments;
 }
 
-// In place of the library's search: keeps the arguments that the tool would get for the first host, and finds nobody.
+// In place of the library's search: keeps the arguments that the tool would get for the first host, and fails.
 int search(const LdapSettings &settings, const char *host, const char *user, user_profile_t &) {
     char line[command_size];
     if (!arguments.empty() || !write_command(line, settings, host, user, settings.bind_password)) return -1;

@@ -153,8 +153,8 @@ TEST_F(AuthBuffer, WhatFailsIsLoggedAndTheLockGivenBack) {
     EXPECT_EQ(seen([] { return get_auth_module("r"); }), "-1|[get_auth_module]" + no_buffer);
 }
 
-// So that nobody reads a record that is being written, and nobody keeps a buffer attached that waits for the lock.
-// Whoever is killed holding it gives it back.
+// No process reads a record that is being written, keeps the buffer attached while it waits for the lock, or keeps the
+// lock when it is killed.
 TEST_F(AuthBuffer, BufferAndFilesAreOpenUnderTheLockOnly) {
     const std::tuple<std::function<long()>, const char *, int> rows[] = {
         {release, "shmat", 2}, {profile, "shmat", 3}, {group, "open", 1}, {verify, "open", 1}};

@@ -25,7 +25,7 @@ protected:
             ldif += "dn: " + name + ",dc=example\nobjectClass: applianceUser\nuid: " + user + "\nreauthTime: 1\n\n";
         }
         write_file("/tmp/more.ldif", ldif);
-        // Somebody else may have the port.
+        // Another process may have the port.
         for (int attempt = 0; attempt < 5 && !running_; ++attempt) start();
         ASSERT_TRUE(running_) << "no directory server";
     }
@@ -80,7 +80,7 @@ TEST_F(Directory, EachUserIsFoundAndNobodyElse) {
         {"ann", "-1 "},  // not for anonymous searches
         {"ann", "0 ann - 0 120 120 60 30 1 0", "binddn cn=reader,dc=example\nbindpw a secret\n"},
         {"ann", "-1 ", "binddn cn=reader,dc=example\nbindpw wrong\n"},
-        {"dora", "0 dora - 1 80 80 720 240 1 1", "host 127.0.0.77 127.0.0.1\n"},  // nobody listens at the first one
+        {"dora", "0 dora - 1 80 80 720 240 1 1", "host 127.0.0.77 127.0.0.1\n"},  // no server at the first one
     };
     for (const auto &row : rows) {
         settings(row.more_settings);

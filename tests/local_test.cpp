@@ -43,7 +43,7 @@ TEST_F(Local, ProfilesOfAccountLines) {
         // A long line counts as several.
         {"end", 0, pad + "end:x&admin&5:x\n", "0 end - 0 5 120 10 180 1 0|"},
         {"a", 0, "a:x&user" + pad + "\na:x&admin&7:x\n", "0 a - 0 7 120 10 180 1 0|"},
-        // Lines that belong to nobody, and to somebody else.
+        // Lines of no user, and of another user.
         {"", -1, ":::\n\n::", "-1 -|"},
         {"\n", -1, ":::\n\n", "-1 -|"},
         {"alice", -1, "al:x\n", "-1 -|"},

@@ -11,7 +11,7 @@
 #include "tests/support/appliance.h"
 
 // With lock and buffer, and without any file that a user function reads. Afterwards the lock must be at 1 and the
-// buffer attached by nobody but the fixture.
+// buffer attached by the fixture only.
 class UsersTest : public ApplianceTest {
 protected:
     void SetUp() override;

@@ -92,8 +92,8 @@ public:
     }
     Tool(const Tool &) = delete;
 
-    // Sends SIGTERM, and SIGKILL after a while. Waits for this process id only: the caller may have other children. Where
-    // the caller ignores SIGCHLD, or its handler reaps, nothing is left to wait for, and nothing must be killed.
+    // Sends SIGTERM, and SIGKILL after a while. Waits for this process id only: the caller may have other children.
+    // Where the caller ignores SIGCHLD, or its handler reaps, there is no child to wait for, and none must be killed.
     ~Tool() {
         if (pid_ < 0 || has_ended()) return;
         kill(pid_, SIGTERM);

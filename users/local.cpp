@@ -25,6 +25,7 @@ const char *cut_field(char *&text, char separator = '&') {
     return field;
 }
 
+// Fills a profile with what holds for all accounts of a type. False, after a message, if the name does not fit.
 bool fill(user_profile_t &profile, const char *user, const UserType &type, const char *function) {
     if (!set_name(profile, user, function)) return false;
     set_type(profile, type);
@@ -33,7 +34,7 @@ bool fill(user_profile_t &profile, const char *user, const UserType &type, const
     return true;
 }
 
-// Fills a profile from a line, which is cut up.
+// Fills a profile from a line, and cuts the line into fields.
 bool fill_from_line(user_profile_t &profile, const char *user, char *line, const char *function) {
     cut_field(line);
     if (!fill(profile, user, type_of_beginning(cut_field(line)), function)) return false;

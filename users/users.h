@@ -1,4 +1,4 @@
-// What the sources of users/ share: user types, files, the authentication buffer and its lock, and the LDAP search.
+// Declarations that the sources of users/ share: user types, files, the authentication buffer and its lock, LDAP.
 #ifndef KAVEX_USERS_USERS_H
 #define KAVEX_USERS_USERS_H
 
@@ -11,8 +11,8 @@
 #include "base/paths.h"
 #include "base/text.h"
 
-// Logs a message; the result of the expression is `result`. A macro because kvlog() has no variant with a va_list, and so
-// that the compiler checks the format.
+// Logs a message and has the value `result`. A macro because kvlog() has no variant with a va_list, and so that the
+// compiler checks the format.
 #define LOGGED(result, ...) (kvlog(USER_OP, __VA_ARGS__), (result))
 
 // A user type: its code, its word in account files and messages, and the numbers its users have by default.
@@ -32,7 +32,7 @@ const UserType &type_of_beginning(const char *text);
 const char *word_of_code(std::int32_t code);
 // Sets type, levels and remote flags.
 void set_type(user_profile_t &profile, const UserType &type);
-// True if the name fits in a profile; otherwise logs so under the function's name. set_name() also stores it.
+// True if the name fits in a profile; otherwise logs that it does not under the function's name. set_name() stores it.
 inline bool name_fits(const char *name, const char *function) {
     if (std::strlen(name) < sizeof(user_profile_t::name)) return true;
     return LOGGED(false, "[%s]User name is too long:%s.", function, name);

@@ -292,7 +292,7 @@ typedef struct user_group_t {
  *          read ("[%s]Open backup file has failed."); there is no such group ("[%s]Open group has failed."); the
  *          nesting loops, reaches a group twice or names one that is missing ("[%s]Retrieve group's entities has
  *          failed."); memory is short; or "[%s]Group:%s has more than %d members.", 1,024, since an incomplete list
- *          would make members look like strangers. */
+ *          would hide members. */
 user_group_t *retrieve_user_group(const char *group);
 
 /** Appends the members of a group of an open document to a record, as retrieve_user_group() does, but without its
