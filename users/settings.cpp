@@ -1,17 +1,6 @@
 // Profiles from the default settings for users, in a template file.
 #include "users/users.h"
 
-namespace {
-
-// A setting whose value is a number: no more bytes of it are read than fit with a NUL.
-struct NumberSetting {
-    const char *key;
-    unsigned size;
-    std::int32_t *field;
-};
-
-}  // namespace
-
 int get_remote_setting(user_profile_t *profile, const char *name) {
     if (!profile || !name) return -1;
     StoreCodeKept kept;
@@ -20,18 +9,23 @@ int get_remote_setting(user_profile_t *profile, const char *name) {
     kvio_node_t *entity = kvio_retrieve_entity(document.get(), "system/in_user", "in_user_setting", "def_set");
     if (!entity || !set_name(*profile, name, __func__)) return -1;
 
-    // From the first missing setting on all count as empty.
+    // From the first missing setting on all count as empty. No more bytes are read than fit with a NUL.
     char text[16] = "";  // Longer than the longest type word, so that no longer text looks like it.
     bool is_given = kvio_get2(entity, "type", text, sizeof text);
     profile->type = type_of_word(text).code;
-    for (const NumberSetting &setting : {NumberSetting{"access", 6, &profile->access},
-                                         {"visibility", 6, &profile->visibility},
-                                         {"lease_time", 12, &profile->lease_time},
-                                         {"re_auth", 12, &profile->re_auth},
-                                         {"remote_admin", 2, &profile->remote_admin},
-                                         {"remote_access", 2, &profile->remote_access}}) {
-        is_given = is_given && kvio_get2(entity, setting.key, text, setting.size);
-        *setting.field = is_given ? to_int32(text) : 0;
+    const struct {
+        const char *key;
+        unsigned size;
+        std::int32_t *field;
+    } numbers[] = {{"access", 6, &profile->access},
+                   {"visibility", 6, &profile->visibility},
+                   {"lease_time", 12, &profile->lease_time},
+                   {"re_auth", 12, &profile->re_auth},
+                   {"remote_admin", 2, &profile->remote_admin},
+                   {"remote_access", 2, &profile->remote_access}};
+    for (const auto &number : numbers) {
+        is_given = is_given && kvio_get2(entity, number.key, text, number.size);
+        *number.field = is_given ? to_int32(text) : 0;
     }
     return 0;
 }
