@@ -32,12 +32,6 @@ char *split_setting(char *&line) {
     return space + 1;
 }
 
-// The last line of a file may have none.
-void remove_line_feed(char *value) {
-    std::size_t length = std::strlen(value);
-    if (length && value[length - 1] == '\n') value[length - 1] = '\0';
-}
-
 // True if a host value has more than one word. The caller's text may be unterminated where no line has set it.
 bool has_several_words(const char *host) {
     char copy[sizeof(LdapSettings::host)];
@@ -59,7 +53,7 @@ bool read_settings(LdapSettings &settings, bool &several_hosts) {
     settings.bind = *settings.bind_dn;
     for (char *value : {settings.host, settings.port, settings.base, settings.login_attribute, settings.bind_dn,
                         settings.bind_password})
-        remove_line_feed(value);
+        value[std::strcspn(value, "\n")] = '\0';
     return *settings.host && *settings.port && *settings.login_attribute;
 }
 

@@ -81,15 +81,18 @@ void restore_default_signals() {
     _exit(1);
 }
 
+// The process id of the tool, or -1 with errno. No signal handler of the caller's runs in the child.
+pid_t start_tool(char *command, const char *shown_command, const Pipe &pipe) {
+    SignalsBlocked blocked;
+    pid_t pid = fork();
+    if (pid == 0) run_tool(command, shown_command, pipe);
+    return pid;
+}
+
 // The running tool. It does not outlive this object.
 class Tool {
 public:
-    // No signal handler of the caller's runs in the child.
-    Tool(char *command, const char *shown_command, const Pipe &pipe) {
-        SignalsBlocked blocked;
-        pid_ = fork();
-        if (pid_ == 0) run_tool(command, shown_command, pipe);
-    }
+    explicit Tool(pid_t pid) : pid_(pid) {}
     Tool(const Tool &) = delete;
 
     // Sends SIGTERM, and SIGKILL after a while. Waits for this process id only: the caller may have other children.
@@ -165,7 +168,7 @@ int search(const LdapSettings &settings, const char *host, const char *user, use
     Pipe pipe;
     if (!pipe.read || !pipe.write)
         return LOGGED(-1, "[%s]Cannot create pipe for ldapsearch:%s.", step, std::strerror(errno));
-    Tool tool(command, shown_command, pipe);
+    Tool tool(start_tool(command, shown_command, pipe));
     if (!tool) return LOGGED(-1, "[%s]Cannot fork for ldapsearch:%s.", step, std::strerror(errno));
     pipe.write.close();
 

@@ -18,7 +18,7 @@ constexpr const UserType &admin = types[0], &limited_admin = types[1], &user = t
                          &guest = types[4];
 
 constexpr user_type_def_t row(const char *name, const char *display, const char *def_set, const UserType &type,
-                              const char *field11, std::int32_t field12, std::int32_t field13) {
+                              const char *field11, std::int32_t field12, std::int32_t field13) noexcept {
     return {name, display, def_set, type.access, type.visibility, type.remote_admin, type.remote_access, 1440,
             1440, 1440,    field11, field12,     field13};
 }

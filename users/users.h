@@ -58,8 +58,9 @@ Snapshot open_template(const char *path);
 
 // Restores kvio_errno, which belongs to the caller's own store calls. Declare it before the handles of the store.
 struct StoreCodeKept {
+    StoreCodeKept() : code(kvio_errno) {}
     ~StoreCodeKept() { kvio_errno = code; }
-    const int code = kvio_errno;
+    const int code;
 };
 
 // The buffer lock. The destructor releases it.
