@@ -36,6 +36,7 @@ def declared(path):
     text = re.sub(r"\\\n", " ", text)
     text = re.sub(r"^[ \t]*#.*$", "", text, flags=re.M)
     text = re.sub(r'extern\s+"C"\s*\{', "", text)
+    text = re.sub(r"static inline[^{;]*(?=\{)", "", text)
     while re.search(r"\{[^{}]*\}", text):
         text = re.sub(r"\{[^{}]*\}", "", text)
     text = re.sub(r"__attribute__\s*\(\((?:[^()]|\([^()]*\))*\)\)", "", text)
