@@ -2,6 +2,7 @@
 // are read.
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <libxml/parser.h>
 #include <sys/inotify.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -199,6 +200,25 @@ TEST_F(Hostile, ModestEntitiesAreRead) {
               }).result,
               1);
     kvio_close_group(group);
+}
+
+// What the caller has set in the XML library holds for the store's documents.
+TEST_F(Hostile, TheCallersDefaultsAndHandlersAreKept) {
+    write_config("a.xml", document("<!ENTITY e \"expanded\">", "&e;"));
+    const int before = xmlSubstituteEntitiesDefault(1);
+    ASSERT_EQ(open("a.xml").result, 1);
+    xmlSubstituteEntitiesDefault(before);
+    EXPECT_GT(save(), 0);
+    EXPECT_NE(read_config("a.xml").find("<f>expanded</f>"), std::string::npos);
+    close();
+    static int reported;
+    write_config("a.xml", "<kavex>");
+    xmlSetStructuredErrorFunc(nullptr, [](void *, xmlError *error) { reported = error->code; });
+    EXPECT_EQ(open("a.xml").code, KVIO_MALFORMED);
+    EXPECT_EQ(errno, EBADMSG);
+    EXPECT_EQ(reported, XML_ERR_TAG_NOT_FINISHED);
+    EXPECT_EQ(xmlGetLastError()->line, 1);
+    xmlSetStructuredErrorFunc(nullptr, nullptr);
 }
 
 // ------------------------------------------------------------------------------------------------- what lies outside

@@ -97,6 +97,12 @@ $ kvio_close_config b
 $ kvio_open_config n.xml {0,65}
     0, 65: null 4
     err ftok(/etc/kavex/conf/n.xml) failed
+file /etc/__system_default.xml 644 <kavex>
+$ kvio_open_config n.xml 64
+    null 4
+    err n.xml is not existed. Creating from template
+    err ftok(/etc/kavex/conf/n.xml) failed
+file /etc/__system_default.xml 644 <kavex><default/></kavex>
 with pwrite 1+ ENOSPC
 $ kvio_open_config n.xml 64
     null 4
