@@ -11,13 +11,13 @@ int kvio_errno = KVIO_OK;
 using store::ConfigPath;
 using store::FileLock;
 
-static void keep_silent(void *, const char *, ...) {}
+namespace {
 
-void kvio_initialize() { xmlSetGenericErrorFunc(nullptr, keep_silent); }
+void keep_silent(void *, const char *, ...) {}
 
-kvio_config_t *kvio_open_config(const char *name, int flags) {
-    bool in_system_directory = name && same(name, paths::system_default);
-    ConfigPath path(in_system_directory ? paths::system_directory : paths::config_directory, name);
+// Locks a configuration, which is made from the template where it is missing and `flags` ask for that. Where it cannot
+// be locked the code is set and the line is printed.
+FileLock lock_to_open(const ConfigPath &path, const char *name, int flags) {
     FileLock lock = FileLock::take(path);
     if (lock.status() == FileLock::no_key && lock.reason() == ENOENT && flags == KVIO_CREATE) {
         say("%s is not existed. Creating from template\n", name);
@@ -25,11 +25,30 @@ kvio_config_t *kvio_open_config(const char *name, int flags) {
     }
     errno = lock.reason();
     if (lock.status() == FileLock::no_key && lock.reason() == ENOMEM)
-        return fail(nullptr, KVIO_NO_MEMORY, "No memory\n");
-    if (lock.status() == FileLock::no_key) return store::no_key_for(path, lock, nullptr);
-    if (lock.status() == FileLock::busy && lock.reason() == EEXIST)
-        return fail(nullptr, KVIO_LOCKED, "%s is locked.\n", name);
-    if (lock.status() == FileLock::busy) return fail(nullptr, KVIO_LOCKED, "error on semget()\n");
+        fail(0, KVIO_NO_MEMORY, "No memory\n");
+    else if (lock.status() == FileLock::no_key)
+        store::no_key_for(path, lock, 0);
+    else if (lock.status() == FileLock::busy && lock.reason() == EEXIST)
+        fail(0, KVIO_LOCKED, "%s is locked.\n", name);
+    else if (lock.status() == FileLock::busy)
+        fail(0, KVIO_LOCKED, "error on semget()\n");
+    return lock;
+}
+
+int opened_by_other(const char *name) {
+    say("system error message: %s\n", std::strerror(errno));
+    return fail(-1, KVIO_LOCKED, "%s is opened by other instance\n", name);
+}
+
+}  // namespace
+
+void kvio_initialize() { xmlSetGenericErrorFunc(nullptr, keep_silent); }
+
+kvio_config_t *kvio_open_config(const char *name, int flags) {
+    bool in_system_directory = name && same(name, paths::system_default);
+    ConfigPath path(in_system_directory ? paths::system_directory : paths::config_directory, name);
+    FileLock lock = lock_to_open(path, name, flags);
+    if (lock.status() != FileLock::held) return nullptr;
 
     auto config = zeroed<store::Config>();
     if (!config) {
@@ -40,9 +59,7 @@ kvio_config_t *kvio_open_config(const char *name, int flags) {
     store::finish_save(path.text());
     config->doc = xml::parse(path.text()).release();
     if (!config->doc) {
-        int reason = errno;
         lock.unlock();
-        errno = reason;
         return fail(nullptr, KVIO_MALFORMED, "%s is not well-formed\n", path.text());
     }
     config->semid = lock.release();
@@ -61,13 +78,11 @@ int kvio_save_as(kvio_config_t *config, const char *name) {
     ConfigPath path(paths::config_directory, name);
     FileLock lock = FileLock::take_or_create(path);
     if (lock.status() == FileLock::no_key) return store::no_key_for(path, lock, -1);
-    if (lock.status() == FileLock::busy) {
-        errno = lock.reason();
-        say("system error message: %s\n", std::strerror(errno));
-        return fail(-1, KVIO_LOCKED, "%s is opened by other instance\n", name);
-    }
+    errno = lock.reason();
+    if (lock.status() == FileLock::busy) return opened_by_other(name);
     store::Bytes bytes;
     if (!store::serialise(config->doc, bytes, __func__) || !lock.write(path, bytes)) {
+        if (errno == EEXIST) return opened_by_other(name);
         int reason = errno;
         lock.give_name(path);  // a new file stays, empty
         lock.unlock();

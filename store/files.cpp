@@ -69,13 +69,11 @@ int kvio_copy_config(const char *source, const char *target) {
     store::finish_save(from.text());
     bool is_read = store::load(from.text(), contents);
     bool copied = is_read && target_lock.write(to, contents);
-    int reason = errno;
     source_lock.unlock();
     target_lock.unlock();
-    errno = reason;
     if (copied) return succeed(0);
-    if (is_read && reason == EEXIST) return fail(-1, KVIO_LOCKED, "%s is being opened\n", target);
-    return fail(-1, KVIO_IO, "copy: %s: %s\n", is_read ? target : source, std::strerror(reason));
+    if (is_read && errno == EEXIST) return fail(-1, KVIO_LOCKED, "%s is being opened\n", target);
+    return fail(-1, KVIO_IO, "copy: %s: %s\n", is_read ? target : source, std::strerror(errno));
 }
 
 int kvio_rename_config(const char *source, const char *target) {
@@ -106,9 +104,7 @@ int kvio_remove_config(const char *name) {
     FileLock lock = lock_source(path, "remove");
     if (lock.status() != FileLock::held) return -1;
     bool removed = store::remove_file(path.text());
-    int reason = errno;
     lock.unlock();
-    errno = reason;
-    if (!removed) return fail(-1, KVIO_IO, "remove: %s: %s\n", name, std::strerror(reason));
+    if (!removed) return fail(-1, KVIO_IO, "remove: %s: %s\n", name, std::strerror(errno));
     return succeed(0);
 }

@@ -87,7 +87,7 @@ public:
     void unlock() noexcept;
     int release() noexcept;  // the caller owns the lock now
 
-    // Removes a lock that a handle holds; an id of -1 is none.
+    // Removes a lock that a handle holds, and keeps errno; an id of -1 is none.
     static void remove(int id) noexcept;
 
 private:

@@ -133,6 +133,10 @@ void FileLock::unlock() noexcept {
 
 int FileLock::release() noexcept { return std::exchange(id_, -1); }
 
-void FileLock::remove(int id) noexcept { semctl(id, 0, IPC_RMID); }
+void FileLock::remove(int id) noexcept {
+    int reason = errno;
+    semctl(id, 0, IPC_RMID);
+    errno = reason;
+}
 
 }  // namespace store
