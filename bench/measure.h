@@ -1,64 +1,99 @@
-// Two or more ways to do the same, timed in turn within one run, so that what else the machine does meets all alike.
+// What all benchmarks share: ways to do the same are timed in turn within one run, so that other load on the machine
+// meets them alike, and the ratio of their times is held against a goal.
 #ifndef KAVEX_BENCH_MEASURE_H
 #define KAVEX_BENCH_MEASURE_H
 
-#include <fcntl.h>
-#include <sys/resource.h>
+#include <malloc.h>
 #include <time.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
-// Seconds of one way over all rounds, on the processor and on the clock. The former count the work done by helpers of
-// this process, and little of what other processes do meanwhile; they do not count waiting for a disk.
-class Series {
-public:
-    double time(const std::function<void()> &way) {
-        const double cpu = processor(), wall = clock(CLOCK_MONOTONIC);
-        way();
-        wall_.push_back(clock(CLOCK_MONOTONIC) - wall);
-        cpu_.push_back(processor() - cpu);
-        return wall_.back();
-    }
-    double cpu() const { return median(cpu_); }
-    double best() const { return *std::min_element(wall_.begin(), wall_.end()); }
-    double wall() const { return median(wall_); }
+// The benchmarks, each in the file of its name.
+void documents();
+void lookup();
+void retrieval();
+void objects();
+void users();
 
-private:
-    static double clock(clockid_t which) {
-        timespec now = {};
-        clock_gettime(which, &now);
-        return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-    }
-    static double processor() {
-        rusage children = {};
-        getrusage(RUSAGE_CHILDREN, &children);
-        auto seconds = [](timeval time) {
-            return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
-        };
-        return clock(CLOCK_PROCESS_CPUTIME_ID) + seconds(children.ru_utime) + seconds(children.ru_stime);
-    }
-    static double median(std::vector<double> values) {
-        std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2), values.end());
-        return values[values.size() / 2];
-    }
-
-    std::vector<double> wall_, cpu_;
-};
+inline bool goal_missed = false;
 
 [[noreturn]] inline void give_up(const char *why) {
     std::printf("%s\n", why);
     std::exit(2);
 }
 
-// The configuration of that many entities, 8 fields each, in the scope "object/address".
-inline std::string configuration(long entities) {
-    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<kavex>\n  <object>\n    <address>\n";
+using Way = std::function<void()>;
+
+inline double now(clockid_t clock) {
+    timespec time = {};
+    clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+// Each way finds the heap without the holes that the others left.
+inline void tidy_heap() { malloc_trim(0); }
+
+// The least seconds that a turn of each way took. Each is first in its turn, and is repeated in its turn until that has
+// lasted for at least `seconds`. `prepare` is called before each turn, untimed.
+inline std::vector<double> take_turns(clockid_t clock, int rounds, double seconds, const std::vector<Way> &ways,
+                                      const Way &prepare = tidy_heap) {
+    const auto measure = [&](const Way &way, int times) {
+        prepare();
+        const double start = now(clock);
+        for (int i = 0; i < times; ++i) way();
+        return (now(clock) - start) / times;
+    };
+    std::vector<int> times;
+    for (const Way &way : ways) times.push_back(1 + static_cast<int>(seconds / measure(way, 1)));
+    std::vector<double> least(ways.size(), 1e9);
+    for (size_t turn = 0; turn < ways.size() * static_cast<size_t>(rounds); ++turn) {
+        const size_t way = (turn + turn / ways.size()) % ways.size();
+        least[way] = std::min(least[way], measure(ways[way], times[way]));
+    }
+    return least;
+}
+
+// Compares the least processor times of the library and of another way. At most `goal` is allowed as their ratio.
+inline void race(const std::string &what, double goal, int rounds, double seconds, const Way &other, const Way &library,
+                 const Way &prepare = tidy_heap) {
+    const auto least = take_turns(CLOCK_PROCESS_CPUTIME_ID, rounds, seconds, {other, library}, prepare);
+    const double ratio = least[1] / least[0];
+    std::printf("%-32s %10.2f us, library %9.2f us: ", what.c_str(), least[0] * 1e6, least[1] * 1e6);
+    if (goal < 1)
+        std::printf("%.1f times faster, at least %.0f", 1 / ratio, 1 / goal);
+    else
+        std::printf("ratio %.3f, at most %.2f", ratio, goal);
+    std::printf("%s\n", ratio > goal ? "  MISSED" : "");
+    goal_missed = goal_missed || ratio > goal;
+}
+
+inline void write_file(const std::string &path, const std::string &text) {
+    std::FILE *file = std::fopen(path.c_str(), "w");
+    if (!file || std::fwrite(text.data(), 1, text.size(), file) != text.size() || std::fclose(file) != 0)
+        give_up("a file cannot be written");
+}
+
+inline const unsigned char *xml_text(const std::string &text) {
+    return reinterpret_cast<const unsigned char *>(text.c_str());
+}
+
+inline std::string group(const std::string &name, const char *type, const std::string &members) {
+    return "<group name=\"" + name + "\" type=\"" + type + "\" reference=\"1\">" + members + "</group>\n";
+}
+inline std::string member(const std::string &name) { return "<entity>" + name + "</entity>"; }
+inline std::string nested(const std::string &name) { return "<container>" + name + "</container>"; }
+
+// A configuration of one entity "clock" in the scope "system", and that many entities of 8 fields in "object/address".
+inline void write_configuration(const std::string &path, long entities) {
+    std::string text =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<kavex>\n  <system>\n    <setting_t name=\"clock\">\n"
+        "      <zone>value-A</zone>\n    </setting_t>\n  </system>\n  <object>\n    <address>\n";
     for (long i = 0; i < entities; ++i) {
         const std::string number = std::to_string(i);
         text += "      <address_t name=\"host-" + number + "\" reference=\"1\">\n";
@@ -66,20 +101,7 @@ inline std::string configuration(long entities) {
             text += std::string("        <") + field + ">" + field + "-" + number + "</" + field + ">\n";
         text += "      </address_t>\n";
     }
-    return text + "    </address>\n  </object>\n</kavex>\n";
-}
-
-inline void write_configuration(const std::string &path, long entities) {
-    const std::string text = configuration(entities);
-    std::FILE *file = std::fopen(path.c_str(), "w");
-    if (!file || std::fwrite(text.data(), 1, text.size(), file) != text.size() || std::fclose(file) != 0)
-        give_up("run me with scripts/bench");
-}
-
-// The store's own lines are part of what a call costs, but need not be seen.
-inline void hide_messages() {
-    int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (null < 0 || dup2(null, 2) < 0) give_up("no /dev/null");
+    write_file(path, text + "    </address>\n  </object>\n</kavex>\n");
 }
 
 #endif

@@ -1,89 +1,53 @@
 // What the group layer costs over its store calls: a group of 1,000 entries with properties, through two levels of
 // nesting, exported and walked by hand.
-//
-//     scripts/appliance-root --ro BUILD -- BUILD/bench/objects_bench
-//
-// The counter `to_walk` of ExportGroup is its time in walks of the same run; more than 3 fails the program.
-#include <benchmark/benchmark.h>
 #include <kavex/objects.h>
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
+#include "bench/measure.h"
 
 namespace {
 
-constexpr int entries = 1000;
-constexpr double most_walks = 3.0;
-double worst;
+char buffer[64];
+long properties;
 
-struct Entry {
-    char address[64];
-};
-Entry buffer;
-long seen;
-
-// The group "site" holds `floors` groups, each of these `rooms` groups, and the entries are spread over the rooms.
-kvio_config_t *build(int floors, int rooms) {
-    std::string text = "<kavex><address>", containers;
-    auto group = [](const std::string &name, const std::string &members) {
-        return "<group name=\"" + name + "\" type=\"address_t\" reference=\"1\">" + members + "</group>";
-    };
-    std::string site;
-    for (int f = 0; f < floors; ++f) {
-        std::string floor = "floor" + std::to_string(f), members;
-        site += "<container>" + floor + "</container>";
-        for (int r = 0; r < rooms; ++r) {
-            std::string room = floor + "-room" + std::to_string(r), desks;
-            members += "<container>" + room + "</container>";
-            for (int e = 0; e < entries / floors / rooms; ++e) {
-                std::string desk = room + "-desk" + std::to_string(e);
-                desks += "<entity>" + desk + "</entity>";
-                text += "<address_t name=\"" + desk + "\" reference=\"1\"><ip>10.0.0.1</ip></address_t>";
-                text += "<limit_t name=\"" + room + "_" + desk + "\"><rate>100</rate></limit_t>";
-                containers += "<group name=\"" + desk + "_property\" type=\"limit_t\"><entity>" + room + "_" + desk +
-                              "</entity></group>";
-            }
-            containers += group(room, desks);
-        }
-        containers += group(floor, members);
+// The group "site" holds 100 groups in 10 others, each of them 10 entries.
+kvio_config_t *build() {
+    std::string text = "<kavex><address>", members[3];
+    for (int i = 1; i <= 1000; ++i) {
+        const std::string desk = "desk" + std::to_string(i), room = "room" + std::to_string((i - 1) / 10);
+        text += "<address_t name=\"" + desk + "\" reference=\"1\"><value>10.0.0.1</value></address_t>\n";
+        text += "<limit_t name=\"" + room + "_" + desk + "\"><value>100</value></limit_t>\n";
+        text += group(desk + "_property", "limit_t", member(room + "_" + desk));
+        members[0] += member(desk);
+        if (i % 10 == 0) text += group(room, "address_t", std::exchange(members[0], ""));
+        if (i % 10 == 0) members[1] += nested(room);
+        if (i % 100 == 0) text += group("floor" + room, "address_t", std::exchange(members[1], ""));
+        if (i % 100 == 0) members[2] += nested("floor" + room);
     }
-    text += containers + group("site", site) + "</address></kavex>";
-    std::FILE *file = std::fopen("/etc/kavex/conf/bench.xml", "w");
-    if (!file || std::fwrite(text.data(), 1, text.size(), file) != text.size() || std::fclose(file) != 0) {
-        std::fprintf(stderr, "run me with scripts/appliance-root\n");
-        std::exit(2);
-    }
-    kvio_initialize();
+    write_file("/etc/kavex/conf/bench.xml", text + group("site", "address_t", members[2]) + "</address></kavex>");
     return kvio_restore_scope("/etc/kavex/conf/bench.xml");
 }
 
-bool walk(kvio_config_t *config) {
-    kvio_iterator_t *site = kvio_open_group(config, "address", "address_t", "site");
-    kvio_entities_t *members = kvio_retrieve_all(site);
+template <class Use>
+void each_member(kvio_config_t *config, const char *type, const char *name, Use use) {
+    kvio_iterator_t *opened = kvio_open_group(config, "address", type, name);
+    kvio_entities_t *members = kvio_retrieve_all(opened);
     for (int i = 0; members && i < members->count; ++i) {
-        char name[64], group[76];
-        kvio_get2(members->items[i], "ip", buffer.address, sizeof buffer.address);
-        kvio_name2(members->items[i], name, sizeof name);
-        std::snprintf(group, sizeof group, "%s_property", name);
-        kvio_iterator_t *opened = kvio_open_group(config, "address", "limit_t", group);
-        kvio_entities_t *properties = kvio_retrieve_all(opened);
-        for (int j = 0; properties && j < properties->count; ++j) {
-            char property[136];
-            kvio_name2(properties->items[j], property, sizeof property);
-            kvio_get2(properties->items[j], "rate", buffer.address, sizeof buffer.address);
-            ++seen;
-        }
-        kvio_free_entities(properties);
-        kvio_close_group(opened);
+        char member_name[136];
+        kvio_get2(members->items[i], "value", buffer, sizeof buffer);
+        kvio_name2(members->items[i], member_name, sizeof member_name);
+        use(member_name);
     }
     kvio_free_entities(members);
-    return kvio_close_group(site);
+    kvio_close_group(opened);
 }
 
-bool export_all(kvio_config_t *config) {
+void walk(kvio_config_t *config) {
+    each_member(config, "address_t", "site", [=](const char *entry) {
+        each_member(config, "limit_t", (std::string(entry) + "_property").c_str(), [](const char *) { ++properties; });
+    });
+}
+
+void export_all(kvio_config_t *config) {
     static char name[] = "site";
     group_desc_t group = {};
     group.label = "Address group";
@@ -92,55 +56,24 @@ bool export_all(kvio_config_t *config) {
     group.type = "address_t";
     group.property_type = "limit_t";
     group.name = name;
-    group.alloc_entry = group.alloc_property = []() -> void * { return &buffer; };
+    group.alloc_entry = group.alloc_property = []() -> void * { return buffer; };
     group.free_entry = group.free_property = [](void *) {};
-    group.get_entry = [](kvio_node_t *entity, void *entry) {
-        return kvio_get2(entity, "ip", static_cast<Entry *>(entry)->address, sizeof(Entry::address)) ? 0 : 1;
+    group.get_entry = group.get_property = [](kvio_node_t *entity, void *entry) {
+        return kvio_get2(entity, "value", static_cast<char *>(entry), sizeof buffer) ? 0 : 1;
     };
-    group.get_property = [](kvio_node_t *entity, void *entry) {
-        return kvio_get2(entity, "rate", static_cast<Entry *>(entry)->address, sizeof(Entry::address)) ? 0 : 1;
-    };
-    group.export_begin = [](int) -> void * { return &seen; };
+    group.export_begin = [](int) -> void * { return buffer; };
     group.export_entry = [](int, void *, const char *, void *) { return 0; };
-    group.export_property = [](int, int, void *, void *) { return ++seen, 0; };
+    group.export_property = [](int, int, void *, void *) { return ++properties > 0 ? 0 : 1; };
     group.export_discard = [](void *) {};
-    return export_group(&group);
+    export_group(&group);
 }
-
-// Runs one of the two and gives its seconds; ends the program when it does not meet all properties.
-double timed(bool (*run)(kvio_config_t *), kvio_config_t *config) {
-    seen = 0;
-    auto begin = std::chrono::steady_clock::now();
-    bool done = run(config);
-    std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
-    if (done && seen == entries) return took.count();
-    std::fprintf(stderr, "met %ld properties of %d\n", seen, entries);
-    std::exit(2);
-}
-
-// Arguments: groups in the group, and groups in each of these.
-void ExportGroup(benchmark::State &state) {
-    kvio_config_t *config = build(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
-    double exporting = 0, walking = 0;
-    for (auto _ : state) {
-        walking += timed(walk, config);
-        double took = timed(export_all, config);
-        exporting += took;
-        state.SetIterationTime(took);
-    }
-    state.counters["walk"] = benchmark::Counter(walking / static_cast<double>(state.iterations()));
-    state.counters["to_walk"] = benchmark::Counter(exporting / walking);
-    worst = std::max(worst, exporting / walking);
-    kvio_close_config(config);
-}
-BENCHMARK(ExportGroup)->Args({1, 1})->Args({10, 10})->UseManualTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
-int main(int argc, char **argv) {
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    if (worst <= most_walks) return 0;
-    std::fprintf(stderr, "an export took %.2f walks, more than %.0f\n", worst, most_walks);
-    return 1;
+void objects() {
+    kvio_config_t *config = build();
+    race(
+        "1000 entries with properties", 3, 25, 0, [=] { walk(config); }, [=] { export_all(config); });
+    if (properties % 52000 != 0 || properties == 0) give_up("not all properties were met");
+    kvio_close_config(config);
 }
