@@ -1,5 +1,5 @@
-# 32-bit ARM as Debian has it: ARMv7-A with hardware floating point. Compilers: g++-arm-linux-gnueabihf; what to link
-# against: scripts/sysroot-armhf, or any other sysroot by -DCMAKE_SYSROOT=.
+# Toolchain for 32-bit ARM as in Debian: ARMv7-A with hardware floating point. The compilers are in the package
+# g++-arm-linux-gnueabihf; scripts/sysroot-armhf makes the sysroot, and -DCMAKE_SYSROOT= chooses another.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)

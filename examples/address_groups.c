@@ -1,11 +1,11 @@
 /*
- * The page for address groups of a management program: creates groups under a parent with a limit, puts entries into
- * them with a schedule per membership, nests them, and shows a group with all that is in it as a table.
+ * The page for address groups of a management program: creates groups under a parent with a limit, adds entries with a
+ * schedule per membership, nests groups, and prints a group with its entries and nested groups as a table.
  *
  *     address_groups CONFIGURATION
  *
- * It ends with status 1 at the first call that does not do what it is expected to. The lines of the library's own
- * diagnostics go to standard error, and so do those of the system log when KVLOG_STDERR is set.
+ * It ends with status 1 at the first call with an unexpected result. The diagnostics of the library go to standard
+ * error, and those of the system log as well when KVLOG_STDERR is set.
  */
 #include <kavex/objects.h>
 #include <kavex/store.h>
@@ -18,7 +18,7 @@
 #define ENTRY_TYPE "address_object_t"
 #define MEMBERSHIP_TYPE "address_membership_t"
 
-/* What an administrator sees of an address, and of an address in a group. */
+/* The fields of an address, and of an address in a group. */
 struct address {
     char kind[16];
     char address[64];

@@ -1,10 +1,10 @@
 /*
- * Plays the appliance's authentication modules: makes the shared authentication buffer and its lock, and keeps the
- * records of the users who log in.
+ * Takes the place of the authentication modules of the appliance: makes the shared authentication buffer and its lock,
+ * and keeps the records of the users who log in.
  *
  *     auth_module start
  *     auth_module login USER local
- *     auth_module login USER radius [TYPE LEASE_TIME RE_AUTH]     with what the RADIUS server told, if it did
+ *     auth_module login USER radius [TYPE LEASE_TIME RE_AUTH]     with the attributes that the RADIUS server sent
  *     auth_module login USER ldap
  *     auth_module logout USER
  *     auth_module stop

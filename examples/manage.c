@@ -1,13 +1,13 @@
 /*
- * A management program: changes a configuration under its lock, as an administrator's session would, and shows what
- * another process gets meanwhile.
+ * A management program: changes a configuration under its lock, as in the session of an administrator, and shows the
+ * results that another process gets meanwhile.
  *
  *     manage CONFIGURATION             the whole session
- *     manage --open CONFIGURATION      what a second process gets: opens it, says so, closes it
- *     manage --read FILE               what a second process can read: the services in a backup of their scope
+ *     manage --open CONFIGURATION      the part of a second process: opens it, prints the result, closes it
+ *     manage --read FILE               the same: prints the services in a backup of their scope
  *
- * It ends with status 1 at the first call that does not do what it is expected to. The lines of the library's own
- * diagnostics go to standard error.
+ * It ends with status 1 at the first call with an unexpected result. The diagnostics of the library go to standard
+ * error.
  */
 #include <kavex/store.h>
 
@@ -29,7 +29,7 @@ static void expect(int holds, const char *what) {
 
 static void heading(const char *text) { printf("\n-- %s\n", text); }
 
-/* Runs this program once more, in a process of its own. */
+/* Runs this program again, in another process. */
 static void second_process(const char *mode, const char *argument) {
     int status = 0;
     pid_t child;

@@ -1,12 +1,12 @@
 /*
- * Asks the library about users, as a management program does.
+ * Prints the results of the library's user functions, as a management program uses them.
  *
  *     who may USER...            what each user who has logged in may do, and for how long
  *     who in GROUP USER...       which of the users are in the group
  *     who groups GROUP...        which of the groups are defined
  *     who defaults               the default settings
  *
- * It ends with status 1 if one of the questions could not be answered.
+ * It ends with status 1 if one of the look-ups failed.
  */
 #include <kavex/users.h>
 
