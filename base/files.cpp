@@ -1,6 +1,7 @@
 #include "base/files.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 
 #include <cerrno>
 #include <climits>
@@ -24,6 +25,16 @@ Descriptor open_directory_of(const char *path, int flags, mode_t mode) noexcept 
     return Descriptor(open(directory, flags | O_CLOEXEC, mode));
 }
 
+// Bytes beyond the limit on file sizes would be cut off in the middle, with a signal to boot.
+bool within_size_limit(off_t size) noexcept {
+    rlimit limit;
+    if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
+        size <= static_cast<off_t>(limit.rlim_cur))
+        return true;
+    errno = EFBIG;
+    return false;
+}
+
 }  // namespace
 
 Descriptor open_to_read(const char *path) noexcept { return Descriptor(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC)); }
@@ -41,6 +52,7 @@ ssize_t read_all(int fd, void *bytes, std::size_t size, off_t offset) noexcept {
 }
 
 bool write_all(int fd, const void *bytes, std::size_t size, off_t offset) noexcept {
+    if (!within_size_limit(offset + static_cast<off_t>(size))) return false;
     for (std::size_t done = 0; done < size;) {
         const char *from = static_cast<const char *>(bytes) + done;
         ssize_t written = pwrite(fd, from, size - done, offset + static_cast<off_t>(done));
@@ -62,5 +74,6 @@ bool give_name(int fd, const char *path) noexcept {
 
 bool sync_directory(const char *path) noexcept {
     Descriptor directory = open_directory_of(path, O_RDONLY | O_DIRECTORY, 0);
-    return directory && (fsync(directory.get()) == 0 || errno == EINVAL);
+    if (!directory) return errno == EACCES;
+    return fsync(directory.get()) == 0 || errno == EINVAL;
 }

@@ -47,7 +47,10 @@ kvio_config_t *kvio_restore_scope(const char *path) {
     auto snapshot = zeroed<store::Config>();
     if (!snapshot) return fail(nullptr, KVIO_NO_MEMORY, "No memory\n");
     snapshot->semid = -1;
-    if (path && copy_if_fits(snapshot->path, sizeof snapshot->path, path)) snapshot->doc = xml::parse(path).release();
+    if (!path || copy_if_fits(snapshot->path, sizeof snapshot->path, path))
+        snapshot->doc = xml::parse(path).release();
+    else
+        errno = ENAMETOOLONG;
     if (!snapshot->doc) return fail(nullptr, KVIO_MALFORMED, "%s is not well-formed\n", shown(path));
     return succeed(snapshot.release());
 }

@@ -35,11 +35,17 @@ FileLock lock_target(const ConfigPath &path) {
     return lock;
 }
 
-// Moves a file onto an empty one; its redo file stays behind, and would not be found in another directory.
+// That a name is not synced yet is no failure: after a loss of power the file has one of the two.
+void sync_directories(const ConfigPath &from, const ConfigPath &to) {
+    sync_directory(to.text());
+    sync_directory(from.text());
+}
+
+// Moves a file onto the empty one that stands for it. Its redo file would not be found in another directory.
 bool move(const ConfigPath &from, const ConfigPath &to) {
     if (!store::finish_save(from.text())) return false;
     store::remove_redo_file(from.text());
-    return std::rename(from.text(), to.text()) == 0 && sync_directory(to.text()) && sync_directory(from.text());
+    return std::rename(from.text(), to.text()) == 0;
 }
 
 }  // namespace
@@ -48,7 +54,7 @@ namespace store {
 
 FileLock create_from_template(const ConfigPath &path) noexcept {
     Bytes contents;
-    if (!xml::parse(paths::system_default_template) || !load(paths::system_default_template, contents))
+    if (!load(paths::system_default_template, contents) || !xml::parse(contents, paths::system_default_template))
         return errno == ENOMEM ? FileLock::none(ENOMEM) : FileLock::take(path);
     FileLock lock = FileLock::take_or_create(path);
     if (lock.status() != FileLock::held || !lock.created() || lock.write(path, contents)) return lock;
@@ -89,7 +95,10 @@ int kvio_rename_config(const char *source, const char *target) {
     bool made = target_lock.created() && target_lock.give_name(to);
     bool renamed = made && move(from, to);
     int reason = errno;
-    if (made && !renamed) unlink(to.text());  // in the way of another try
+    if (renamed)
+        sync_directories(from, to);
+    else if (target_lock.created() && reason != EEXIST)
+        unlink(to.text());  // the empty file is in the way of another try
     source_lock.unlock();
     target_lock.unlock();
     errno = reason;

@@ -42,9 +42,13 @@ bool finish_save(const char *path) noexcept;
 enum class RedoFile { stays, is_removed };
 
 // Replaces the contents of a file in place and syncs it, so that a crash at any instant leaves the old contents or the
-// new ones to load(). A missing file is made with `mode` (and the umask) and has its name once it is complete; a file
-// that has these contents already is not written. False with errno, EINVAL for what is no regular file.
+// new ones to load(). A missing file is made with `mode` (and the umask) and has its name once it is complete, where the
+// file system can do that; a file that has these contents already is only synced. False with errno, EINVAL for what is no regular file.
 bool replace(const char *path, const Bytes &contents, mode_t mode, RedoFile redo) noexcept;
+
+// Writes the contents of a new file that has no name yet, and gives it its name. False with errno, EEXIST where the name
+// is in use.
+bool write_new(int fd, const char *path, const Bytes &contents) noexcept;
 
 // Removes the redo file of a file, no save of which is unfinished, before the file moves to another directory.
 void remove_redo_file(const char *path) noexcept;

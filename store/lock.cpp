@@ -93,7 +93,7 @@ FileLock FileLock::create(const ConfigPath &path) noexcept {
         if (!is_link) file = unnamed_file(path.text(), 0600);
         if (!file) break;
         key_t key = key_of(DescriptorName(file.get()).text);
-        if (key == -1) return none(errno);
+        if (key == -1) break;
         FileLock lock = lock_key(key);
         if (lock.status() == busy && lock.reason() == EEXIST && &file != files + 3) continue;
         lock.created_ = true;
@@ -101,8 +101,9 @@ FileLock FileLock::create(const ConfigPath &path) noexcept {
         if (lock.status() == busy) lock.give_name(path);  // it stays, as where a file is made first and locked then
         return lock;
     }
-    // The file system has no files without a name, or a link of this name leads nowhere.
+    // The file system has no files without a name, there is no /proc, or a link of this name leads nowhere.
     Descriptor named(open(path.text(), O_WRONLY | O_CREAT | (is_link ? 0 : O_EXCL) | O_CLOEXEC, 0600));
+    if (!named && errno != EEXIST) return none(errno);
     FileLock lock = take(path);
     lock.created_ = bool(named);
     return lock;
@@ -110,12 +111,14 @@ FileLock FileLock::create(const ConfigPath &path) noexcept {
 
 bool FileLock::write(const ConfigPath &path, const Bytes &contents) noexcept {
     if (!unnamed_) return replace(path.text(), contents, 0600, RedoFile::stays);
-    int fd = unnamed_.get();
-    if (write_all(fd, contents.begin(), contents.size(), 0) && fdatasync(fd) == 0) return give_name(path);
+    bool written = write_new(unnamed_.get(), path.text(), contents);
     int reason = errno;
-    ftruncate(fd, 0);
+    if (written || reason == EEXIST)
+        unnamed_.close();
+    else
+        ftruncate(unnamed_.get(), 0);
     errno = reason;
-    return false;
+    return written;
 }
 
 bool FileLock::give_name(const ConfigPath &path) noexcept {

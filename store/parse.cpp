@@ -27,7 +27,9 @@ private:
     // Passes the error on to where it would have gone.
     static void note(void *self, xmlError *error) noexcept {
         auto *watch = static_cast<MemoryWatch *>(self);
-        if (error->code == XML_ERR_NO_MEMORY) watch->short_ = true;
+        // A text beyond the parser's limit is reported in the same way, as a "huge text node".
+        if (error->code == XML_ERR_NO_MEMORY && !(error->message && std::strstr(error->message, "huge")))
+            watch->short_ = true;
         if (watch->handler_)
             watch->handler_(watch->context_, error);
         else
@@ -71,19 +73,6 @@ Parser make_parser(Unread &unread, const char *path) noexcept {
     return nullptr;
 }
 
-// Parses bytes as xmlParseFile() parses those of a file, within the same limits and with the defaults that the caller
-// has set; null when they are not well-formed.
-Document parse_bytes(const Array<char> &bytes, const char *path) noexcept {
-    Unread unread{bytes};
-    Parser parser = make_parser(unread, path);
-    if (!parser) return nullptr;
-    xmlParseDocument(parser.get());
-    Document document(parser->myDoc);
-    parser->myDoc = nullptr;
-    if (!parser->wellFormed) document.reset();
-    return document;
-}
-
 Document refuse(int reason) noexcept {
     errno = reason;
     return nullptr;
@@ -91,16 +80,26 @@ Document refuse(int reason) noexcept {
 
 }  // namespace
 
+// As xmlParseFile() parses the bytes of a file, within the same limits and with the defaults that the caller has set.
+Document parse(const Array<char> &bytes, const char *path) noexcept {
+    MemoryWatch memory;
+    Unread unread{bytes};
+    Parser parser = make_parser(unread, path);
+    if (!parser) return refuse(ENOMEM);
+    xmlParseDocument(parser.get());
+    Document document(parser->myDoc);
+    parser->myDoc = nullptr;
+    if (memory.was_short()) return refuse(ENOMEM);
+    if (!parser->wellFormed) return refuse(EBADMSG);
+    if (expands_too_far(document.get())) return refuse(EOVERFLOW);
+    return document;
+}
+
 Document parse(const char *path) noexcept {
     Array<char> bytes;
     if (empty(path)) return refuse(EINVAL);
     if (!store::load(path, bytes)) return nullptr;
-    MemoryWatch memory;
-    Document document = parse_bytes(bytes, path);
-    if (memory.was_short()) return refuse(ENOMEM);
-    if (!document) return refuse(EBADMSG);
-    if (expands_too_far(document.get())) return refuse(EOVERFLOW);
-    return document;
+    return parse(bytes, path);
 }
 
 }  // namespace xml

@@ -47,7 +47,7 @@ bool is_text(const xmlChar *text) noexcept {
         length = 1;
         if (!is_ascii_text(*at) && !character_at(at, length)) return false;
     }
-    return at - text < XML_MAX_TEXT_LENGTH;
+    return true;
 }
 
 bool is_name(const xmlChar *name) noexcept {
@@ -57,16 +57,25 @@ bool is_name(const xmlChar *name) noexcept {
         int character = character_at(at, length);
         if (!is_in(name_start, character) && (at == name || !is_in(name_further, character))) return false;
     }
-    return at > name && at - name < XML_MAX_NAME_LENGTH;
+    return at > name && at - name <= XML_MAX_NAME_LENGTH;
 }
 
 bool is_comment(const xmlChar *text) noexcept {
     return !std::strstr(str(text), "--") && (!*text || text[std::strlen(str(text)) - 1] != '-');
 }
 
+// Whether the name of an attribute is written as a declaration of a namespace that the element declares, too.
+bool is_declaration(const xmlNode *element, const xmlAttr *attribute) noexcept {
+    if (std::strncmp(str(attribute->name), "xmlns", 5) != 0) return false;
+    const char *prefix = str(attribute->name) + 5 + (attribute->name[5] == ':');
+    for (const xmlNs *ns = element->nsDef; ns; ns = ns->next)
+        if (same(prefix, ns->prefix ? str(ns->prefix) : "")) return true;
+    return false;
+}
+
 bool has_readable_attributes(const xmlNode *element) noexcept {
     for (const xmlAttr *at = element->properties; at; at = at->next) {
-        if (!is_name(at->name)) return false;
+        if (!is_name(at->name) || is_declaration(element, at)) return false;
         for (const xmlNode *text = at->children; text; text = text->next)
             if (text->type == XML_TEXT_NODE && text->content && !is_text(text->content)) return false;
     }
@@ -114,8 +123,8 @@ public:
 
 private:
     static constexpr long max_bytes = 1'000'000;
-    static constexpr long nested_reference = 16;  // what a reference within an entity counts, so that none are free
-    static constexpr int max_depth = 40;          // entities within entities, as libxml2 has it
+    static constexpr long nested_node = 16;  // what a node within an entity counts, so that none is free
+    static constexpr int max_depth = 40;     // entities within entities, as libxml2 has it
 
     // Adds what a list of siblings stands for; false beyond the limits.
     bool add(const xmlNode *first, int depth) noexcept {
@@ -126,11 +135,12 @@ private:
 
     bool add_node(const xmlNode *node, int depth) noexcept {
         if (node->type == XML_ENTITY_REF_NODE) {
-            if (depth > 0) bytes_ += nested_reference;
+            if (depth > 0) bytes_ += nested_node;
             const xmlEntity *entity = xmlGetDocEntity(document_, node->name);
             return bytes_ <= max_bytes && depth < max_depth && (!entity || add(entity->children, depth + 1));
         }
         if (is_element(node)) {
+            if (depth > 0 && (bytes_ += nested_node) > max_bytes) return false;
             for (const xmlAttr *at = node->properties; at; at = at->next)
                 if (!add(at->children, depth)) return false;
             return add(node->children, depth);
@@ -151,7 +161,7 @@ bool expands_too_far(const xmlDoc *document) noexcept { return !Expansion(docume
 const xmlNode *find_unreadable(const xmlDoc *document) noexcept {
     unsigned depth = 0;
     for (const xmlNode *node = document->children; node; node = next_node(node, depth))
-        if (depth > xmlParserMaxDepth || !is_readable(node)) return node;
+        if ((is_element(node) && depth > xmlParserMaxDepth) || !is_readable(node)) return node;
     return nullptr;
 }
 

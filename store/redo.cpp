@@ -18,23 +18,22 @@
 //  - begun, each block being old, new, or zero beyond the old end: the new contents come from the redo file.
 //  - anything else: another program has written the file since. It stays as it is, and the redo file is dropped.
 //
-// So a redo file never brings back what is out of date. Of a file that was removed, the number of whose inode is used
-// again, of one restored with cp(1) or an editor, and of one that other programs have changed some block is neither old
-// nor new. A copy of the directory has other inodes; a redo file names device and inode, also in its header. In another
-// directory a file of the same name, or the file itself after a rename(2), has no redo file. One that another user made
-// is not believed: see is_trusted().
+// So a redo file brings nothing back over what cp(1) or an editor has put there since, nor into another file that has got
+// the number of the inode: some block is neither old nor new then. (A program that writes in place nothing but old and
+// new blocks, in another mixture, cannot be told from the save.) A copy of the directory, or a file that moved to
+// another one, has no redo file under its inode's number. One that another user could have written is not believed.
 //
-// A file without a place for a redo file (the directory cannot be written, the disk has no room for it) is overwritten
-// all the same: a crash then can tear it.
+// A file without a place for a redo file (the directory cannot be written, the disk has no room for it, the writer is
+// neither root nor the owner) is overwritten all the same: a crash then can tear it. One that is saved by way of a link
+// in one directory and read by way of a link in another has its redo file in the first.
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cinttypes>
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -46,31 +45,32 @@
 namespace store {
 namespace {
 
-using Checksum = std::uint64_t;
+using Checksum = std::uint32_t;
 
 constexpr std::size_t block_size = 512;  // what a disk writes whole
 
-// Tells torn contents from whole ones; it does not withstand forgery. Goes by eight bytes at a time.
+// A checksum against torn contents, not against forged ones.
 Checksum checksum(const void *data, std::size_t size) noexcept {
     const char *bytes = static_cast<const char *>(data);
-    Checksum sum = size;
+    auto sum = static_cast<Checksum>(size);
     while (size > 0) {
         Checksum word = 0;
         std::size_t length = std::min(size, sizeof word);
         std::memcpy(&word, bytes, length);
-        sum = (sum ^ word) * 0x9E3779B97F4A7C15u;
-        sum ^= sum >> 32;
+        sum = (sum ^ word) * 0x9E3779B1u;
+        sum ^= sum >> 15;
         bytes += length;
         size -= length;
     }
     return sum;
 }
 
-// In the byte order of the machine, which alone reads it. A cleared header is all zeros.
+// In the byte order of the machine, which alone reads it. A cleared header is all zeros. The number of the device is left
+// out: on some file systems it changes with each mount.
 struct Header {
     char magic[8];
-    std::uint64_t device, inode;  // of the file
-    std::uint64_t old_size, new_size;
+    std::uint64_t inode;  // of the file
+    std::uint32_t old_size, new_size;
     Checksum payload;  // of the checksums and contents that follow the header
     Checksum header;   // of all above
 
@@ -91,7 +91,7 @@ struct Target {
     bool open(const char *path, int flags) noexcept;
 };
 
-// The directory is that of the file itself, wherever links to it lie.
+// The directory is that of the file itself, wherever symbolic links to it lie. Without /proc there is no redo file.
 bool Target::open(const char *path, int flags) noexcept {
     file = Descriptor(::open(path, flags | O_NONBLOCK | O_CLOEXEC));
     if (!file || fstat(file.get(), &status) != 0) return false;
@@ -101,8 +101,9 @@ bool Target::open(const char *path, int flags) noexcept {
     }
     ssize_t length = readlink(DescriptorName(file.get()).text, redo_path, PATH_MAX);
     while (length > 0 && redo_path[length - 1] != '/') --length;
-    if (length < 0) length = 0;
-    std::sprintf(redo_path + length, "%s%ju", paths::redo_prefix, static_cast<std::uintmax_t>(status.st_ino));
+    redo_path[0] = length > 0 ? redo_path[0] : '\0';
+    if (length > 0)
+        std::sprintf(redo_path + length, "%s%llu", paths::redo_prefix, static_cast<unsigned long long>(status.st_ino));
     return true;
 }
 
@@ -113,6 +114,7 @@ bool is_trusted(const struct stat &redo, const struct stat &file) noexcept {
            (redo.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
+// Opens the redo file; none with errno, EPERM where it is not trusted.
 Descriptor open_redo(const Target &target, int flags) noexcept {
     Descriptor redo(open(target.redo_path, flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status;
@@ -121,12 +123,19 @@ Descriptor open_redo(const Target &target, int flags) noexcept {
     return Descriptor();
 }
 
+// Whether an open failed for what is there, and not for what the process lacks at the moment.
+bool is_absent(int reason) noexcept {
+    for (int one : {EIO, ENOMEM, EMFILE, ENFILE})
+        if (reason == one) return false;
+    return true;
+}
+
 // The header of a file's redo file; all zeros where there is none that is valid.
 Header read_header(const Target &target, int redo) noexcept {
     Header header;
     bool valid = redo >= 0 && read_all(redo, &header, sizeof header, 0) == sizeof header &&
                  std::memcmp(header.magic, magic, sizeof magic) == 0 && header.header == header.own_sum() &&
-                 header.device == target.status.st_dev && header.inode == target.status.st_ino;
+                 header.inode == target.status.st_ino && header.old_size <= INT_MAX && header.new_size <= INT_MAX;
     return valid ? header : Header{};
 }
 
@@ -135,10 +144,12 @@ struct Piece {
     std::size_t begin, end;
 };
 
+enum class State { untouched, begun, written_by_others };
+
 // A save that was committed: what the file was to contain.
 class Redo {
 public:
-    // Reads a file's redo file. False with errno when memory is short.
+    // Reads a file's redo file. False with errno where it cannot be read now.
     bool read(const Target &target) noexcept;
 
     explicit operator bool() const noexcept { return valid_; }
@@ -146,9 +157,8 @@ public:
     const char *contents() const noexcept { return payload_.begin() + header_.sums_size(); }
     std::size_t size() const noexcept { return header_.new_size; }
 
-    // Whether the save has begun to overwrite the file, which has these contents now, and no other program has
-    // written it since.
-    bool has_begun(const Bytes &now) const noexcept;
+    // What the save has done to a file that has these contents now.
+    State state_of(const Bytes &now) const noexcept;
 
 private:
     Piece piece_at(const Bytes &now, std::size_t at) const noexcept;
@@ -162,15 +172,16 @@ private:
 
 bool Redo::read(const Target &target) noexcept {
     Descriptor redo = open_redo(target, O_RDONLY);
+    if (!redo && !is_absent(errno)) return false;
     header_ = read_header(target, redo.get());
     struct stat status;
     std::size_t size = header_.payload_size();
     if (size == 0 || fstat(redo.get(), &status) != 0 || status.st_size < static_cast<off_t>(sizeof header_ + size))
         return true;
     if (!payload_.fill(size, 0)) return false;
-    valid_ = read_all(redo.get(), payload_.begin(), size, sizeof header_) == static_cast<ssize_t>(size) &&
-             checksum(payload_.begin(), size) == header_.payload;
-    return true;
+    ssize_t got = read_all(redo.get(), payload_.begin(), size, sizeof header_);
+    valid_ = got == static_cast<ssize_t>(size) && checksum(payload_.begin(), size) == header_.payload;
+    return got >= 0;
 }
 
 Piece Redo::piece_at(const Bytes &now, std::size_t at) const noexcept {
@@ -194,19 +205,19 @@ bool Redo::is_new(const Bytes &now, Piece piece) const noexcept {
            std::memcmp(now.begin() + piece.begin, contents() + piece.begin, end - piece.begin) == 0;
 }
 
-bool Redo::has_begun(const Bytes &now) const noexcept {
+State Redo::state_of(const Bytes &now) const noexcept {
     if (now.size() < std::min(header_.old_size, header_.new_size) ||
         now.size() > std::max(header_.old_size, header_.new_size))
-        return false;
+        return State::written_by_others;
     bool all_old = now.size() == header_.old_size;
     for (std::size_t at = 0; at < now.size();) {
         Piece piece = piece_at(now, at);
         bool old_piece = is_old(now, piece);
-        if (!old_piece && !is_new(now, piece)) return false;
+        if (!old_piece && !is_new(now, piece)) return State::written_by_others;
         all_old = all_old && old_piece;
         at = piece.end;
     }
-    return !all_old;
+    return all_old ? State::untouched : State::begun;
 }
 
 bool read_contents(const Target &target, Bytes &contents) noexcept {
@@ -229,37 +240,48 @@ bool is_unchanged(const Target &target) noexcept {
            same_time(now.st_mtim, target.status.st_mtim) && same_time(now.st_ctim, target.status.st_ctim);
 }
 
-// Reads a file while others may save it. `settled` says whether no save has made a mixture of what was read.
+bool same_contents(const Bytes &a, const Bytes &b) noexcept {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin());
+}
+
+// Reads a file while others may save it. `settled` says whether no save has made a mixture of what was read. Where a
+// save is under way, contents that are neither old nor new may be those of a page that is just being written: they count
+// only if they are the same at a second look.
 bool try_to_load(const char *path, Bytes &contents, bool &settled) noexcept {
     Target target;
     Redo redo;
+    Bytes again;
     if (!target.open(path, O_RDONLY) || !redo.read(target) || !read_contents(target, contents)) return false;
+    State state = redo ? redo.state_of(contents) : State::untouched;
+    if (state == State::written_by_others && !read_contents(target, again)) return false;
     Header now = read_header(target, open_redo(target, O_RDONLY).get());
-    settled = std::memcmp(&now, &redo.header(), sizeof now) == 0 && (redo || is_unchanged(target));
-    if (!settled || !redo || !redo.has_begun(contents)) return true;
+    settled = std::memcmp(&now, &redo.header(), sizeof now) == 0 && (redo || is_unchanged(target)) &&
+              (state != State::written_by_others || same_contents(contents, again));
+    if (!settled || state != State::begun) return true;
     contents.shorten(0);
     return contents.append(redo.contents(), redo.size());
 }
 
-// Bytes beyond the limit on file sizes would be cut off in the middle, with a signal to boot.
-bool within_size_limit(std::size_t size) noexcept {
-    rlimit limit;
-    if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY || size <= limit.rlim_cur) return true;
-    errno = EFBIG;
-    return false;
+// Gives the redo file the owner and the readers of the file; false where it cannot be trusted even so.
+bool take_over_rights(int redo, const Target &target) noexcept {
+    struct stat status;
+    fchown(redo, target.status.st_uid, target.status.st_gid);
+    return fchmod(redo, (target.status.st_mode & 0444) | 0600) == 0 && fstat(redo, &status) == 0 &&
+           is_trusted(status, target.status);
 }
 
-// The redo file, made with the readers and the owner of the file; none where it cannot be made or is another user's.
+// Opens the redo file to write it, and makes it where there is none or one that is not to be trusted.
 Descriptor open_or_create_redo(const Target &target, bool &created) noexcept {
-    created = false;
     Descriptor redo = open_redo(target, O_RDWR);
-    if (redo || errno != ENOENT) return redo;
-    redo = Descriptor(open(target.redo_path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!redo) return redo;
-    created = true;
-    fchown(redo.get(), target.status.st_uid, target.status.st_gid);
-    fchmod(redo.get(), (target.status.st_mode & 0444) | 0600);
-    return redo;
+    created = !redo;
+    if (created) {
+        unlink(target.redo_path);
+        redo = Descriptor(open(target.redo_path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    }
+    if (!redo || take_over_rights(redo.get(), target)) return redo;
+    unlink(target.redo_path);
+    errno = EPERM;
+    return Descriptor();
 }
 
 // What follows the header; false when memory is short.
@@ -271,49 +293,40 @@ bool make_payload(const Bytes &old, const Bytes &contents, Bytes &payload) noexc
     return payload.append(contents.begin(), contents.size());
 }
 
-// Writes and syncs the redo file. False with errno; what there was of it is gone then.
-bool commit(const Target &target, const Bytes &old, const Bytes &contents) noexcept {
+enum class Commit { done, no_place, failed };
+
+// Writes and syncs the redo file. Where there is no place for it, or it fails with errno, none is left.
+Commit commit(const Target &target, const Bytes &old, const Bytes &contents) noexcept {
     Bytes payload;
-    if (!make_payload(old, contents, payload)) return false;
+    if (!make_payload(old, contents, payload)) return Commit::failed;
     Header header = {};
     std::memcpy(header.magic, magic, sizeof magic);
-    header.device = target.status.st_dev;
     header.inode = target.status.st_ino;
-    header.old_size = old.size();
-    header.new_size = contents.size();
+    header.old_size = static_cast<std::uint32_t>(old.size());
+    header.new_size = static_cast<std::uint32_t>(contents.size());
     header.payload = checksum(payload.begin(), payload.size());
     header.header = header.own_sum();
 
     bool created;
     Descriptor redo = open_or_create_redo(target, created);
-    if (!redo) return false;
-    if (within_size_limit(sizeof header + payload.size()) &&
-        write_all(redo.get(), payload.begin(), payload.size(), sizeof header) &&
+    if (!redo) return is_absent(errno) ? Commit::no_place : Commit::failed;
+    if (write_all(redo.get(), payload.begin(), payload.size(), sizeof header) &&
         write_all(redo.get(), &header, sizeof header, 0) && fdatasync(redo.get()) == 0 &&
         (!created || sync_directory(target.redo_path)))
-        return true;
+        return Commit::done;
     int reason = errno;
     unlink(target.redo_path);
     errno = reason;
-    return false;
+    return reason == ENOSPC || reason == EDQUOT || reason == EFBIG ? Commit::no_place : Commit::failed;
 }
 
-// Whether a redo file could not be made because there is no place for it, while the file itself may well be written.
-bool is_lack_of_place(int reason) noexcept {
-    for (int one : {ENOSPC, EDQUOT, EFBIG, EACCES, EPERM, EROFS, ENAMETOOLONG})
-        if (reason == one) return true;
-    return false;
-}
-
-// Not synced: where the clearing is lost the file is new throughout, so that the redo file is dropped again.
-void drop(const Target &target, RedoFile wanted) noexcept {
-    if (wanted == RedoFile::is_removed) {
-        unlink(target.redo_path);
-        return;
-    }
+// Clears or removes a redo file whose save is complete; false with errno where neither can be done. Not synced: where
+// the clearing is lost, the next call finds the file as the save has left it.
+bool drop(const Target &target, RedoFile wanted) noexcept {
     Header cleared = {};
-    Descriptor redo = open_redo(target, O_RDWR);
-    if (redo) write_all(redo.get(), &cleared, sizeof cleared, 0);
+    Descriptor redo = wanted == RedoFile::stays ? open_redo(target, O_RDWR) : Descriptor();
+    if (redo && write_all(redo.get(), &cleared, sizeof cleared, 0)) return true;
+    return unlink(target.redo_path) == 0 || errno == ENOENT;
 }
 
 // Gives the file a modification time of its own: the kernel's clock ticks so slowly that two saves would share one, by
@@ -358,10 +371,9 @@ bool finish(Target &target) noexcept {
     if (!redo.read(target)) return false;
     if (!redo) return true;
     if (!read_contents(target, now)) return false;
-    bool done = redo.has_begun(now) ? overwrite(target, redo.contents(), redo.size(), 0, true)
-                                    : fdatasync(target.file.get()) == 0;
-    if (done) drop(target, RedoFile::stays);
-    return done && fstat(target.file.get(), &target.status) == 0;
+    bool done = redo.state_of(now) == State::begun ? overwrite(target, redo.contents(), redo.size(), 0, true)
+                                                   : fdatasync(target.file.get()) == 0;
+    return done && drop(target, RedoFile::stays) && fstat(target.file.get(), &target.status) == 0;
 }
 
 std::size_t common_length(const Bytes &a, const Bytes &b) noexcept {
@@ -373,20 +385,14 @@ bool replace_existing(Target &target, const Bytes &contents, RedoFile redo) noex
     Bytes old;
     if (!finish(target) || !read_contents(target, old)) return false;
     std::size_t same = common_length(old, contents);
+    if (fdatasync(target.file.get()) != 0) return false;
     if (same == old.size() && same == contents.size()) return true;
-    if (!within_size_limit(contents.size()) || fdatasync(target.file.get()) != 0) return false;
-    bool committed = commit(target, old, contents);
-    if (!committed && !is_lack_of_place(errno)) return false;
-    if (!overwrite(target, contents.begin(), contents.size(), same, committed)) return false;
-    if (committed) drop(target, redo);
+    Commit committed = commit(target, old, contents);
+    if (committed == Commit::failed ||
+        !overwrite(target, contents.begin(), contents.size(), same, committed == Commit::done))
+        return false;
+    if (committed == Commit::done) drop(target, redo);
     return true;
-}
-
-// A file that appears under its name with its contents. False with errno; EEXIST where the name is in use.
-bool write_new(const char *path, const Bytes &contents, mode_t mode) noexcept {
-    Descriptor file = unnamed_file(path, mode);
-    return file && write_all(file.get(), contents.begin(), contents.size(), 0) && fdatasync(file.get()) == 0 &&
-           give_name(file.get(), path);
 }
 
 }  // namespace
@@ -408,15 +414,18 @@ bool finish_save(const char *path) noexcept {
     return finish(target);
 }
 
+bool write_new(int fd, const char *path, const Bytes &contents) noexcept {
+    return write_all(fd, contents.begin(), contents.size(), 0) && fdatasync(fd) == 0 && give_name(fd, path);
+}
+
 bool replace(const char *path, const Bytes &contents, mode_t mode, RedoFile redo) noexcept {
     struct stat now;
     if (stat(path, &now) != 0 && errno == ENOENT) {
-        if (write_new(path, contents, mode)) return true;
-        // Where no file can be made without a name it is made empty.
-        if (errno == EEXIST || errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL)
-            Descriptor(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, mode)).close();
-        else
-            return false;
+        Descriptor file = unnamed_file(path, mode);
+        if (file && write_new(file.get(), path, contents)) return true;
+        if (file && errno != EEXIST && errno != ENOENT) return false;
+        // No file can be made without a name, or another process has made one of this name.
+        Descriptor(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, mode)).close();
     }
     Target target;
     return target.open(path, O_RDWR) && replace_existing(target, contents, redo) && target.file.close() == 0;

@@ -33,7 +33,7 @@ bool serialise(xmlDoc *document, Bytes &bytes, const char *who) noexcept {
     if (const xmlNode *node = xml::find_unreadable(document)) {
         while (!xml::is_element(node) && xml::is_element(node->parent)) node = node->parent;
         auto path = xml::guarded<xml::String>([&] { return xmlGetNodePath(node); });
-        say("%s error: %s has a name or text that XML cannot hold\n", who, path ? xml::str(path.get()) : "");
+        say("%s error: %s has a name, text or depth that XML cannot hold\n", who, path ? xml::str(path.get()) : "");
         errno = EILSEQ;
         return false;
     }
@@ -43,7 +43,7 @@ bool serialise(xmlDoc *document, Bytes &bytes, const char *who) noexcept {
         return false;
     }
     if (xml::serialise(document, bytes)) return true;
-    if (errno == EILSEQ) say("%s error: encoding %s cannot hold it\n", who, xml::str(document->encoding));
+    if (errno == EILSEQ) say("%s error: it would not be read back\n", who);
     return false;
 }
 

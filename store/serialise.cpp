@@ -1,5 +1,6 @@
 // Documents as the bytes that saving puts into a file.
 #include <libxml/encoding.h>
+#include <libxml/parserInternals.h>
 #include <libxml/xmlsave.h>
 
 #include <cerrno>
@@ -21,12 +22,21 @@ int append(void *sink, const char *data, int length) noexcept {
     return to->whole ? length : -1;
 }
 
-// A converter that meets a character which its encoding lacks may end the document there and report nothing; of some
-// encodings the parser does not know the name under which the writer found them.
+// Whether the parser must be asked if it takes the bytes back. A converter that meets a character which its encoding
+// lacks may end the document there and report nothing; short documents are within all limits on texts.
+bool is_doubtful(const xmlDoc *document, const Array<char> &bytes) noexcept {
+    return bytes.size() >= XML_MAX_TEXT_LENGTH ||
+           (document->encoding && xmlStrcasecmp(document->encoding, str("UTF-8")) != 0);
+}
+
+// Errors in them are no business of the caller's handler.
 bool reads_back(const Array<char> &bytes) noexcept {
-    return bool(guarded<Document>([&] {
-        return xmlReadMemory(bytes.begin(), static_cast<int>(bytes.size()), nullptr, nullptr, XML_PARSE_NOERROR);
-    }));
+    xmlStructuredErrorFunc handler = xmlStructuredError;
+    void *context = xmlStructuredErrorContext;
+    xmlSetStructuredErrorFunc(nullptr, [](void *, xmlError *) {});
+    bool read = bool(parse(bytes, nullptr));
+    xmlSetStructuredErrorFunc(context, handler);
+    return read;
 }
 
 bool refuse(int reason) noexcept {
@@ -53,8 +63,9 @@ bool serialise(xmlDoc *document, Array<char> &bytes) noexcept {
     bool saved = xmlSaveFormatFileTo(buffer, document, encoding, 1) >= 0;
     if (!sink.whole || out_of_memory()) return refuse(ENOMEM);
     if (bytes.size() > INT_MAX) return refuse(EFBIG);
-    bool is_plain = !encoding || xmlStrcasecmp(document->encoding, str("UTF-8")) == 0;
-    return (saved && (is_plain || reads_back(bytes))) || refuse(out_of_memory() ? ENOMEM : EILSEQ);
+    if (!saved) return refuse(EILSEQ);
+    if (!is_doubtful(document, bytes) || reads_back(bytes)) return true;
+    return refuse(errno == ENOMEM ? ENOMEM : EILSEQ);
 }
 
 }  // namespace xml

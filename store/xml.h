@@ -157,15 +157,17 @@ void remove_attribute(xmlNode *node, const char *name) noexcept;
 // expands too far.
 Document parse(const char *path) noexcept;
 
+// The same for the bytes of a file; `path` is for messages.
+Document parse(const Array<char> &bytes, const char *path) noexcept;
+
 // Whether what the document's references to entities stand for is more than the store takes.
 bool expands_too_far(const xmlDoc *document) noexcept;
 
-// The first node with bytes or names that XML cannot hold, or beyond the limits of the parser: a document without one
-// can be read back. Null if there is none.
+// The first node with bytes or names that XML cannot hold, or nested deeper than the parser goes. Null if there is none.
 const xmlNode *find_unreadable(const xmlDoc *document) noexcept;
 
 // Appends the bytes that xmlSaveFormatFile() would write with format 1. False with errno: ENOMEM, EFBIG beyond what an
-// int holds, or EILSEQ when the document's encoding would not be read back.
+// int holds, or EILSEQ when they would not be read back in the document's encoding or for their length.
 bool serialise(xmlDoc *document, Array<char> &bytes) noexcept;
 
 }  // namespace xml

@@ -62,18 +62,23 @@
  * - **Saving.** A save survives a crash at any instant: a kill of the process or of its group, a loss of power. The
  *   next reader finds the old document or the new one, whole. The file keeps its inode (the lock hangs on it), its
  *   links, its owner and its mode, and is written in place. Beside it, in the same directory, a *redo file* named
- *   ".kavex-redo-" and the number of the inode first receives the new contents and is synced (fdatasync(2)); from then
- *   on the save is finished by the next call that opens, copies, renames, removes or replaces the file, and readers
- *   take the contents from the redo file. It stays for the next save of a configuration, and goes with
- *   kvio_remove_config(); beside a dump, a backup or a snapshot it is removed. Readers without a lock see the old or
- *   the new document also while it is saved.
- *   Where there is no place for a redo file (the directory cannot be written, the disk is too full, it belongs to
- *   another user), the file is overwritten without one; a crash can then tear it, and a reader can see it half written.
- *   A new file has its name when it is complete. Unchanged contents are not written. A save that fails leaves the old
- *   document or, where it had begun to overwrite the file, the new one.
+ *   ".kavex-redo-" and the number of the inode first receives the new contents and is synced (fdatasync(2)); the next
+ *   call that opens, copies, renames, removes or replaces the file finishes a save that was interrupted, and readers
+ *   take the contents from the redo file. It has the owner and the readers of the file, stays for the next save of a
+ *   configuration, and goes with kvio_remove_config(); beside a dump, a backup or a snapshot it is removed. Readers
+ *   without a lock see the old or the new document also while it is saved.
+ *   Where there is no place for a redo file (the directory cannot be written, the disk is too full, the process is
+ *   neither root nor the owner of the file, /proc is missing), the file is overwritten without one: a crash then can
+ *   tear it, and a reader can see it half written. So it is where a file is saved through a link in one directory and
+ *   read through a link in another, and where two processes dump to one path at a time. A program that writes the file
+ *   in place after a crash, old and new blocks of 512 bytes in a mixture of its own, is taken for the save. A new file
+ *   has its name once it is complete, where the file system knows O_TMPFILE (open(2)). Contents that are the same are
+ *   synced, not written. A save that fails leaves the old document or, where it had begun to overwrite the file, the
+ *   new one. A file that is replaced must be readable, too.
  *   A document that could not be read back is refused, with one more line in front of that of #KVIO_IO: "%s error: %s
- *   has a name or text that XML cannot hold\n" (function, path of the first such element), "%s error: references to
- *   entities stand for too much\n" or "%s error: encoding %s cannot hold it\n" (function, encoding).
+ *   has a name, text or depth that XML cannot hold\n" (function, path of the first such element), "%s error: references
+ *   to entities stand for too much\n", or "%s error: it would not be read back\n" where its encoding lacks a character,
+ *   or a text is beyond the limits of the parser (10,000,000 bytes; names 50,000; 256 levels of elements).
  * - **Reading.** Files are read as xmlParseFile() reads them, with the caller's defaults, such as
  *   xmlSubstituteEntitiesDefault(); errors go to the caller's handler, such as xmlSetStructuredErrorFunc(). Unless the
  *   caller's defaults say otherwise, external entities and DTDs are not loaded. Compressed files are not well-formed. A
@@ -129,7 +134,7 @@ enum kvio_code {
     /** The file is no well-formed XML document, or cannot be read. "%s is not well-formed\n" (path); kvio_restore():
      *  "restore failed, temporary file is broken.\n". errno is EBADMSG for what is not well-formed, of which
      *  xmlGetLastError() has line and reason; EOVERFLOW for entities that stand for too much; ENOMEM; EAGAIN if the
-     *  file changed at each of 1,000 tries to read it; EISDIR or EINVAL for what is no regular file; else the reason of
+     *  file changed at each of 1,000 tries to read it; EFBIG beyond 2 GiB; EISDIR or EINVAL for what is no regular file; else the reason of
      *  open(2) or read(2). */
     KVIO_MALFORMED = 3,
     /** No key for the file: "ftok(%s) failed\n" (path). errno is that of stat(2), such as ENOENT; ENAMETOOLONG for a

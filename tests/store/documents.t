@@ -368,6 +368,23 @@ $ kvio_rename_config {none,NULL,"",a.xml,none/a} y
     err a.xml is being opened
     none/a: -1 21
     err rename: none/a is not existed
+with rename 1 EIO
+$ kvio_rename_config x y
+    -1 5
+    err rename: x: Input/output error
+with fsync 1 EIO
+$ kvio_rename_config x y
+    -1 5
+    err rename: x: Input/output error
+with fsync 2+ EIO
+$ kvio_rename_config x y
+    0 0
+    - file x 640 {a*4095}{b*4097}{c*4096}{d*9000}
+    + file y 640 {a*4095}{b*4097}{c*4096}{d*9000}
+$ kvio_rename_config y x
+    0 0
+    - file y 640 {a*4095}{b*4097}{c*4096}{d*9000}
+    + file x 640 {a*4095}{b*4097}{c*4096}{d*9000}
 with ftok 2 EACCES
 $ kvio_rename_config x y
     -1 4
