@@ -1,22 +1,22 @@
-// A table from names to numbers, built and dropped within one call.
+// A hash table from names to numbers.
 #ifndef KAVEX_BASE_NAMES_H
 #define KAVEX_BASE_NAMES_H
 
 #include <cstdint>
-#include <cstring>
 
 #include "base/array.h"
 #include "base/text.h"
 
-// Numbers names in the order in which they come first: 0, 1, 2, ... The texts are kept by their address.
+// Numbers names in the order in which they are first added: 0, 1, 2, ... The table keeps the addresses of the texts,
+// not copies.
 class NameTable {
 public:
     static constexpr std::uint32_t none = UINT32_MAX;
 
-    // The number of a name, none if it has not come.
+    // The number of a name; none if it was not added.
     std::uint32_t find(const char *name) const noexcept { return find(name, hash_of(name)); }
 
-    // The number of a name that comes now; none when memory is short.
+    // Adds a name unless it is there. Returns its number; none when memory is short.
     std::uint32_t add(const char *name) noexcept {
         std::uint32_t hash = hash_of(name);
         std::uint32_t number = find(name, hash);
@@ -28,37 +28,17 @@ public:
         return number;
     }
 
-    std::size_t size() const noexcept { return names_.size(); }
-
 private:
     struct Slot {
         std::uint32_t hash;
         std::uint32_t number;
     };
 
-    // Hashing is most of the work. It goes by four bytes; the last four may overlap those before them.
+    // FNV-1a.
     static std::uint32_t hash_of(const char *text) noexcept {
-        std::size_t length = std::strlen(text);
-        std::uint32_t hash = static_cast<std::uint32_t>(length);
-        if (length < 4) {
-            for (; *text; ++text) hash = mixed(hash, static_cast<unsigned char>(*text));
-            return hash;
-        }
-        const char *last = text + length - 4;
-        for (; text < last; text += 4) hash = mixed(hash, four_bytes(text));
-        return mixed(hash, four_bytes(last));
-    }
-
-    static std::uint32_t four_bytes(const char *text) noexcept {
-        std::uint32_t word;
-        std::memcpy(&word, text, sizeof word);
-        return word;
-    }
-
-    // A product's high bits depend on all bits, its low bits on low ones only; a slot is made of low bits.
-    static std::uint32_t mixed(std::uint32_t hash, std::uint32_t word) noexcept {
-        hash = (hash ^ word) * 0x9E3779B1u;
-        return hash ^ hash >> 15;
+        std::uint32_t hash = 2166136261u;
+        for (; *text; ++text) hash = (hash ^ static_cast<unsigned char>(*text)) * 16777619u;
+        return hash;
     }
 
     std::uint32_t find(const char *name, std::uint32_t hash) const noexcept {
