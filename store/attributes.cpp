@@ -11,21 +11,14 @@ xmlNode *element_of(kvio_node_t *entity, const char *who) {
     return entity;
 }
 
-// The element behind a container handle, for readers.
+// Returns the element of a container handle; null with code and line.
 xmlNode *readable(const kvio_iterator_t *iterator, const char *who) {
-    if (!iterator) return fail(nullptr, KVIO_BAD_ITERATOR, "%s() error: NULL iterator\n", who);
-    if (!iterator->node)
-        return fail(nullptr, KVIO_BAD_ITERATOR, "%s() error: bad iterator, no container assoiciated\n", who);
-    return iterator->node;
+    const char *unattached = "() error: bad iterator, no container assoiciated";
+    return store::container_of(iterator, store::Access::read, who, unattached);
 }
 
-// The same for writers.
 xmlNode *writable(const kvio_iterator_t *iterator, const char *who) {
-    if (!iterator) return fail(nullptr, KVIO_BAD_ITERATOR, "%s() error: NULL iterator\n", who);
-    if (iterator->readonly) return fail(nullptr, KVIO_READ_ONLY, "%s() error: read-only iterator\n", who);
-    if (!iterator->node)
-        return fail(nullptr, KVIO_BAD_ITERATOR, "%s() error: bad iterator, no container associated\n", who);
-    return iterator->node;
+    return store::container_of(iterator, store::Access::write, who);
 }
 
 int set(xmlNode *element, const char *name, const char *value) {

@@ -5,7 +5,7 @@ namespace {
 
 bool exists(const xmlNode *scope, const char *type, const char *name) {
     for (const xmlNode *child = scope->children; child; child = child->next)
-        if (xml::is_element(child, type) && xml::is_named(child, name)) return true;
+        if (store::is_entity(child, type, name)) return true;
     return false;
 }
 
@@ -88,7 +88,7 @@ int read_value(const xmlNode *entity, const char *field, const char *who, Use us
         use("", false);
         return succeed(1);
     }
-    xml::Text text = xml::Text::said_by(content);
+    xml::Text text = xml::Text::content_of(content);
     if (!text) return fail(0, KVIO_XML);
     use(text.get(), true);
     return succeed(1);

@@ -9,18 +9,13 @@
 
 namespace {
 
-bool writable(const kvio_iterator_t *iterator, const char *who) {
-    if (!iterator) return fail(false, KVIO_BAD_ITERATOR, "%s() error: NULL iterator\n", who);
-    if (iterator->readonly) return fail(false, KVIO_READ_ONLY, "%s() error: read-only iterator\n", who);
-    return true;
-}
-
-bool is_member(const xmlNode *node) { return xml::is_element(node, "entity") || xml::is_element(node, "container"); }
+using store::Access;
+using store::container_of;
 
 xmlNode *find_member(const xmlNode *container, const char *name) {
     if (!name) return nullptr;
     for (xmlNode *child = container->children; child; child = child->next)
-        if (is_member(child) && xml::Text::below(child).equals(name)) return child;
+        if (store::is_member(child) && same(xml::Text::below(child), name)) return child;
     return nullptr;
 }
 
@@ -87,7 +82,7 @@ const char *make_name(DefaultName &text, int number) {
 int count_entity_members(const xmlNode *container) {
     int count = 0;
     for (const xmlNode *child = container->children; child; child = child->next)
-        count += xml::is_element(child, "entity");
+        count += store::is_entity_member(child);
     return count;
 }
 
@@ -96,7 +91,7 @@ int count_entity_members(const xmlNode *container) {
 xmlNode *element_at(const xmlNode *container, int position, long &passed, const char *who) {
     passed = 0;
     for (xmlNode *child = xml::first_element(container->children); child; child = xml::first_element(child->next)) {
-        if (!xml::is_element(child, "entity")) say("%s() warning: check data integrity\n", who);
+        if (!store::is_entity_member(child)) say("%s() warning: check data integrity\n", who);
         if (++passed == position) return child;
     }
     return nullptr;
@@ -105,20 +100,19 @@ xmlNode *element_at(const xmlNode *container, int position, long &passed, const 
 }  // namespace
 
 int kvio_join(kvio_iterator_t *iterator, const char *name, int is_entity) {
-    if (!writable(iterator, __func__)) return 0;
-    if (!iterator->node)
-        return fail(0, KVIO_BAD_ITERATOR, "%s() error: bad iterator, no container assoiciated\n", __func__);
-    if (find_member(iterator->node, name))
-        return fail(0, KVIO_EXISTS, "%s error: %s is already existed\n", __func__, name);
+    xmlNode *container =
+        container_of(iterator, Access::write, __func__, "() error: bad iterator, no container assoiciated");
+    if (!container) return 0;
+    if (find_member(container, name)) return fail(0, KVIO_EXISTS, "%s error: %s is already existed\n", __func__, name);
     const char *kind = is_entity ? "entity" : "container";
-    return append_member(iterator->node, new_member(iterator->node, kind, name, __func__), __func__);
+    return append_member(container, new_member(container, kind, name, __func__), __func__);
 }
 
 int kvio_remove(kvio_iterator_t *iterator, const char *name) {
-    if (!writable(iterator, __func__)) return 0;
-    if (!iterator->node)
-        return fail(0, KVIO_BAD_ITERATOR, "%s() error: bad iterator, no container assoiciated\n", __func__);
-    xmlNode *member = find_member(iterator->node, name);
+    xmlNode *container =
+        container_of(iterator, Access::write, __func__, "() error: bad iterator, no container assoiciated");
+    if (!container) return 0;
+    xmlNode *member = find_member(container, name);
     if (!member) return fail(0, KVIO_NOT_FOUND, "%s() error: %s is not existed\n", __func__, shown(name));
     xmlUnlinkNode(member);
     xmlFreeNode(member);
@@ -126,12 +120,12 @@ int kvio_remove(kvio_iterator_t *iterator, const char *name) {
 }
 
 int kvio_change_container_element(kvio_iterator_t *iterator, const char *old_name, const char *new_name) {
-    if (!writable(iterator, __func__)) return 0;
-    if (!iterator->node)
-        return fail(0, KVIO_BAD_ITERATOR, "%s () error: bad iterator, no container assoicaited\n", __func__);
-    xmlNode *member = find_member(iterator->node, old_name);
+    xmlNode *container =
+        container_of(iterator, Access::write, __func__, " () error: bad iterator, no container assoicaited");
+    if (!container) return 0;
+    xmlNode *member = find_member(container, old_name);
     if (!member) return fail(0, KVIO_NOT_FOUND);
-    xml::Detached fresh = new_member(iterator->node, xml::str(member->name), new_name, __func__);
+    xml::Detached fresh = new_member(container, xml::str(member->name), new_name, __func__);
     if (!fresh) return 0;
     std::swap(member->children, fresh->children);
     std::swap(member->last, fresh->last);
@@ -140,40 +134,39 @@ int kvio_change_container_element(kvio_iterator_t *iterator, const char *old_nam
 }
 
 int kvio_append(kvio_iterator_t *iterator, const char *name) {
-    if (!writable(iterator, __func__)) return 0;
-    if (!iterator->node)
-        return fail(0, KVIO_BAD_ITERATOR, "%s () error: bad iterator, no container assoicaited\n", __func__);
+    xmlNode *container =
+        container_of(iterator, Access::write, __func__, " () error: bad iterator, no container assoicaited");
+    if (!container) return 0;
     DefaultName fallback;
-    if (empty(name)) name = make_name(fallback, count_entity_members(iterator->node) + 1);
-    xml::Detached member = new_element(iterator->node, "entity", __func__);
+    if (empty(name)) name = make_name(fallback, count_entity_members(container) + 1);
+    xml::Detached member = new_element(container, "entity", __func__);
     if (!member) return 0;
     // What escaping the name and reading it as character data comes to, at a third of the cost.
     auto text = xml::guarded<xml::Detached>([&] { return xmlNewDocText(member->doc, xml::str(name)); });
     if (!text) return fail(0, KVIO_XML, "%s error on xmlEncodeSpecialChars()\n", __func__);
     xmlAddChild(member.get(), text.release());
-    return append_member(iterator->node, std::move(member), __func__);
+    return append_member(container, std::move(member), __func__);
 }
 
 int kvio_insert(kvio_iterator_t *iterator, const char *name, int position) {
-    if (!writable(iterator, __func__)) return 0;
-    if (!iterator->node)
-        return fail(0, KVIO_BAD_ITERATOR, "%s() error: bad iterator, no container assoicaited\n", __func__);
+    xmlNode *container =
+        container_of(iterator, Access::write, __func__, "() error: bad iterator, no container assoicaited");
+    if (!container) return 0;
     long passed;
-    xmlNode *next = element_at(iterator->node, position, passed, __func__);
+    xmlNode *next = element_at(container, position, passed, __func__);
     if (!next && passed + 1 != position) return fail(0, KVIO_OUT_OF_RANGE, "%s() error: out of range\n", __func__);
     DefaultName fallback;
     if (empty(name)) name = make_name(fallback, position);
-    xml::Detached member = new_member(iterator->node, "entity", name, __func__);
+    xml::Detached member = new_member(container, "entity", name, __func__);
     if (next) return insert_before(next, std::move(member), __func__);
-    return append_member(iterator->node, std::move(member), __func__);
+    return append_member(container, std::move(member), __func__);
 }
 
 int kvio_delete(kvio_iterator_t *iterator, int position) {
-    if (!writable(iterator, __func__)) return 0;
-    if (!iterator->node)
-        return fail(0, KVIO_BAD_ITERATOR, "%s() error: bad iterator, no container associated\n", __func__);
+    xmlNode *container = container_of(iterator, Access::write, __func__);
+    if (!container) return 0;
     long passed;
-    xmlNode *member = element_at(iterator->node, position, passed, __func__);
+    xmlNode *member = element_at(container, position, passed, __func__);
     if (!member) return fail(0, KVIO_OUT_OF_RANGE, "%s() error: out of range\n", __func__);
     xmlUnlinkNode(member);
     xmlFreeNode(member);

@@ -36,8 +36,8 @@ bool Nesting::read_members(std::uint32_t number, Detail detail) noexcept {
 }
 
 bool Nesting::read_member(const xmlNode *child, Detail detail) noexcept {
-    bool is_entity = entity_member_.is_of(child);
-    if (!is_entity && !xml::is_element(child, "container")) return true;
+    bool is_entity = is_entity_member(child);
+    if (!is_entity && !is_container_member(child)) return true;
     if (is_entity && detail == containers) return members_.push({child, Member::entity, none});
     const char *name = texts_.keep(xml::Text::below(child));
     if (!name) return false;
@@ -67,10 +67,8 @@ bool Nesting::list_scope() noexcept {
     const xmlNode *scope = scope_or_null(top_->config, top_->scope);
     if (!scope) return true;
     for (const xmlNode *child = scope->children; child; child = child->next) {
-        if (!xml::is_element(child, top_->kind)) continue;
-        const xmlAttr *type = xml::attribute(child, "type");
         const xmlAttr *name = xml::name_of(child);
-        if (!type || !name || !xml::equals(type, top_->type)) continue;
+        if (!name || !is_container(child, top_->kind, top_->type)) continue;
         const char *text = texts_.keep(xml::Text::of(name));
         if (!text) return false;
         std::uint32_t number = container_names_.add(text);
@@ -176,9 +174,8 @@ bool Nesting::list_entities() noexcept {
     std::size_t open = 0;
     for (const Wanted &wanted : wanted_) open += wanted.times;
     if (!open) return true;
-    xml::Name type(top_->type);
     for (xmlNode *child = top_->node->parent->children; child; child = child->next) {
-        if (!type.is_of(child)) continue;
+        if (!xml::is_element(child, top_->type)) continue;
         const xmlAttr *name = xml::name_of(child);
         if (!name) continue;
         xml::Text text = xml::Text::of(name);

@@ -89,7 +89,6 @@ private:
     Frame enter(std::uint32_t container, long long value) const noexcept;
 
     const kvio_iterator_t *top_;
-    xml::Name entity_member_{"entity"};
     Texts texts_;
     Array<Container> read_;  // the top, then the others in the order in which they were met
     Array<Member> members_;

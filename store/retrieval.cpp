@@ -8,16 +8,10 @@ namespace {
 
 bool is_table(const kvio_iterator_t *iterator) { return iterator && same(iterator->kind, "table"); }
 
-// The container element behind a handle; null with code and line.
+// Returns the container element of a handle; null with code and line.
 const xmlNode *container_of(const kvio_iterator_t *iterator, const char *who) {
-    if (!iterator) return fail(nullptr, KVIO_BAD_ITERATOR, "%s() error: NULL iterator\n", who);
-    if (!iterator->node)
-        return fail(nullptr, KVIO_BAD_ITERATOR, "%s() error: bad iterator, no container associated\n", who);
-    return iterator->node;
+    return store::container_of(iterator, store::Access::read, who);
 }
-
-bool is_entity_member(const xmlNode *node) { return xml::is_element(node, "entity"); }
-bool is_container_member(const xmlNode *node) { return xml::is_element(node, "container"); }
 
 store::Entities new_array(std::size_t capacity) {
     if (capacity > INT_MAX) return nullptr;
@@ -66,15 +60,13 @@ template <class Use>
 int regain(const kvio_iterator_t *iterator, unsigned int position, const char *who, Use use) {
     const xmlNode *container = container_of(iterator, who);
     if (!container) return -1;
-    const xmlNode *member = member_at(container, position, [](const xmlNode *child) {
-        return is_entity_member(child) || is_container_member(child);
-    });
+    const xmlNode *member = member_at(container, position, store::is_member);
     if (!member) return fail(-1, KVIO_OUT_OF_RANGE, "%s() error: out of range\n", who);
     xml::Text name = xml::Text::below(member);
     if (!name) return fail(-1, KVIO_XML);
     if (!*name.get()) return fail(-1, KVIO_EMPTY_ITEM, "%s() fatal error: empty item\n", who);
     use(name.get());
-    return is_container_member(member);
+    return store::is_container_member(member);
 }
 
 }  // namespace
@@ -84,7 +76,7 @@ int kvio_size(kvio_iterator_t *iterator) {
     if (!container) return -1;
     int count = 0;
     for (const xmlNode *child = container->children; child; child = child->next) {
-        if (is_entity_member(child) || is_container_member(child))
+        if (store::is_member(child))
             ++count;
         else if (xml::is_element(child))
             say("%s() warning: check data integrity\n", __func__);
@@ -131,7 +123,7 @@ int kvio_regain_index2(kvio_iterator_t *iterator, unsigned int position, char *b
 kvio_node_t *kvio_retrieve_index(kvio_iterator_t *iterator, unsigned int position) {
     const xmlNode *container = container_of(iterator, __func__);
     if (!container) return nullptr;
-    const xmlNode *member = member_at(container, position, is_entity_member);
+    const xmlNode *member = member_at(container, position, store::is_entity_member);
     if (!member) return fail(nullptr, KVIO_OUT_OF_RANGE, "%s() error: out of range\n", __func__);
     xml::Text name = xml::Text::below(member);
     if (!name) return fail(nullptr, KVIO_XML);

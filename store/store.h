@@ -101,28 +101,50 @@ int save(xmlDoc *document, const char *path, mode_t mode, RedoFile redo, const c
 // The longest scope: with "/kavex/" in front it makes 255 bytes.
 inline constexpr std::size_t max_scope = 255 - (sizeof "/kavex/" - 1);
 
-// The element that "/kavex/" and the scope select. Null with the documented line and code unless there is exactly one.
+// Finds the one element that "/kavex/SCOPE" selects. Null with the documented line and code if it selects none or
+// several.
 xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *who) noexcept;
 
-// The same without code and line.
+// The same without a line and a code.
 xmlNode *scope_or_null(const kvio_config_t *config, const char *scope) noexcept;
 
-// How many nodes an expression selects, and the element when it is exactly one.
+// The number of nodes that a look-up selects, and the element if it is exactly one.
 struct Found {
     bool ok = false;  // false: the code is set and the line is printed
     std::size_t count = 0;
     xmlNode *only = nullptr;
 };
 
-// The entities that "/kavex/SCOPE/TYPE[@name=NAME]" selects, whatever bytes the name holds; a null name or type
-// selects none. Fails with code 7 for a null or over-long scope and with code 8 for what cannot be evaluated.
+// Finds what "/kavex/SCOPE/TYPE[@name=NAME]" selects, whatever bytes the name holds; a null name or type selects
+// nothing. A single node that is no element below the root is no entity. Fails with code 7 for a null or over-long scope
+// and with code 8 for an expression that cannot be evaluated.
 Found find_entities(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept;
 
-// The same without a name: all that "/kavex/SCOPE/TYPE" selects.
+// The same without a name: finds all nodes that "/kavex/SCOPE/TYPE" selects.
 Found find_all(xmlDoc *document, const char *scope, const char *type, const char *who) noexcept;
 
-// The container of this identity among the children of a scope element; null if there is none.
+// Whether a child of a scope is an entity of this type and, unless null, of this name.
+inline bool is_entity(const xmlNode *node, const char *type, const char *name) noexcept {
+    return xml::is_element(node, type) && (!name || xml::is_named(node, name));
+}
+
+// Whether a child of a scope is a container of this kind and type.
+bool is_container(const xmlNode *node, const char *kind, const char *type) noexcept;
+
+// Returns the first container of this identity in a scope; null if there is none.
 xmlNode *find_container(const xmlNode *scope, const char *kind, const char *type, const char *name) noexcept;
+
+// The members of a container.
+inline bool is_entity_member(const xmlNode *node) noexcept { return xml::is_element(node, "entity"); }
+inline bool is_container_member(const xmlNode *node) noexcept { return xml::is_element(node, "container"); }
+inline bool is_member(const xmlNode *node) noexcept { return is_entity_member(node) || is_container_member(node); }
+
+// Returns the container element of a handle. Null with line and code for a null handle, a read-only one that is to be
+// written, and one without an element: `unattached` is the line for this, behind the function's name, since its
+// spelling differs between functions.
+enum class Access { read, write };
+xmlNode *container_of(const kvio_iterator_t *iterator, Access access, const char *who,
+                      const char *unattached = "() error: bad iterator, no container associated") noexcept;
 
 }  // namespace store
 

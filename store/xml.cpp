@@ -1,15 +1,15 @@
-// Texts and attributes over libxml2; what it does behind one's back is said in xml.h.
+// Texts and attributes of nodes. Parsing is in parse.cpp, writing in save.cpp.
 #include "store/xml.h"
 
 namespace xml {
 
-// A node without content, such as a reference to an entity that was never declared, reads as "".
+// A node without content, such as a reference to an undeclared entity, has the text "".
 void Text::put_together(const xmlNode *node) noexcept {
     owned_ = guarded<String>([&] { return xmlNodeGetContent(node); });
     if (owned_ || out_of_memory()) text_ = str(owned_.get());
 }
 
-Text Text::said_by(const xmlNode *node) noexcept {
+Text Text::content_of(const xmlNode *node) noexcept {
     Text text;
     switch (node->type) {
         case XML_ELEMENT_NODE:
@@ -25,15 +25,16 @@ Text Text::said_by(const xmlNode *node) noexcept {
 
 namespace {
 
-bool is_called(const xmlAttr *at, const char *name) noexcept {
-    if (!at->ns || !at->ns->prefix) return equal(at->name, name);
+// Compares with "PREFIX:NAME", or with "NAME" for an attribute without a prefix.
+bool is_attribute(const xmlAttr *at, const char *name) noexcept {
+    if (!at->ns || !at->ns->prefix) return same(at->name, name);
     std::size_t prefix = std::strlen(str(at->ns->prefix));
     return std::strncmp(str(at->ns->prefix), name, prefix) == 0 && name[prefix] == ':' &&
-           equal(at->name, name + prefix + 1);
+           same(at->name, name + prefix + 1);
 }
 
 void replace_children(xmlAttr *at, Detached text) noexcept {
-    if (at->atype == XML_ATTRIBUTE_ID) xmlRemoveID(at->doc, at);  // the document looks IDs up by their text
+    if (at->atype == XML_ATTRIBUTE_ID) xmlRemoveID(at->doc, at);  // the document's table of IDs has the old text
     xmlFreeNodeList(at->children);
     text->parent = reinterpret_cast<xmlNode *>(at);
     at->children = at->last = text.release();
@@ -44,7 +45,7 @@ void replace_children(xmlAttr *at, Detached text) noexcept {
 xmlAttr *attribute(const xmlNode *node, const char *name) noexcept {
     if (!name) return nullptr;
     for (xmlAttr *at = node->properties; at; at = at->next)
-        if (is_called(at, name)) return at;
+        if (is_attribute(at, name)) return at;
     return nullptr;
 }
 
@@ -57,7 +58,7 @@ bool set_attribute(xmlNode *node, const char *name, const char *value) noexcept 
         return true;
     }
     auto fresh = guarded<Owned<xmlAttr, xmlFreeProp>>([&] { return xmlNewDocProp(node->doc, str(name), nullptr); });
-    if (!fresh || !fresh->name) return false;  // a name that found no place in the dictionary is not reported
+    if (!fresh || !fresh->name) return false;  // libxml2 does not report a name that it could not copy
     replace_children(fresh.get(), std::move(text));
     xmlAddChild(node, reinterpret_cast<xmlNode *>(fresh.release()));
     return true;

@@ -58,55 +58,37 @@ bool done(Change change) noexcept {
 
 inline bool is_element(const xmlNode *node) noexcept { return node->type == XML_ELEMENT_NODE; }
 
-// Names and short texts are compared in place; most differ in the first byte.
-inline bool equal(const xmlChar *text, const char *wanted) noexcept {
-    return text[0] == static_cast<unsigned char>(wanted[0]) && std::strcmp(str(text), wanted) == 0;
-}
+using ::same;
+
+inline bool same(const xmlChar *text, const char *wanted) noexcept { return same(str(text), wanted); }
 
 inline bool is_element(const xmlNode *node, const char *name) noexcept {
-    return is_element(node) && equal(node->name, name);
+    return is_element(node) && same(node->name, name);
 }
-
-// A name that many nodes are compared with. In a document as it was read equal names are one text: its address says
-// enough.
-class Name {
-public:
-    explicit Name(const char *name) noexcept : name_(name) {}
-    bool is(const xmlChar *text) noexcept {
-        if (text == latest_) return true;
-        if (!equal(text, name_)) return false;
-        latest_ = text;
-        return true;
-    }
-    bool is_of(const xmlNode *node) noexcept { return is_element(node) && is(node->name); }
-
-private:
-    const char *name_;
-    const xmlChar *latest_ = nullptr;
-};
 
 inline xmlNode *first_element(xmlNode *node) noexcept {
     while (node && !is_element(node)) node = node->next;
     return node;
 }
 
-// The text below a node or attribute: in place where it is one text node, as nearly always, else put together.
+// The text of a node or attribute: in place if it is a single text node, as nearly always, else a copy put together
+// from several nodes.
 class Text {
 public:
-    // The texts of a list of sibling nodes and of what is below them; `holder` is their parent.
+    // The text of all nodes below an element.
     static Text below(const xmlNode *holder) noexcept { return Text(holder, holder->children); }
     static Text of(const xmlAttr *attribute) noexcept {
         return Text(reinterpret_cast<const xmlNode *>(attribute), attribute->children);
     }
-    // What a single node says: the content that it carries itself, or what is below it.
-    static Text said_by(const xmlNode *node) noexcept;
+    // The text that a node of any type stands for: the content of a text node, the texts below an element.
+    static Text content_of(const xmlNode *node) noexcept;
 
-    // False when memory was short; the text then reads as "".
+    // False when memory was short; the text is "" then.
     explicit operator bool() const noexcept { return text_ != nullptr; }
     const char *get() const noexcept { return text_ ? text_ : ""; }
-    bool equals(const char *wanted) const noexcept { return text_ && same(text_, wanted); }
+    friend bool same(const Text &text, const char *wanted) noexcept { return text && same(text.text_, wanted); }
 
-    // A text that had to be put together; null for one in place, which lives as long as its node.
+    // Gives away a text that was put together; null for a text in place, which lives as long as its node.
     String take() noexcept { return std::move(owned_); }
 
 private:
@@ -125,27 +107,22 @@ private:
     String owned_;
 };
 
-// An attribute by its name as written, prefix included; null if there is none.
+// Returns the attribute of this name as it is written in the file, prefix included; null if there is none.
 xmlAttr *attribute(const xmlNode *node, const char *name) noexcept;
 
-// The attribute "name" of an entity or container.
+// Returns the attribute "name", without a prefix, of an entity or container; null if there is none.
 inline xmlAttr *name_of(const xmlNode *node) noexcept {
     for (xmlAttr *at = node->properties; at; at = at->next)
-        if (!at->ns && equal(at->name, "name")) return at;
+        if (!at->ns && same(at->name, "name")) return at;
     return nullptr;
 }
 
-// Whether an attribute has exactly this text.
-inline bool equals(const xmlAttr *attribute, const char *wanted) noexcept {
-    const xmlNode *first = attribute->children;
-    if (!first) return !*wanted;
-    if (!first->next && first->type == XML_TEXT_NODE && first->content) return equal(first->content, wanted);
-    return Text::of(attribute).equals(wanted);
-}
+inline bool same(const xmlAttr *attribute, const char *wanted) noexcept { return same(Text::of(attribute), wanted); }
 
-inline bool is_named(const xmlNode *node, const char *name) noexcept {
-    const xmlAttr *at = name_of(node);
-    return at && equals(at, name);
+// Whether the element's attribute "name" has this text.
+inline bool is_named(const xmlNode *element, const char *name) noexcept {
+    const xmlAttr *at = name_of(element);
+    return at && same(at, name);
 }
 
 // Sets an attribute to a text, taken as it is; an existing one is unchanged when memory is short.
