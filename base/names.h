@@ -1,77 +1,73 @@
-// A hash table from names to numbers.
+// A hash table from texts to small records.
 #ifndef KAVEX_BASE_NAMES_H
 #define KAVEX_BASE_NAMES_H
 
 #include <cstdint>
 
 #include "base/array.h"
-#include "base/text.h"
 
-// Numbers names in the order in which they are first added: 0, 1, 2, ... The table keeps the addresses of the texts,
-// not copies.
+// FNV-1a, but never 0.
+inline std::uint32_t hash_of(const char *text) noexcept {
+    std::uint32_t hash = 2166136261u;
+    for (; *text; ++text) hash = (hash ^ static_cast<unsigned char>(*text)) * 16777619u;
+    return hash ? hash : 1;
+}
+
+// The table keeps the hash of each text and a value, not the text: the caller compares the text that belongs to a value.
+template <class Value>
 class NameTable {
 public:
-    static constexpr std::uint32_t none = UINT32_MAX;
-
-    // The number of a name; none if it was not added.
-    std::uint32_t find(const char *name) const noexcept { return find(name, hash_of(name)); }
-
-    // Adds a name unless it is there. Returns its number; none when memory is short.
-    std::uint32_t add(const char *name) noexcept {
-        std::uint32_t hash = hash_of(name);
-        std::uint32_t number = find(name, hash);
-        if (number != none) return number;
-        if (2 * (names_.size() + 1) > slots_.size() && !grow()) return none;
-        number = static_cast<std::uint32_t>(names_.size());
-        if (!names_.push(name)) return none;
-        place({hash, number});
-        return number;
+    // Returns the first value added with this hash for which `is_it` is true; null if there is none.
+    template <class Is>
+    Value *find(std::uint32_t hash, Is is_it) noexcept {
+        if (slots_.empty()) return nullptr;
+        std::size_t at = hash & mask();
+        for (; slots_[at].hash; at = (at + 1) & mask())
+            if (slots_[at].hash == hash && is_it(slots_[at].value)) return &slots_[at].value;
+        return nullptr;
     }
+
+    // Adds a value; false when memory is short, with the table as it was.
+    bool add(std::uint32_t hash, Value value) noexcept {
+        if (4 * (size_ + 1) > 3 * slots_.size() && !grow()) return false;
+        place({hash, value});
+        ++size_;
+        return true;
+    }
+
+    bool empty() const noexcept { return size_ == 0; }
 
 private:
     struct Slot {
-        std::uint32_t hash;
-        std::uint32_t number;
+        std::uint32_t hash;  // 0 in a free slot
+        Value value;
     };
-
-    // FNV-1a.
-    static std::uint32_t hash_of(const char *text) noexcept {
-        std::uint32_t hash = 2166136261u;
-        for (; *text; ++text) hash = (hash ^ static_cast<unsigned char>(*text)) * 16777619u;
-        return hash;
-    }
-
-    std::uint32_t find(const char *name, std::uint32_t hash) const noexcept {
-        if (slots_.empty()) return none;
-        for (std::size_t at = hash & mask();; at = (at + 1) & mask()) {
-            Slot slot = slots_[at];
-            if (slot.number == none) return none;
-            if (slot.hash == hash && same(names_[slot.number], name)) return slot.number;
-        }
-    }
 
     std::size_t mask() const noexcept { return slots_.size() - 1; }
 
     void place(Slot slot) noexcept {
         std::size_t at = slot.hash & mask();
-        while (slots_[at].number != none) at = (at + 1) & mask();
+        while (slots_[at].hash) at = (at + 1) & mask();
         slots_[at] = slot;
     }
 
     bool grow() noexcept {
         Array<Slot> old = std::move(slots_);
-        std::size_t size = old.empty() ? 16 : 4 * old.size();
-        if (!slots_.fill(size, {0, none})) {
+        if (!slots_.fill(old.empty() ? 16 : 4 * old.size(), Slot{0, Value()})) {
             slots_ = std::move(old);
             return false;
         }
-        for (Slot slot : old)
-            if (slot.number != none) place(slot);
+        std::size_t start = 0;  // a free slot, so that values of one hash keep their order
+        while (start < old.size() && old[start].hash) ++start;
+        for (std::size_t i = 0; i < old.size(); ++i) {
+            Slot slot = old[(start + i) & (old.size() - 1)];
+            if (slot.hash) place(slot);
+        }
         return true;
     }
 
-    Array<const char *> names_;
-    Array<Slot> slots_;  // a power of two of them, at most half in use
+    Array<Slot> slots_;  // a power of two of them, at most three quarters in use
+    std::size_t size_ = 0;
 };
 
 #endif

@@ -1,233 +1,203 @@
+// The walk over nested containers, and what check_loop(), real_size() and collect() do on the way.
 #include "store/nesting.h"
 
 #include <algorithm>
 #include <climits>
 
 namespace store {
-namespace {
 
-constexpr std::uint32_t none = NameTable::none;
+constexpr long long too_many = static_cast<long long>(INT_MAX) + 1;
 
-}  // namespace
-
-const char *Nesting::Texts::keep(xml::Text text) noexcept {
-    if (!text) return nullptr;
-    const char *bytes = text.get();
-    if (xml::String owned = text.take()) {
-        if (!owned_.push(owned.get())) return nullptr;
-        owned.release();
-    }
-    return bytes;
-}
-
-bool Nesting::read(Detail detail) noexcept {
-    if (!read_.push({top_->node, 0, 0})) return false;
-    for (std::uint32_t number = 0; number < read_.size(); ++number)
-        if (!read_members(number, detail)) return false;
-    return true;
-}
-
-bool Nesting::read_members(std::uint32_t number, Detail detail) noexcept {
-    read_[number].begin = members_.size();
-    for (const xmlNode *child = read_[number].element->children; child; child = child->next)
-        if (!read_member(child, detail)) return false;
-    read_[number].end = members_.size();
-    return true;
-}
-
-bool Nesting::read_member(const xmlNode *child, Detail detail) noexcept {
-    bool is_entity = is_entity_member(child);
-    if (!is_entity && !is_container_member(child)) return true;
-    if (is_entity && detail == containers) return members_.push({child, Member::entity, none});
-    const char *name = texts_.keep(xml::Text::below(child));
-    if (!name) return false;
-    if (!*name) return members_.push({child, is_entity ? Member::entity : Member::nameless, none});
-
-    if (is_entity) {
-        std::uint32_t number = entity_names_.add(name);
-        if (number == none) return false;
-        if (number == wanted_.size() && !wanted_.push(Wanted())) return false;
-        ++wanted_[number].times;
-        return members_.push({child, Member::entity, number});
-    }
-    if (!listed_ && !list_scope()) return false;
-    std::uint32_t known = container_names_.find(name);
-    if (known == none) return members_.push({child, Member::missing, none});
-    if (numbers_[known] != none) {
-        shared_ = true;
-    } else {
-        numbers_[known] = static_cast<std::uint32_t>(read_.size());
-        if (!read_.push({elements_[known], 0, 0})) return false;
-    }
-    return members_.push({child, Member::container, numbers_[known]});
-}
-
-bool Nesting::list_scope() noexcept {
-    listed_ = true;
-    const xmlNode *scope = scope_or_null(top_->config, top_->scope);
-    if (!scope) return true;
-    for (const xmlNode *child = scope->children; child; child = child->next) {
-        const xmlAttr *name = xml::name_of(child);
-        if (!name || !is_container(child, top_->kind, top_->type)) continue;
-        const char *text = texts_.keep(xml::Text::of(name));
-        if (!text) return false;
-        std::uint32_t number = container_names_.add(text);
-        if (number == none) return false;
-        if (number < elements_.size()) continue;  // the first one of a name is the container
-        if (!elements_.push(child) || !numbers_.push(child == top_->node ? 0 : none)) return false;
-    }
-    return true;
-}
-
-// The same code and lines as for an open that fails.
-void Nesting::report_missing(const Member &member) const noexcept {
-    const char *who = "kvio_container_create_template";
-    if (!find_scope(top_->config, top_->scope, who)) return;
-    xml::Text name = xml::Text::below(member.element);
-    fail(0, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", who, top_->config->path,
-         top_->scope, top_->kind, name.get(), top_->type);
-}
-
-Nesting::Frame Nesting::enter(std::uint32_t container, long long value) const noexcept {
-    return {container, read_[container].begin, value};
-}
-
-int Nesting::check_loop() const noexcept {
-    Array<bool> passed;
-    Array<Frame> way;
-    if (!passed.fill(read_.size(), false) || !way.push(enter(0, 0))) return fail(-1, KVIO_NO_MEMORY);
-    passed[0] = true;
-    while (!way.empty()) {
-        Frame &frame = way.top();
-        if (frame.next == read_[frame.container].end) {
-            way.pop();
-            continue;
-        }
-        const Member &member = members_[frame.next++];
-        if (member.kind == Member::entity) continue;
-        if (member.kind == Member::container) {
-            if (passed[member.number]) return 1;
-            passed[member.number] = true;
-            if (!way.push(enter(member.number, 0))) return fail(-1, KVIO_NO_MEMORY);
-            continue;
-        }
-        // A member that leads nowhere ends its container's walk, and the result only where that is the top.
-        if (member.kind == Member::missing) report_missing(member);
-        way.pop();
-        if (way.empty()) return -1;
-    }
-    return 0;
-}
-
-int Nesting::real_size() const noexcept {
-    struct Known {
-        enum State { unseen, under_way, counted } state;
-        int code;         // what counting it leaves in kvio_errno
-        long long count;  // -1 if it cannot be counted
-    };
-    constexpr long long too_many = static_cast<long long>(INT_MAX) + 1;
-
-    Array<Known> known;
-    Array<Frame> way;
-    if (!known.fill(read_.size(), {Known::unseen, KVIO_OK, 0}) || !way.push(enter(0, 0)))
-        return fail(-1, KVIO_NO_MEMORY);
-    known[0].state = Known::under_way;
-    for (;;) {
-        Frame &frame = way.top();
-        bool failed = false;
-        if (frame.next < read_[frame.container].end) {
-            const Member &member = members_[frame.next++];
-            if (member.kind == Member::entity) {
-                ++frame.value;
-                continue;
-            }
-            if (member.kind == Member::container) {
-                Known &nested = known[member.number];
-                if (nested.state == Known::under_way) return fail(-1, KVIO_LOOP);
-                if (nested.state == Known::counted) {
-                    kvio_errno = nested.code;
-                    if (nested.count > 0) frame.value = std::min(frame.value + nested.count, too_many);
-                    continue;
-                }
-                kvio_errno = KVIO_OK;  // as opening it does
-                nested.state = Known::under_way;
-                if (!way.push(enter(member.number, 0))) return fail(-1, KVIO_NO_MEMORY);
-                continue;
-            }
-            if (member.kind == Member::missing) report_missing(member);
-            if (member.kind == Member::nameless && way.size() == 1) kvio_errno = KVIO_EMPTY_ITEM;
-            failed = true;
-        }
-        long long count = failed ? -1 : frame.value;
-        known[frame.container] = {Known::counted, kvio_errno, count};
-        way.pop();
-        if (way.empty()) {
-            if (count > INT_MAX) return fail(-1, KVIO_NO_MEMORY);
-            return static_cast<int>(count);
-        }
-        if (count > 0) way.top().value = std::min(way.top().value + count, too_many);
-    }
-}
-
-// Chains the entities of each wanted name, in document order. Stops early when there are as many as can be asked for.
-bool Nesting::list_entities() noexcept {
-    std::size_t open = 0;
-    for (const Wanted &wanted : wanted_) open += wanted.times;
-    if (!open) return true;
-    for (xmlNode *child = top_->node->parent->children; child; child = child->next) {
-        if (!xml::is_element(child, top_->type)) continue;
-        const xmlAttr *name = xml::name_of(child);
+// Lists the containers that members can name, unless there are no container members. The first one of a name counts.
+bool Nesting::list_containers() noexcept {
+    if (!containers_.empty()) return true;
+    if (!containers_.push(top_->node)) return false;
+    const xmlNode *member = top_->node->children;
+    while (member && !is_container_member(member)) member = member->next;
+    const xmlNode *scope = member ? scope_or_null(top_->config, top_->scope) : nullptr;
+    for (const xmlNode *child = scope ? scope->children : nullptr; child; child = child->next) {
+        const xmlAttr *name = is_container(child, top_->kind, top_->type) ? xml::name_of(child) : nullptr;
         if (!name) continue;
         xml::Text text = xml::Text::of(name);
         if (!text) return false;
-        std::uint32_t number = entity_names_.find(text.get());
-        if (number == none) continue;
-        Wanted &wanted = wanted_[number];
-        if (!shared_ && wanted.times == 0) continue;
-        --wanted.times;
-        std::uint32_t entity = static_cast<std::uint32_t>(entities_.size());
-        if (!entities_.push({child, none})) return false;
-        (wanted.last == none ? wanted.first : entities_[wanted.last].next) = entity;
-        wanted.last = entity;
-        if (!shared_ && --open == 0) return true;
+        std::uint32_t hash = hash_of(text.get());
+        auto is_named = [&](std::uint32_t number) { return xml::is_named(containers_[number], text.get()); };
+        if (container_names_.find(hash, is_named)) continue;
+        bool is_top = child == top_->node;
+        if (!container_names_.add(hash, is_top ? 0 : static_cast<std::uint32_t>(containers_.size()))) return false;
+        if (!is_top && !containers_.push(child)) return false;
     }
     return true;
 }
 
-// A container that is reached again asks for the same names again, and each time gets the next entities of these names.
-// A visit that found nothing new is the last one: whatever the container leads to is used up.
-bool Nesting::collect(Array<xmlNode *> &entities) noexcept {
-    enum State : char { ready, under_way, used_up };
-    Array<State> states;
-    Array<Frame> way;
-    if (!list_entities() || !states.fill(read_.size(), ready) || !way.push(enter(0, 0)))
-        return fail(false, KVIO_NO_MEMORY);
-    states[0] = under_way;
-    while (!way.empty()) {
-        Frame &frame = way.top();
-        if (frame.next == read_[frame.container].end) {
-            bool found_nothing = static_cast<std::size_t>(frame.value) == entities.size();
-            states[frame.container] = found_nothing ? used_up : ready;
-            way.pop();
+// Returns the container that a member names; missing, nameless, or no_memory.
+std::uint32_t Nesting::named_by(const xmlNode *member) noexcept {
+    xml::Text name = xml::Text::below(member);
+    if (!name) return no_memory;
+    if (!*name.get()) return nameless;
+    auto is_named = [&](std::uint32_t number) { return xml::is_named(containers_[number], name.get()); };
+    const std::uint32_t *number = container_names_.find(hash_of(name.get()), is_named);
+    return number ? *number : missing;
+}
+
+// Sets the code and prints the line of an open that fails.
+void Nesting::report_missing(const xmlNode *member) const noexcept {
+    const char *who = "kvio_container_create_template";
+    if (!find_scope(top_->config, top_->scope, who)) return;
+    fail(0, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", who, top_->config->path,
+         top_->scope, top_->kind, xml::Text::below(member).get(), top_->type);
+}
+
+template <class Take, class Meet, class Leave>
+bool Nesting::walk(Take take, Meet meet, Leave leave) noexcept {
+    struct Frame {
+        std::uint32_t container;
+        const xmlNode *member;  // the next one
+    };
+    Array<Frame> stack;
+    if (!stack.push({0, top_->node->children})) return fail(false, KVIO_NO_MEMORY);
+    while (!stack.empty()) {
+        const auto [container, member] = stack.top();
+        if (!member) {
+            stack.pop();
+            leave(container, stack.empty() ? none : stack.top().container);
             continue;
         }
-        const Member &member = members_[frame.next++];
-        if (member.kind == Member::missing) report_missing(member);
-        if (member.kind == Member::missing || member.number == none) return fail(false, KVIO_UNRESOLVED);
-        if (member.kind == Member::entity) {
-            std::uint32_t &first = wanted_[member.number].first;
-            if (first == none) continue;
-            if (!entities.push(entities_[first].element)) return fail(false, KVIO_NO_MEMORY);
-            first = entities_[first].next;
-            continue;
+        stack.top().member = member->next;
+        std::uint32_t nested = none;
+        Next next = Next::go_on;
+        if (is_entity_member(member)) {
+            next = take(container, member);
+        } else if (is_container_member(member)) {
+            nested = named_by(member);
+            next = nested == no_memory ? fail(Next::stop, KVIO_NO_MEMORY) : meet(container, member, nested);
         }
-        if (states[member.number] == under_way) return fail(false, KVIO_LOOP);
-        if (states[member.number] == used_up) continue;
-        states[member.number] = under_way;
-        if (!way.push(enter(member.number, static_cast<long long>(entities.size()))))
+        if (next == Next::stop) return false;
+        if (next == Next::leave) stack.top().member = nullptr;
+        if (next == Next::enter && !stack.push({nested, containers_[nested]->children}))
             return fail(false, KVIO_NO_MEMORY);
     }
     return true;
+}
+
+int Nesting::check_loop() noexcept {
+    Array<bool> passed;
+    if (!list_containers() || !passed.fill(containers_.size(), false)) return fail(-1, KVIO_NO_MEMORY);
+    passed[0] = true;
+    int result = 0;
+    auto take = [](std::uint32_t, const xmlNode *) { return Next::go_on; };
+    auto meet = [&](std::uint32_t container, const xmlNode *member, std::uint32_t nested) {
+        if (nested == missing) report_missing(member);
+        if (nested == missing || nested == nameless) {
+            if (container == 0) result = -1;
+            return Next::leave;
+        }
+        if (passed[nested]) result = 1;
+        return std::exchange(passed[nested], true) ? Next::stop : Next::enter;
+    };
+    bool done = walk(take, meet, [](std::uint32_t, std::uint32_t) {});
+    return done || result == 1 ? result : -1;
+}
+
+int Nesting::real_size() noexcept {
+    struct Size {
+        enum { unseen, under_way, counted } state;
+        int code;         // left in kvio_errno by counting it
+        long long count;  // -1 if it cannot be counted
+        void add(long long more) noexcept { count = std::min(count + std::max(more, 0LL), too_many); }
+    };
+    Array<Size> sizes;
+    if (!list_containers() || !sizes.fill(containers_.size(), {Size::unseen, KVIO_OK, 0}))
+        return fail(-1, KVIO_NO_MEMORY);
+    sizes[0].state = Size::under_way;
+    auto take = [&](std::uint32_t container, const xmlNode *) {
+        sizes[container].add(1);
+        return Next::go_on;
+    };
+    auto meet = [&](std::uint32_t container, const xmlNode *member, std::uint32_t nested) {
+        if (nested == missing) report_missing(member);
+        if (nested == nameless && container == 0) kvio_errno = KVIO_EMPTY_ITEM;
+        if (nested == missing || nested == nameless) {
+            sizes[container].count = -1;
+            return Next::leave;
+        }
+        Size &size = sizes[nested];
+        if (size.state == Size::under_way) return fail(Next::stop, KVIO_LOOP);
+        kvio_errno = size.code;
+        if (size.state == Size::counted) {
+            shared_ = true;
+            sizes[container].add(size.count);
+            return Next::go_on;
+        }
+        size.state = Size::under_way;
+        return Next::enter;
+    };
+    auto leave = [&](std::uint32_t container, std::uint32_t around) {
+        sizes[container].state = Size::counted;
+        sizes[container].code = kvio_errno;
+        if (around != none) sizes[around].add(sizes[container].count);
+    };
+    if (!walk(take, meet, leave)) return -1;
+    if (sizes[0].count > INT_MAX) return fail(-1, KVIO_NO_MEMORY);
+    return static_cast<int>(sizes[0].count);
+}
+
+// Returns the first entity of this name that no member has taken; null if there is none. Goes on in the scope where the
+// search before ended: members in the order of their entities, as appending leaves them, need no table. False when
+// memory is short.
+bool Nesting::take_entity(const char *name, xmlNode *&entity) noexcept {
+    auto is_named = [&](const Passed &passed) {
+        if (!passed.element) return false;
+        return passed.name ? same(passed.name, name) : xml::is_named(passed.element, name);
+    };
+    Passed *passed = passed_.empty() ? nullptr : passed_.find(hash_of(name), is_named);
+    entity = passed ? std::exchange(passed->element, nullptr) : nullptr;
+    while (!entity && next_) {
+        xmlNode *child = std::exchange(next_, next_->next);
+        const xmlAttr *at = is_entity(child, top_->type, nullptr) ? xml::name_of(child) : nullptr;
+        if (!at) continue;
+        xml::Text text = xml::Text::of(at);
+        if (!text) return false;
+        if (same(text, name))
+            entity = child;
+        else if (!passed_.add(hash_of(text.get()), {child, text.in_place()}))
+            return false;
+    }
+    return true;
+}
+
+// A container that is reached again can take further entities of the same names. When a visit adds none, later visits
+// cannot either, and the container is skipped from then on.
+bool Nesting::collect(Array<xmlNode *> &entities) noexcept {
+    struct State {
+        enum { ready, under_way, used_up } is;
+        std::size_t before;  // entities when it was entered
+    };
+    Array<State> states;
+    if (!list_containers() || !states.fill(containers_.size(), {State::ready, 0})) return fail(false, KVIO_NO_MEMORY);
+    states[0].is = State::under_way;
+    next_ = top_->node->parent->children;
+    auto take = [&](std::uint32_t, const xmlNode *member) {
+        xml::Text name = xml::Text::below(member);
+        if (name && !*name.get()) return fail(Next::stop, KVIO_UNRESOLVED);
+        xmlNode *entity = nullptr;
+        if (!name || !take_entity(name.get(), entity)) return fail(Next::stop, KVIO_NO_MEMORY);
+        if (entity && !entities.push(entity)) return fail(Next::stop, KVIO_NO_MEMORY);
+        return Next::go_on;
+    };
+    auto meet = [&](std::uint32_t, const xmlNode *member, std::uint32_t nested) {
+        if (nested == missing) report_missing(member);
+        if (nested == missing || nested == nameless) return fail(Next::stop, KVIO_UNRESOLVED);
+        if (states[nested].is == State::under_way) return fail(Next::stop, KVIO_LOOP);
+        if (states[nested].is == State::used_up) return Next::go_on;
+        states[nested] = {State::under_way, entities.size()};
+        return Next::enter;
+    };
+    auto leave = [&](std::uint32_t container, std::uint32_t) {
+        State &state = states[container];
+        state.is = state.before == entities.size() ? State::used_up : State::ready;
+    };
+    return walk(take, meet, leave);
 }
 
 }  // namespace store

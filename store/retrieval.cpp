@@ -37,7 +37,6 @@ kvio_entities_t *retrieve(kvio_iterator_t *iterator, bool check_loop) {
     const char *reader = is_table(iterator) ? "kvio_size" : check_loop ? "do_kvio_check_loop" : "kvio_real_size";
     if (!container_of(iterator, reader)) return fail(nullptr, check_loop ? KVIO_LOOP : KVIO_UNRESOLVED);
     store::Nesting nesting(iterator);
-    if (!nesting.read(store::Nesting::entity_names)) return fail(nullptr, KVIO_NO_MEMORY);
     kvio_errno = KVIO_OK;
     if (check_loop && nesting.check_loop() != 0)
         return fail(nullptr, kvio_errno == KVIO_NO_MEMORY ? KVIO_NO_MEMORY : KVIO_LOOP);
@@ -87,16 +86,12 @@ int kvio_size(kvio_iterator_t *iterator) {
 int kvio_real_size(kvio_iterator_t *iterator) {
     if (is_table(iterator)) return kvio_size(iterator);
     if (!container_of(iterator, __func__)) return -1;
-    store::Nesting nesting(iterator);
-    if (!nesting.read(store::Nesting::containers)) return fail(-1, KVIO_NO_MEMORY);
-    return nesting.real_size();
+    return store::Nesting(iterator).real_size();
 }
 
 int kvio_check_loop(kvio_iterator_t *iterator) {
     if (!container_of(iterator, "do_kvio_check_loop")) return succeed(-1);
-    store::Nesting nesting(iterator);
-    if (!nesting.read(store::Nesting::containers)) return succeed(-1);
-    return succeed(nesting.check_loop());
+    return succeed(store::Nesting(iterator).check_loop());
 }
 
 kvio_entities_t *kvio_retrieve_all(kvio_iterator_t *iterator) { return retrieve(iterator, !is_table(iterator)); }

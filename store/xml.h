@@ -88,8 +88,8 @@ public:
     const char *get() const noexcept { return text_ ? text_ : ""; }
     friend bool same(const Text &text, const char *wanted) noexcept { return text && same(text.text_, wanted); }
 
-    // Gives away a text that was put together; null for a text in place, which lives as long as its node.
-    String take() noexcept { return std::move(owned_); }
+    // The text if it is in place, where it stays as long as its node; else null.
+    const char *in_place() const noexcept { return owned_ ? nullptr : text_; }
 
 private:
     Text() = default;
