@@ -1,138 +1,88 @@
-// Groups read out as a whole: which properties belong to a group, and the export.
-#include <search.h>
-
+// Exports groups with their entries and properties, and tells which properties belong to a group.
 #include <algorithm>
 #include <string_view>
-#include <utility>
 
+#include "base/array.h"
 #include "objects/objects.h"
 
 using namespace objects;
 
 namespace {
 
-// Visits the groups nested in a group, depth first in member order.
-//
-// Stored documents may nest deeply, reach one group along many paths, or lead back to a group under way, so the way
-// down is a chain of visits on the heap, and a group that was searched to its end is not searched again:
-//
-// 1. Open the group entered last and count its members; a group for which that fails is left again and may be tried
-//    anew when another group leads to it.
-// 2. Take the next member of the innermost open group; entries are passed over. At the end, or at a member that cannot
-//    be read, the group is searched: close it and go on with the group around it.
-// 3. A nested group that is new is to be entered next. Its name is the visit.
-// 4. One that is under way is not entered. One that was searched is not either: the visit is then the one with which
-//    searching it again would end.
-class Nesting {
+// Bounds of a search through nested groups. join_group() makes no loops and no second paths to a group; a stored
+// document can have both.
+constexpr int deepest_level = 1000;      // a level costs less than a kilobyte of stack
+constexpr int most_expansions = 10'000;  // groups opened by one search
+
+// A group on the way down.
+struct Level {
+    const char *name;
+    const Level *outer;
+    int depth;
+};
+
+bool is_under_way(const char *name, const Level *level) {
+    for (; level; level = level->outer)
+        if (same(level->name, name)) return true;
+    return false;
+}
+
+// Calls visit(name) for each group nested in a group, depth first in member order, until one returns true. A member that
+// cannot be read ends the group that has it.
+template <class Visit>
+bool search_nested(const group_desc_t *group, const Level &level, int &expansions, Visit visit) {
+    if (level.depth > deepest_level || ++expansions > most_expansions) return false;
+    Group opened = open_group(group, level.name);
+    int count = opened ? kvio_size(opened.get()) : 0;
+    if (count < 0) kvlog(GROUP_OP, "%s: cannot get size of group\n", shown(group->label));
+    for (int position = 1; position <= count; ++position) {
+        char name[name_size];
+        Member member = read_member(opened.get(), position, name);
+        if (member == Member::unreadable) return false;
+        if (member == Member::entry) continue;
+        if (visit(name)) return true;
+        Level nested = {name, &level, level.depth + 1};
+        if (!is_under_way(name, &level) && search_nested(group, nested, expansions, visit)) return true;
+    }
+    return false;
+}
+
+// The names of a group and of those nested in it, which are read when a name is not the group's own.
+class GroupNames {
 public:
-    explicit Nesting(const group_desc_t *group) : group_(group), entered_(visit(group->name)) {}
-    Nesting(const Nesting &) = delete;
-    Nesting &operator=(const Nesting &) = delete;
-    ~Nesting() { tdestroy(visits_, release); }
+    explicit GroupNames(const group_desc_t *group) : group_(group) { copy_if_fits(own_, sizeof own_, group->name); }
 
-    // The name of the group visited next, valid as long as this object; null at the end, or when memory is short.
-    const char *next() {
-        enter();
-        while (innermost_) {
-            char name[name_size];
-            Member member = innermost_->position < innermost_->count
-                                ? read_member(innermost_->opened, ++innermost_->position, name)
-                                : Member::unreadable;
-            if (member == Member::unreadable) leave();
-            if (member == Member::group) return arrive(name);
-        }
-        return nullptr;
+    bool contain(std::string_view name) {
+        if (name == own_) return true;
+        if (!read_) read();
+        return std::any_of(nested_.begin(), nested_.end(), [&](const Name &nested) { return name == nested.text; });
     }
 
-    // Goes on until a group of that name is visited; false when there is none, or memory is short. The group itself
-    // counts as visited.
-    bool reaches(std::string_view name) {
-        while (!visited(name))
-            if (!next()) return false;
-        return true;
-    }
-
-    bool out_of_memory() const noexcept { return out_of_memory_; }
+    bool out_of_memory() const { return out_of_memory_; }
 
 private:
-    struct Visit {
-        char name[name_size];
-        kvio_iterator_t *opened;  // while under way
-        int position, count;      // of its members
-        Visit *around;            // the group through which it was entered
-        const Visit *latest;      // the last visit of the search through it
-        bool searched;
+    struct Name {
+        char text[name_size];
     };
 
-    static int compare(const void *a, const void *b) {
-        return std::strcmp(static_cast<const Visit *>(a)->name, static_cast<const Visit *>(b)->name);
-    }
-
-    static void release(void *visit) {
-        kvio_close_group(static_cast<Visit *>(visit)->opened);
-        std::free(visit);
-    }
-
-    bool visited(std::string_view name) const {
-        Visit key = {};
-        if (name.size() >= sizeof key.name) return false;
-        *std::copy(name.begin(), name.end(), key.name) = '\0';
-        return tfind(&key, &visits_, compare) != nullptr;
-    }
-
-    // Finds or makes the visit of a group; null when memory is short.
-    Visit *visit(const char *name) {
-        auto made = zeroed<Block<Visit>>();
-        if (!made) return nullptr;
-        copy_if_fits(made->name, sizeof made->name, name);
-        made->latest = made.get();
-        void **known = static_cast<void **>(tsearch(made.get(), &visits_, compare));
-        if (!known) return nullptr;
-        return *known == made.get() ? made.release() : static_cast<Visit *>(*known);
-    }
-
-    void enter() {
-        Visit *entered = std::exchange(entered_, nullptr);
-        if (!entered) return;
-        Group opened = open_group(group_, entered->name);
-        if (!opened) return;
-        entered->count = kvio_size(opened.get());
-        if (entered->count < 0) {
-            kvlog(GROUP_OP, "%s: cannot get size of group\n", shown(group_->label));
-            return;
-        }
-        entered->opened = opened.release();
-        entered->around = innermost_;
-        innermost_ = entered;
-    }
-
-    void leave() {
-        Visit *left = innermost_;
-        kvio_close_group(std::exchange(left->opened, nullptr));
-        left->searched = true;
-        innermost_ = left->around;
-        if (innermost_) innermost_->latest = left->latest;
-    }
-
-    const char *arrive(const char *name) {
-        Visit *visited = visit(name);
-        if (!visited) {
-            out_of_memory_ = true;
-            return nullptr;
-        }
-        if (!visited->searched && !visited->opened) entered_ = visited;
-        innermost_->latest = visited->searched ? visited->latest : visited;
-        return innermost_->latest->name;
+    void read() {
+        read_ = true;
+        int expansions = 0;
+        search_nested(group_, {own_, nullptr, 1}, expansions, [&](const char *name) {
+            Name nested;
+            copy_if_fits(nested.text, sizeof nested.text, name);
+            out_of_memory_ = !nested_.push(nested);
+            return out_of_memory_;
+        });
     }
 
     const group_desc_t *group_;
-    void *visits_ = nullptr;
-    Visit *innermost_ = nullptr;
-    Visit *entered_;
-    bool out_of_memory_ = !entered_;
+    char own_[name_size];
+    bool read_ = false, out_of_memory_ = false;
+    Array<Name> nested_;
 };
 
-// What stands in front of "_ENTRY" in the name of a property entity, its group's name; empty if it is not so named.
+// Returns GROUP of the property name "GROUP_ENTRY"; empty if the name does not end in "_ENTRY".
 std::string_view group_of(std::string_view property, std::string_view entry) {
     if (property.size() <= entry.size()) return {};
     std::string_view group = property;
@@ -143,7 +93,7 @@ std::string_view group_of(std::string_view property, std::string_view entry) {
     return property == entry ? group : std::string_view();
 }
 
-// Points a record's name at a buffer of its own, and back in the end.
+// Points a record's name at a buffer of its own while it lives.
 class BorrowedName {
 public:
     explicit BorrowedName(group_desc_t *group) : group_(group), name_(group->name) { group->name = buffer_; }
@@ -172,8 +122,8 @@ bool export_entry(const group_desc_t *group, kvio_node_t *entity, int index, voi
            group->export_entry(index, handle, name, buffer.get()) == 0;
 }
 
-// Hands out those of an entry's properties that belong to a group of the nesting.
-bool export_properties(group_desc_t *group, Nesting &nesting, kvio_node_t *member, int index, void *handle) {
+// Exports those properties of an entry that belong to one of the groups.
+bool export_properties(group_desc_t *group, GroupNames &groups, kvio_node_t *member, int index, void *handle) {
     char entry[name_size];
     if (!read_name(member, entry)) return false;
     Group opened = PropertyGroup(group, entry).open();
@@ -185,10 +135,9 @@ bool export_properties(group_desc_t *group, Nesting &nesting, kvio_node_t *membe
         char property[property_size];
         if (!kvio_name2(properties->items[i], property, sizeof property)) return false;
         std::string_view owner = group_of(property, entry);
-        if (!nesting.reaches(owner)) {
-            if (nesting.out_of_memory()) return false;
-            continue;
-        }
+        bool is_exported = groups.contain(owner);
+        if (groups.out_of_memory()) return false;
+        if (!is_exported) continue;
         name.set(owner);
         Buffer buffer = property_buffer(group);
         if (!buffer || group->get_property(properties->items[i], buffer.get()) != 0 ||
@@ -206,12 +155,13 @@ int valid_property(const char *property, group_desc_t *group, const char *entry)
     if (!property || !group || !good_name(group->name) || !good_name(entry)) return 0;
     std::string_view owner = group_of(property, entry);
     if (owner == group->name) return 1;
-    Nesting nesting(group);
-    while (const char *name = nesting.next()) {
+    char own[name_size];  // the visits overwrite the record's
+    copy_if_fits(own, sizeof own, group->name);
+    int expansions = 0;
+    return search_nested(group, {own, nullptr, 1}, expansions, [=](const char *name) {
         copy_if_fits(group->name, name_size, name);
-        if (owner == name) return 1;
-    }
-    return 0;
+        return owner == name;
+    });
 }
 
 void *export_group(group_desc_t *group) {
@@ -222,11 +172,11 @@ void *export_group(group_desc_t *group) {
     if (!members) return nullptr;
     Buffer handle(group->export_begin(members->count), group->export_discard);
     if (!handle) return nullptr;
-    Nesting nesting(group);
+    GroupNames groups(group);
     for (int i = 0; i < members->count; ++i) {
         kvio_node_t *member = members->items[i];
         if (group->export_entry && !export_entry(group, member, i, handle.get())) return nullptr;
-        if (group->export_property && !export_properties(group, nesting, member, i, handle.get())) return nullptr;
+        if (group->export_property && !export_properties(group, groups, member, i, handle.get())) return nullptr;
     }
     members.reset();
     if (!opened.close()) kvlog(GROUP_OP, "cannot close group\n");

@@ -1,6 +1,4 @@
 // Groups read out as a whole: which properties belong to a group, and the export.
-#include <pthread.h>
-
 #include <cstring>
 #include <ostream>
 #include <random>
@@ -25,6 +23,8 @@ std::string stored(const std::string &name, const std::vector<std::string> &memb
             member[0] == '+' ? "<container>" + member.substr(1) + "</container>" : "<entity>" + member + "</entity>";
     return members.empty() ? text : text + "</group>";
 }
+
+std::string entity(const std::string &name) { return "<t name=\"" + name + "\"><v>" + name + "</v></t>"; }
 
 class Export : public Objects {
 protected:
@@ -84,7 +84,7 @@ long plain_search(const std::map<std::string, std::vector<std::string>> &groups,
     return 0;
 }
 
-TEST_F(Export, SearchingEachGroupOnceFindsAndLeavesTheSame) {
+TEST_F(Export, TheSearchFindsAndLeavesWhatIsDescribed) {
     std::minstd_rand random(1);
     for (int round = 0; round < 60; ++round) {
         std::map<std::string, std::vector<std::string>> groups;
@@ -107,61 +107,40 @@ TEST_F(Export, SearchingEachGroupOnceFindsAndLeavesTheSame) {
     }
 }
 
-// A plain search would pass the last level 2^30 times.
-TEST_F(Export, ManyPathsAreWalkedOnce) {
+// Each level has two paths to the next one: a search that followed them all would open a group 2^30 times.
+TEST_F(Export, ASearchOpensNoMoreThan10000Groups) {
     std::string scope;
     for (int level = 0; level < 30; ++level) {
-        std::string left = std::to_string(level + 1) + "l", right = std::to_string(level + 1) + "r";
-        scope += stored(std::to_string(level) + "l", {"+" + left, "+" + right});
-        scope += stored(std::to_string(level) + "r", {"+" + left, "+" + right});
+        const std::string next = std::to_string(level + 1);
+        scope += stored(std::to_string(level), {"+" + next, "+" + next});
     }
-    // The search of a level ends with the last group of the lowest one.
-    load(scope + stored("30l", {}) + stored("30r", {"+bottom"}) + "<t name=\"a\"/>");
-    EXPECT_EQ(search("none_a", "0l", "a"), (Found{0, "bottom"}));
-    EXPECT_EQ(search("none_a", "29r", "a"), (Found{0, "bottom"}));
-    EXPECT_EQ(search("30r_a", "0l", "a"), (Found{1, "30r"}));
-    group_desc_t g = group("0l");
-    EXPECT_EQ(exported(&g).result, 0);
+    load(scope + stored("30", {}) + "<t name=\"a\"/>");
+    EXPECT_EQ(search("none_a", "0", "a").result, 0);
+    EXPECT_EQ(uses().at("kvio_open_group"), 10000u);
+    EXPECT_EQ(search("30_a", "0", "a"), (Found{1, "30"}));
 }
 
-// The nesting is deeper than this stack could follow.
-TEST_F(Export, DeepNestingNeedsNoStack) {
-    constexpr int depth = 3000;
-    std::string scope = "<t name=\"a\" reference=\"1\"><v>1</v></t>", last = "g" + std::to_string(depth);
-    for (int level = 0; level < depth; ++level)
-        scope += stored("g" + std::to_string(level), {"+g" + std::to_string(level + 1)});
-    scope += stored(last, {"a"});
-    scope += "<p name=\"" + last + "_a\"><v>7</v></p><group name=\"a_property\" type=\"p\"><entity>" + last +
-             "_a</entity></group>";
-    load(scope);
-    struct Work {
-        std::string property;
-        group_desc_t searched, top, bottom;
-        int found, exported, joined;
-    } work = {last + "_a", group("g0"), group("g0"), group(last.c_str()), -1, -1, -1};
-    pthread_attr_t small;
-    pthread_attr_init(&small);
-    ASSERT_EQ(pthread_attr_setstacksize(&small, 128 * 1024), 0);
-    pthread_t thread;
-    auto body = [](void *argument) -> void * {
-        Work *w = static_cast<Work *>(argument);
-        w->found = valid_property(w->property.c_str(), &w->searched, "a");
-        w->exported = export_group(&w->top) ? 1 : 0;
-        w->joined = join_group(&w->bottom, &w->top);
-        return nullptr;
-    };
-    ASSERT_EQ(pthread_create(&thread, &small, body, &work), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&small);
-    EXPECT_EQ(work.found, 1);
-    EXPECT_EQ(work.searched.name, last);
-    EXPECT_EQ(work.exported, 1);
-    EXPECT_EQ(work.joined, 1);
+TEST_F(Export, ASearchGoesDown1000Levels) {
+    constexpr int depth = 1001;
+    auto name = [](int level) { return "g" + std::to_string(level); };
+    std::string scope = entity("a") + stored(name(depth), {"a"}), properties;
+    for (int level = 0; level < depth; ++level) scope += stored(name(level), {"+" + name(level + 1)});
+    for (int level : {depth - 1, depth}) {
+        scope += "<p name=\"" + name(level) + "_a\"/>";
+        properties += "<entity>" + name(level) + "_a</entity>";
+    }
+    load(scope + "<group name=\"a_property\" type=\"p\">" + properties + "</group>");
+    EXPECT_EQ(search("g1000_a", "g0", "a"), (Found{1, "g1000"}));
+    EXPECT_EQ(search("g1001_a", "g0", "a"), (Found{0, "g1000"}));
+    EXPECT_EQ(search("g1001_a", "g1", "a"), (Found{1, "g1001"}));
+    group_desc_t g = group("g0");
+    Seen seen = exported(&g);
+    EXPECT_EQ(seen.result, 1);
+    EXPECT_NE(seen.calls.find("export_property(0,0,"), std::string::npos) << seen.calls;
+    EXPECT_EQ(seen.calls.find("export_property(0,1,"), std::string::npos) << seen.calls;
 }
 
 // ------------------------------------------------------------------------------------------------------------- export
-
-std::string entity(const std::string &name) { return "<t name=\"" + name + "\"><v>" + name + "</v></t>"; }
 
 // The record in use, for callbacks that look at it.
 group_desc_t *looked_at;

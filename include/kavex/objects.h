@@ -319,8 +319,8 @@ int change_entry(const group_desc_t *group, const char *name, void *entry_data, 
  * search is depth first in member order and ends at the first match; a member that cannot be read ends it for the
  * group whose member it is.
  *
- * A group that is reached along several paths is searched once for all of them. A nesting that leads back to a group
- * under way counts as not found. Nesting may be as deep as memory allows.
+ * A group that leads back to itself is not entered again. A search goes down 1,000 levels at most and opens 10,000 groups
+ * at most; what lies beyond counts as not found. join_group() keeps a nesting from having loops and second paths.
  *
  * @param group  Its `name` points to a writable buffer of at least 64 bytes, and is left holding the name of the last
  *               nested group visited. The basic fields are not checked.

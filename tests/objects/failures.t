@@ -602,12 +602,14 @@ $ every export_group g
   get_property 1: 0 .. get_property(g_a) | free_property export_discard(handle)
   get_property 2: 0 .. get_property(h_b) | free_property export_discard(handle)
   get_property 3: 0 .. get_property(g_b) | free_property export_discard(handle)
-  kvio_close_group 1, kvio_close_group 2: 0 .. free_property | export_discard(handle)
+  kvio_close_group 1, kvio_close_group 4: 0 .. free_property | export_discard(handle)
     log cannot close property group
-  kvio_close_group 3: 1 all
+  kvio_close_group 2, kvio_close_group 3, kvio_open_group 5, kvio_regain_index2 3, kvio_regain_index2 4: 1 all
+  kvio_close_group 5: 1 all
     log cannot close group
-  kvio_close_group 4, kvio_close_group 5: 1 all
   kvio_open_group 1, kvio_retrieve_all 1: 0 |
   kvio_open_group 4, kvio_regain_index2 1, kvio_regain_index2 2: 1 .. alloc_property | get_property(g_b) export_property(1,1,handle,8) free_property
   kvio_size 1: 1 .. alloc_property | get_property(g_b) export_property(1,1,handle,8) free_property
+    log Group: cannot get size of group
+  kvio_size 2: 1 all
     log Group: cannot get size of group
