@@ -55,6 +55,7 @@ struct Selection {
     enum Status { done, no_context, failed } status = done;
     std::size_t count = 0;
     xmlNode *only = nullptr;  // the node, if exactly one is selected and it is an element below the root
+    bool is_root = false;     // exactly one is selected and it is the root
 };
 
 // Whether a node is an element below the root. Namespace nodes are not; they are freed with the result that has them.
@@ -103,12 +104,13 @@ Selection evaluate(xmlDoc *document, const char *scope, const char *type, const 
     if (!nodes) return {};
     Selection all{Selection::done, static_cast<std::size_t>(nodes->nodeNr)};
     if (all.count == 1 && is_below_root(nodes->nodeTab[0])) all.only = nodes->nodeTab[0];
+    all.is_root = all.count == 1 && nodes->nodeTab[0] == xmlDocGetRootElement(document);
     return all;
 }
 
 bool is_usable(const char *scope) noexcept { return scope && strnlen(scope, max_scope + 1) <= max_scope; }
 
-// The same for a scope and a type that are plain.
+// Finds what the expression of a plain scope and a plain type selects.
 Found walk(const xmlDoc *document, const char *scope, const char *type, const char *name) noexcept {
     Found found{true};
     for_each_scope(document, scope, [&](const xmlNode *parent) {
@@ -122,7 +124,8 @@ Found walk(const xmlDoc *document, const char *scope, const char *type, const ch
 }
 
 Found find(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept {
-    if (!is_usable(scope))
+    // Below the root there are scopes, not entities.
+    if (!is_usable(scope) || (!is_plain(scope) && evaluate(document, scope, nullptr, nullptr).is_root))
         return fail(Found{}, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n", who);
     if (!type) return {true};
     if (is_plain(scope) && is_plain(type) && !std::strchr(type, '/')) return walk(document, scope, type, name);

@@ -117,7 +117,7 @@ struct Found {
 
 // Finds what "/kavex/SCOPE/TYPE[@name=NAME]" selects, whatever bytes the name holds; a null name or type selects
 // nothing. A single node that is no element below the root is no entity. Fails with code 7 for a null or over-long scope
-// and with code 8 for an expression that cannot be evaluated.
+// and one that selects the root, and with code 8 for an expression that cannot be evaluated.
 Found find_entities(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept;
 
 // The same without a name: finds all nodes that "/kavex/SCOPE/TYPE" selects.

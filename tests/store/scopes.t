@@ -58,6 +58,26 @@ $ kvio_undefine c "{ *244}*[1]" t o
     - 1 <{e*248}><t name="o"/></{e*248}>
     + 1 <{e*248}/>
 
+# The root is no scope to any function, however it is written.
+> <kavex><t name="e"/><list name="l" type="t"/><s/></kavex>
+$ kvio_retrieve_entity c {.,./.,s/..,self::*,../kavex} t e
+    ., ./., s/.., self::*, ../kavex: null 7
+    err kvio_retrieve_entity fatal error: scope not existed or multiple instances
+$ kvio_undefine c {.,s/..} t e
+    ., s/..: 0 7
+    err kvio_undefine fatal error: scope not existed or multiple instances
+$ kvio_entity_count c {.,s/..} {t,NULL}
+    . t, . NULL, s/.. t, s/.. NULL: 0 7
+    err kvio_entity_count fatal error: scope not existed or multiple instances
+$ kvio_list_entities c {.,s/..} t
+    ., s/..: null 7
+    err kvio_list_entities fatal error: scope not existed or multiple instances
+$ kvio_open_list c {.,s/..} t l
+    ., s/..: null 7
+    err kvio_container_create_template fatal error: scope not existed or multiple instances
+$ kvio_entity_count c {..,@a} t
+    .., @a: 0 0
+
 # An entity is what the expression of its scope, type and name selects.
 > <kavex><s><t name="e"/><u name="d"/><t/><u name="d"/><n:t xmlns:n="urn:n" name="n"/></s><p><t name="x"/></p>
 > <p><t name="x"/></p></kavex>
