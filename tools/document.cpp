@@ -233,7 +233,7 @@ std::optional<Tree> Document::alone(const std::string &scope, const std::string 
 void Document::check_scope(const std::string &scope) {
     if (scope.empty()) throw Failure{misused, "the scope is empty"};
     int many = kvio_entity_count(get(), scope.c_str(), "self::*");
-    if (many == 0 && kvio_entity_count(get(), ".", "self::*") == 0)
+    if (many == 0 && kvio_entity_count(get(), "..", "kavex") == 0)
         throw Failure{inconsistent, path_ + ": no configuration, there is no root element kavex"};
     if (many == 0 || kvio_entity_count(get(), scope.c_str(), "self::*[not(../..)]") > 0)
         throw Failure{not_found, "no scope " + scope};
