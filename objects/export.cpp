@@ -32,14 +32,14 @@ bool is_under_way(const char *name, const Level *level) {
 template <class Visit>
 bool search_nested(const group_desc_t *group, const Level &level, int &expansions, Visit visit) {
     if (level.depth > deepest_level || ++expansions > most_expansions) return false;
-    Group opened = open_group(group, level.name);
+    GroupHandle opened = open_group(group, level.name);
     int count = opened ? kvio_size(opened.get()) : 0;
     if (count < 0) kvlog(GROUP_OP, "%s: cannot get size of group\n", shown(group->label));
     for (int position = 1; position <= count; ++position) {
         char name[name_size];
-        Member member = read_member(opened.get(), position, name);
-        if (member == Member::unreadable) return false;
-        if (member == Member::entry) continue;
+        MemberKind member = read_member(opened.get(), position, name);
+        if (member == MemberKind::unreadable) return false;
+        if (member == MemberKind::entry) continue;
         if (visit(name)) return true;
         Level nested = {name, &level, level.depth + 1};
         if (!is_under_way(name, &level) && search_nested(group, nested, expansions, visit)) return true;
@@ -126,7 +126,7 @@ bool export_entry(const group_desc_t *group, kvio_node_t *entity, int index, voi
 bool export_properties(group_desc_t *group, GroupNames &groups, kvio_node_t *member, int index, void *handle) {
     char entry[name_size];
     if (!read_name(member, entry)) return false;
-    Group opened = PropertyGroup(group, entry).open();
+    GroupHandle opened = PropertyGroup(group, entry).open();
     if (!opened) return false;
     Entities properties(kvio_retrieve_all(opened.get()));
     if (!properties) return false;
@@ -166,7 +166,7 @@ int valid_property(const char *property, group_desc_t *group, const char *entry)
 
 void *export_group(group_desc_t *group) {
     if (!complete(group) || !can_export(group) || !good_name(group->name)) return nullptr;
-    Group opened = open_group(group);
+    GroupHandle opened = open_group(group);
     if (!opened) return nullptr;
     Entities members(kvio_retrieve_all(opened.get()));
     if (!members) return nullptr;

@@ -1,4 +1,4 @@
-// Groups: listed, created, used, emptied and disposed of.
+// Groups: listed, created, counted, emptied and disposed of. Joining is in joins.cpp, exporting in export.cpp.
 #include "objects/objects.h"
 
 using namespace objects;
@@ -20,7 +20,7 @@ bool can_tell_removed(const group_desc_t *group) {
     return (!group->entry_removed || reads_entries(group)) && (!group->property_removed || reads_properties(group));
 }
 
-// Prints an entry and its properties. False ends the listing; `failed` is set by failures that do not.
+// Prints an entry and its properties. Returns false to end the listing; sets `failed` where the listing goes on.
 bool list_entry(const group_desc_t *group, const char *name, bool *failed) {
     kvio_node_t *entity = find_entry(group, name);
     if (!entity) return false;
@@ -47,21 +47,21 @@ int list_members(const group_desc_t *group, kvio_iterator_t *opened) {
     bool failed = false;
     for (int position = 1; position <= count; ++position) {
         char name[name_size];
-        Member member = read_member(opened, position, name);
-        if (member == Member::unreadable) failed = true;
-        if (member == Member::group && group->print_group && group->print_group(name) != 0) failed = true;
-        if (member == Member::entry && !list_entry(group, name, &failed)) return 1;
+        MemberKind member = read_member(opened, position, name);
+        if (member == MemberKind::unreadable) failed = true;
+        if (member == MemberKind::group && group->print_group && group->print_group(name) != 0) failed = true;
+        if (member == MemberKind::entry && !list_entry(group, name, &failed)) return 1;
     }
     return failed ? 1 : 0;
 }
 
-// Adds to a group's count, or leaves it as it is when it would leave the range of an int.
+// Adds to a group's count. A count that would leave the range of an int is not changed.
 int change_references(kvio_iterator_t *group, int count, int difference) {
     if (__builtin_add_overflow(count, difference, &count)) return GROUP_REFERENCE;
     return set_references(group, count) ? 0 : GROUP_REFERENCE;
 }
 
-// An entry that has left a group: deleted if it was in no other one.
+// Lowers the count of an entry that has left a group, or deletes the entry if it was in no other one.
 int release_entry(const group_desc_t *group, kvio_node_t *entity, const char *name) {
     int count = 0;
     if (!get_references(entity, &count)) return GROUP_REFERENCE;
@@ -73,7 +73,7 @@ void log_cannot_remove(const group_desc_t *group, const char *name) {
     kvlog(GROUP_OP, "%s: cannot remove entry %s\n", group->label, name);
 }
 
-// Deletes the properties of an entry in the group, and its property group when that is empty then.
+// Deletes the properties of an entry in the group, and its property group once that is empty.
 int remove_properties(const group_desc_t *group, const char *name) {
     Property property(group, name);
     int result = 0;
@@ -86,7 +86,7 @@ int remove_properties(const group_desc_t *group, const char *name) {
     }
     if (!property.undefine()) return 1;
     PropertyGroup properties(group, name);
-    Group opened = properties.open();
+    GroupHandle opened = properties.open();
     if (!opened) return 1;
     if (!kvio_remove(opened.get(), property.name())) {
         log_cannot_remove(group, name);
@@ -103,10 +103,10 @@ int remove_members(const group_desc_t *group, kvio_iterator_t *opened, int count
     int result = 0;
     for (int i = 0; i < count; ++i) {
         char name[name_size];
-        Member member = read_member(opened, 1, name);
-        if (member == Member::unreadable) result = 1;
-        if (member == Member::entry) remove_entry(group, name);
-        if (member == Member::group) remove_group(group, name);
+        MemberKind member = read_member(opened, 1, name);
+        if (member == MemberKind::unreadable) result = 1;
+        if (member == MemberKind::entry) remove_entry(group, name);
+        if (member == MemberKind::group) remove_group(group, name);
     }
     return result;
 }
@@ -116,7 +116,7 @@ int remove_members(const group_desc_t *group, kvio_iterator_t *opened, int count
 int list_group(const group_desc_t *group) {
     if (!complete(group) || !can_list(group)) return 0;
     if (!good_name(group->name)) return 1;
-    Group opened = open_group(group);
+    GroupHandle opened = open_group(group);
     if (!opened) return 1;
     int result = list_members(group, opened.get());
     opened.close();
@@ -127,13 +127,13 @@ int list_group(const group_desc_t *group) {
 int create_group(const group_desc_t *parent, const group_desc_t *group) {
     if (!complete(parent) || !complete(group)) return 0;
     if (!good_name(parent->name) || !good_name(group->name)) return 1;
-    Group outer = open_group(parent);
+    GroupHandle outer = open_group(parent);
     if (!outer) return 1;
     if (parent->max_groups != 0 && kvio_size(outer.get()) == parent->max_groups) {
         kvlog(GROUP_OP, "cannot create, too many groups (>%d)\n", parent->max_groups);
         return 0;
     }
-    Group created(kvio_create_group(group->config, group->scope, group->type, group->name));
+    GroupHandle created(kvio_create_group(group->config, group->scope, group->type, group->name));
     if (!created) return 1;
     if (!set_references(created.get(), 0)) return GROUP_REFERENCE;
     return kvio_join(outer.get(), group->name, 0) ? 0 : 1;
@@ -142,7 +142,7 @@ int create_group(const group_desc_t *parent, const group_desc_t *group) {
 int use_group(const group_desc_t *group) {
     if (!complete(group)) return 0;
     if (!good_name(group->name)) return 1;
-    Group opened = open_group(group);
+    GroupHandle opened = open_group(group);
     if (!opened) return 1;
     int count = 0;
     if (!get_references(opened.get(), &count)) return GROUP_REFERENCE;
@@ -152,7 +152,7 @@ int use_group(const group_desc_t *group) {
 int unuse_group(const group_desc_t *group) {
     if (!complete(group)) return 0;
     if (!good_name(group->name)) return 1;
-    Group opened = open_group(group);
+    GroupHandle opened = open_group(group);
     if (!opened) return 1;
     int count = 0;
     if (!get_references(opened.get(), &count)) return GROUP_REFERENCE;
@@ -163,7 +163,7 @@ int unuse_group(const group_desc_t *group) {
 int remove_entry(const group_desc_t *group, const char *name) {
     if (!complete(group) || !can_tell_removed(group)) return 0;
     if (!good_name(group->name) || !good_name(name)) return 1;
-    Group opened = open_group(group);
+    GroupHandle opened = open_group(group);
     if (!opened) return 1;
     kvio_node_t *entity = find_entry(group, name);
     if (!entity) {
@@ -188,9 +188,9 @@ int remove_entry(const group_desc_t *group, const char *name) {
 int remove_group(const group_desc_t *group, const char *name) {
     if (!complete(group)) return 0;
     if (!good_name(group->name) || !good_name(name)) return 1;
-    Group outer = open_group(group);
+    GroupHandle outer = open_group(group);
     if (!outer) return 1;
-    Group nested = open_group(group, name);
+    GroupHandle nested = open_group(group, name);
     if (!nested) return 1;
     int count = 0;
     if (!get_references(nested.get(), &count)) return GROUP_REFERENCE;
@@ -201,9 +201,9 @@ int remove_group(const group_desc_t *group, const char *name) {
 int dispose_group(const group_desc_t *parent, const group_desc_t *group) {
     if (!complete(parent) || !complete(group)) return 0;
     if (!good_name(parent->name) || !good_name(group->name)) return 1;
-    Group outer = open_group(parent);
+    GroupHandle outer = open_group(parent);
     if (!outer) return 1;
-    Group opened = open_group(group);
+    GroupHandle opened = open_group(group);
     if (!opened) return 1;
     int references = 0;
     if (!get_references(opened.get(), &references) || references > 0) return GROUP_REFERENCE;

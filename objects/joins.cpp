@@ -10,16 +10,16 @@ bool log_cannot_specify(const group_desc_t *group, const char *name) {
     return false;
 }
 
-// The same for change_entry(), which also tells the terminal which step failed: a text that ends in a blank, or "".
+// The same for change_entry(), which also prints the step that failed: a text that ends in a blank, or "".
 bool cannot_change(const group_desc_t *group, const char *name, const char *step) {
     std::fprintf(stderr, "%% %s%s: cannot specify properties for entry %s\n", step, group->label, name);
     return log_cannot_specify(group, name);
 }
 
-// Makes the properties of a new membership. What was made before a failure stays.
+// Creates the property group if need be and the property entity of a new member. A failure leaves what was created.
 bool add_properties(const group_desc_t *group, const char *name, void *data) {
     PropertyGroup properties(group, name);
-    Group opened = properties.open();
+    GroupHandle opened = properties.open();
     if (!opened) opened = properties.create();
     if (!opened) return log_cannot_specify(group, name);
     Property property(group, name);
@@ -48,14 +48,14 @@ bool change_property(const group_desc_t *group, const char *name, void *data) {
 }
 
 bool change_properties(const group_desc_t *group, const char *name, void *data) {
-    Group properties = PropertyGroup(group, name).open();
+    GroupHandle properties = PropertyGroup(group, name).open();
     if (!properties) return cannot_change(group, name, "kvio_open_group ");
     bool changed = change_property(group, name, data);
     if (!properties.close()) return cannot_change(group, name, "");
     return changed;
 }
 
-// Finds the entry with its count, or creates it with the count 0.
+// Finds the entry and its count, or creates it with the count 0. Returns the result of the operation on failure, else 0.
 int find_or_create(const group_desc_t *group, const char *name, kvio_node_t **entity, int *count) {
     *count = 0;
     *entity = find_entry(group, name);
@@ -85,7 +85,7 @@ bool can_change(const group_desc_t *group, const void *entry_data, const void *p
 int join_entry(const group_desc_t *group, const char *name, void *entry_data, void *property_data) {
     if (!can_join(group, entry_data, property_data)) return 0;
     if (!good_name(group->name) || !good_name(name)) return 1;
-    Group opened = open_group(group);
+    GroupHandle opened = open_group(group);
     if (!opened) return 1;
     kvio_node_t *entity;
     int count;
@@ -108,9 +108,9 @@ int join_entry(const group_desc_t *group, const char *name, void *entry_data, vo
 int join_group(const group_desc_t *group, const group_desc_t *nested) {
     if (!complete(group) || !complete(nested)) return 0;
     if (!good_name(group->name) || !good_name(nested->name)) return 1;
-    Group outer = open_group(group);
+    GroupHandle outer = open_group(group);
     if (!outer) return 1;
-    Group inner = open_group(nested);
+    GroupHandle inner = open_group(nested);
     if (!inner) return 1;
     if (!kvio_join(outer.get(), nested->name, 0)) return 1;
     if (kvio_check_loop(outer.get()) == 1) {
@@ -130,7 +130,7 @@ int join_group(const group_desc_t *group, const group_desc_t *nested) {
 int change_entry(const group_desc_t *group, const char *name, void *entry_data, void *property_data) {
     if (!can_change(group, entry_data, property_data)) return 0;
     if (!good_name(group->name) || !good_name(name)) return 1;
-    Group opened = open_group(group);
+    GroupHandle opened = open_group(group);
     if (!opened) return 1;
     kvio_node_t *entity = find_entry(group, name);
     if (!entity) return 1;

@@ -1,22 +1,14 @@
-// Lists: one container of entities, with a capacity.
+// Lists: listed, appended to, changed, read and deleted from.
 #include "objects/objects.h"
 
 using namespace objects;
 
 namespace {
 
-List open_list(const list_desc_t *list) {
-    List opened(list ? kvio_open_list(list->config, list->scope, list->type, list->name) : nullptr);
+ListHandle open_list(const list_desc_t *list) {
+    ListHandle opened(list ? kvio_open_list(list->config, list->scope, list->type, list->name) : nullptr);
     if (!opened) kvlog(LIST_OP, "System integrity error!\n");
     return opened;
-}
-
-kvio_node_t *find_entity(const list_desc_t *list, const char *name) {
-    return kvio_retrieve_entity(list->config, list->scope, list->type, name);
-}
-
-bool undefine_entity(const list_desc_t *list, const char *name) {
-    return kvio_undefine(list->config, list->scope, list->type, name) != 0;
 }
 
 bool prints_entries(const list_desc_t *list) { return reads_entries(list) && list->print_entry; }
@@ -27,7 +19,7 @@ Entities retrieve_members(const list_desc_t *list, kvio_iterator_t *opened) {
     return members;
 }
 
-// Fills the buffer and prints it. Messages call the entry by the given name.
+// Fills the buffer and prints it. `called` is the entry's name in messages.
 bool print_entity(const list_desc_t *list, kvio_node_t *entity, int position, void *buffer, const char *called) {
     if (list->get_entry(entity, buffer) != 0) {
         kvlog(LIST_OP, "can't get entry: %s!\n", called);
@@ -47,7 +39,7 @@ bool print_one(const list_desc_t *list, const char *name) {
         kvlog(LIST_OP, "can't alloc entry: %s!\n", name);
         return false;
     }
-    kvio_node_t *entity = find_entity(list, name);
+    kvio_node_t *entity = find_entry(list, name);
     if (!entity) {
         kvlog(LIST_OP, "can't retrieve entry: %s!\n", name);
         return false;
@@ -55,7 +47,7 @@ bool print_one(const list_desc_t *list, const char *name) {
     return print_entity(list, entity, 1, buffer.get(), name);
 }
 
-// Other programs keep "refcount"; here it is only shown.
+// Prints a name and the count in the attribute "refcount", which other programs keep.
 bool print_name(const list_desc_t *list, kvio_node_t *entity, int index) {
     char name[name_size];
     if (!kvio_name2(entity, name, sizeof name)) {
@@ -96,10 +88,10 @@ bool print_all(const list_desc_t *list, kvio_iterator_t *opened) {
     return true;
 }
 
-// What both listings do around the printing.
+// Opens the list and prints between the callbacks `begin` and `end`.
 template <class Print>
 int listing(const list_desc_t *list, Print print) {
-    List opened = open_list(list);
+    ListHandle opened = open_list(list);
     if (!opened) return -1;
     if (list->begin) list->begin();
     int result = print(opened.get()) ? 0 : -1;
@@ -108,23 +100,19 @@ int listing(const list_desc_t *list, Print print) {
     return result;
 }
 
-bool set_entity(const list_desc_t *list, kvio_node_t *entity, void *data, const char *name) {
+// Finds the entity and writes the caller's data into it.
+bool set_entity(const list_desc_t *list, void *data, const char *name) {
+    kvio_node_t *entity = find_entry(list, name);
+    if (!entity) {
+        kvlog(LIST_OP, "Can't retrieve entry: %s!\n", shown(name));
+        return false;
+    }
     if (list->set_entry(entity, data) >= 0) return true;
     kvlog(LIST_OP, "Can't set entry: %s!\n", name);
     return false;
 }
 
-// Finds the new entity and fills it.
-bool fill_new(const list_desc_t *list, void *data, const char *name) {
-    kvio_node_t *entity = find_entity(list, name);
-    if (!entity) {
-        kvlog(LIST_OP, "Can't retrieve entry: %s!\n", name);
-        return false;
-    }
-    return set_entity(list, entity, data, name);
-}
-
-// An empty name is refused here: as a member it would become a number.
+// Creates the entity. An empty name is refused: kvio_append() would replace it by a number.
 bool define(const list_desc_t *list, const char *name) {
     if (!empty(name) && kvio_define(list->config, list->scope, list->type, name)) return true;
     kvlog(LIST_OP, "Can't define entry: %s!\n", shown(name));
@@ -143,7 +131,7 @@ int list_list2(const list_desc_t *list) {
 }
 
 int append_list(const list_desc_t *list, void *data, const char *name) {
-    List opened = open_list(list);
+    ListHandle opened = open_list(list);
     if (!opened) return -1;
     int count = kvio_size(opened.get());
     if (count < 0) return -1;
@@ -154,33 +142,28 @@ int append_list(const list_desc_t *list, void *data, const char *name) {
     if (!list->set_entry || !define(list, name)) return -1;
     if (!kvio_append(opened.get(), name)) {
         kvlog(LIST_OP, "Can't append entry: %s!\n", name);
-        undefine_entity(list, name);
+        undefine_entry(list, name);
         return -1;
     }
-    if (!fill_new(list, data, name)) {
+    if (!set_entity(list, data, name)) {
         kvio_remove(opened.get(), name);
-        undefine_entity(list, name);
+        undefine_entry(list, name);
         return -1;
     }
     return 0;
 }
 
 int change_list(const list_desc_t *list, void *data, const char *name) {
-    List opened = open_list(list);
+    ListHandle opened = open_list(list);
     if (!opened || !list->set_entry) return -1;
-    kvio_node_t *entity = find_entity(list, name);
-    if (!entity) {
-        kvlog(LIST_OP, "Can't retrieve entry: %s!\n", shown(name));
-        return -1;
-    }
-    return set_entity(list, entity, data, name) ? 0 : -1;
+    return set_entity(list, data, name) ? 0 : -1;
 }
 
 int delete_list(const list_desc_t *list, const char *name) {
     if (!complete(list)) return 0;
-    List opened = open_list(list);
+    ListHandle opened = open_list(list);
     if (!opened) return -1;
-    if (!undefine_entity(list, name)) {
+    if (!undefine_entry(list, name)) {
         kvlog(LIST_OP, "Can't undefine %s\n", shown(name));
         return -1;
     }
@@ -192,9 +175,9 @@ int delete_list(const list_desc_t *list, const char *name) {
 }
 
 int get_list(const list_desc_t *list, const char *name, void *entry) {
-    List opened = open_list(list);
+    ListHandle opened = open_list(list);
     if (!opened || !list->get_entry) return -1;
-    kvio_node_t *entity = find_entity(list, name);
+    kvio_node_t *entity = find_entry(list, name);
     if (!entity) {
         kvlog(LIST_OP, "can't retrieve entry: %s!\n", shown(name));
         return -1;

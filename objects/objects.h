@@ -1,5 +1,5 @@
-// What the list and group operations share: handles and buffers that give themselves back, and the checks, names and
-// reads that recur.
+// What the list and group operations share: owned handles and buffers, checks of records, names of properties, members
+// and reference counts. Uses the exported functions of the store only.
 #ifndef KAVEX_OBJECTS_OBJECTS_H
 #define KAVEX_OBJECTS_OBJECTS_H
 
@@ -15,8 +15,8 @@
 #include "base/owned.h"
 #include "base/text.h"
 
-// Programs of the appliance compile these records in: every field has a slot as wide as a pointer, with no padding
-// where a pointer has 32 bits.
+// Checks the layout of a record: every field has a slot as wide as a pointer. Programs of the appliance were compiled
+// with these layouts.
 template <class... Offset>
 constexpr bool in_slots_of_pointers(Offset... offset) {
     std::size_t slot = 0;
@@ -46,17 +46,17 @@ static_assert(sizeof(void *) != 4 || (sizeof(list_desc_t) == 60 && sizeof(group_
 
 namespace objects {
 
-using List = Owned<kvio_iterator_t, kvio_close_list>;
+using ListHandle = Owned<kvio_iterator_t, kvio_close_list>;
 using Entities = Owned<kvio_entities_t, kvio_free_entities>;
 
-// A handle on a group. close() is for those to whom its outcome matters.
-class Group : public Owned<kvio_iterator_t, kvio_close_group> {
+// A handle on a group. close() returns whether closing it worked.
+class GroupHandle : public Owned<kvio_iterator_t, kvio_close_group> {
 public:
     using unique_ptr::unique_ptr;
     bool close() noexcept { return kvio_close_group(release()) != 0; }
 };
 
-// A buffer that a callback of the caller made and another one takes back.
+// A buffer from one callback of the caller, released by another one.
 using Buffer = std::unique_ptr<void, void (*)(void *)>;
 
 template <class Record>
@@ -68,7 +68,8 @@ inline Buffer property_buffer(const group_desc_t *group) {
     return Buffer(group->alloc_property(), group->free_property);
 }
 
-// Bytes of a buffer for the name of an entry or a group, for ENTRY_property, and for GROUP_ENTRY, each with its NUL.
+// Buffer sizes, with the NUL: names of entries and groups, of property groups (ENTRY_property), and of property entities
+// (GROUP_ENTRY).
 constexpr std::size_t name_size = 64;
 constexpr std::size_t property_group_size = 76;
 constexpr std::size_t property_size = 136;
@@ -78,13 +79,13 @@ inline bool good_name(const char *name) noexcept {
     return length > 0 && length < name_size;
 }
 
-// The fields that lists and groups have in common.
+// Whether the basic fields of a record are there.
 template <class Record>
 bool complete(const Record *record) noexcept {
     return record && record->config && record->scope && record->type && record->name && record->label;
 }
 
-// Those that reading an entry into a buffer takes, and those that reading its properties takes.
+// Whether the callbacks are there that reading an entry, or its properties, into a buffer needs.
 template <class Record>
 bool reads_entries(const Record *record) noexcept {
     return record->alloc_entry && record->get_entry && record->free_entry;
@@ -94,18 +95,20 @@ inline bool reads_properties(const group_desc_t *group) noexcept {
     return group->alloc_property && group->get_property && group->free_property;
 }
 
-inline Group open_group(const group_desc_t *group, const char *name) {
-    return Group(kvio_open_group(group->config, group->scope, group->type, name));
+inline GroupHandle open_group(const group_desc_t *group, const char *name) {
+    return GroupHandle(kvio_open_group(group->config, group->scope, group->type, name));
 }
 
-inline Group open_group(const group_desc_t *group) { return open_group(group, group->name); }
+inline GroupHandle open_group(const group_desc_t *group) { return open_group(group, group->name); }
 
-inline kvio_node_t *find_entry(const group_desc_t *group, const char *name) {
-    return kvio_retrieve_entity(group->config, group->scope, group->type, name);
+template <class Record>
+kvio_node_t *find_entry(const Record *record, const char *name) {
+    return kvio_retrieve_entity(record->config, record->scope, record->type, name);
 }
 
-inline bool undefine_entry(const group_desc_t *group, const char *name) {
-    return kvio_undefine(group->config, group->scope, group->type, name) != 0;
+template <class Record>
+bool undefine_entry(const Record *record, const char *name) {
+    return kvio_undefine(record->config, record->scope, record->type, name) != 0;
 }
 
 // The property group of an entry: ENTRY_property. The name has at most 63 bytes, here and below.
@@ -115,9 +118,11 @@ public:
         std::snprintf(name_, sizeof name_, "%s_property", entry);
     }
     const char *name() const noexcept { return name_; }
-    Group open() const { return Group(kvio_open_group(group_->config, group_->scope, group_->property_type, name_)); }
-    Group create() const {
-        return Group(kvio_create_group(group_->config, group_->scope, group_->property_type, name_));
+    GroupHandle open() const {
+        return GroupHandle(kvio_open_group(group_->config, group_->scope, group_->property_type, name_));
+    }
+    GroupHandle create() const {
+        return GroupHandle(kvio_create_group(group_->config, group_->scope, group_->property_type, name_));
     }
     bool dispose() const {
         return kvio_dispose_group(group_->config, group_->scope, group_->property_type, name_) != 0;
@@ -146,17 +151,17 @@ private:
     char name_[property_size];
 };
 
-enum class Member { entry, group, unreadable };
+enum class MemberKind { entry, group, unreadable };
 
-// Reads the member at a position from 1. A name of more than 63 bytes is as good as none.
-inline Member read_member(kvio_iterator_t *group, int position, char (&name)[name_size]) {
+// Reads the name and kind of the member at a position, from 1. A member with a name of more than 63 bytes is unreadable.
+inline MemberKind read_member(kvio_iterator_t *group, int position, char (&name)[name_size]) {
     char text[name_size + 1];
     int kind = kvio_regain_index2(group, static_cast<unsigned>(position), text, sizeof text);
-    if (kind < 0 || !copy_if_fits(name, sizeof name, text)) return Member::unreadable;
-    return kind == 0 ? Member::entry : Member::group;
+    if (kind < 0 || !copy_if_fits(name, sizeof name, text)) return MemberKind::unreadable;
+    return kind == 0 ? MemberKind::entry : MemberKind::group;
 }
 
-// Reads an entity's name, of at most 63 bytes.
+// Reads an entity's name; false if it has more than 63 bytes.
 inline bool read_name(kvio_node_t *entity, char (&name)[name_size]) {
     char text[name_size + 1];
     return kvio_name2(entity, text, sizeof text) && copy_if_fits(name, sizeof name, text);
@@ -168,7 +173,6 @@ inline bool set_references(kvio_iterator_t *group, int count) { return set_itera
 inline bool set_references(kvio_node_t *entry, int count) { return set_entity_int(entry, "reference", count); }
 
 constexpr int most_references = std::numeric_limits<int>::max();
-constexpr int least_references = std::numeric_limits<int>::min();
 
 }  // namespace objects
 
