@@ -70,6 +70,13 @@ int find_or_create(const group_desc_t *group, const char *name, kvio_node_t **en
     return GROUP_REFERENCE;
 }
 
+// Deletes an entity that was created, or never counted. The code remains that of the failure.
+void undo_entry(const group_desc_t *group, const char *name) {
+    int code = kvio_errno;
+    undefine_entry(group, name);
+    kvio_errno = code;
+}
+
 bool can_join(const group_desc_t *group, const void *entry_data, const void *property_data) {
     return complete(group) && (!entry_data || group->set_entry) &&
            (!property_data || (group->set_property && group->property_type));
@@ -91,12 +98,12 @@ int join_entry(const group_desc_t *group, const char *name, void *entry_data, vo
     int count;
     if (int failure = find_or_create(group, name, &entity, &count)) return failure;
     if (entry_data && group->set_entry(entity, name, entry_data, nullptr) != 0) {
-        if (count == 0) undefine_entry(group, name);
+        if (count == 0) undo_entry(group, name);
         return 1;
     }
     if (!kvio_join(opened.get(), name, 1)) {
         if (count == 0)
-            undefine_entry(group, name);
+            undo_entry(group, name);
         else
             kvlog(GROUP_OP, "%s: cannot join entry %s\n", group->label, name);
         return 1;
@@ -116,6 +123,7 @@ int join_group(const group_desc_t *group, const group_desc_t *nested) {
     if (kvio_check_loop(outer.get()) == 1) {
         kvlog(GROUP_OP, "%s: cannot join group %s, loop detected\n", group->label, nested->label);
         kvio_remove(outer.get(), nested->name);
+        kvio_errno = KVIO_LOOP;
         return 1;
     }
     int count = 0;

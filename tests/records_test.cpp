@@ -1,4 +1,6 @@
 // Records of lists and groups that lack a field, and names that are too long.
+#include <tuple>
+
 #include "tests/object_recorder.h"
 
 namespace {
@@ -146,6 +148,30 @@ TEST_F(Records, NamesHaveOneTo63Bytes) {
                         name63 + "_property\" type=\"p\"><entity>" + both + "</entity></group><p name=\"" + both +
                         "\"><v>9</v></p>"}));
     EXPECT_EQ(run([&] { return remove_entry(&longest, name63.c_str()); }).scope, stored(name63, {}));
+}
+
+TEST_F(Records, ARefusedJoinLeavesItsCode) {
+    group_desc_t g = group("g"), h = group("h");
+    const std::string before = a1 + stored("g", {"a", "+h"}) + stored("h", {});
+    const std::tuple<const char *, std::function<int()>, int> joins[] = {
+        {"a member", [&] { return join_entry(&g, "a", nullptr, nullptr); }, KVIO_EXISTS},
+        {"a new entry by the name of a group", [&] { return join_entry(&g, "h", nullptr, nullptr); }, KVIO_EXISTS},
+        {"an ampersand", [&] { return join_entry(&g, "x&", data, nullptr); }, KVIO_XML},
+        {"a loop", [&] { return join_group(&h, &g); }, KVIO_LOOP},
+    };
+    for (const auto &[what, join, code] : joins) {
+        load(before);
+        g.config = h.config = group("g").config;
+        int left = 0;
+        Seen seen = run([&] {
+            int result = join();
+            left = kvio_errno;
+            return result;
+        });
+        EXPECT_EQ(seen.result, 1) << what;
+        EXPECT_EQ(left, code) << what;
+        EXPECT_EQ(seen.scope, before) << what;
+    }
 }
 
 }  // namespace
