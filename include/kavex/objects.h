@@ -26,38 +26,37 @@
  *
  * What holds for all functions, and is not repeated at each:
  *
- * **Documents.** The functions work on the caller's open document. They open the containers they need and close them
- * before they return, and never save: kvio_save_config() is the caller's. They are built on the functions of store.h
- * alone, whose diagnostics on the standard error stream and codes in #kvio_errno come on top of what is said here.
+ * **Documents.** The functions work on the caller's open document. They open the containers they need, close them
+ * before they return, and never save. They use the functions of store.h only, whose diagnostics and
+ * codes come on top of what is said here. There are no locks: a document is used by one thread at a time.
  *
  * **Records.** A record is only read, apart from the field `name` in valid_property() and export_group(), and nothing
  * of it is kept after a call. A null record counts as one with no field filled in.
  *
  * **Callbacks** run on the caller's thread, inside the operation. They must not throw, not jump out, and not change
- * the containers, nor delete the entities, that the operation works on. Each is called only where a description says
- * so; null is allowed where a description says "if there is one". An entity passed to a callback belongs to the
- * document. A buffer from `alloc_entry` or `alloc_property` goes back through `free_entry` or `free_property` exactly
- * once, before the operation returns, on every path; a null buffer means that memory was short and is not given back.
- * Data that the caller passes in (`data`, `entry_data`, `property_data`) is handed to the callbacks as it is.
+ * the containers, nor delete the entities, that the operation works on. An entity passed to a callback belongs to the
+ * document. A buffer from `alloc_entry` or `alloc_property` is released through `free_entry` or `free_property` exactly
+ * once, before the operation returns, on every path; a null buffer means that memory was short. Data of the caller is
+ * passed on as it is. An operation that *reads entries* needs `alloc_entry`, `get_entry` and `free_entry`; one that
+ * *reads properties* needs `property_type`, `alloc_property`, `get_property` and `free_property`.
  *
  * **Names** given to a group operation have 1 to 63 bytes, and so have the names of a group's members: a member with a
- * longer name counts as one that cannot be read. Names are stored as kvio_join() stores them: a bare ampersand is
- * refused. Names in lists may have any length.
+ * longer name counts as one that cannot be read. Names in lists may have any length. A name with an ampersand cannot be
+ * joined to a group, since kvio_join() takes it for a reference. Do not escape it as in XML either: the name of the
+ * member would then differ from that of the entry. The first group of a scope is made with kvio_create_group(), as
+ * create_group() needs a parent.
  *
  * **Counts** of references are decimal integers in the attribute "reference" of entries (in how many groups they are)
- * and groups (how many places use them). A missing count is 0. A count that cannot be read or written, or that would
- * leave the range of an int, is a result of its own, #GROUP_REFERENCE; in the last case nothing is changed.
+ * and groups (how many places use them). A missing count is 0. A count that would leave the range of an int is not
+ * changed.
  *
- * **Results.** Lists return 0, or -1 on failure. Groups return 0, 1 on failure, or #GROUP_REFERENCE; a record that
- * lacks `config`, `scope`, `type`, `name`, `label`, or another field that the description says is needed, makes them
- * do nothing and return 0 (null from export_group()); then a name of another length than 1 to 63 bytes makes them do
- * nothing and return 1 (null from export_group(), 0 from valid_property()).
+ * **Results.** Lists return 0, or -1 on failure. Groups return 0, 1 on failure, or #GROUP_REFERENCE. A record
+ * that lacks `config`, `scope`, `type`, `name`, `label`, or another field that the description says is needed, makes
+ * group operations do nothing and return 0 (null from export_group()). After that, a name of another length than 1 to 63
+ * bytes makes them do nothing and return 1 (null from export_group(), 0 from valid_property()).
  *
  * **Messages** go to the system log, kvlog(), with the leading integers 5, 7, 5, 0, 0, 0, 0 and the tag "list_op" or
- * "group_op"; they are quoted at each function with their arguments in parentheses. What is not said to write a
- * message writes none here.
- *
- * **Threads.** None, and no locks: a document and everything reached through it are used by one thread at a time.
+ * "group_op". They are listed before the lists and before the groups.
  */
 #ifndef KAVEX_OBJECTS_H
 #define KAVEX_OBJECTS_H
@@ -72,8 +71,6 @@ extern "C" {
 /** Result of group operations: the attribute "reference" could not be read, written or changed by one, or the group to
  *  be disposed of is still referenced. */
 #define GROUP_REFERENCE (-18004)
-
-/* ---------------------------------------------------------------------------------------------------- lists */
 
 /** The caller's description of one list. Unless said otherwise a callback reports success with 0. */
 typedef struct list_desc_t {
@@ -97,66 +94,50 @@ typedef struct list_desc_t {
 
 /**
  * @name Lists
- * Every operation opens the list first: "System integrity error!\n" and -1 if there is none, and no callback runs. A
- * callback that is needed and null: -1, no message. An entry is looked up by its name in `scope` and `type`; that it is
- * a member of this list is not checked. A null name is one that does not exist, "(null)" in messages.
+ * Every operation opens the list first and fails if there is none; then no callback runs. A callback that is needed and
+ * null is a failure without a message. An entry is looked up by its name in `scope` and `type`; that it is a member of
+ * this list is not checked. A null name is one that does not exist, "(null)" in messages.
+ *
+ * Messages, with the name of the entry unless said otherwise:
+ * - "System integrity error!\n" (no argument): the list cannot be opened.
+ * - "%s: list is full!\n" (label), "Can't define entry: %s!\n", "Can't append entry: %s!\n", "Can't retrieve entry:
+ *   %s!\n", "Can't set entry: %s!\n": append_list(); the last two also change_list().
+ * - "Can't undefine %s\n", "Can't remove %s\n": delete_list().
+ * - "can't alloc entry: %s!\n", "can't retrieve entry: %s!\n", "can't get entry: %s!\n", "can't print entry: %s!\n":
+ *   list_list() of one entry; the second and third also get_list(); all but the second also list_list2() (label).
+ * - "%s: cannot retrieve entries from list!\n" (label): list_list() of all, list_list2().
+ * - "can't get name for entry %d!\n" (index from 0), "can't get reference count: %s!\n", "can't print entry name:
+ *   %s!\n": list_list() of all.
  */
 /**@{*/
 
-/**
- * Prints one entry in full, or the names and reference counts of all members. Calls `begin` first and `end` last, if
- * there are any.
+/** Prints one entry in full, or, for a null name, the names and reference counts of all members. Calls `begin` first
+ *  and `end` last, if there are any.
  *
- * With a name, `alloc_entry`, `get_entry`, `print_entry` and `free_entry` are needed and `print_entry` gets position 1.
- * Messages (name): "can't alloc entry: %s!\n", "can't retrieve entry: %s!\n", "can't get entry: %s!\n", "can't print
- * entry: %s!\n".
- *
- * Without one, `print_name` is needed. It gets positions from 1, the first 63 bytes of the name, and the integer in the
- * first 15 bytes of the entity's attribute "refcount", -1 if that is missing or empty. The first failure ends the
- * listing: "%s: cannot retrieve entries from list!\n" (label), "can't get name for entry %d!\n" (index from 0), "can't
- * get reference count: %s!\n" (name), "can't print entry name: %s!\n" (name).
- *
- * @param name  The entry, or null for all.
- */
+ *  With a name, it reads entries and needs `print_entry`, which gets position 1. Without one, `print_name` is needed.
+ *  It gets positions from 1, the first 63 bytes of the name, and the integer in the first 15 bytes of the entity's
+ *  attribute "refcount", -1 if that is missing or empty. The first failure ends the listing. */
 int list_list(const list_desc_t *list, const char *name);
 
-/**
- * Prints all members in full, positions from 1, reusing one buffer. Calls `begin` first and `end` last, if there are
- * any; `alloc_entry`, `get_entry`, `print_entry` and `free_entry` are needed. The first failure ends the listing.
- * Messages (label): "%s: cannot retrieve entries from list!\n", "can't alloc entry: %s!\n", "can't get entry: %s!\n",
- * "can't print entry: %s!\n".
- */
+/** Prints all members in full, positions from 1, reusing one buffer. Calls `begin` first and `end` last, if there are
+ *  any. Reads entries and needs `print_entry`. The first failure ends the listing. */
 int list_list2(const list_desc_t *list);
 
-/**
- * Creates an entity, appends it to the list and fills it with `set_entry`, which is needed. A failure leaves neither
- * the entity nor the membership behind.
- *
- * Messages: "%s: list is full!\n" (label), found before anything is made; "Can't define entry: %s!\n", also for an
- * empty name, "Can't append entry: %s!\n", "Can't retrieve entry: %s!\n", "Can't set entry: %s!\n" (name). A list that
- * cannot be counted: no message.
- */
+/** Creates an entity, appends it to the list and fills it with `set_entry`, which is needed. A failure leaves neither
+ *  the entity nor the membership behind; a full list is found before anything is made. An empty name is refused. */
 int append_list(const list_desc_t *list, void *data, const char *name);
 
-/** Rewrites an entity with `set_entry`, which is needed. Messages (name): "Can't retrieve entry: %s!\n", "Can't set
- *  entry: %s!\n". */
+/** Rewrites an entity with `set_entry`, which is needed. */
 int change_list(const list_desc_t *list, void *data, const char *name);
 
-/**
- * Deletes an entity, then its membership. Reference counts are not looked at, no callback runs. A record that lacks
- * `config`, `scope`, `type`, `name` or `label`: 0, nothing done.
- *
- * Messages (name): "Can't undefine %s\n", the membership stays; "Can't remove %s\n", the entity is deleted all the
- * same.
- */
+/** Deletes an entity, then its membership. Reference counts are not looked at, no callback runs. An entity that cannot
+ *  be deleted keeps its membership; a membership that cannot be removed does not bring the entity back. A record that
+ *  lacks `config`, `scope`, `type`, `name` or `label`: 0, nothing done. */
 int delete_list(const list_desc_t *list, const char *name);
 
-/** Fills the caller's buffer with `get_entry`, which is needed. Messages (name): "can't retrieve entry: %s!\n", "can't
- *  get entry: %s!\n". */
+/** Fills the caller's buffer with `get_entry`, which is needed. */
 int get_list(const list_desc_t *list, const char *name, void *entry);
 /**@}*/
-
-/* ------------------------------------------------------------------------------- integer and text attributes */
 
 /**
  * @name Attributes as integers
@@ -178,8 +159,6 @@ int get_entity_int(kvio_node_t *entity, const char *attribute, int *value);
  *  use kvio_getattr_entity2() where that is not certain. */
 int set_entity_char(kvio_node_t *entity, const char *attribute, const char *text);
 int get_entity_char(kvio_node_t *entity, const char *attribute, char *buffer);
-
-/* --------------------------------------------------------------------------------------------------- groups */
 
 /** The caller's description of one group. Callbacks that return int report success with 0, failure with anything
  *  else. */
@@ -220,24 +199,33 @@ typedef struct group_desc_t {
 } group_desc_t;
 
 /**
- * Prints the members in their order. Calls `begin` (once the members are counted) and `end` (after all else), if there
- * are any. Needed: with `print_entry` also `get_entry`, `alloc_entry` and `free_entry`; with `print_property` also
- * `property_type`, `get_property`, `alloc_property` and `free_property`.
- *
- * A nested group goes to `print_group`, an entry to `print_entry` and its properties in this group to `print_property`,
- * where there are such. The result is 1 if anything failed. The listing goes on after a nested group that could not be
- * printed, a member that could not be read, and properties that could not be filled or printed (in this case up to and
- * including the next entry that is printed); it ends at any other failure.
- *
- * Message: "%s: cannot get size of group\n" (label).
+ * @name Groups
+ * Messages; (both) stands for the label and the name of the entry:
+ * - "%s: cannot get size of group\n" (label): list_group(), dispose_group(), valid_property(), export_group().
+ * - "cannot create, too many groups (>%d)\n" (`max_groups`): create_group().
+ * - "%s: cannot find entry %s\n", "%s: cannot remove entry %s\n" (both): remove_entry(), dispose_group().
+ * - "%s: cannot join entry\n" (label): join_entry(), the entity cannot be created. "%s: cannot join entry %s\n" (both):
+ *   join_entry(), the join is refused and the count is not 0.
+ * - "%s: cannot specify properties for entry %s\n" (both): join_entry(), change_entry(). The latter also prints a
+ *   line to the standard error stream, which begins with "% ", the step and the same text; steps are "kvio_open_group ",
+ *   "kvio_retrieve_entity ", "3 " (no buffer), "4 " (`get_property`), "5 " (`set_property`) and "" (closing).
+ * - "%s: cannot join group %s, loop detected\n" (the labels of both groups): join_group().
+ * - "cannot close property group\n", a failure, and "cannot close group\n", not one: export_group().
  */
+/**@{*/
+
+/** Prints the members in their order. Calls `begin` (once the members are counted) and `end` (after all else), if
+ *  there are any. With `print_entry` it reads entries, with `print_property` properties.
+ *
+ *  A nested group goes to `print_group`, an entry to `print_entry` and its properties in this group to
+ *  `print_property`, where there are such. The result is 1 if anything failed. The listing goes on after a nested
+ *  group that could not be printed, a member that could not be read, and properties that could not be filled or
+ *  printed (in this case up to and including the next entry that is printed); it ends at any other failure. */
 int list_group(const group_desc_t *group);
 
-/**
- * Makes an empty group with the count 0 and joins it into a parent. Both records must be complete. A parent that has
- * exactly `max_groups` members: 0, nothing created, "cannot create, too many groups (>%d)\n" (the parent's
- * `max_groups`). A new group whose count cannot be set, or that cannot be joined, stays.
- */
+/** Makes an empty group with the count 0 and joins it into a parent. Both records must be complete. A parent that has
+ *  exactly `max_groups` members: 0, a message, nothing created. A new group whose count cannot be set, or that cannot
+ *  be joined, stays. */
 int create_group(const group_desc_t *parent, const group_desc_t *group);
 
 /** Counts a user of the group: adds 1 to its count. */
@@ -246,106 +234,80 @@ int use_group(const group_desc_t *group);
 /** Takes back a use_group(): subtracts 1. A count below 1: 1, nothing changed. */
 int unuse_group(const group_desc_t *group);
 
-/**
- * Removes an entry from the group. An entry that leaves its last group (its count is 1 or less) is deleted, else its
- * count is decreased. With a `property_type` its properties in this group are deleted, too, and its property group when
- * that has become empty. Needed: with `entry_removed` also `alloc_entry`, `get_entry` and `free_entry`; with
- * `property_removed` also `alloc_property`, `get_property` and `free_property`.
+/** Removes an entry from the group. An entry that leaves its last group (its count is 1 or less) is deleted, else its
+ *  count is decreased. With a `property_type` its properties in this group are deleted, too, and its property group
+ *  when that has become empty. With `entry_removed` it reads entries; `property_removed` needs `alloc_property`,
+ *  `get_property` and `free_property`.
  *
- * `entry_removed` and `property_removed`, if there are any, get the contents before the deletion. That they, or the
- * reading for them, fail makes the result 1 but does not stop the removal; any other failure stops it where it is, with
- * what was done so far left done. So does an entry without properties in a group with a `property_type`.
- *
- * Messages (label, name): "%s: cannot find entry %s\n", "%s: cannot remove entry %s\n".
- */
+ *  `entry_removed` and `property_removed`, if there are any, get the contents before the deletion. If they, or the
+ *  reading for them, fail, the result is 1 but the removal goes on. Any other failure stops it and leaves done what
+ *  was done so far; an entry without properties in a group with a `property_type` is such a failure. */
 int remove_entry(const group_desc_t *group, const char *name);
 
 /** Removes a nested group: subtracts 1 from its count, without a lower bound, then removes the membership. A failure to
  *  remove leaves the count decreased. */
 int remove_group(const group_desc_t *group, const char *name);
 
-/**
- * Deletes a group that nobody uses: takes it out of its parent, removes its members as remove_entry() and
- * remove_group() do, with the group record's callbacks, and deletes the container. Both records must be complete. A
- * group with a count above 0: #GROUP_REFERENCE, nothing changed.
+/** Deletes a group that nobody uses: takes it out of its parent, removes its members as remove_entry() and
+ *  remove_group() do, with the group record's callbacks, and deletes the container. Both records must be complete. A
+ *  group with a count above 0: #GROUP_REFERENCE, nothing changed.
  *
- * Each removal is tried on the first member. Their results are ignored; a member that cannot be removed keeps those
- * behind it from being removed. That a member cannot be read makes the result 1. Message: "%s: cannot get size of
- * group\n" (the group's label); the group is out of its parent then, but stays.
- */
+ *  Each removal is tried on the first member, and its result is ignored; a member that cannot be removed keeps those
+ *  behind it. If a member cannot be read the result is 1. If the members cannot be counted the group is out of its
+ *  parent, but stays. */
 int dispose_group(const group_desc_t *parent, const group_desc_t *group);
 
-/**
- * Adds an entry to the group. An entity that does not exist is created. `set_entry` writes the data, if there is any,
- * with null for the current entry; the entry's count is raised last. Property data makes the properties of this
- * membership: the entry's property group if need be, a property entity, `set_property` with null for the current
- * properties. Needed: `set_entry` with entry data; `set_property` and `property_type` with property data.
+/** Adds an entry to the group. An entity that does not exist is created. `set_entry` writes the data, if there is any,
+ *  with null for the current entry; the entry's count is raised last. Property data makes the properties of this
+ *  membership: the entry's property group if need be, a property entity, `set_property` with null for the current
+ *  properties. Either data may be null. Needed: `set_entry` with entry data; `set_property` and `property_type` with
+ *  property data.
  *
- * An entity with the count 0 is deleted again when `set_entry` or the join fails. A failure in the property steps
- * leaves the entry joined and its count not raised, and what those steps made in place.
- *
- * Messages: "%s: cannot join entry\n" (label), the entity cannot be created; "%s: cannot join entry %s\n" (label,
- * name), the join is refused and the count is not 0; "%s: cannot specify properties for entry %s\n" (label, name).
- *
- * @param entry_data     For `set_entry`; may be null.
- * @param property_data  For `set_property`; may be null.
- */
+ *  An entity with the count 0 is deleted again when `set_entry` or the join fails. A failure in the property steps
+ *  leaves the entry joined and its count not raised, and what those steps made in place. A join that the store refuses
+ *  leaves the store's code: #KVIO_EXISTS for a name that is a member already, #KVIO_XML for one with an ampersand. */
 int join_entry(const group_desc_t *group, const char *name, void *entry_data, void *property_data);
 
-/**
- * Nests one group in another and raises the nested group's count. Both records must be complete. A nesting that leads
- * back to a group, or to one group on two paths, is undone: 1, "%s: cannot join group %s, loop detected\n" (the labels
- * of both). If the count cannot be read or written the membership stays; if it is at the largest int already the
- * membership is undone.
- */
+/** Nests one group in another and raises the nested group's count. Both records must be complete. A nesting that leads
+ *  back to a group, or to one group on two paths, is undone: 1 and #KVIO_LOOP. If the count cannot be read or written
+ *  the membership stays; if it is at the largest int already the membership is undone. The codes of a join that the
+ *  store refuses are those of join_entry(). */
 int join_group(const group_desc_t *group, const group_desc_t *nested);
 
-/**
- * Rewrites an entry and its properties in this group, each if there is data for it. `set_entry` and `set_property` get
- * the current contents, too. Needed: `alloc_entry`, `set_entry`, `get_entry` and `free_entry` with entry data;
- * `alloc_property`, `set_property`, `get_property`, `free_property` and `property_type` with property data. Nothing is
- * created, and that the entry is a member is not checked. A failure with the entry keeps the properties from being
- * changed.
- *
- * Each failure with the properties is logged as "%s: cannot specify properties for entry %s\n" (label, name) and
- * writes a line to the standard error stream (label, name), too: "%% kvio_open_group %s: cannot specify properties for
- * entry %s\n", "%% kvio_retrieve_entity %s: ...", "%% 3 %s: ..." (no buffer), "%% 4 %s: ..." (`get_property`),
- * "%% 5 %s: ..." (`set_property`), "%% %s: ..." (closing the property group).
- */
+/** Rewrites an entry and its properties in this group, each if there is data for it. `set_entry` and `set_property`
+ *  get the current contents, too. With entry data it reads entries and needs `set_entry`, with property data it reads
+ *  properties and needs `set_property`. Nothing is created, and that the entry is a member is not checked. If the
+ *  entry cannot be changed the properties are not. */
 int change_entry(const group_desc_t *group, const char *name, void *entry_data, void *property_data);
 
-/**
- * Tells whether a property entity of an entry belongs to a group or to one nested in it, by its name: GROUP_ENTRY. The
- * search is depth first in member order and ends at the first match; a member that cannot be read ends it for the
- * group whose member it is.
+/** Returns whether a property entity of an entry belongs to a group or to one nested in it, by its name: GROUP_ENTRY.
+ *  The search is depth first in member order and ends at the first match; a member that cannot be read ends it for the
+ *  group whose member it is.
  *
- * A group that leads back to itself is not entered again. A search goes down 1,000 levels at most and opens 10,000 groups
- * at most; what lies beyond counts as not found. join_group() keeps a nesting from having loops and second paths.
+ *  A group that leads back to itself is not entered again. A search goes down 1,000 levels at most and opens 10,000
+ *  groups at most; what lies beyond counts as not found. join_group() keeps a nesting from having loops and second
+ *  paths.
  *
- * @param group  Its `name` points to a writable buffer of at least 64 bytes, and is left holding the name of the last
- *               nested group visited. The basic fields are not checked.
- * @return 1 if it belongs to one, or 0; 0 also when a container cannot be opened or memory is short. Message: "%s:
- *         cannot get size of group\n" (label).
- */
+ *  @param group Its `name` points to a writable buffer of at least 64 bytes, and is left holding the name of
+ *          the last nested group visited. The basic fields are not checked.
+ *  @return 1 if it belongs to one, or 0; 0 also when a container cannot be opened. */
 int valid_property(const char *property, group_desc_t *group, const char *entry);
 
-/**
- * Hands every entry that is reachable from a group to `export_entry`, and its properties in this group and in nested
- * ones to `export_property`, where there are such. The entries come in the order of kvio_retrieve_all(), each once,
- * after `export_begin` with their number. Needed: `export_begin` and `export_discard`; with `export_entry` also
- * `alloc_entry`, `get_entry` and `free_entry`; with `export_property` also `property_type`, `alloc_property`,
- * `get_property` and `free_property`.
+/** Passes every entry that is reachable from a group to `export_entry`, and its properties in this group and in nested
+ *  ones to `export_property`, where there are such. The entries come in the order of kvio_retrieve_all(), each once,
+ *  after `export_begin` with their number. Needs `export_begin` and `export_discard`; with `export_entry` it reads
+ *  entries, with `export_property` properties.
  *
- * With `export_property` every entry must have a property group. Which of the properties in it belong to the group is
- * found as by valid_property(): below a nested group that cannot be opened or read none is found, and that is no
- * failure. While `get_property` and `export_property` run, the record's `name` points to a copy of the name of the
- * group that the properties belong to; afterwards it points to the caller's string again, on every path.
+ *  With `export_property` every entry must have a property group. Which of the properties in it belong to the group is
+ *  found as by valid_property(); a nested group that cannot be opened or read is no failure. While `get_property` and
+ *  `export_property` run, the record's `name` points to a copy of the name of the group that the properties belong to;
+ *  afterwards it points to the caller's string again, on every path.
  *
- * @return The handle from `export_begin`, which is the caller's now; or null after the first failure: the handle, if
- *         there was one, went to `export_discard`. A nesting that leads to one group on two paths is a failure, as for
- *         kvio_retrieve_all(). Messages: "cannot close property group\n", a failure; "cannot close group\n", not one.
- */
+ *  @return The handle from `export_begin`, which is the caller's now; or null after the first failure: the
+ *          handle, if there was one, went to `export_discard`. A nesting that leads to one group on two paths is a
+ *          failure. */
 void *export_group(group_desc_t *group);
+/**@}*/
 
 #pragma GCC visibility pop
 #ifdef __cplusplus
