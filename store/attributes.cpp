@@ -5,7 +5,7 @@
 
 namespace {
 
-// The element behind an entity node; null with code and line.
+// Returns the element of an entity; null with code and line.
 xmlNode *element_of(kvio_node_t *entity, const char *who) {
     if (!entity) return fail(nullptr, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
     return entity;
@@ -33,7 +33,7 @@ int unset(xmlNode *element, const char *name) {
     return succeed(1);
 }
 
-// Hands the attribute's text to `use`, and whether there is such an attribute.
+// Calls use(text, exists) with an attribute's text and whether there is such an attribute.
 template <class Use>
 int get(const xmlNode *element, const char *name, Use use) {
     if (!element) return 0;

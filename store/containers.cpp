@@ -1,13 +1,21 @@
-// Containers: tables, lists and groups made, found and removed in their scope, and the handles on them.
+// Containers: tables, lists and groups created, found and removed in their scope, and the handles on them.
 #include "store/store.h"
 
 namespace {
 
 enum class Mode { create, find };
 
-bool is_too_long(const char *text, std::size_t field) { return text && strnlen(text, field) >= field; }
+// Whether scope and type fit into a handle; if not, sets the code and prints the line.
+bool fit_handle(const char *scope, const char *type, const char *who) {
+    auto is_too_long = [](const char *text, std::size_t field) { return text && strnlen(text, field) >= field; };
+    if (is_too_long(scope, sizeof(kvio_iterator_t::scope)))
+        return fail(false, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n", who);
+    if (is_too_long(type, sizeof(kvio_iterator_t::type)))
+        return fail(false, KVIO_BAD_SCOPE, "%s error: name is too long: %s\n", who, type);
+    return true;
+}
 
-// A new container element, in no tree yet; null with code and line.
+// Creates a container element outside the tree; null with code and line.
 xml::Detached make_element(const char *kind, const char *type, const char *name, const char *who) {
     auto element = xml::guarded<xml::Detached>([&] { return xmlNewNode(nullptr, xml::str(kind)); });
     if (!element) return fail(nullptr, KVIO_XML, "%s error on xmlNewNode(): no memory?\n", who);
@@ -16,7 +24,7 @@ xml::Detached make_element(const char *kind, const char *type, const char *name,
     return element;
 }
 
-// A handle on a container element; null when memory is short. The texts fit their fields.
+// Makes a handle on a container element; null when memory is short. The texts fit their fields.
 store::Iterator open_handle(const char *kind, xmlNode *element, kvio_config_t *config, const char *scope,
                             const char *type) {
     auto iterator = zeroed<store::Iterator>();
@@ -30,14 +38,12 @@ store::Iterator open_handle(const char *kind, xmlNode *element, kvio_config_t *c
     return iterator;
 }
 
+// The names of the next two functions appear in messages.
 kvio_iterator_t *kvio_container_create_template(const char *kind, Mode mode, kvio_config_t *config, const char *scope,
                                                 const char *type, const char *name) {
     const char *who = __func__;
     if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
-    if (is_too_long(scope, sizeof(kvio_iterator_t::scope)))
-        return fail(nullptr, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n", who);
-    if (is_too_long(type, sizeof(kvio_iterator_t::type)))
-        return fail(nullptr, KVIO_BAD_SCOPE, "%s error: name is too long: %s\n", who, type);
+    if (!fit_handle(scope, type, who)) return nullptr;
     xmlNode *parent = store::find_scope(config, scope, who);
     if (!parent) return nullptr;
     xmlNode *element = store::find_container(parent, kind, type, name);

@@ -26,7 +26,7 @@ xmlNode *define(const kvio_config_t *config, const char *scope, const char *type
     return succeed(entity.release());
 }
 
-// Only elements count: text and comment nodes carry names of their own.
+// Finds the value element of a field. Other nodes are skipped: a text node is named "text".
 xmlNode *find_value(const xmlNode *entity, const char *field) {
     if (!field) return nullptr;
     for (xmlNode *child = entity->children; child; child = child->next)
@@ -34,8 +34,8 @@ xmlNode *find_value(const xmlNode *entity, const char *field) {
     return nullptr;
 }
 
-// Removes the first child and appends the value, which becomes one with a text that is last then. Everything that needs
-// memory is done before the element is touched.
+// Removes the first child and appends the value. libxml2 merges adjacent texts, so a trailing text and the value are
+// joined here, before the element is changed.
 bool replace_text(xmlNode *element, const char *value) {
     xmlNode *first = element->children, *last = element->last;
     bool joined = last != first && last->type == XML_TEXT_NODE;
@@ -65,7 +65,7 @@ int set_value(xmlNode *entity, const char *field, const char *value, const char 
     return succeed(1);
 }
 
-// Hands the entity's name to `use`.
+// Calls use(name) with the entity's name.
 template <class Use>
 int read_name(const xmlNode *entity, const char *who, Use use) {
     if (!entity) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
@@ -77,7 +77,7 @@ int read_name(const xmlNode *entity, const char *who, Use use) {
     return succeed(1);
 }
 
-// Hands the text of a value to `use`, and whether the value element has any content.
+// Calls use(text, has_content) with a value and whether its element has any content.
 template <class Use>
 int read_value(const xmlNode *entity, const char *field, const char *who, Use use) {
     if (!entity) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);

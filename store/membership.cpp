@@ -19,7 +19,7 @@ xmlNode *find_member(const xmlNode *container, const char *name) {
     return nullptr;
 }
 
-// Whether libxml2 keeps what a character reference stands for, and every reader of the file takes it. Behind its "&".
+// Whether a character reference, given behind its "&", stands for a character that XML allows.
 bool is_char_reference(const char *text) {
     bool is_hex = text[1] == 'x';
     const char *digits = text + (is_hex ? 2 : 1);
@@ -29,8 +29,8 @@ bool is_char_reference(const char *text) {
     return *end == ';' && code <= 0x10FFFF && IS_CHAR(static_cast<unsigned>(code));
 }
 
-// libxml2 takes character data with references. A bare ampersand makes it drop the text, some references it drops, and
-// of others it makes something that no reader of the file accepts.
+// Sets a text that may contain references. Refuses those with which libxml2 would drop the text or store something that
+// is not well-formed: a bare ampersand, an undeclared entity, a character that XML does not allow.
 bool set_character_data(xmlNode *member, const char *text) {
     if (!text) return false;
     for (const char *at = std::strchr(text, '&'); at; at = std::strchr(at + 1, '&'))
@@ -50,7 +50,7 @@ xml::Detached new_element(const xmlNode *container, const char *kind, const char
     return member;
 }
 
-// A member element of that kind and name, in no tree yet; null with code and line.
+// Creates a member outside the tree; null with code and line.
 xml::Detached new_member(const xmlNode *container, const char *kind, const char *name, const char *who) {
     xml::Detached member = new_element(container, kind, who);
     if (member && !set_character_data(member.get(), name))
@@ -72,7 +72,7 @@ int insert_before(xmlNode *next, xml::Detached member, const char *who) {
     return succeed(1);
 }
 
-// The name of a member that is added without one.
+// Makes the name of a member that is added without one.
 using DefaultName = char[16];
 const char *make_name(DefaultName &text, int number) {
     std::snprintf(text, sizeof text, "#%d", number);
@@ -86,8 +86,8 @@ int count_entity_members(const xmlNode *container) {
     return count;
 }
 
-// The element child at a position, or null where the children end before it; `passed` is then their number. Warns of
-// every child on the way that is no entity member.
+// Returns the element child at a position. Null when there are fewer: `passed` is then their number. Prints a warning for
+// each child up to there that is no entity member.
 xmlNode *element_at(const xmlNode *container, int position, long &passed, const char *who) {
     passed = 0;
     for (xmlNode *child = xml::first_element(container->children); child; child = xml::first_element(child->next)) {
@@ -141,7 +141,7 @@ int kvio_append(kvio_iterator_t *iterator, const char *name) {
     if (empty(name)) name = make_name(fallback, count_entity_members(container) + 1);
     xml::Detached member = new_element(container, "entity", __func__);
     if (!member) return 0;
-    // What escaping the name and reading it as character data comes to, at a third of the cost.
+    // Has the result of escaping the name and setting it as character data, at a third of the cost.
     auto text = xml::guarded<xml::Detached>([&] { return xmlNewDocText(member->doc, xml::str(name)); });
     if (!text) return fail(0, KVIO_XML, "%s error on xmlEncodeSpecialChars()\n", __func__);
     xmlAddChild(member.get(), text.release());

@@ -6,7 +6,21 @@
 
 namespace store {
 
-constexpr long long too_many = static_cast<long long>(INT_MAX) + 1;
+namespace {
+
+// The number of entity members that a container leads to; -1 if they cannot be counted.
+struct Size {
+    enum { unseen, under_way, counted } state;
+    int code;  // left in kvio_errno by counting
+    long long count;
+
+    void add(long long more) noexcept {
+        constexpr long long too_many = static_cast<long long>(INT_MAX) + 1;
+        count = std::min(count + std::max(more, 0LL), too_many);
+    }
+};
+
+}  // namespace
 
 // Lists the containers that members can name, unless there are no container members. The first one of a name counts.
 bool Nesting::list_containers() noexcept {
@@ -40,12 +54,13 @@ std::uint32_t Nesting::named_by(const xmlNode *member) noexcept {
     return number ? *number : missing;
 }
 
-// Sets the code and prints the line of an open that fails.
-void Nesting::report_missing(const xmlNode *member) const noexcept {
+// Whether a member names no container. If it has a name sets the code and prints the line of an open that fails.
+bool Nesting::leads_nowhere(const xmlNode *member, std::uint32_t nested) const noexcept {
+    if (nested != missing) return nested == nameless;
     const char *who = "kvio_container_create_template";
-    if (!find_scope(top_->config, top_->scope, who)) return;
-    fail(0, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", who, top_->config->path,
-         top_->scope, top_->kind, xml::Text::below(member).get(), top_->type);
+    if (!find_scope(top_->config, top_->scope, who)) return true;
+    return fail(true, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", who, top_->config->path,
+                top_->scope, top_->kind, xml::Text::below(member).get(), top_->type);
 }
 
 template <class Take, class Meet, class Leave>
@@ -87,8 +102,7 @@ int Nesting::check_loop() noexcept {
     int result = 0;
     auto take = [](std::uint32_t, const xmlNode *) { return Next::go_on; };
     auto meet = [&](std::uint32_t container, const xmlNode *member, std::uint32_t nested) {
-        if (nested == missing) report_missing(member);
-        if (nested == missing || nested == nameless) {
+        if (leads_nowhere(member, nested)) {
             if (container == 0) result = -1;
             return Next::leave;
         }
@@ -100,12 +114,6 @@ int Nesting::check_loop() noexcept {
 }
 
 int Nesting::real_size() noexcept {
-    struct Size {
-        enum { unseen, under_way, counted } state;
-        int code;         // left in kvio_errno by counting it
-        long long count;  // -1 if it cannot be counted
-        void add(long long more) noexcept { count = std::min(count + std::max(more, 0LL), too_many); }
-    };
     Array<Size> sizes;
     if (!list_containers() || !sizes.fill(containers_.size(), {Size::unseen, KVIO_OK, 0}))
         return fail(-1, KVIO_NO_MEMORY);
@@ -115,31 +123,26 @@ int Nesting::real_size() noexcept {
         return Next::go_on;
     };
     auto meet = [&](std::uint32_t container, const xmlNode *member, std::uint32_t nested) {
-        if (nested == missing) report_missing(member);
         if (nested == nameless && container == 0) kvio_errno = KVIO_EMPTY_ITEM;
-        if (nested == missing || nested == nameless) {
+        if (leads_nowhere(member, nested)) {
             sizes[container].count = -1;
             return Next::leave;
         }
         Size &size = sizes[nested];
         if (size.state == Size::under_way) return fail(Next::stop, KVIO_LOOP);
         kvio_errno = size.code;
-        if (size.state == Size::counted) {
-            shared_ = true;
-            sizes[container].add(size.count);
-            return Next::go_on;
-        }
+        sizes[container].add(size.count);
+        shared_ = shared_ || size.state == Size::counted;
+        if (size.state == Size::counted) return Next::go_on;
         size.state = Size::under_way;
         return Next::enter;
     };
     auto leave = [&](std::uint32_t container, std::uint32_t around) {
-        sizes[container].state = Size::counted;
-        sizes[container].code = kvio_errno;
+        sizes[container] = {Size::counted, kvio_errno, sizes[container].count};
         if (around != none) sizes[around].add(sizes[container].count);
     };
     if (!walk(take, meet, leave)) return -1;
-    if (sizes[0].count > INT_MAX) return fail(-1, KVIO_NO_MEMORY);
-    return static_cast<int>(sizes[0].count);
+    return sizes[0].count > INT_MAX ? fail(-1, KVIO_NO_MEMORY) : static_cast<int>(sizes[0].count);
 }
 
 // Returns the first entity of this name that no member has taken; null if there is none. Goes on in the scope where the
@@ -186,8 +189,7 @@ bool Nesting::collect(Array<xmlNode *> &entities) noexcept {
         return Next::go_on;
     };
     auto meet = [&](std::uint32_t, const xmlNode *member, std::uint32_t nested) {
-        if (nested == missing) report_missing(member);
-        if (nested == missing || nested == nameless) return fail(Next::stop, KVIO_UNRESOLVED);
+        if (leads_nowhere(member, nested)) return fail(Next::stop, KVIO_UNRESOLVED);
         if (states[nested].is == State::under_way) return fail(Next::stop, KVIO_LOOP);
         if (states[nested].is == State::used_up) return Next::go_on;
         states[nested] = {State::under_way, entities.size()};

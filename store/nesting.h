@@ -50,7 +50,7 @@ private:
 
     bool list_containers() noexcept;
     std::uint32_t named_by(const xmlNode *member) noexcept;
-    void report_missing(const xmlNode *member) const noexcept;
+    bool leads_nowhere(const xmlNode *member, std::uint32_t nested) const noexcept;
     bool take_entity(const char *name, xmlNode *&entity) noexcept;
 
     const kvio_iterator_t *top_;

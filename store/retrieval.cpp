@@ -1,4 +1,4 @@
-// Containers and scopes read back: sizes, loops, positions, and the entities that names stand for.
+// Containers and scopes read: sizes, loops, positions, entities by name and by type, and arrays of entities.
 #include <algorithm>
 #include <climits>
 
@@ -18,8 +18,8 @@ store::Entities new_array(std::size_t capacity) {
     return store::Entities(kvio_alloc_entities(static_cast<int>(capacity)));
 }
 
-// Collects what the nesting leads to into an array of `size` slots; of as many as are needed where a table counted
-// fewer, and where so many paths lead to the same that there is no memory for their number. Null with the code.
+// Collects the entities into an array of `size` slots. The array has as many as are needed instead if a table counted
+// fewer, or if there are so many paths to a container that no memory holds `size`. Null with the code.
 kvio_entities_t *collect(store::Nesting &nesting, int size) {
     store::Entities array = new_array(static_cast<std::size_t>(size));
     if (!array && !nesting.is_shared()) return fail(nullptr, KVIO_NO_MEMORY);
@@ -33,7 +33,7 @@ kvio_entities_t *collect(store::Nesting &nesting, int size) {
 }
 
 kvio_entities_t *retrieve(kvio_iterator_t *iterator, bool check_loop) {
-    // The function that reads the handle first is the one that complains about it.
+    // The function that reads the handle first is named in the message about it.
     const char *reader = is_table(iterator) ? "kvio_size" : check_loop ? "do_kvio_check_loop" : "kvio_real_size";
     if (!container_of(iterator, reader)) return fail(nullptr, check_loop ? KVIO_LOOP : KVIO_UNRESOLVED);
     store::Nesting nesting(iterator);
@@ -42,11 +42,11 @@ kvio_entities_t *retrieve(kvio_iterator_t *iterator, bool check_loop) {
         return fail(nullptr, kvio_errno == KVIO_NO_MEMORY ? KVIO_NO_MEMORY : KVIO_LOOP);
     int size = is_table(iterator) ? kvio_size(iterator) : nesting.real_size();
     if (size >= 0) return collect(nesting, size);
-    bool is_told = kvio_errno == KVIO_LOOP || kvio_errno == KVIO_NO_MEMORY;
-    return is_told ? nullptr : fail(nullptr, KVIO_UNRESOLVED);
+    bool has_code = kvio_errno == KVIO_LOOP || kvio_errno == KVIO_NO_MEMORY;
+    return has_code ? nullptr : fail(nullptr, KVIO_UNRESOLVED);
 }
 
-// The position-th member of those that `counts` accepts, or null.
+// Returns the member at a position among those that `counts` accepts; null if there are fewer.
 template <class Counts>
 const xmlNode *member_at(const xmlNode *container, unsigned int position, Counts counts) {
     for (const xmlNode *child = container->children; child; child = child->next)
@@ -54,7 +54,7 @@ const xmlNode *member_at(const xmlNode *container, unsigned int position, Counts
     return nullptr;
 }
 
-// Hands the name of the member at a position to `use`; its kind, or -1.
+// Calls use(name) with the name of the member at a position. Returns its kind, or -1 with code and line.
 template <class Use>
 int regain(const kvio_iterator_t *iterator, unsigned int position, const char *who, Use use) {
     const xmlNode *container = container_of(iterator, who);
