@@ -1,43 +1,38 @@
-// The verbs that change. Each works on an open document, which batch.cpp opens, saves and closes.
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
-#include <utility>
-
+// The verbs that change. Each works on an open document, which changes.cpp opens, saves and closes.
 #include <libxml/parser.h>
 #include <libxml/xmlstring.h>
 
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
 #include "document.h"
 #include "output.h"
-#include "references.h"
 
 namespace kvio {
 namespace {
 
-// What the XML library reads at most of one text.
-constexpr std::size_t longest_text = 10'000'000;
+constexpr std::size_t max_text = 10'000'000;  // bytes of one text that the XML library reads
 
-// The store takes any text, and its writer stores what is none as something that does not read back.
+// The store takes any text; a document with one that XML cannot hold could not be saved.
 const std::string &checked_text(const std::string &text, const std::string &what) {
-    if (text.size() > longest_text) throw Failure{misused, what + " is too long to be read back"};
+    if (text.size() > max_text) throw Failure{misused, what + " is too long to be read back"};
     bool plain = xmlCheckUTF8(reinterpret_cast<const unsigned char *>(text.c_str())) != 0;
     for (std::size_t i = 0; i < text.size() && plain; ++i) {
         auto c = static_cast<unsigned char>(text[i]);
         plain = c >= ' ' ? text.compare(i, 3, "\xEF\xBF\xBE") != 0 && text.compare(i, 3, "\xEF\xBF\xBF") != 0
                          : c == '\t' || c == '\n';
     }
-    if (!plain) throw Failure{misused, what + " is no UTF-8 text, or has control characters"};
+    if (!plain) throw Failure{misused, what + " is not UTF-8 text, or has control characters"};
     return text;
 }
 
 const std::string &checked_type(const std::string &type) {
-    if (type == "table" || type == "list" || type == "group")
-        throw Failure{misused, type + " is a kind of container, no type of entities"};
+    if (is_kind(type)) throw Failure{misused, type + " is a kind of container, no type of entities"};
     return checked_name(type, "type");
 }
 
-// Of an entity, a container or a member.
+// The name of an entity, a container or a member.
 const std::string &checked_label(const std::string &name) {
     if (name.empty()) throw Failure{misused, "the name is empty"};
     return checked_text(name, "the name");
@@ -50,18 +45,6 @@ std::string character_data(const std::string &name) {
     return text;
 }
 
-// Whether a container (1) or an entity (0) stands at a position, or nothing (-1), and its name.
-std::pair<int, std::string> member_at(Container &container, int position) {
-    std::string name(64, '\0');
-    int kind;
-    do {
-        name.resize(name.size() * 2);
-        kind = kvio_regain_index2(container.get(), static_cast<unsigned>(position), name.data(),
-                                  static_cast<unsigned>(name.size()));
-    } while (kind >= 0 && std::strlen(name.c_str()) + 1 == name.size());
-    return {kind, name.c_str()};
-}
-
 int number(const std::string &text, const char *what) {
     errno = 0;
     char *end;
@@ -71,76 +54,77 @@ int number(const std::string &text, const char *what) {
     return static_cast<int>(value);
 }
 
-void set_fields(Call &call, kvio_node_t *entity, std::size_t first) {
-    for (std::size_t i = first; i + 1 < call.count(); i += 2) {
-        const std::string &field = checked_name(call[i], "field"), &value = checked_text(call[i + 1], "the value");
+void set_fields(kvio_node_t *entity, const Strings &pairs) {
+    if (pairs.size() % 2 != 0) throw Failure{misused, "the last field has no value"};
+    for (std::size_t i = 0; i < pairs.size(); i += 2) {
+        const std::string &field = checked_name(pairs[i], "field"), &value = checked_text(pairs[i + 1], "the value");
         if (!kvio_set(entity, field.c_str(), value.c_str())) store_failure("field " + field);
     }
 }
 
-void need_pairs(Call &call, std::size_t first) {
-    if ((call.count() - first) % 2 != 0) throw Failure{misused, "the last field has no value"};
+Container opened(const Call &call, Document &document) {
+    return {document, call.scope(), call.kind(), call.type(), call.container()};
 }
 
-Container opened(Call &call, Document &document) { return {document, call[1], call[2], call[3], call[4]}; }
-
-void refuse_if_named(Call &call, Document &document, const Member &member) {
-    if (call.has('f')) return;
-    std::string container = container_naming(document, member);
-    if (!container.empty())
-        throw Failure{inconsistent, container + " names " + member.name + "; take it out first, or say --force"};
+// The container that the call is about, which opened() has found, in the tree.
+Element container_of(const Call &call, const Document &document) {
+    return find_container(document.scope(call.scope()), call.kind(), call.type(), call.container());
 }
 
-// A member of the container that the call is about.
-Member member_of(Call &call, bool entity, const std::string &name) { return {call[1], call[2], call[3], name, entity}; }
-
-void count(Call &call, Document &document, bool entity, const std::string &name, int change) {
-    if (call[2] == "group") count_reference(document, member_of(call, entity, name), change);
+void refuse_if_named(const Call &call, Element scope, const Member &member) {
+    Element container = call.has('f') ? Element() : container_naming(scope, member);
+    if (container)
+        throw Failure{inconsistent, container.tag() + (' ' + container.name()) + " names " + member.name +
+                                        "; remove it from there first, or use --force"};
 }
 
-// Something new that groups name already.
-void count_those_that_name(Document &document, const Member &member) {
-    if (int many = times_named(document, member)) count_reference(document, member, many);
+// Counts a member that joins (1) or leaves (-1) the container that the call is about. Only groups count.
+void count_member(const Call &call, const Document &document, const std::string &name, bool entity, int change) {
+    if (call.kind() == "group")
+        count_reference(document.scope(call.scope()), {"group", call.type(), name, entity}, change);
 }
 
-// By another name, or type, others name it.
+// Counts the groups that name a new element already.
+void count_those_that_name(Element scope, const Member &member) {
+    if (int many = times_named(scope, member)) count_reference(scope, member, many);
+}
+
+// Runs a change that gives an element another name or type. Other groups refer to it then: corrects its count by the
+// difference.
 template <class Change>
-void renamed(Document &document, const Member &before, const Member &after, Change make) {
-    int difference = times_named(document, after) - times_named(document, before);
+void renamed(Element scope, const Member &before, const Member &after, Change make) {
+    int difference = times_named(scope, after) - times_named(scope, before);
     make();
-    if (difference != 0) count_reference(document, after, difference);
+    if (difference != 0) count_reference(scope, after, difference);
 }
 
-bool has_member(Call &call, Document &document, const std::string &name) {
-    return times_named(document, member_of(call, true, name), call[4]) +
-               times_named(document, member_of(call, false, name), call[4]) >
-           0;
+// The first member with this name, entity or container, or null.
+Element member_named(Element container, const std::string &name) {
+    for (Element member : container)
+        if ((member.is("entity") || member.is("container")) && member.has_text(name)) return member;
+    return Element();
 }
 
-// A member of this name goes, a container or an entity: which one it was, the number of the latter tells.
-template <class Change>
-bool goes_as_entity(Call &call, Document &document, const std::string &name, Change make) {
-    if (call[2] != "group") return make(), true;  // nobody counts
-    int before = times_named(document, member_of(call, true, name), call[4]);
-    make();
-    return times_named(document, member_of(call, true, name), call[4]) < before;
+Element member_at(Element container, int position) {
+    for (Element member : container)
+        if (--position == 0) return member;
+    return Element();
 }
 
 using AttributeChange = int (*)(kvio_node_t *, const char *, uint32_t *);
 
-void count_attribute(Call &call, Document &document, AttributeChange change) {
-    uint32_t value = 0;
-    kvio_node_t *entity = document.entity(call[1], call[2], call[3]);
-    const std::string &attribute = checked_name(call[4], "attribute");
-    // The store counts on from 0 behind the largest number, and from what is none.
-    char text[16] = "";
-    kvio_getattr_entity2(entity, attribute.c_str(), text, sizeof text);
-    bool number = text[std::strspn(text, "0123456789")] == '\0';
-    if (!number || (change == kvio_increase_entity_attr && std::strtoull(text, nullptr, 10) >= UINT32_MAX))
+// The store counts from 0 after the largest number, and after a text that is no number.
+void change_counter(const Call &call, Document &document, AttributeChange change, bool up) {
+    const std::string &attribute = checked_name(call["ATTRIBUTE"], "attribute");
+    kvio_node_t *entity = document.entity(call.scope(), call.type(), call.entity());
+    const std::string text = Element(entity).attribute(attribute).value_or("");
+    bool countable = text.size() <= 10 && text.find_first_not_of("0123456789") == std::string::npos;
+    if (!countable || (up && std::strtoull(text.c_str(), nullptr, 10) >= UINT32_MAX))
         throw Failure{inconsistent, "attribute " + attribute + " is " + text + ", which cannot be counted on"};
+    uint32_t value = 0;
     if (!change(entity, attribute.c_str(), &value)) store_failure("attribute " + attribute);
     document.output += std::to_string(value) + '\n';
-    document.changed();
+    document.structure_changed = true;
 }
 
 }  // namespace
@@ -148,195 +132,190 @@ void count_attribute(Call &call, Document &document, AttributeChange change) {
 // ---- entities
 
 void set(Call &call, Document &document) {
-    need_pairs(call, 4);
-    set_fields(call, document.entity(call[1], call[2], call[3]), 4);
+    set_fields(document.entity(call.scope(), call.type(), call.entity()), call.from("FIELD"));
 }
 
 void unset(Call &call, Document &document) {
-    kvio_node_t *entity = document.entity(call[1], call[2], call[3]);
-    for (std::size_t i = 4; i < call.count(); ++i)
-        if (!kvio_unset(entity, checked_name(call[i], "field").c_str())) store_failure("field " + call[i]);
+    Element entity(document.entity(call.scope(), call.type(), call.entity()));
+    for (const std::string &field : call.from("FIELD"))
+        if (!kvio_unset(entity.node(), checked_name(field, "field").c_str())) store_failure("field " + field);
 }
 
 void define(Call &call, Document &document) {
-    need_pairs(call, 4);
-    const std::string &type = checked_type(call[2]), &name = checked_label(call[3]);
-    document.check_scope(call[1]);
-    kvio_node_t *entity = kvio_define2(document.get(), call[1].c_str(), type.c_str(), name.c_str());
-    if (!entity) store_failure(type + ' ' + name + " in " + call[1]);
-    set_fields(call, entity, 4);
-    count_those_that_name(document, {call[1], "group", type, name, true});
-    document.changed();
+    const std::string &type = checked_type(call.type()), &name = checked_label(call.entity());
+    Element scope = document.scope(call.scope());
+    kvio_node_t *entity = kvio_define2(document.get(), call.scope().c_str(), type.c_str(), name.c_str());
+    if (!entity) store_failure(type + ' ' + name + " in " + call.scope());
+    set_fields(entity, call.from("FIELD"));
+    count_those_that_name(scope, {"group", type, name, true});
+    document.structure_changed = true;
 }
 
 void undefine(Call &call, Document &document) {
-    checked_type(call[2]);
-    document.entity(call[1], call[2], call[3]);
-    refuse_if_named(call, document, {call[1], "", call[2], call[3], true});
-    if (!kvio_undefine(document.get(), call[1].c_str(), call[2].c_str(), call[3].c_str()))
-        store_failure(call[2] + ' ' + call[3] + " in " + call[1]);
+    checked_type(call.type());
+    document.entity(call.scope(), call.type(), call.entity());
+    refuse_if_named(call, document.scope(call.scope()), {"", call.type(), call.entity(), true});
+    if (!kvio_undefine(document.get(), call.scope().c_str(), call.type().c_str(), call.entity().c_str()))
+        store_failure(call.type() + ' ' + call.entity() + " in " + call.scope());
 }
 
 // ---- containers
 
 void create(Call &call, Document &document) {
-    checked_name(call[3], "type");
-    checked_label(call[4]);
-    document.check_scope(call[1]);
-    { Container made(document, call[1], call[2], call[3], call[4], Container::create_it); }
-    if (call[2] == "group") count_those_that_name(document, member_of(call, false, call[4]));
-    document.changed();
+    checked_name(call.type(), "type");
+    checked_label(call.container());
+    Element scope = document.scope(call.scope());
+    Container made(document, call.scope(), call.kind(), call.type(), call.container(), Container::create_it);
+    if (call.kind() == "group") count_those_that_name(scope, {"group", call.type(), call.container(), false});
+    document.structure_changed = true;
 }
 
 void dispose(Call &call, Document &document) {
-    { Container there = opened(call, document); }
-    refuse_if_named(call, document, member_of(call, false, call[4]));
-    std::vector<Element> members = find_container(document.tree().scope(call[1]), call[2], call[3], call[4]).children();
-    if (!kind_of(call[2]).dispose(document.get(), call[1].c_str(), call[3].c_str(), call[4].c_str()))
-        store_failure(call[2] + ' ' + call[4]);
-    for (Element member : members) count(call, document, member.tag() == "entity", member.text(), -1);
-    document.changed();
+    const std::string label = opened(call, document).label();
+    refuse_if_named(call, document.scope(call.scope()), {call.kind(), call.type(), call.container(), false});
+    std::vector<std::pair<std::string, bool>> members;
+    for (Element member : container_of(call, document)) members.emplace_back(member.text(), member.is("entity"));
+    auto dispose_it = kind_of(call.kind()).dispose;
+    if (!dispose_it(document.get(), call.scope().c_str(), call.type().c_str(), call.container().c_str()))
+        store_failure(label);
+    for (const auto &[name, entity] : members) count_member(call, document, name, entity, -1);
+    document.structure_changed = true;
 }
 
 void join(Call &call, Document &document) {
     Container container = opened(call, document);
     bool entities = !call.has('c');
-    for (std::size_t i = 5; i < call.count(); ++i) {
-        const std::string &name = call[i];
-        std::string data = character_data(name);
-        // The store looks for the name as it is given, and with an ampersand it is given differently.
-        if (data != name && has_member(call, document, name))
-            kvio_errno = KVIO_EXISTS;
-        else
-            kvio_join(container.get(), data.c_str(), entities);
-        if (kvio_errno) store_failure("member " + name + " of " + container.label());
-        count(call, document, entities, name, 1);
+    for (const std::string &name : call.from("MEMBER")) {
+        const std::string data = character_data(name), label = "member " + name + " of " + container.label();
+        // The store compares the text that it is given, which is not the name where that has an ampersand.
+        if (data != name && member_named(container_of(call, document), name))
+            throw Failure{not_found, label + ": it exists already"};
+        kvio_join(container.get(), data.c_str(), entities);
+        if (kvio_errno) store_failure(label);
+        count_member(call, document, name, entities, 1);
         if (call.has('f')) continue;
-        if (entities && !holds_entities(call[3])) continue;
-        if (entities)
-            document.entity(call[1], call[3], name);
-        else
-            Container nested(document, call[1], call[2], call[3], name);
+        if (!entities)
+            Container nested(document, call.scope(), call.kind(), call.type(), name);
+        else if (holds_entities(call.type()))
+            document.entity(call.scope(), call.type(), name);
     }
-    document.changed();
+    document.structure_changed = true;
     if (entities || call.has('f')) return;
-    std::unique_ptr<kvio_entities_t, void (*)(kvio_entities_t *)> found(kvio_retrieve_all2(container.get()),
-                                                                        kvio_free_entities);
+    Owned<kvio_entities_t, kvio_free_entities> found(kvio_retrieve_all2(container.get()));
     if (!found && kvio_errno == KVIO_LOOP) store_failure(container.label());
 }
 
 void append(Call &call, Document &document) {
     Container container = opened(call, document);
-    const char *name = call.count() > 5 ? checked_label(call[5]).c_str() : nullptr;
+    const char *name = call.given("MEMBER") ? checked_label(call["MEMBER"]).c_str() : nullptr;
     if (!kvio_append(container.get(), name)) store_failure(container.label());
-    if (name) count(call, document, true, name, 1);
-    document.changed();
+    if (name) count_member(call, document, name, true, 1);
+    document.structure_changed = true;
 }
 
 void insert(Call &call, Document &document) {
-    int position = number(call[5], "the position");
+    int position = number(call["NUMBER"], "the position");
     Container container = opened(call, document);
-    std::string name = call.count() > 6 ? character_data(call[6]) : "";
+    std::string name = call.given("MEMBER") ? character_data(call["MEMBER"]) : "";
     if (!kvio_insert(container.get(), name.c_str(), position)) store_failure(container.label());
-    if (call.count() > 6) count(call, document, true, call[6], 1);
-    document.changed();
+    if (call.given("MEMBER")) count_member(call, document, call["MEMBER"], true, 1);
+    document.structure_changed = true;
 }
 
 void leave(Call &call, Document &document) {
-    if (call.has('p') == (call.count() > 5)) throw Failure{misused, "either members or --position"};
+    if (call.has('p') == call.given("MEMBER")) throw Failure{misused, "either members or --position"};
     Container container = opened(call, document);
+    Element element = container_of(call, document);
+    document.structure_changed = true;
     if (call.has('p')) {
-        int position = number(call.options['p'], "--position");
-        auto [kind, name] = member_at(container, position);
-        if (kind < 0 || !kvio_delete(container.get(), position)) store_failure(container.label());
-        count(call, document, kind == 0, name, -1);
+        int position = number(call.option('p'), "--position");
+        Element member = member_at(element, position);
+        std::string name = member ? member.text() : "";
+        bool entity = member && member.is("entity");
+        if (!kvio_delete(container.get(), position)) store_failure(container.label());
+        return count_member(call, document, name, entity, -1);
     }
-    for (std::size_t i = 5; i < call.count(); ++i) {
-        bool entity = goes_as_entity(call, document, call[i], [&] {
-            if (!kvio_remove(container.get(), call[i].c_str()))
-                store_failure("member " + call[i] + " of " + container.label());
-        });
-        count(call, document, entity, call[i], -1);
+    for (const std::string &name : call.from("MEMBER")) {
+        Element member = member_named(element, name);
+        bool entity = member && member.is("entity");
+        if (!kvio_remove(container.get(), name.c_str())) store_failure("member " + name + " of " + container.label());
+        count_member(call, document, name, entity, -1);
     }
-    document.changed();
 }
 
 void rename_member(Call &call, Document &document) {
     Container container = opened(call, document);
-    if (call[5] != call[6] && has_member(call, document, call[6]))
-        throw Failure{not_found, "member " + call[6] + " of " + container.label() + ": it exists already"};
-    std::string data = character_data(call[6]);
-    bool entity = goes_as_entity(call, document, call[5], [&] {
-        if (!kvio_change_container_element(container.get(), call[5].c_str(), data.c_str()))
-            store_failure("member " + call[5] + " of " + container.label());
-    });
-    count(call, document, entity, call[5], -1);
-    count(call, document, entity, call[6], 1);
-    document.changed();
+    const std::string &before = call["MEMBER"], &after = call["NEW"];
+    Element element = container_of(call, document), member = member_named(element, before);
+    if (before != after && member_named(element, after))
+        throw Failure{not_found, "member " + after + " of " + container.label() + ": it exists already"};
+    bool entity = member && member.is("entity");
+    if (!kvio_change_container_element(container.get(), before.c_str(), character_data(after).c_str()))
+        store_failure("member " + before + " of " + container.label());
+    count_member(call, document, before, entity, -1);
+    count_member(call, document, after, entity, 1);
+    document.structure_changed = true;
 }
 
 // ---- attributes
 
 namespace {
 
-// The members of a group of another type are other ones, too.
-template <class Change>
-void set_of_group(Call &call, Document &document, Change make) {
-    Member before = {call[1], "group", call[2], call[3], false}, after = before;
-    if (call[4] == "name") after.name = call[5];
-    if (call[4] == "type") after.type = call[5];
-    std::vector<Element> members;
-    if (before.type != after.type)
-        members = find_container(document.tree().scope(call[1]), "group", call[2], call[3]).children();
-    renamed(document, before, after, make);
-    for (Element one : members)
-        for (const Member &group : {before, after})
-            count_reference(document, {call[1], "group", group.type, one.text(), one.tag() == "entity"},
-                            group.type == after.type ? 1 : -1);
+void set_of_container(const Call &call, Document &document, const std::string &attribute, const std::string &value) {
+    const std::string &kind = call.option('k');
+    Container container(document, call.scope(), kind, call.type(), call.entity());
+    Element scope = document.scope(call.scope()), element = find_container(scope, kind, call.type(), call.entity());
+    auto make = [&] {
+        if (!kvio_setattr_container(container.get(), attribute.c_str(), value.c_str()))
+            store_failure(container.label());
+    };
+    if (kind != "group") return make();
+    Member before = {"group", call.type(), call.entity(), false}, after = before;
+    if (attribute == "name") after.name = value;
+    if (attribute == "type") after.type = value;
+    renamed(scope, before, after, make);
+    if (before.type == after.type) return;
+    // The members of a group of another type are others.
+    for (Element one : element) {
+        count_reference(scope, {"group", before.type, one.text(), one.is("entity")}, -1);
+        count_reference(scope, {"group", after.type, one.text(), one.is("entity")}, 1);
+    }
 }
 
 }  // namespace
 
 void attr_set(Call &call, Document &document) {
-    const std::string &attribute = checked_name(call[4], "attribute"), &value = checked_text(call[5], "the value");
+    const std::string &attribute = checked_name(call["ATTRIBUTE"], "attribute");
+    const std::string &value = checked_text(call["VALUE"], "the value");
     if (attribute == "name") checked_label(value);
     if (attribute == "type" && call.has('k')) checked_name(value, "type");
-    if (attribute == "xmlns") throw Failure{misused, "in a namespace nothing would find it again"};
-    if (call.has('k')) {
-        Container container(document, call[1], call.options['k'], call[2], call[3]);
-        auto make = [&] {
-            if (!kvio_setattr_container(container.get(), attribute.c_str(), value.c_str()))
-                store_failure(container.label());
-        };
-        if (call.options['k'] == "group")
-            set_of_group(call, document, make);
-        else
-            make();
-    } else {
-        kvio_node_t *entity = document.entity(call[1], call[2], call[3]);
-        Member before = {call[1], "group", call[2], call[3], true}, after = before;
-        if (attribute == "name") after.name = value;
-        renamed(document, before, after, [&] {
-            if (!kvio_setattr_entity(entity, attribute.c_str(), value.c_str())) store_failure(call[2] + ' ' + call[3]);
-        });
-    }
-    document.changed();  // of "name" and "type" the other verbs depend
+    if (attribute == "xmlns") throw Failure{misused, "the attribute xmlns cannot be set: it would hide the element"};
+    document.structure_changed = true;  // "name" and "type" identify elements
+    if (call.has('k')) return set_of_container(call, document, attribute, value);
+    kvio_node_t *entity = document.entity(call.scope(), call.type(), call.entity());
+    Member before = {"group", call.type(), call.entity(), true}, after = before;
+    if (attribute == "name") after.name = value;
+    renamed(document.scope(call.scope()), before, after, [&] {
+        if (!kvio_setattr_entity(entity, attribute.c_str(), value.c_str()))
+            store_failure(call.type() + ' ' + call.entity());
+    });
 }
 
 void attr_unset(Call &call, Document &document) {
-    const std::string &attribute = call[4];
+    const std::string &attribute = call["ATTRIBUTE"];
     if (attribute == "name" || (attribute == "type" && call.has('k')))
-        throw Failure{misused, "without its " + attribute + " nothing would find it again"};
+        throw Failure{misused, "the attribute " + attribute + " cannot be removed"};
+    document.structure_changed = true;
     if (call.has('k')) {
-        Container container(document, call[1], call.options['k'], call[2], call[3]);
+        Container container(document, call.scope(), call.option('k'), call.type(), call.entity());
         if (!kvio_unsetattr_container(container.get(), attribute.c_str())) store_failure(container.label());
-    } else if (!kvio_unsetattr_entity(document.entity(call[1], call[2], call[3]), attribute.c_str())) {
-        store_failure(call[2] + ' ' + call[3]);
+    } else if (!kvio_unsetattr_entity(document.entity(call.scope(), call.type(), call.entity()), attribute.c_str())) {
+        store_failure(call.type() + ' ' + call.entity());
     }
-    document.changed();
 }
 
-void attr_increase(Call &call, Document &document) { count_attribute(call, document, kvio_increase_entity_attr); }
-void attr_decrease(Call &call, Document &document) { count_attribute(call, document, kvio_decrease_entity_attr); }
+void attr_increase(Call &call, Document &document) { change_counter(call, document, kvio_increase_entity_attr, true); }
+
+void attr_decrease(Call &call, Document &document) { change_counter(call, document, kvio_decrease_entity_attr, false); }
 
 }  // namespace kvio

@@ -1,8 +1,7 @@
-// `check`: what the store's own operations never make, but editing by hand and half-done programs do.
+// `check`: what the store's own operations never make, but editing by hand and unfinished programs do.
 #include "check.h"
 
-#include <algorithm>
-#include <functional>
+#include <cstdlib>
 #include <map>
 
 #include "output.h"
@@ -12,211 +11,265 @@ namespace {
 
 struct Problem {
     std::string text;
-    std::string fault;   // the text without what other changes move; empty: none of a change's making
-    std::string remedy;  // what a repair does; empty: nothing that is safe
-    std::function<void(Document &)> repair;
+    std::string fault;   // the text without positions and counts; empty: not caused by a change
+    std::string remedy;  // what a repair does; empty: nothing is safe
+    Element target;      // of the repair
+    std::string count;   // the count that it sets; empty: it removes the target
 };
 
-// Containers are known within a scope by kind, type and name.
-using Identity = std::vector<std::string>;
-
-Identity identity(Element container) { return {container.tag(), container.type(), container.name()}; }
+// What elements of one kind share, in the order in which problems are reported: type and name of an entity; kind, type
+// and name of a container. XML texts have no byte zero.
+std::string key_of(const std::string &tag, const std::string &type, const std::string &name) {
+    return tag + (type.empty() && !is_kind(tag) ? "" : '\0' + type) + '\0' + name;
+}
 
 bool is_number(const std::string &text) {
     std::size_t digits = !text.empty() && text[0] == '-' ? 1 : 0;
     return text.size() > digits && text.find_first_not_of("0123456789", digits) == std::string::npos;
 }
 
-// That of an entity member that was added without one.
+// The name of an entity member that was added without one: # and its number.
 bool is_default_name(const std::string &name) {
     return name.size() > 1 && name[0] == '#' && name.find_first_not_of("0123456789", 1) == std::string::npos;
 }
 
-std::string label(Element element) { return element.tag() + ' ' + element.name(); }
+std::string short_label(Element element) { return element.tag() + (' ' + element.name()); }
+
+// Everything below an element in one text: equal for elements that differ at most in the order of attributes.
+std::string contents_of(Element element) {
+    std::map<std::string, std::string> sorted;
+    for (const auto &[name, value] : element.attributes()) sorted[name] = value;
+    std::string text = std::string("<") + element.tag();
+    for (const auto &[name, value] : sorted) text += '\1' + name + '\1' + value;
+    if (element.is_empty()) return text + '>' + element.text();
+    for (Element child : element) text += contents_of(child);
+    return text + "</>";
+}
 
 class ScopeCheck {
 public:
-    ScopeCheck(Element scope, bool unique, std::vector<Problem> &problems)
-        : scope_(scope.scope()), unique_(unique), problems_(problems) {
-        for (Element child : scope.children()) {
-            if (child.role() == Role::entity) entities_[{child.tag(), child.name()}].push_back(child);
-            if (child.role() == Role::container) containers_[identity(child)].push_back(child);
+    ScopeCheck(Element scope, std::vector<Problem> &problems) : scope_(scope.scope()), problems_(problems) {
+        for (Element child : scope) {
+            Role role = child.role();
+            if (role == Role::entity) entities_[key_of(child.tag(), "", child.name())].push_back(child);
+            if (role == Role::container) containers_[key_of(child.tag(), child.type(), child.name())].push_back(child);
         }
     }
 
     void run() {
-        for (const auto &[key, same] : entities_) check_unique(label(same[0]), same.size());
-        for (const auto &[key, same] : containers_) {
-            check_unique(label(same[0]) + " of " + key[1], same.size());
-            for (Element container : same) check_container(container, same.size() == 1);
+        for (auto &[key, same] : entities_) check_unique(same, short_label(same[0]));
+        for (auto &[key, same] : containers_) {
+            check_unique(same, same[0].label());
+            for (Element container : same) check_container(container);
         }
-        for (const auto &[key, same] : containers_) look_for_loops(key);
-        check_counts();
+        look_for_loops();
+        for (const auto &[key, same] : entities_) check_count(same, key, false);
+        for (const auto &[key, same] : containers_)
+            if (same[0].is("group")) check_count(same, key, true);
     }
 
 private:
-    void found(const std::string &text, const std::string &fault, const std::string &remedy = "",
-               std::function<void(Document &)> repair = nullptr) {
-        bool repairable = unique_ && repair;
-        problems_.push_back({scope_ + ": " + text, fault.empty() ? "" : scope_ + ": " + fault, repairable ? remedy : "",
-                             repairable ? std::move(repair) : nullptr});
-    }
-    void found(const std::string &text) { found(text, text); }
+    using Found = std::map<std::string, std::vector<Element>>;
 
-    void check_unique(const std::string &what, std::size_t many) {
-        if (many > 1) found(what + " occurs " + std::to_string(many) + " times", what + " occurs several times");
+    Problem &found(const std::string &text, const std::string &fault) {
+        problems_.push_back({scope_ + ": " + text, fault.empty() ? "" : scope_ + ": " + fault, "", Element(), ""});
+        return problems_.back();
     }
 
-    void check_container(Element container, bool unique) {
-        bool typed = !container.type().empty(), named = !container.name().empty();
-        if (!typed) found(label(container) + " has no type");
-        if (!named) found(container.tag() + " of " + container.type() + " has no name");
-        bool addressable = unique && typed && named;
-        std::map<std::string, std::string> names;  // and what they are of
-        int position = 0;
-        for (Element member : container.children()) {
-            ++position;
-            std::string what = label(container) + ": member " + std::to_string(position), name = member.text();
-            std::string fault = member_fault(container, member, typed);
-            bool known = member.tag() == "entity" || member.tag() == "container", removable = known;
-            if (fault.empty() && container.tag() == "group") {
-                auto [first, is_new] = names.emplace(name, member.tag());
-                if (!is_new) fault = "is there already: " + name;
-                if (first->second != member.tag()) removable = false;  // an entity and a group: which one is meant?
+    // Reports duplicates, and forgets those that are equal to the first: a repair removes them.
+    void check_unique(std::vector<Element> &same, const std::string &what) {
+        if (same.size() == 1) return;
+        const std::string fault = what + " occurs several times", first = contents_of(same[0]);
+        std::vector<Element> kept = {same[0]};
+        for (std::size_t i = 1; i < same.size(); ++i) {
+            if (contents_of(same[i]) != first) {
+                kept.push_back(same[i]);
+                continue;
             }
-            if (fault.empty()) continue;
-            if (removable) count_member(container, member, -1);
-            std::string whole = label(container) + ": a member " + fault;
-            what += ' ' + fault;
-            if (!addressable || !removable)
-                found(what, whole);
-            else
-                found(what, whole, "remove the member", remove_member(identity(container), position));
+            Problem &problem = found(what + " has an identical duplicate", fault);
+            problem.remedy = "remove it";
+            problem.target = same[i];
         }
-        for (Element member : container.children()) count_member(container, member, 1);
+        if (kept.size() > 1) found(what + " occurs " + std::to_string(kept.size()) + " times", fault);
+        same = kept;
     }
 
-    std::string member_fault(Element container, Element member, bool typed) {
-        std::string name = member.text();
-        if (member.tag() != "entity" && member.tag() != "container")
-            return "is neither entity nor container: " + member.tag();
+    void check_container(Element container) {
+        bool typed = !container.type().empty(), named = !container.name().empty();
+        if (!typed) found(short_label(container) + " has no type", short_label(container) + " has no type");
+        const std::string nameless = container.tag() + (" of " + container.type()) + " has no name";
+        if (!named) found(nameless, nameless);
+        std::map<std::string, std::string> seen;  // names of a group's members, and what they are of
+        int position = 0;
+        for (Element member : container) check_member(container, member, ++position, seen);
+    }
+
+    void check_member(Element container, Element member, int position, std::map<std::string, std::string> &seen) {
+        const std::string name = member.text();
+        bool group = container.is("group"), known = member.is("entity") || member.is("container");
+        std::string fault = member_fault(container, member, name);
+        bool removable = known;
+        if (fault.empty() && group) {
+            auto [first, is_new] = seen.emplace(name, member.tag());
+            if (!is_new) fault = "is there already: " + name;
+            if (!member.is(first->second)) removable = false;  // an entity and a group: it is not clear which is meant
+        }
+        if (group && known && (fault.empty() || !removable)) ++references_[named_by(container, member, name)];
+        if (fault.empty()) return;
+        const std::string what = short_label(container);
+        Problem &problem =
+            found(what + ": member " + std::to_string(position) + ' ' + fault, what + ": a member " + fault);
+        if (!removable) return;
+        problem.remedy = "remove the member";
+        problem.target = member;
+    }
+
+    static std::string named_by(Element container, Element member, const std::string &name) {
+        return member.is("entity") ? key_of(container.type(), "", name) : key_of("group", container.type(), name);
+    }
+
+    std::string member_fault(Element container, Element member, const std::string &name) const {
+        const std::string type = container.type(), tag = member.tag();
+        if (tag != "entity" && tag != "container") return "is neither entity nor container: " + tag;
         if (name.empty()) return "has no name";
-        if (!typed) return "";
-        if (member.tag() == "container")
-            return containers_.count({container.tag(), container.type(), name})
-                       ? ""
-                       : "names no " + container.tag() + ": " + name;
-        if (!holds_entities(container.type()) || is_default_name(name)) return "";
-        return entities_.count({container.type(), name}) ? "" : "names no " + container.type() + ": " + name;
-    }
-
-    // How often groups name an entity or a group; duplicates, which are faults, were taken off before.
-    void count_member(Element container, Element member, int step) {
-        if (container.tag() != "group") return;
-        if (member.tag() == "entity") references_[{container.type(), member.text()}] += step;
-        if (member.tag() == "container") references_[{"group", container.type(), member.text()}] += step;
-    }
-
-    std::function<void(Document &)> remove_member(const Identity &key, int position) const {
-        return [scope = scope_, key, position](Document &document) {
-            Container container(document, scope, key[0], key[1], key[2]);
-            if (!kvio_delete(container.get(), position)) store_failure(container.label());
-        };
-    }
-
-    // 1. A container that is being walked is on the path; meeting it again is a loop.
-    // 2. One that was walked to its end is never walked again.
-    void look_for_loops(const Identity &key) {
-        if (walked_.count(key)) return;
-        auto on_path = std::find(path_.begin(), path_.end(), key);
-        if (on_path != path_.end()) {
-            std::string text;
-            for (auto one = on_path; one != path_.end(); ++one) text += (*one)[2] + " > ";
-            return found(key[0] + " " + key[2] + " contains itself: " + text + key[2]);
+        if (type.empty()) return "";
+        if (tag == "container") {
+            bool there = containers_.count(key_of(container.tag(), type, name)) != 0;
+            return there ? "" : std::string("names no ") + container.tag() + ": " + name;
         }
-        auto same = containers_.find(key);
-        if (same == containers_.end()) return;
-        path_.push_back(key);
-        for (Element member : same->second[0].children())
-            if (member.tag() == "container") look_for_loops({key[0], key[1], member.text()});
-        path_.pop_back();
-        walked_.insert(key);
+        if (!holds_entities(type) || is_default_name(name)) return "";
+        return entities_.count(key_of(type, "", name)) ? "" : "names no " + type + ": " + name;
     }
 
-    // A count that is too low lets somebody delete what is in use, so it is raised. One that is too high may count
-    // references that stand elsewhere.
-    void check_counts() {
-        for (const auto &[key, same] : entities_)
-            check_count(same, key, [this, key = key](Document &document, const char *count) {
-                kvio_node_t *entity = document.entity(scope_, key[0], key[1]);
-                if (!kvio_setattr_entity(entity, "reference", count)) store_failure(key[0] + ' ' + key[1]);
-            });
+    // Walks from each container through those that it names, each one once:
+    // 1. A container on the path that is met again is a loop.
+    // 2. One that was left is not walked again.
+    void look_for_loops() {
         for (const auto &[key, same] : containers_) {
-            if (key[0] != "group") continue;
-            check_count(same, key, [this, key = key](Document &document, const char *count) {
-                Container container(document, scope_, key[0], key[1], key[2]);
-                if (!kvio_setattr_container(container.get(), "reference", count)) store_failure(container.label());
-            });
+            if (states_[key] != State::unseen) continue;
+            std::vector<Step> path;
+            enter(key, same[0], path);
+            while (!path.empty()) step(path);
         }
     }
 
-    // Without the attribute programs read 0. What one group names may well be counted by nobody; with a second one that
-    // is too low. Nor do programs count the parent in which they create a group.
-    template <class Write>
-    void check_count(const std::vector<Element> &same, const Identity &key, Write write) {
-        std::optional<std::string> text = same[0].attribute("reference");
+    enum class State { unseen, on_path, left };
+    struct Step {
+        std::string key;
+        Element container;
+        Element::Iterator next;
+    };
+
+    void enter(const std::string &key, Element container, std::vector<Step> &path) {
+        states_[key] = State::on_path;
+        path.push_back({key, container, container.begin()});
+    }
+
+    void step(std::vector<Step> &path) {
+        Step &last = path.back();
+        if (!(last.next != last.container.end())) {
+            states_[last.key] = State::left;
+            path.pop_back();
+            return;
+        }
+        Element member = *last.next;
+        ++last.next;
+        if (!member.is("container")) return;
+        const std::string key = key_of(last.container.tag(), last.container.type(), member.text());
+        auto named = containers_.find(key);
+        if (named == containers_.end()) return;
+        State state = states_[key];
+        if (state == State::unseen) enter(key, named->second[0], path);
+        if (state == State::on_path) report_loop(path, key);
+    }
+
+    void report_loop(const std::vector<Step> &path, const std::string &key) {
+        std::size_t first = path.size() - 1;
+        while (path[first].key != key) --first;
+        std::string text;
+        for (std::size_t i = first; i < path.size(); ++i) text += path[i].container.name() + " > ";
+        const std::string name = path[first].container.name();
+        text = short_label(path[first].container) + " contains itself: " + text + name;
+        found(text, text);
+    }
+
+    // Programs read 0 where the attribute is missing. One group may name an element that no program counts; with a
+    // second one the count is too low. Nor do programs count the parent in which they create a group.
+    // A count that is too low lets a program delete what is in use, so a repair raises it.
+    void check_count(const std::vector<Element> &same, const std::string &key, bool is_group) {
+        const Element element = same[0];
+        std::optional<std::string> text = element.attribute("reference");
         int named = references_[key];
-        bool is_group = key.size() > 2, addressable = !is_group || (!key[1].empty() && !key[2].empty());
-        if (same.size() != 1 || !addressable || (!text && named < 2)) return;
-        std::string right = std::to_string(named), what = label(same[0]) + ": reference is " + text.value_or("missing");
+        if (same.size() != 1 || (!text && named < 2)) return;
+        if (is_group && (element.type().empty() || element.name().empty())) return;
         bool number = !text || is_number(*text);
         long counted = text ? std::strtol(text->c_str(), nullptr, 10) : 0;
         if (text && number && (counted == named || (is_group && counted == named - 1))) return;
-        what += (number ? "" : ", no number") + (", groups that name it: " + right);
-        if (number && counted > named) return found(what, "");
-        std::string fault = label(same[0]) + ": reference is too low, or no number";
-        found(what, fault, "set it to " + right,
-              [write, right](Document &document) { write(document, right.c_str()); });
+        const std::string label = short_label(element);
+        bool too_high = number && counted > named;
+        Problem &problem = found(label + ": reference is " + text.value_or("missing") + (number ? "" : ", no number") +
+                                     ", groups that name it: " + std::to_string(named),
+                                 too_high ? "" : label + ": reference is too low, or no number");
+        if (too_high) return;
+        problem.count = std::to_string(named);
+        problem.remedy = "set it to " + problem.count;
+        problem.target = element;
     }
 
     std::string scope_;
-    bool unique_;
     std::vector<Problem> &problems_;
-    std::map<Identity, std::vector<Element>> entities_, containers_;
-    std::map<Identity, int> references_;
-    std::vector<Identity> path_;
-    std::set<Identity> walked_;
+    Found entities_, containers_;
+    std::map<std::string, int> references_;
+    std::map<std::string, State> states_;
 };
 
-std::vector<Problem> problems_of(const Tree &tree, std::vector<ScopeCheck> &checks) {
+std::vector<Problem> problems_of(const Document &document) {
     std::vector<Problem> problems;
-    auto found = [&](const std::string &text) { problems.push_back({text, text, "", nullptr}); };
-    if (tree.root().tag() != "kavex") found("the root element is " + tree.root().tag() + ", not kavex");
+    auto found = [&](const std::string &text) { problems.push_back({text, text, "", Element(), ""}); };
+    Element root = document.any_root();
+    if (!root.is("kavex")) found(std::string("the root element is ") + root.tag() + ", not kavex");
     std::map<std::string, int> scopes;
     std::set<std::string> others;  // paths of what stands in scopes
-    tree.each_scope([&](Element scope) {
-        ++scopes[scope.scope()];
-        for (Element child : scope.children())
-            if (child.role() != Role::scope) others.insert(scope.scope() + '/' + child.tag());
+    each_scope(root, [&](Element scope) {
+        const std::string path = scope.scope();
+        ++scopes[path];
+        for (Element child : scope)
+            if (child.role() != Role::scope) others.insert(path + '/' + child.tag());
     });
     for (const auto &[path, many] : scopes) {
         if (many > 1) found(path + ": the scope occurs " + std::to_string(many) + " times");
         if (others.count(path)) found(path + ": the scope has the name of a type beside it");
     }
-    tree.each_scope([&](Element scope) {
-        bool unique = scopes[scope.scope()] == 1 && !others.count(scope.scope());
-        checks.emplace_back(scope, unique, problems);
+    each_scope(root, [&](Element scope) {
+        const std::string path = scope.scope();
+        std::size_t first = problems.size();
+        ScopeCheck(scope, problems).run();
+        // What is missing in one of two scopes of a path may stand in the other: nothing is safe.
+        if (scopes[path] > 1 || others.count(path))
+            for (; first < problems.size(); ++first) problems[first].remedy = "";
     });
-    for (ScopeCheck &check : checks) check.run();
     return problems;
+}
+
+// From the last one on: a member stands behind the container that may be removed with it.
+bool repair_all(const std::vector<Problem> &problems) {
+    bool any = false;
+    for (auto problem = problems.rbegin(); problem != problems.rend(); ++problem) {
+        if (problem->remedy.empty()) continue;
+        any = true;
+        if (problem->count.empty())
+            problem->target.remove();
+        else
+            problem->target.set_attribute("reference", problem->count);
+    }
+    return any;
 }
 
 }  // namespace
 
-std::multiset<std::string> faults_of(const Tree &tree) {
-    std::vector<ScopeCheck> checks;
+std::multiset<std::string> faults_of(const Document &document) {
     std::multiset<std::string> faults;
-    for (const Problem &problem : problems_of(tree, checks))
+    for (const Problem &problem : problems_of(document))
         if (!problem.fault.empty()) faults.insert(problem.fault);
     return faults;
 }
@@ -224,22 +277,16 @@ std::multiset<std::string> faults_of(const Tree &tree) {
 int check(Call &call) {
     bool plan = call.has('R'), repair = plan && call.has('y');
     if (call.has('y') && !plan) throw Failure{misused, "--yes goes with --repair"};
-    Document document = repair ? Document::change(call[0]) : Document::look(call[0]);
-    std::vector<ScopeCheck> checks;  // the repairs refer to them
-    std::vector<Problem> problems = problems_of(document.tree(), checks);
-    // From the last one on, since each removal moves the positions behind it.
-    for (auto problem = problems.rbegin(); repair && problem != problems.rend(); ++problem)
-        if (problem->repair) problem->repair(document);
-    bool remains = false, changed = false;
-    std::string report;
+    Document document = repair ? Document::change(call) : Document::look(call.name());
+    std::vector<Problem> problems = problems_of(document);
+    if (repair && repair_all(problems)) document.save();
+    bool remains = false;
     for (const Problem &problem : problems) {
         std::string remedy =
             problem.remedy.empty() ? "" : (repair ? " (repaired: " : " (repair: ") + problem.remedy + ')';
-        report += one_line(problem.text) + (plan ? remedy : "") + '\n';
-        (repair && problem.repair ? changed : remains) = true;
+        put(one_line(problem.text) + (plan ? remedy : "") + '\n');
+        remains = remains || !repair || problem.remedy.empty();
     }
-    if (changed) document.save();
-    put(report);
     return remains ? inconsistent : success;
 }
 

@@ -9,9 +9,9 @@
 
 namespace kvio {
 
-// In words that stay the same when something else in the document changes. Counts of references that are too high are
-// no faults here: they may count what stands elsewhere.
-std::multiset<std::string> faults_of(const Tree &tree);
+// The faults, in words that stay the same when something else in the document changes. A count of references that is
+// too high is none: it may include references that are kept elsewhere.
+std::multiset<std::string> faults_of(const Document &document);
 
 }  // namespace kvio
 

@@ -1,132 +1,188 @@
-// `diff`: what a configuration has become, compared with a file, by entity and field. The order of scopes, entities,
-// containers and fields and that of a group's members has no meaning; that of the members of lists and tables has.
+// `diff`: two configurations compared by entity and field. The order of scopes, entities, containers and fields and that
+// of a group's members has no meaning; that of the members of lists and tables has.
+#include "diff.h"
+
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <map>
 
-#include "document.h"
+#include "base/paths.h"
 #include "output.h"
 
 namespace kvio {
 namespace {
 
-// What is compared: texts by where they stand. The columns of a place are scope, type or kind, name, and field.
-using Place = std::vector<std::string>;
-using Contents = std::map<Place, std::string>;
+// Texts by the place where they stand: scope, type or kind, name, and field, separated by bytes of zero. XML holds
+// neither these bytes nor the marks of value 1, which keep apart what looks the same when it is printed.
+constexpr char separator = '\0', mark = '\1';
 
-void add(Contents &contents, Place place, const std::string &text) {
-    if (contents.emplace(place, text).second) return;
-    place.push_back("again");  // a duplicate, which only editing by hand makes
-    add(contents, place, text);
-}
-
-// No name has a zero byte: a mark that keeps apart what would look the same.
-std::string member_text(Element member) {
-    return member.text() + (member.tag() == "entity" ? "" : std::string(1, '\0') + " (" + member.tag() + ')');
-}
-
-std::string displayed(std::string text) {
-    text.erase(std::remove(text.begin(), text.end(), '\0'), text.end());
-    return one_line(text);
-}
-
-void add_container(Contents &contents, Element container, const Place &place) {
-    if (container.tag() == "group") {
-        for (Element member : container.children()) {
-            Place one = place;
-            one.push_back("member " + member_text(member));
-            add(contents, one, "");
-        }
-        return;
+class Contents {
+public:
+    explicit Contents(const Document &document) {
+        for (Element scope : document.root()) add_scope(scope);
     }
-    std::string order;
-    const std::string separator = std::string(1, '\0') + ", ";
-    for (Element member : container.children()) order += (order.empty() ? "" : separator) + member_text(member);
-    Place members = place;
-    members.push_back("members");
-    add(contents, members, order);
-}
+    const std::map<std::string, std::string> &texts() const { return texts_; }
 
-void add_scope(Contents &contents, Element scope) {
-    std::string path = scope.scope();
-    add(contents, {path}, "");
-    for (const auto &[name, value] : scope.attributes()) add(contents, {path, '@' + name}, value);
-    if (scope.children().empty() && !scope.text().empty()) add(contents, {path, "text"}, scope.text());
-    for (Element child : scope.children()) {
-        if (child.role() == Role::scope) {
-            add_scope(contents, child);
-            continue;
-        }
-        bool container = child.role() == Role::container;
-        Place place = {path, container ? child.tag() + " of " + child.type() : child.tag(), child.name()};
-        add(contents, place, "");
-        for (const auto &[name, value] : child.attributes()) {
-            if (name == "name" || (container && name == "type")) continue;
-            Place attribute = place;
-            attribute.push_back('@' + name);
-            add(contents, attribute, value);
-        }
-        if (container) add_container(contents, child, place);
-        for (Element field : container ? std::vector<Element>() : child.children()) {
-            Place value = place;
-            value.push_back(field.tag());
-            add(contents, value, field.value());
+private:
+    // Adds a text and returns its place, which gets a number where an equal one comes again.
+    std::string add(const std::string &place, const std::string &text) {
+        int times = ++times_[place];
+        std::string unique = times == 1 ? place : place + mark + " (" + std::to_string(times) + ')';
+        texts_[unique] = text;
+        return unique;
+    }
+
+    void add_attributes(Element element, const std::string &place) {
+        bool container = element.role() == Role::container, scope = element.role() == Role::scope;
+        for (const auto &[name, value] : element.attributes())
+            if (scope || (name != "name" && !(container && name == "type"))) add(place + separator + '@' + name, value);
+    }
+
+    void add_scope(Element scope) {
+        const std::string place = add(scope.scope(), "");
+        add_attributes(scope, place);
+        if (scope.is_empty() && !scope.text().empty()) add(place + separator + "text", scope.text());
+        for (Element child : scope) {
+            if (child.role() == Role::scope)
+                add_scope(child);
+            else
+                add_part(child, place);
         }
     }
-}
 
-Contents contents_of(Document &document) {
-    Contents contents;
-    for (Element scope : document.tree().root().children()) add_scope(contents, scope);
-    return contents;
-}
+    void add_part(Element element, const std::string &scope) {
+        bool container = element.role() == Role::container;
+        const std::string tag = container ? element.tag() + (" of " + element.type()) : element.tag();
+        const std::string place = add(scope + separator + tag + separator + element.name(), "");
+        add_attributes(element, place);
+        if (container)
+            add_members(element, place);
+        else
+            for (Element field : element) add(place + separator + field.tag(), field.value());
+    }
 
-std::string shown(const Place &place) {
-    std::string text;
-    for (const std::string &part : place) text += (text.empty() ? "" : " ") + displayed(part);
+    void add_members(Element container, const std::string &place) {
+        std::string order;
+        for (Element member : container) {
+            std::string text = member.text();
+            if (!member.is("entity")) text += mark + (" (" + std::string(member.tag()) + ')');
+            if (container.is("group")) add(place + separator + "member " + text, "");
+            order += (order.empty() ? "" : mark + std::string(", ")) + text;
+        }
+        if (!container.is("group")) add(place + separator + "members", order);
+    }
+
+    std::map<std::string, std::string> texts_;
+    std::map<std::string, int> times_;
+};
+
+std::string without_marks(std::string text) {
+    text.erase(std::remove(text.begin(), text.end(), mark), text.end());
     return text;
 }
 
-// What is missing as a whole is said once: whatever stands within it needs no line of its own.
-bool said(const Place &place, const Place &whole) {
-    return !whole.empty() && place.size() > whole.size() && std::equal(whole.begin(), whole.end(), place.begin());
-}
+class Printer {
+public:
+    explicit Printer(const Call &call) : json_(format_of(call) == "json") {}
+    ~Printer() {
+        if (json_) put(text_.empty() ? "[\n]\n" : "[\n" + text_ + "\n]\n");
+    }
+    Printer(const Printer &) = delete;
+    Printer &operator=(const Printer &) = delete;
 
-bool within_scope(const Place &place, const Place &whole) {
-    return whole.size() == 1 && place[0].compare(0, whole[0].size() + 1, whole[0] + '/') == 0;
-}
+    using Text = std::pair<const std::string, std::string>;
+    void removed(const Text &one) {
+        if (is_new(one.first, removed_)) print("removed", "- ", "31", one.first, &one.second, nullptr);
+    }
+    void added(const Text &one) {
+        if (is_new(one.first, added_)) print("added", "+ ", "32", one.first, nullptr, &one.second);
+    }
+    void changed(const Text &before, const Text &after) {
+        print("changed", "~ ", "33", before.first, &before.second, &after.second);
+    }
 
-void print(char sign, const Contents::value_type &one) {
-    std::string line = std::string(1, sign) + ' ' + shown(one.first);
-    if (!one.second.empty()) line += ": " + displayed(one.second);
-    put(coloured(sign == '+' ? "32" : "31", line) + '\n');
+private:
+    // Whether a place is outside of the latest one that is missing as a whole; it becomes the latest one then.
+    static bool is_new(const std::string &place, std::string &whole) {
+        bool within = !whole.empty() && place.compare(0, whole.size(), whole) == 0 && place.size() > whole.size();
+        char next = within ? place[whole.size()] : ' ';
+        bool is_scope = whole.find(separator) == std::string::npos;
+        if (within && (next == separator || (is_scope && next == '/'))) return false;
+        whole = place;
+        return true;
+    }
+
+    void print(const char *change, const char *sign, const char *colour, const std::string &place,
+               const std::string *before, const std::string *after) {
+        if (json_) return print_json(change, place, before, after);
+        std::string line = sign, part;
+        for (char c : place) line += c == separator ? ' ' : c;
+        const std::string texts[] = {before ? one_line(without_marks(*before)) : "",
+                                     after ? one_line(without_marks(*after)) : ""};
+        line = one_line(without_marks(line));
+        if (before && after)
+            line += ": " + texts[0] + " -> " + texts[1];
+        else if (!texts[0].empty() || !texts[1].empty())
+            line += ": " + texts[0] + texts[1];
+        put(coloured(colour, line) + '\n');
+    }
+
+    void print_json(const char *change, const std::string &place, const std::string *before, const std::string *after) {
+        Strings parts;
+        for (std::size_t begin = 0, end; begin <= place.size(); begin = end + 1) {
+            end = std::min(place.find(separator, begin), place.size());
+            parts.push_back(json(without_marks(place.substr(begin, end - begin))));
+        }
+        std::vector<std::pair<const char *, std::string>> members = {{"change", json(change)},
+                                                                     {"place", json_array(parts)}};
+        if (before) members.emplace_back("old", json(without_marks(*before)));
+        if (after) members.emplace_back("new", json(without_marks(*after)));
+        text_ += (text_.empty() ? "  " : ",\n  ") + json_object(members);
+    }
+
+    bool json_;
+    std::string text_, removed_, added_;
+};
+
+// A configuration of this name, or else a file.
+Document configuration_or_file(const std::string &name) {
+    struct stat file;
+    bool is_path = name.find('/') != std::string::npos || name == "-";
+    if (!is_path &&
+        (name == paths::system_default || stat(path_of(name).c_str(), &file) == 0 || stat(name.c_str(), &file) != 0))
+        return Document::look(name);
+    return Document::file(name);
 }
 
 }  // namespace
 
-int diff(Call &call) {
-    Document current = Document::look(call[0]), base = Document::file(call.count() > 1 ? call[1] : system_default);
-    Contents before = contents_of(base), after = contents_of(current);
+bool print_differences(const Call &call, const Document &before, const Document &after) {
+    const Contents old_contents(before), new_contents(after);
+    Printer printer(call);
     bool different = false;
-    Place gone, came;
-    auto old = before.begin(), now = after.begin();
-    while (old != before.end() || now != after.end()) {
-        if (now == after.end() || (old != before.end() && old->first < now->first)) {
-            if (!said(old->first, gone) && !within_scope(old->first, gone)) print('-', *old), gone = old->first;
-            different = true, ++old;
-        } else if (old == before.end() || now->first < old->first) {
-            if (!said(now->first, came) && !within_scope(now->first, came)) print('+', *now), came = now->first;
-            different = true, ++now;
-        } else {
-            if (old->second != now->second) {
-                put(coloured("33", "~ " + shown(old->first) + ": " + displayed(old->second) + " -> " +
-                                       displayed(now->second)) +
-                    '\n');
-                different = true;
-            }
-            ++old, ++now;
-        }
+    auto old = old_contents.texts().begin(), old_end = old_contents.texts().end();
+    auto now = new_contents.texts().begin(), now_end = new_contents.texts().end();
+    while (old != old_end || now != now_end) {
+        bool only_old = now == now_end || (old != old_end && old->first < now->first);
+        bool only_new = !only_old && (old == old_end || now->first < old->first);
+        if (only_old) printer.removed(*old);
+        if (only_new) printer.added(*now);
+        bool changed = !only_old && !only_new && old->second != now->second;
+        if (changed) printer.changed(*old, *now);
+        different = different || only_old || only_new || changed;
+        if (!only_new) ++old;
+        if (!only_old) ++now;
     }
-    return different ? not_found : success;
+    return different;
+}
+
+// As diff(1): the old one first, and status 2 for whatever keeps them from being compared.
+int diff(Call &call) {
+    try {
+        Document before = configuration_or_file(call["OLD"]), after = configuration_or_file(call["NEW"]);
+        return print_differences(call, before, after) ? not_found : success;
+    } catch (const Failure &failure) { throw Failure{misused, failure.text}; }
 }
 
 }  // namespace kvio

@@ -1,17 +1,19 @@
 #include "document.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <libxml/parser.h>
+#include <libxml/xpath.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <libxml/tree.h>
-
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 
-#include "locks.h"
+#include "base/files.h"
+#include "base/paths.h"
 #include "output.h"
 
 namespace kvio {
@@ -24,233 +26,161 @@ struct Meaning {
 };
 
 constexpr Meaning meanings[] = {
-    {KVIO_LOCKED, locked, "somebody else has it open (kvio lock status says more)"},
+    {KVIO_LOCKED, locked, "another process holds it (see kvio lock status)"},
     {KVIO_NO_MEMORY, io_error, "out of memory"},
-    {KVIO_MALFORMED, inconsistent, "not well-formed XML"},
-    {KVIO_NO_KEY, not_found, "there is no such file"},
-    {KVIO_IO, io_error, "it cannot be written"},
     {KVIO_BAD_SCOPE, inconsistent, "the name is not unique"},
-    {KVIO_XML, misused, "the XML library does not take it"},
+    {KVIO_XML, misused, "the XML library refuses it"},
     {KVIO_EXISTS, not_found, "it exists already"},
     {KVIO_BAD_ITERATOR, inconsistent, "broken container"},
     {KVIO_OUT_OF_RANGE, not_found, "there is no such position"},
     {KVIO_BAD_ENTITY, inconsistent, "broken entity"},
     {KVIO_LOOP, inconsistent, "nested containers form a loop"},
     {KVIO_EMPTY_ITEM, inconsistent, "there is a member without a name"},
-    {KVIO_NO_FILE, not_found, "there is no such file"},
     {KVIO_NOT_FOUND, not_found, "not found"},
     {KVIO_UNRESOLVED, inconsistent, "a nested container is missing or a member has no name"},
 };
 
-// A directory that may not be entered, or a file that may not be read or written, comes before what the store says.
-std::optional<Failure> system_failure(const std::string &what, const std::string &path) {
-    struct stat file;
-    if (stat(path.c_str(), &file) != 0) {
-        if (errno == ENOENT || errno == ENOTDIR) return Failure{not_found, what + ": there is no such file"};
-        return Failure{errno == EACCES ? denied : io_error, what + ": " + std::strerror(errno)};
-    }
-    if (S_ISDIR(file.st_mode)) return Failure{io_error, what + ": " + std::strerror(EISDIR)};
-    if (faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) != 0)
-        return Failure{denied, what + ": " + std::strerror(errno)};
-    return std::nullopt;
+[[noreturn]] void parse_failure(const std::string &what) {
+    const xmlError *error = xmlGetLastError();
+    std::string line = error && error->line > 0 ? ':' + std::to_string(error->line) : "";
+    std::string reason = error && error->message ? error->message : "";
+    while (!reason.empty() && reason.back() == '\n') reason.pop_back();
+    throw Failure{inconsistent, what + line + ": not well-formed" + (reason.empty() ? "" : ": " + reason)};
 }
 
-// The store says the same of a file that is broken and of memory that was short for it.
-bool was_short_of_memory = false;
-
-void note_shortage(void *, xmlError *error) {
-    if (error->code == XML_ERR_NO_MEMORY) was_short_of_memory = true;
-    xmlGenericError(xmlGenericErrorContext, "%s", error->message ? error->message : "\n");
-}
-
-struct Version {
-    off_t size;
-    timespec time;
-
-    static std::optional<Version> of(const std::string &path) {
-        struct stat file;
-        if (stat(path.c_str(), &file) != 0) return std::nullopt;
-        return Version{file.st_size, file.st_mtim};
-    }
-    bool operator==(const Version &other) const {
-        return size == other.size && time.tv_sec == other.time.tv_sec && time.tv_nsec == other.time.tv_nsec;
-    }
-    long age() const {  // in microseconds
-        timespec now;
-        clock_gettime(CLOCK_REALTIME_COARSE, &now);
-        if (now.tv_sec - time.tv_sec > 1) return 1'000'000;
-        return static_cast<long>(now.tv_sec - time.tv_sec) * 1'000'000 + (now.tv_nsec - time.tv_nsec) / 1000;
-    }
-};
-
-// Somebody may just be saving it, and what is read then may be half the old document and half the new one. What did not
-// change for a while before, nor while it was read, is whole.
-kvio_config_t *open_whole(const std::string &path) {
-    constexpr long a_while = 20'000;  // longer than the clock of the file system stands still
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        std::optional<Version> before = Version::of(path);
-        long age = before ? before->age() : a_while;
-        if (age >= 0 && age < a_while) {
-            usleep(static_cast<useconds_t>(a_while - age));
-            continue;
-        }
-        kvio_config_t *config = kvio_restore_scope(path.c_str());
-        if (Version::of(path) == before) return config;
-        if (config) kvio_close_config(config);
-    }
-    throw Failure{locked, path + ": somebody saves it all the time"};
+Descriptor memory_copy(int from, const std::string &what) {
+    Descriptor memory(memfd_create("kvio", MFD_CLOEXEC));
+    char block[65536];
+    off_t end = 0;
+    for (ssize_t size; (size = read(from, block, sizeof block)) != 0; end += size)
+        if (size < 0 || !write_all(memory.get(), block, static_cast<std::size_t>(size), end))
+            system_failure(what, errno);
+    return memory;
 }
 
 }  // namespace
 
-void watch_memory() { xmlSetStructuredErrorFunc(nullptr, note_shortage); }
-
 std::string path_of(const std::string &name) {
-    return name == "__system_default.xml" ? system_default : config_directory + name;
+    return name == paths::system_default ? paths::system_default_template : paths::config_directory + name;
 }
 
-Undisturbed::Undisturbed() {
-    sigset_t ending;
-    sigemptyset(&ending);
-    for (int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGPIPE, SIGTSTP, SIGALRM}) sigaddset(&ending, signal);
-    sigprocmask(SIG_BLOCK, &ending, &before_);
+Strings configurations() {
+    Strings names;
+    std::unique_ptr<DIR, int (*)(DIR *)> directory(opendir(paths::config_directory), closedir);
+    if (!directory) system_failure(paths::config_directory, errno);
+    while (dirent *entry = readdir(directory.get())) {
+        struct stat file;
+        const std::string name = entry->d_name;
+        if (name.compare(0, std::strlen(paths::redo_prefix), paths::redo_prefix) == 0) continue;
+        if (stat(path_of(name).c_str(), &file) == 0 && S_ISREG(file.st_mode)) names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
 }
-
-Undisturbed::~Undisturbed() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
 
 const std::string &checked_name(const std::string &name, const std::string &what) {
-    constexpr std::size_t longest = 50'000;  // what the XML library reads of a name
-    if (name.size() > longest) throw Failure{misused, what + " is too long to be read back"};
+    constexpr std::size_t max_length = 50'000;  // of a name that the XML library reads
+    if (name.size() > max_length) throw Failure{misused, what + " is too long to be read back"};
     if (xmlValidateNCName(reinterpret_cast<const xmlChar *>(name.c_str()), 0) != 0)
-        throw Failure{misused, what + " " + one_line(name) + " is no XML name"};
+        throw Failure{misused, what + " " + one_line(name) + " is not an XML name"};
     return name;
 }
 
-Descriptor::~Descriptor() {
-    if (fd_ >= 0) close(fd_);
-}
-
-Descriptor memory_file() {
-    Descriptor file(memfd_create("kvio", MFD_CLOEXEC));
-    if (file.get() < 0) throw Failure{io_error, std::string("memory file: ") + std::strerror(errno)};
-    return file;
+void system_failure(const std::string &what, int reason) {
+    Status status = io_error;
+    if (reason == ENOENT || reason == ENOTDIR) status = not_found;
+    if (reason == EACCES || reason == EPERM) status = denied;
+    throw Failure{status, what + ": " + std::strerror(reason)};
 }
 
 void store_failure(const std::string &what) {
+    const int reason = errno;
+    if (kvio_errno == KVIO_LOCKED && (reason == ENOSPC || reason == ENOMEM))
+        throw Failure{io_error, what + ": no lock can be made: " + std::strerror(reason)};
     for (const Meaning &meaning : meanings)
         if (meaning.code == kvio_errno) throw Failure{meaning.status, what + ": " + meaning.text};
-    throw Failure{io_error, what + ": store code " + std::to_string(kvio_errno)};
+    if (kvio_errno == KVIO_NO_FILE) system_failure(what, ENOENT);
+    if (kvio_errno == KVIO_IO && reason == EILSEQ)
+        throw Failure{misused, what + ": it holds a text or a name that XML cannot hold"};
+    if (kvio_errno == KVIO_MALFORMED && reason == EOVERFLOW)
+        throw Failure{inconsistent, what + ": its entities expand to too much text"};
+    if (kvio_errno == KVIO_MALFORMED && (reason == EBADMSG || reason == 0)) parse_failure(what);
+    system_failure(what, reason);
 }
 
-void file_failure(const std::string &what, const std::string &path) {
-    if (kvio_errno == KVIO_LOCKED && !lock_of(path))
-        throw Failure{io_error, what + ": its lock cannot be made (semaphores used up?)"};
-    if (kvio_errno == KVIO_MALFORMED && was_short_of_memory) kvio_errno = KVIO_NO_MEMORY;
-    if (kvio_errno != KVIO_LOCKED)
-        if (std::optional<Failure> failure = system_failure(what, path)) throw Failure(*failure);
-    if (kvio_errno == KVIO_IO && faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0 && errno == EACCES)
-        throw Failure{denied, what + ": " + std::strerror(EACCES)};
-    store_failure(what);
-}
-
-Document Document::snapshot(const std::string &path, const std::string &what, bool in_use) {
+// Snapshots stay until the process ends: to free a tree node by node takes half as long as to parse it.
+Document Document::snapshot(const std::string &path, const std::string &what) {
+    static auto &all = *new std::vector<kvio_config_t *>;
     Document document(what);
-    document.owner_.reset(document.config_ = in_use ? open_whole(path) : kvio_restore_scope(path.c_str()));
-    if (!document.config_) file_failure(what, path);
+    xmlResetLastError();
+    errno = 0;
+    document.config_ = kvio_restore_scope(path.c_str());
+    if (!document.config_) store_failure(what);
+    all.push_back(document.config_);
     return document;
 }
 
+// The store does not wait for a process that writes into a pipe; this does, and a signal ends it.
 Document Document::file(const std::string &path) {
     struct stat file;
-    if (path != "-" && (stat(path.c_str(), &file) != 0 || !S_ISFIFO(file.st_mode))) return snapshot(path, path, true);
-    // The store waits for nobody who writes into a pipe.
+    if (path != "-" && (stat(path.c_str(), &file) != 0 || !S_ISFIFO(file.st_mode))) return snapshot(path, path);
     Descriptor pipe(path == "-" ? fcntl(0, F_DUPFD_CLOEXEC, 3) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (pipe.get() < 0) throw Failure{errno == EACCES ? denied : io_error, path + ": " + std::strerror(errno)};
-    Descriptor memory = memory_file();
-    char block[65536];
-    for (ssize_t size; (size = read(pipe.get(), block, sizeof block)) != 0;)
-        if (size < 0 || write(memory.get(), block, static_cast<std::size_t>(size)) != size)
-            throw Failure{io_error, path + ": " + std::strerror(errno)};
-    return snapshot(memory.path(), path, false);
+    if (!pipe) system_failure(path, errno);
+    Descriptor memory = memory_copy(pipe.get(), path);
+    return snapshot(DescriptorName(memory.get()).text, path);
 }
 
-Document Document::change(const std::string &name) {
-    Document document(path_of(name));
-    document.undisturbed_ = std::make_unique<Undisturbed>();
-    document.owner_.reset(document.config_ = kvio_open_config(name.c_str(), 0));
-    if (!document.config_) file_failure(name, document.path_);
+Document Document::change(const Call &call) {
+    Document document(path_of(call.name()));
+    document.signals_ = std::make_unique<SignalsBlocked>();
+    xmlResetLastError();
+    errno = 0;
+    document.owner_.reset(kvio_open_config(call.name().c_str(), 0));
+    document.config_ = document.owner_.get();
+    if (!document.config_) store_failure(document.path_);
     return document;
-}
-
-Document Document::again() const {
-    Document document(path_);
-    document.owner_.reset(document.config_ = kvio_restore(config_, path_.c_str()));
-    if (!document.config_) file_failure(path_, path_);
-    return document;
-}
-
-unsigned long long Document::size() const {
-    struct stat file;
-    return stat(path_.c_str(), &file) == 0 ? static_cast<unsigned long long>(file.st_size) : 0;
-}
-
-void Document::abandon() {
-    [[maybe_unused]] static kvio_config_t *volatile kept;  // within the reach of leak checkers
-    kept = owner_.release();
 }
 
 void Document::save() {
-    if (kvio_save_config(get()) < 0) file_failure(path_, path_);
+    if (kvio_save_config(get()) < 0) store_failure(path_);
 }
 
-bool Document::save_as(const std::string &name) { return kvio_save_as(get(), name.c_str()) >= 0; }
-
-const Tree &Document::tree() {
-    if (tree_) return *tree_;
-    Descriptor memory = memory_file();
-    std::shared_ptr<xmlDoc> document;
-    // There is nothing but memory that could be short for it.
-    if (kvio_dump(get(), memory.path().c_str()) < 0)
-        was_short_of_memory = true;
-    else
-        document = parse_descriptor(memory.get());
-    if (!document && was_short_of_memory) throw Failure{io_error, path_ + ": out of memory"};
-    if (!document) throw Failure{inconsistent, path_ + ": cannot be read back"};
-    return tree_.emplace(std::move(document));
+void Document::save_as(const std::string &name) {
+    bool saved = kvio_save_as(get(), name.c_str()) >= 0;
+    if (!owner_ && saved) owner_.reset(config_);  // a snapshot has a lock now
+    if (!saved) store_failure(path_of(name));
 }
 
-std::optional<Tree> Document::alone(const std::string &scope, const std::string &type, const std::string &name) {
-    const char *quote = name.find('\'') == std::string::npos ? "'" : "\"";
-    if (name.find(*quote) != std::string::npos) return std::nullopt;
-    Descriptor memory = memory_file();
-    const std::string path = scope + '/' + checked_name(type, "type") + "[@name=" + quote + name + quote + ']';
-    if (!kvio_backup_scope(get(), path.c_str(), memory.path().c_str())) return std::nullopt;
-    std::shared_ptr<xmlDoc> document = parse_descriptor(memory.get());
-    return document ? std::optional<Tree>(std::move(document)) : std::nullopt;
+Element Document::root() const {
+    Element root = any_root();
+    if (!root.is("kavex")) throw Failure{inconsistent, path_ + ": no configuration, its root element is not kavex"};
+    return root;
 }
 
-// kvio_entity_count() counts what a path selects, of which a unique scope is the special case.
-void Document::check_scope(const std::string &scope) {
-    if (scope.empty()) throw Failure{misused, "the scope is empty"};
-    int many = kvio_entity_count(get(), scope.c_str(), "self::*");
-    if (many == 0 && kvio_entity_count(get(), "..", "kavex") == 0)
-        throw Failure{inconsistent, path_ + ": no configuration, there is no root element kavex"};
-    if (many == 0 || kvio_entity_count(get(), scope.c_str(), "self::*[not(../..)]") > 0)
-        throw Failure{not_found, "no scope " + scope};
-    if (many > 1) throw Failure{inconsistent, "there are " + std::to_string(many) + " scopes " + scope};
-    // Those directly below the root are scopes whatever their attributes.
-    if (kvio_entity_count(get(), scope.c_str(), "self::*[@name][../../..]") > 0)
-        throw Failure{not_found, scope + " is an entity or container, no scope"};
+Element Document::scope(const std::string &path) const {
+    if (path.empty()) throw Failure{misused, "the scope is empty"};
+    const Element top = root();
+    Owned<xmlXPathContext, xmlXPathFreeContext> context(xmlXPathNewContext(config_->doc));
+    const std::string expression = "/kavex/" + path;
+    Owned<xmlXPathObject, xmlXPathFreeObject> found(
+        context ? xmlXPathEvalExpression(reinterpret_cast<const xmlChar *>(expression.c_str()), context.get())
+                : nullptr);
+    const xmlNodeSet *nodes = found ? found->nodesetval : nullptr;
+    int many = nodes ? nodes->nodeNr : 0;
+    xmlNode *first = many > 0 ? nodes->nodeTab[0] : nullptr;
+    if (!first || first->type != XML_ELEMENT_NODE || Element(first) == top)
+        throw Failure{not_found, "no scope " + path + " in " + path_};
+    if (many > 1) throw Failure{inconsistent, "there are " + std::to_string(many) + " scopes " + path};
+    if (Element(first).role() != Role::scope) throw Failure{not_found, path + " is an entity or container, no scope"};
+    return Element(first);
 }
 
-kvio_node_t *Document::entity(const std::string &scope, const std::string &type, const std::string &name) {
-    kvio_node_t *node = kvio_retrieve_entity(get(), scope.c_str(), type.c_str(), name.c_str());
+kvio_node_t *Document::entity(const std::string &scope_path, const std::string &type, const std::string &name) const {
+    kvio_node_t *node = kvio_retrieve_entity(get(), scope_path.c_str(), type.c_str(), name.c_str());
     if (node) return node;
-    int code = kvio_errno;
-    check_scope(scope);
-    kvio_errno = code;
-    if (code == KVIO_NOT_FOUND) throw Failure{not_found, "no " + type + " " + name + " in " + scope};
-    store_failure(type + " " + name + " in " + scope);
+    scope(scope_path);
+    if (kvio_errno == KVIO_NOT_FOUND) throw Failure{not_found, "no " + type + " " + name + " in " + scope_path};
+    store_failure(type + " " + name + " in " + scope_path);
 }
 
 const Kind &kind_of(const std::string &name) {
@@ -271,10 +201,8 @@ Container::Container(Document &document, const std::string &scope, const std::st
     auto call = mode == create_it ? functions.create : functions.open;
     iterator_ = call(document.get(), scope.c_str(), type.c_str(), name.c_str());
     if (iterator_) return;
-    int code = kvio_errno;
-    document.check_scope(scope);
-    kvio_errno = code;
-    if (code == KVIO_NOT_FOUND) throw Failure{not_found, "no " + label_};
+    document.scope(scope);
+    if (kvio_errno == KVIO_NOT_FOUND) throw Failure{not_found, "no " + label_};
     store_failure(label_);
 }
 

@@ -2,8 +2,6 @@
 #ifndef KAVEX_TOOLS_KVIO_H
 #define KAVEX_TOOLS_KVIO_H
 
-#include <kavex/store.h>
-
 #include <map>
 #include <string>
 #include <vector>
@@ -12,7 +10,7 @@ namespace kvio {
 
 enum Status { success = 0, not_found = 1, misused = 2, locked = 3, inconsistent = 4, io_error = 5, denied = 6 };
 
-// What ends a verb early: main() prints the text and exits with the status.
+// Ends a verb early: main() prints the text and exits with the status.
 struct Failure {
     Status status;
     std::string text;
@@ -30,10 +28,9 @@ struct Option {
     const char *summary;
 };
 
-// One verb. The words of its usage tell how many arguments it takes, and completion what each of them is.
 struct Verb {
-    const char *name;  // one word, or two for the families attr, lock and user
-    const char *usage;
+    const char *name;     // one word, or two for the families attr, lock and user
+    const char *usage;    // its arguments; Call finds them by these words
     const char *options;  // letters
     const char *summary;
     const char *example;
@@ -50,21 +47,36 @@ struct Call {
     bool in_batch = false;
 
     bool has(char letter) const { return options.count(letter) != 0; }
-    const std::string &operator[](std::size_t index) const { return arguments[index]; }
-    std::size_t count() const { return arguments.size(); }
+    const std::string &option(char letter) const;  // its argument, "" if it is not given
+
+    // The argument that the usage calls so, "" if it is not given.
+    const std::string &operator[](const char *what) const;
+    std::size_t index(const char *what) const;  // the position where such an argument stands, or may stand
+    Strings from(const char *what) const;       // that argument and all behind it
+    bool given(const char *what) const { return index(what) < arguments.size(); }
+
+    const std::string &name() const { return (*this)["NAME"]; }
+    const std::string &scope() const { return (*this)["SCOPE"]; }
+    const std::string &kind() const { return (*this)["KIND"]; }
+    const std::string &type() const { return (*this)["TYPE"]; }
+    const std::string &entity() const { return (*this)["ENTITY"]; }
+    const std::string &container() const { return (*this)["CONTAINER"]; }
 };
 
 // ---- verbs.cpp
 extern const std::vector<Verb> verbs;
 extern const std::vector<Option> options;
+extern const std::string options_of_all;  // letters
 const Option *find_option(char letter);
-Call parse(const Strings &words, const char *name_in_batch = nullptr);  // throws a Failure
-std::string help(const Verb *verb);                                     // null: all verbs
-std::string manual();                                                   // the generated part of kvio(1)
+const Verb *take_verb(Strings &words);  // removes the one or two words of a verb; null if there is none
+// The word for the argument at a position, "" behind the last one.
+std::string argument_at(const Verb &verb, std::size_t index);
+// Throws a Failure for wrong usage. In a batch the name is put in front of the arguments.
+Call parse(const Strings &words, const char *name_in_batch = nullptr);
+std::string help(const Verb *verb);  // null: all verbs
 
-// ---- completion.cpp: what may stand at the cursor, a line each, or an empty line for the name of a file. The words
-// are the line up to there, COMP_WORDBREAKS and COMP_TYPE of bash(1).
-std::string complete(const Strings &words);
+// ---- completion.cpp: proposals for the last word, a line each; one empty line where bash is to propose files.
+std::string complete(Strings words);
 
 // ---- one function for each verb, in the source of its subject
 int run_change(Call &call);

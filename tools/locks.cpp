@@ -1,21 +1,17 @@
-// `lock status` and `lock clear`.
-#include "locks.h"
-
+// `lock status` and `lock clear`: the lock of a configuration as the system shows it.
 #include <dirent.h>
 #include <pwd.h>
-#include <signal.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iostream>
+#include <ctime>
+#include <functional>
 #include <memory>
-#include <sstream>
 
 #include "document.h"
 #include "output.h"
@@ -23,29 +19,114 @@
 namespace kvio {
 namespace {
 
-Strings process_ids() {
-    Strings result;
-    std::unique_ptr<DIR, int (*)(DIR *)> open(opendir("/proc"), closedir);
-    while (dirent *entry = open ? readdir(open.get()) : nullptr)
-        if (std::string(entry->d_name).find_first_not_of("0123456789") == std::string::npos)
-            result.emplace_back(entry->d_name);
-    return result;
+struct Lock {
+    int id;
+    uid_t creator;
+    std::time_t since;
+    bool stores_own;  // it looks like one that the store makes: one semaphore without permissions
+};
+
+struct Process {
+    pid_t pid;
+    std::string name;
+    bool unreadable;  // it does not show what it has mapped
+    bool is_younger;  // it started after the lock was taken
+
+    std::string described() const {
+        std::string text = "process " + std::to_string(pid) + " (" + name + ")";
+        if (is_younger) return text + " started later: no holder unless forked from it";
+        return text + (unreadable ? " may have the library mapped" : "");
+    }
+};
+
+// Calls a function with each line of a file until it returns false; false if the file cannot be opened.
+bool each_line(const std::string &path, const std::function<bool(const char *)> &use) {
+    std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "re"), std::fclose);
+    char *line = nullptr;
+    std::size_t size = 0;
+    while (file && getline(&line, &size, file.get()) >= 0 && use(line)) continue;
+    std::free(line);
+    return file != nullptr;
 }
 
 std::string first_line(const std::string &path) {
-    std::ifstream file(path);
-    std::string line;
-    std::getline(file, line);
-    return line;
+    std::string text;
+    each_line(path, [&](const char *line) {
+        text.assign(line, std::strcspn(line, "\n"));
+        return false;
+    });
+    return text;
 }
 
-// Whether the process has the library mapped; no value: it does not say. One that has ended meanwhile has not.
+// The lock of a file; no value if it is free. The semaphore grants nothing to anybody, so that semctl(2) describes it
+// to root alone; /proc describes it to all.
+std::optional<Lock> lock_of(const std::string &path) {
+    key_t key = ftok(path.c_str(), 0);
+    if (key == IPC_PRIVATE) key = ftok(path.c_str(), 1);
+    if (key == -1) system_failure(path, errno);
+    std::optional<Lock> lock;
+    each_line("/proc/sysvipc/sem", [&](const char *line) {
+        long its_key, changed;
+        int id;
+        unsigned mode, many, creator;
+        if (std::sscanf(line, "%ld %d %o %u %*u %*u %u %*u %*d %ld", &its_key, &id, &mode, &many, &creator, &changed) ==
+                6 &&
+            static_cast<key_t>(its_key) == key)
+            lock = Lock{id, creator, changed, (mode & 0777) == 0 && many == 1};
+        return !lock;
+    });
+    return lock;
+}
+
+std::optional<Lock> lock_of_configuration(const std::string &name) {
+    const std::string path = path_of(name);
+    struct stat file;
+    if (stat(path.c_str(), &file) != 0) system_failure(path, errno);
+    if (S_ISDIR(file.st_mode)) system_failure(path, EISDIR);
+    return lock_of(path);
+}
+
+// When a process started, in seconds since 1970, a little late rather than early.
+std::time_t start_of(const std::string &pid) {
+    std::string line = first_line("/proc/" + pid + "/stat");
+    std::size_t at = line.rfind(')');
+    unsigned long long ticks = 0;
+    constexpr char fields[] = ") %*c %*d %*d %*d %*d %*d %*u %*u %*u %*u %*u %*u %*u %*d %*d %*d %*d %*d %*d %llu";
+    if (at == std::string::npos || std::sscanf(line.c_str() + at, fields, &ticks) != 1) return 0;
+    timespec since_boot;
+    clock_gettime(CLOCK_BOOTTIME, &since_boot);
+    return std::time(nullptr) - since_boot.tv_sec +
+           static_cast<std::time_t>(ticks / static_cast<unsigned long long>(sysconf(_SC_CLK_TCK)));
+}
+
+// Whether a process has the library mapped; no value if it does not show that. One that has ended has not.
 std::optional<bool> maps_library(const std::string &pid) {
-    std::ifstream maps("/proc/" + pid + "/maps");
-    if (!maps && (errno == EACCES || errno == EPERM)) return std::nullopt;
-    for (std::string line; std::getline(maps, line);)
-        if (line.find("/libkavex.so") != std::string::npos) return true;
-    return false;
+    bool found = false;
+    bool shown = each_line("/proc/" + pid + "/maps", [&](const char *line) {
+        found = std::strstr(line, "/libkavex.so") != nullptr;
+        return !found;
+    });
+    if (!shown && (errno == EACCES || errno == EPERM)) return std::nullopt;
+    return found;
+}
+
+// Processes other than this one that may hold the lock, or have it from the process that took it: those that have the
+// library mapped, and those of the lock's creator that do not show what they have mapped.
+std::vector<Process> candidates(const Lock &lock) {
+    std::vector<Process> result;
+    std::unique_ptr<DIR, int (*)(DIR *)> directory(opendir("/proc"), closedir);
+    while (dirent *entry = directory ? readdir(directory.get()) : nullptr) {
+        const std::string pid = entry->d_name, path = "/proc/" + pid;
+        struct stat owner;
+        if (pid.find_first_not_of("0123456789") != std::string::npos || pid == std::to_string(getpid())) continue;
+        if (stat(path.c_str(), &owner) != 0) continue;
+        std::optional<bool> mapped = maps_library(pid);
+        bool hidden = !mapped && owner.st_uid == lock.creator;
+        // A lock's time has no fractions: a process of the same second may be the one that took it.
+        if (mapped.value_or(false) || hidden)
+            result.push_back({std::stoi(pid), first_line(path + "/comm"), hidden, start_of(pid) > lock.since + 1});
+    }
+    return result;
 }
 
 std::string user_name(uid_t uid) {
@@ -60,128 +141,79 @@ std::string date(std::time_t when) {
     return text;
 }
 
-std::string described(const Process &process) {
-    return "process " + std::to_string(process.pid) + " (" + process.name + ")" +
-           (process.unreadable ? " may have the library mapped" : "");
+std::string json_report(const std::string &name, const std::optional<Lock> &lock) {
+    if (!lock) return json_object({{"name", json(name)}, {"held", "false"}});
+    Strings processes;
+    for (const Process &one : candidates(*lock))
+        processes.push_back(json_object({{"pid", std::to_string(one.pid)},
+                                         {"name", json(one.name)},
+                                         {"younger", one.is_younger ? "true" : "false"}}));
+    return json_object({{"name", json(name)},
+                        {"held", "true"},
+                        {"since", json(date(lock->since))},
+                        {"uid", std::to_string(lock->creator)},
+                        {"semaphore", std::to_string(lock->id)},
+                        {"processes", json_array(processes)}});
 }
 
-// The lock of a configuration that exists; no value: it is free.
-std::optional<Lock> lock_of_configuration(const std::string &name) {
-    std::string path = path_of(name);
-    struct stat file;
-    kvio_errno = KVIO_NO_FILE;
-    if (!lock_key(path) || stat(path.c_str(), &file) != 0 || S_ISDIR(file.st_mode))
-        file_failure(name.empty() ? path : name, path);
-    return lock_of(path);
-}
-
-// Prints one file's line and, indented below it, who may hold it. True when it is held.
-bool report(const std::string &name) {
-    std::optional<Lock> lock = lock_of_configuration(name);
-    if (!lock) return put(one_line(name) + ": free\n"), false;
-    put(one_line(name) + ": " + coloured("31", "held") + " since " + date(lock->since) + " by " +
-        user_name(lock->creator) + ", semaphore " + std::to_string(lock->id) + '\n');
-    std::vector<Process> holders = candidates(*lock);
-    for (const Process &holder : holders) put("  " + one_line(described(holder)) + '\n');
-    if (holders.empty()) put("  no process has the library mapped: left by one that died?\n");
-    return true;
-}
-
-bool confirmed(const std::string &name) {
-    Messages::ask("Remove the lock of " + one_line(name) + "? [y/N] ");
-    std::string answer;
-    std::getline(std::cin, answer);
-    return answer == "y" || answer == "Y" || answer == "yes";
+std::string report(const std::string &name, const std::optional<Lock> &lock) {
+    if (!lock) return one_line(name) + ": free\n";
+    std::string text = one_line(name) + ": " + coloured("31", "held") + " since " + date(lock->since) + " by " +
+                       user_name(lock->creator) + ", semaphore " + std::to_string(lock->id) + '\n';
+    if (!lock->stores_own) text += "  this semaphore is not the store's\n";
+    bool any = false;
+    for (const Process &holder : candidates(*lock)) {
+        text += "  " + one_line(holder.described()) + '\n';
+        any = any || !holder.is_younger;
+    }
+    return any ? text : text + "  no process can hold it: left by one that died (see kvio lock clear)\n";
 }
 
 }  // namespace
 
-std::optional<key_t> lock_key(const std::string &path) {
-    key_t key = ftok(path.c_str(), 0);
-    if (key == -1) return std::nullopt;
-    return key == IPC_PRIVATE ? 1 : key;
-}
-
-// The semaphore grants nothing to anybody, so that semctl(2) tells its dates to root alone; /proc tells everybody.
-std::optional<Lock> lock_of(const std::string &path) {
-    std::optional<key_t> key = lock_key(path);
-    int id = key ? semget(*key, 0, 0) : -1;
-    if (id < 0) return std::nullopt;
-    Lock lock{id, 0, 0, std::max(semctl(id, 0, GETPID), 0)};
-    semid_ds state;
-    if (semctl(id, 0, IPC_STAT, &state) == 0) {
-        lock.creator = state.sem_perm.cuid;
-        lock.since = state.sem_ctime;
-        return lock;
-    }
-    std::ifstream table("/proc/sysvipc/sem");
-    for (std::string line; std::getline(table, line);) {
-        std::istringstream columns(line);
-        long row_key, row_id, mode, count, uid, gid, cuid, cgid, operated, changed;
-        if (columns >> row_key >> row_id >> mode >> count >> uid >> gid >> cuid >> cgid >> operated >> changed &&
-            row_id == id) {
-            lock.creator = static_cast<uid_t>(cuid);
-            lock.since = changed;
-            return lock;
-        }
-    }
-    return std::nullopt;  // gone meanwhile
-}
-
-std::vector<Process> candidates(const Lock &lock) {
-    std::vector<Process> result;
-    for (const std::string &entry : process_ids()) {
-        pid_t pid = std::stoi(entry);
-        struct stat owner;
-        if (pid == getpid() || stat(("/proc/" + entry).c_str(), &owner) != 0) continue;
-        std::optional<bool> mapped = maps_library(entry);
-        bool hidden = !mapped && owner.st_uid == lock.creator;
-        if (mapped.value_or(false) || hidden || pid == lock.last)
-            result.push_back({pid, first_line("/proc/" + entry + "/comm"), hidden});
-    }
-    return result;
-}
-
+// Reports all. The first that cannot be looked at decides the status; otherwise one that is held does.
 int lock_status(Call &call) {
-    Strings names = call.arguments;
-    if (call.has('a') || names.empty()) {
-        if (!names.empty()) throw Failure{misused, "either names or --all"};
-        names = configurations();
-    }
-    // All are told about. The first that nothing can be told about decides the status; otherwise one that is held does.
+    Strings names = call.from("NAME");
+    if (call.has('a') && !names.empty()) throw Failure{misused, "either names or --all"};
+    if (names.empty()) names = configurations();
+    const bool as_json = format_of(call) == "json";
     std::optional<Status> failed;
     bool held = false;
+    std::string objects;
     for (const std::string &name : names) {
         try {
-            held |= report(name);
+            std::optional<Lock> lock = lock_of_configuration(name);
+            held = held || lock;
+            if (as_json)
+                objects += (objects.empty() ? "\n  " : ",\n  ") + json_report(name, lock);
+            else
+                put(report(name, lock));
         } catch (const Failure &failure) {
             Messages::say(failure.text);
             failed = failed.value_or(failure.status);
         }
     }
+    if (as_json) put('[' + objects + "\n]\n");
     return failed.value_or(held ? locked : success);
 }
 
 int lock_clear(Call &call) {
-    const std::string &name = call[0];
+    const std::string &name = call.name();
     std::optional<Lock> lock = lock_of_configuration(name);
     if (!lock) {
         Messages::say(name + " is free");
         return success;
     }
-    for (const Process &holder : candidates(*lock)) {
-        if (call.has('f'))
-            Messages::say(described(holder) + " may lose its lock");
-        else
-            throw Failure{locked, described(holder) + " may hold " + name + "; --force removes the lock nevertheless"};
-    }
-    if (!call.has('y')) {
-        if (!isatty(0)) throw Failure{misused, "no terminal to ask on: say --yes to remove the lock of " + name};
-        if (!confirmed(name)) return not_found;
-    }
+    auto refuse = [&](const std::string &text) {
+        if (!call.has('f')) throw Failure{locked, text + "; --force removes the lock nevertheless"};
+        Messages::say(text);
+    };
+    if (!lock->stores_own) refuse("the semaphore with the key of " + name + " is not the store's");
+    for (const Process &holder : candidates(*lock))
+        if (!holder.is_younger) refuse(holder.described() + " may hold " + name);
+    if (!call.has('y') && !confirmed("Remove the lock of " + name + "?")) return not_found;
     if (semctl(lock->id, 0, IPC_RMID) == 0) return success;
-    throw Failure{errno == EPERM || errno == EACCES ? denied : io_error,
-                  "the lock of " + name + " belongs to " + user_name(lock->creator) + ": " + std::strerror(errno)};
+    system_failure("the lock of " + name + " belongs to " + user_name(lock->creator), errno);
 }
 
 }  // namespace kvio

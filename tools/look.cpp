@@ -1,10 +1,7 @@
-// The verbs that look. They read snapshots, so that they work while somebody else holds the file.
-#include <dirent.h>
+// The verbs that look. They read snapshots, so that they work while another process holds the file.
 #include <fnmatch.h>
-#include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <set>
 
 #include "document.h"
@@ -13,27 +10,24 @@
 namespace kvio {
 namespace {
 
-Element container_in(const Tree &tree, const std::string &scope, const std::string &kind, const std::string &type,
-                     const std::string &name) {
-    Element found = find_container(tree.scope(scope), kind_of(kind).name, type, name);
-    if (!found) throw Failure{not_found, "no " + kind + ' ' + name + " of " + type + " in " + scope};
+Element container_in(const Document &document, const Call &call, const std::string &kind, const std::string &name) {
+    Element found = find_container(document.scope(call.scope()), kind_of(kind).name, call.type(), name);
+    if (!found) throw Failure{not_found, "no " + kind + ' ' + name + " of " + call.type() + " in " + call.scope()};
     return found;
 }
 
-Element entity_in(const Tree &tree, const std::string &scope, const std::string &type, const std::string &name) {
-    Element found = find_entity(tree.scope(scope), type, name);
-    if (!found) throw Failure{not_found, "no " + type + ' ' + name + " in " + scope};
-    return found;
+Element entity_in(const Document &document, const Call &call) {
+    return Element(document.entity(call.scope(), checked_name(call.type(), "type"), call.entity()));
 }
 
 // With --default, in the place of what is not there.
 template <class Print>
-void or_default(Call &call, Print print) {
+void or_default(const Call &call, Print print) {
     try {
         print();
     } catch (const Failure &failure) {
         if (failure.status != not_found || !call.has('d')) throw;
-        put(call.options['d'] + '\n');
+        put(call.option('d') + '\n');
     }
 }
 
@@ -46,48 +40,15 @@ std::string value_of(kvio_node_t *entity, const std::string &field, const std::s
     return value;
 }
 
-// The entity of a tree that holds nothing else but the scopes around it.
-Element innermost(Element element, const std::string &type, const std::string &name) {
-    while (element && !(element.role() == Role::entity && element.tag() == type && element.name() == name)) {
-        std::vector<Element> children = element.children();
-        element = children.empty() ? Element(nullptr) : children.front();
-    }
-    return element;
-}
-
-void put_values(Call &call, Document &document) {
-    const std::string what = call[2] + ' ' + call[3];
-    auto in_store = [&] { return document.entity(call[1], call[2], call[3]); };
-    std::optional<Tree> alone = document.alone(call[1], call[2], call[3]);
-    Element entity = alone ? innermost(alone->root(), call[2], call[3]) : Element(nullptr);
-    if (!entity) {
-        try {
-            in_store();
-        } catch (const Failure &failure) {  // what is there twice is in the tree; what is missing takes none to know
-            if (failure.status == not_found) throw;
-        }
-        entity = entity_in(document.tree(), call[1], call[2], call[3]);
-        alone.reset();
-    }
-    // What an element has below it was indented when the tree was made.
-    for (Element field : entity.children())
-        put_columns({field.tag(),
-                     alone && !field.children().empty() ? value_of(in_store(), field.tag(), what) : field.value()});
-}
-
-void put_value(Call &call, Document &document) {
-    put(value_of(document.entity(call[1], call[2], call[3]), call[4], call[2] + ' ' + call[3]) + '\n');
-}
-
-// The names in a container and in those that it names, once each; the latter need not be there.
-void each_name(Element container, std::set<std::string> &walked, std::set<std::string> &names) {
-    for (Element member : container.children()) {
-        const std::string name = member.text();
-        if (member.tag() == "entity" && names.insert(name).second) put(one_line(name) + '\n');
-        if (member.tag() != "container" || !walked.insert(name).second) continue;
-        if (Element nested = find_container(container.parent(), container.tag(), container.type(), name))
-            each_name(nested, walked, names);
-    }
+void put_values(const Call &call, const Document &document) {
+    Rows rows(call);
+    const std::string wanted = call["FIELD"];
+    Element entity = entity_in(document, call);
+    if (!wanted.empty() && !rows.as_json()) return put(value_of(entity.node(), wanted, entity.label()) + '\n');
+    if (!wanted.empty()) rows.add({{"field", wanted}, {"value", value_of(entity.node(), wanted, entity.label())}});
+    if (wanted.empty())
+        for (Element field : entity) rows.add({{"field", field.tag()}, {"value", field.value()}});
+    rows.finish();
 }
 
 // ---- show
@@ -100,272 +61,274 @@ std::string other_attributes(Element element, const Strings &known) {
     return text.empty() ? text : coloured("2", text + ']');
 }
 
-std::string label(Element element) {
+std::string drawn(Element element) {
+    const std::string tag = element.tag();
     switch (element.role()) {
         case Role::container:
-            return coloured("1;35", element.tag() + ' ' + one_line(element.name())) + " of " +
-                   one_line(element.type()) + other_attributes(element, {"name", "type"});
+            return coloured("1;35", tag + ' ' + one_line(element.name())) + " of " + one_line(element.type()) +
+                   other_attributes(element, {"name", "type"});
         case Role::entity:
-            return coloured("32", element.tag()) + ' ' + coloured("1", one_line(element.name())) +
+            return coloured("32", tag) + ' ' + coloured("1", one_line(element.name())) +
                    other_attributes(element, {"name"});
         case Role::scope: {
-            std::string text = coloured("1;34", element.tag() + '/') + other_attributes(element, {});
-            return element.children().empty() ? text + (element.text().empty() ? "" : " " + one_line(element.text()))
-                                              : text;
+            std::string text = element.is_empty() ? one_line(element.text()) : "";
+            return coloured("1;34", tag + '/') + other_attributes(element, {}) + (text.empty() ? "" : " " + text);
         }
         case Role::other:
             break;
     }
     if (element.parent() && element.parent().role() == Role::container)
-        return one_line(element.text()) + (element.tag() == "entity" ? "" : " (" + element.tag() + ')');
-    return element.tag() + " = " + one_line(element.value());
+        return one_line(element.text()) + (tag == "entity" ? "" : " (" + tag + ')');
+    return tag + " = " + one_line(element.value());
 }
 
-// What stands below an entity's values and a container's members is not the store's.
-bool opens(Element element) { return element.role() != Role::other; }
-
+// Fields and members have no parts: what stands below them is not the store's.
 void draw(Element element, const std::string &margin, const std::string &below) {
-    put(margin + label(element) + '\n');
-    if (!opens(element)) return;
-    std::vector<Element> children = element.children();
-    for (Element child : children) {
-        bool last = child == children.back();
+    put(margin + drawn(element) + '\n');
+    if (element.role() == Role::other) return;
+    for (Element::Iterator at = element.begin(), next = at; at != element.end(); at = next) {
+        ++next;
+        bool last = !(next != element.end());
         if (decorated())
-            draw(child, below + (last ? "└─ " : "├─ "), below + (last ? "   " : "│  "));
+            draw(*at, below + (last ? "└─ " : "├─ "), below + (last ? "   " : "│  "));
         else
-            draw(child, below + "  ", below + "  ");
+            draw(*at, below + "  ", below + "  ");
     }
 }
 
 std::string json_attributes(Element element, const Strings &known) {
-    std::string text;
-    for (const auto &[name, value] : element.attributes())
-        if (std::find(known.begin(), known.end(), name) == known.end())
-            text += (text.empty() ? "" : ", ") + json(name) + ": " + json(value);
-    return '{' + text + '}';
+    std::vector<std::pair<const char *, std::string>> members;
+    auto attributes = element.attributes();
+    for (const auto &[name, value] : attributes)
+        if (std::find(known.begin(), known.end(), name) == known.end()) members.emplace_back(name.c_str(), json(value));
+    return json_object(members);
 }
 
-// Of fields that occur twice the store sees the first.
+// Of fields that occur twice the store reads the first.
 std::string json_fields(Element entity) {
-    std::string text;
-    Strings seen;
-    for (Element field : entity.children()) {
-        if (std::find(seen.begin(), seen.end(), field.tag()) != seen.end()) continue;
-        seen.push_back(field.tag());
-        text += (text.empty() ? "" : ", ") + json(field.tag()) + ": " + json(field.value());
-    }
-    return '{' + text + '}';
+    std::vector<std::pair<const char *, std::string>> members;
+    std::set<std::string> seen;
+    for (Element field : entity)
+        if (seen.insert(field.tag()).second) members.emplace_back(field.tag(), json(field.value()));
+    return json_object(members);
 }
 
 std::string json_members(Element container) {
-    std::string text;
-    for (Element member : container.children())
-        text += (text.empty() ? "{" : ", {") + json(member.tag()) + ": " + json(member.text()) + '}';
-    return '[' + text + ']';
+    Strings members;
+    for (Element member : container) members.push_back(json_object({{member.tag(), json(member.text())}}));
+    return json_array(members);
 }
 
 std::string json_element(Element element, const std::string &indent);
 
-std::string json_list(const char *title, Element scope, Role role, const std::string &indent) {
+std::string json_list(Element scope, Role role, const std::string &indent) {
     std::string text;
-    for (Element child : scope.children())
+    for (Element child : scope)
         if (child.role() == role)
             text += (text.empty() ? "" : ",") + ("\n" + indent + "  ") + json_element(child, indent + "  ");
-    return ", " + json(title) + ": [" + text + "]";
+    return '[' + text + ']';
 }
 
 std::string json_element(Element element, const std::string &indent) {
     if (element.role() == Role::entity)
-        return "{\"type\": " + json(element.tag()) + ", \"name\": " + json(element.name()) +
-               ", \"attributes\": " + json_attributes(element, {"name"}) + ", \"fields\": " + json_fields(element) +
-               '}';
+        return json_object({{"type", json(element.tag())},
+                            {"name", json(element.name())},
+                            {"attributes", json_attributes(element, {"name"})},
+                            {"fields", json_fields(element)}});
     if (element.role() == Role::container)
-        return "{\"kind\": " + json(element.tag()) + ", \"type\": " + json(element.type()) +
-               ", \"name\": " + json(element.name()) +
-               ", \"attributes\": " + json_attributes(element, {"name", "type"}) +
-               ", \"members\": " + json_members(element) + '}';
-    std::string text = "{\"scope\": " + json(element.scope()) + ", \"attributes\": " + json_attributes(element, {});
-    if (element.children().empty() && !element.text().empty()) text += ", \"text\": " + json(element.text());
-    return text + json_list("entities", element, Role::entity, indent) +
-           json_list("containers", element, Role::container, indent) +
-           json_list("scopes", element, Role::scope, indent) + '}';
+        return json_object({{"kind", json(element.tag())},
+                            {"type", json(element.type())},
+                            {"name", json(element.name())},
+                            {"attributes", json_attributes(element, {"name", "type"})},
+                            {"members", json_members(element)}});
+    std::vector<std::pair<const char *, std::string>> members = {{"scope", json(element.scope())},
+                                                                 {"attributes", json_attributes(element, {})}};
+    if (element.is_empty() && !element.text().empty()) members.emplace_back("text", json(element.text()));
+    members.emplace_back("entities", json_list(element, Role::entity, indent));
+    members.emplace_back("containers", json_list(element, Role::container, indent));
+    members.emplace_back("scopes", json_list(element, Role::scope, indent));
+    return json_object(members);
 }
 
-std::vector<Element> top(const Tree &tree, Call &call) {
-    if (call.count() > 1) return {tree.scope(call[1])};
-    return tree.root().children();
+// ---- members
+
+// The names in user groups and in those that they name, once each; the latter may be missing.
+void put_names(Element container, Rows &rows) {
+    std::set<std::string> walked = {container.name()}, names;
+    std::vector<Element::Iterator> open = {container.begin()};
+    while (!open.empty()) {
+        if (!(open.back() != container.end())) {
+            open.pop_back();
+            continue;
+        }
+        Element member = *open.back();
+        ++open.back();
+        const std::string name = member.text();
+        if (member.is("entity") && names.insert(name).second) rows.add({{"entity", name}});
+        if (!member.is("container") || !walked.insert(name).second) continue;
+        if (Element nested = find_container(container.parent(), container.tag(), container.type(), name))
+            open.push_back(nested.begin());
+    }
+}
+
+void put_entities(Document &document, const Call &call, Rows &rows) {
+    Container container(document, call.scope(), call.kind(), call.type(), call.container());
+    Owned<kvio_entities_t, kvio_free_entities> found(kvio_retrieve_all2(container.get()));
+    if (!found) store_failure(container.label());
+    for (int i = 0; i < found->count; ++i) rows.add({{"entity", Element(found->items[i]).name()}});
 }
 
 // ---- find
 
-struct Search {
-    const char *pattern;
-    std::string type, field;
+class Search {
+public:
+    Search(const Call &call, Rows &rows)
+        : pattern_(call["PATTERN"]), type_(call.option('t')), field_(call.option('e')), rows_(rows) {}
 
-    bool matches(const std::string &text) const { return fnmatch(pattern, text.c_str(), 0) == 0; }
-
-    int in_scope(Element scope) const {
-        int found = 0;
-        for (Element child : scope.children()) {
-            if (child.role() == Role::scope) found += in_scope(child);
-            if (child.role() == Role::entity && (type.empty() || child.tag() == type))
-                found += in_entity(child, scope.scope());
+    bool in_scope(Element scope) {
+        const std::string path = scope.scope();
+        for (Element child : scope) {
+            if (child.role() == Role::scope) in_scope(child);
+            if (child.role() == Role::entity && (type_.empty() || child.is(type_))) in_entity(child, path);
         }
-        return found;
+        return found_;
     }
 
-    int in_entity(Element entity, const std::string &scope) const {
-        int found = 0;
-        if (field.empty() && matches(entity.name())) put_columns({scope, entity.tag(), entity.name()}), ++found;
-        for (Element value : entity.children())
-            if ((field.empty() || value.tag() == field) && matches(value.value()))
-                put_columns({scope, entity.tag(), entity.name(), value.tag(), value.value()}), ++found;
-        return found;
+private:
+    bool matches(const std::string &text) const { return fnmatch(pattern_.c_str(), text.c_str(), 0) == 0; }
+
+    void in_entity(Element entity, const std::string &path) {
+        const std::string name = entity.name();
+        if (field_.empty() && matches(name)) {
+            rows_.add({{"scope", path}, {"type", entity.tag()}, {"name", name}});
+            found_ = true;
+        }
+        for (Element field : entity) {
+            if (!field_.empty() && !field.is(field_)) continue;
+            const std::string value = field.value();
+            if (!matches(value)) continue;
+            rows_.add(
+                {{"scope", path}, {"type", entity.tag()}, {"name", name}, {"field", field.tag()}, {"value", value}});
+            found_ = true;
+        }
     }
+
+    std::string pattern_, type_, field_;
+    Rows &rows_;
+    bool found_ = false;
 };
-
-std::string attribute_of(kvio_node_t *entity, const std::string &attribute) {
-    std::string text(256, '\0');
-    do {
-        text.resize(text.size() * 2);
-        kvio_getattr_entity2(entity, attribute.c_str(), text.data(), static_cast<unsigned>(text.size()));
-        text.back() = '\0';
-    } while (std::char_traits<char>::length(text.c_str()) + 1 == text.size());
-    text.resize(std::char_traits<char>::length(text.c_str()));
-    return text;
-}
 
 }  // namespace
 
-Strings configurations() {
-    Strings names;
-    std::unique_ptr<DIR, int (*)(DIR *)> directory(opendir(config_directory), closedir);
-    if (!directory)
-        throw Failure{errno == EACCES ? denied : not_found, std::string(config_directory) + " cannot be read"};
-    while (dirent *entry = readdir(directory.get())) {
-        struct stat file;
-        if (stat((config_directory + std::string(entry->d_name)).c_str(), &file) == 0 && S_ISREG(file.st_mode))
-            names.emplace_back(entry->d_name);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 int show(Call &call) {
-    std::string format = call.has('F') ? call.options['F'] : "text";
-    Document document = Document::look(call[0]);
-    if (format == "xml") {
-        Call file = call;
-        file.arguments.resize(1);
-        if (call.count() > 1) file.arguments.push_back(call[1]);
-        return call.count() > 1 ? backup(file) : dump(file);
+    const std::string format = format_of(call, true);
+    if (format == "xml") return call.given("SCOPE") ? backup(call) : dump(call);
+    Document document = Document::look(call.name());
+    std::vector<Element> shown;
+    if (call.given("SCOPE"))
+        shown.push_back(document.scope(call.scope()));
+    else
+        for (Element scope : document.root()) shown.push_back(scope);
+    std::string text;
+    for (Element element : shown) {
+        if (format == "text")
+            draw(element, "", "");
+        else
+            text += (text.empty() ? "\n  " : ",\n  ") + json_element(element, "  ");
     }
-    std::vector<Element> shown = top(document.tree(), call);
-    if (format == "text") {
-        for (Element element : shown) draw(element, "", "");
-    } else if (format == "json") {
-        std::string text;
-        for (Element element : shown) text += (text.empty() ? "\n  " : ",\n  ") + json_element(element, "  ");
-        put("[" + text + "\n]\n");
-    } else {
-        throw Failure{misused, "FORMAT is text, json or xml, not " + format};
-    }
+    if (format == "json") put("[" + text + "\n]\n");
     return success;
 }
 
 int get(Call &call) {
-    checked_name(call[2], "type");
-    Document document = Document::look(call[0]);
-    or_default(call, [&] { call.count() == 4 ? put_values(call, document) : put_value(call, document); });
-    document.abandon();
+    checked_name(call.type(), "type");
+    Document document = Document::look(call.name());
+    or_default(call, [&] { put_values(call, document); });
     return success;
 }
 
 int ls(Call &call) {
-    if (call.count() == 0) {
-        for (const std::string &name : configurations()) put(one_line(name) + '\n');
+    Rows rows(call);
+    if (!call.given("NAME")) {
+        for (const std::string &name : configurations()) rows.add({{"name", name}});
+        rows.finish();
         return success;
     }
-    Document document = Document::look(call[0]);
-    if (call.count() == 1) {
-        document.tree().each_scope([](Element scope) { put(scope.scope() + '\n'); });
+    Document document = Document::look(call.name());
+    if (!call.given("SCOPE")) {
+        each_scope(document.root(), [&](Element scope) { rows.add({{"scope", scope.scope()}}); });
+        rows.finish();
         return success;
     }
-    for (Element child : document.tree().scope(call[1]).children()) {
-        if (call.count() > 2) {
-            if (child.role() == Role::entity && child.tag() == call[2]) put(one_line(child.name()) + '\n');
-        } else if (child.role() == Role::container) {
-            put_columns({child.tag(), child.type(), child.name()});
+    for (Element child : document.scope(call.scope())) {
+        Role role = child.role();
+        if (call.given("TYPE")) {
+            if (role == Role::entity && child.is(call.type())) rows.add({{"name", child.name()}});
+        } else if (role == Role::container) {
+            rows.add({{"kind", child.tag()}, {"type", child.type()}, {"name", child.name()}});
+        } else if (role == Role::scope) {
+            rows.add({{"scope", child.tag() + std::string(rows.as_json() ? "" : "/")}});
         } else {
-            child.role() == Role::scope ? put(child.tag() + "/\n") : put_columns({child.tag(), child.name()});
+            rows.add({{"type", child.tag()}, {"name", child.name()}});
         }
     }
+    rows.finish();
     return success;
 }
 
 int members(Call &call) {
-    Document document = Document::look(call[0]);
-    if (!call.has('r')) {
-        for (Element member : container_in(document.tree(), call[1], call[2], call[3], call[4]).children())
-            put_columns({member.tag(), member.text()});
-        return success;
-    }
-    if (!holds_entities(call[3])) {
-        std::set<std::string> walked{call[4]}, names;
-        return each_name(container_in(document.tree(), call[1], call[2], call[3], call[4]), walked, names), success;
-    }
-    Container container(document, call[1], call[2], call[3], call[4]);
-    std::unique_ptr<kvio_entities_t, void (*)(kvio_entities_t *)> found(kvio_retrieve_all2(container.get()),
-                                                                        kvio_free_entities);
-    if (!found) store_failure(container.label());
-    for (int i = 0; i < found->count; ++i) put(one_line(attribute_of(found->items[i], "name")) + '\n');
+    Document document = Document::look(call.name());
+    Rows rows(call);
+    Element container = container_in(document, call, call.kind(), call.container());
+    if (!call.has('r'))
+        for (Element member : container) rows.add({{"member", member.tag()}, {"name", member.text()}});
+    else if (holds_entities(call.type()))
+        put_entities(document, call, rows);
+    else
+        put_names(container, rows);
+    rows.finish();
     return success;
 }
 
 int find(Call &call) {
-    Document document = Document::look(call[0]);
-    Search search{call[1].c_str(), call.options['t'], call.options['e']};
-    int found = 0;
-    if (call.count() > 2)
-        found = search.in_scope(document.tree().scope(call[2]));
-    else
-        for (Element scope : document.tree().root().children()) found += search.in_scope(scope);
+    Document document = Document::look(call.name());
+    Rows rows(call);
+    Search search(call, rows);
+    bool found = search.in_scope(call.given("SCOPE") ? document.scope(call.scope()) : document.root());
+    rows.finish();
     return found ? success : not_found;
 }
 
 int count(Call &call) {
-    Document document = Document::look(call[0]);
-    document.check_scope(call[1]);
-    const std::string type = checked_name(call[2], "type") + "[@name]";  // scopes in the scope have none
-    put(std::to_string(kvio_entity_count(document.get(), call[1].c_str(), type.c_str())) + '\n');
+    Document document = Document::look(call.name());
+    const std::string &type = checked_name(call.type(), "type");
+    int many = 0;
+    for (Element child : document.scope(call.scope())) many += child.role() == Role::entity && child.is(type);
+    put(std::to_string(many) + '\n');
     return success;
 }
 
 int refs(Call &call) {
-    Document document = Document::look(call[0]);
-    Element scope = document.tree().scope(call[1]);
-    std::string kind = call.has('k') ? kind_of(call.options['k']).name : "";
-    int found = 0;
-    for (Element container : scope.children()) {
-        if (container.role() != Role::container || container.type() != call[2]) continue;
-        if (!kind.empty() && container.tag() != kind) continue;
-        for (Element member : container.children()) {
-            if (member.tag() != (kind.empty() ? "entity" : "container") || member.text() != call[3]) continue;
-            put_columns({container.tag(), container.type(), container.name()});
-            ++found;
-            break;
-        }
+    Document document = Document::look(call.name());
+    Rows rows(call);
+    Member member = {call.has('k') ? kind_of(call.option('k')).name : "", call.type(), call.entity(), !call.has('k')};
+    bool found = false;
+    for (Element container : document.scope(call.scope())) {
+        if (member.times_in(container) == 0) continue;
+        rows.add({{"kind", container.tag()}, {"type", container.type()}, {"name", container.name()}});
+        found = true;
     }
+    rows.finish();
     return found ? success : not_found;
 }
 
 int attr_get(Call &call) {
-    Document document = Document::look(call[0]);
+    Document document = Document::look(call.name());
     or_default(call, [&] {
-        Element element = call.has('k') ? container_in(document.tree(), call[1], call.options['k'], call[2], call[3])
-                                        : entity_in(document.tree(), call[1], call[2], call[3]);
-        std::optional<std::string> value = element.attribute(call[4].c_str());
-        if (!value) throw Failure{not_found, "no attribute " + call[4] + " at " + call[2] + " " + call[3]};
+        Element element =
+            call.has('k') ? container_in(document, call, call.option('k'), call.entity()) : entity_in(document, call);
+        std::optional<std::string> value = element.attribute(call["ATTRIBUTE"]);
+        if (!value) throw Failure{not_found, "no attribute " + call["ATTRIBUTE"] + " of " + element.label()};
         put(*value + '\n');
     });
     return success;

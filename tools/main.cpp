@@ -1,9 +1,10 @@
 // kvio: the configurations and users of the appliance, at a shell.
+#include <kavex/store.h>
+
 #include <cstring>
 #include <exception>
 #include <new>
 
-#include "document.h"
 #include "kvio.h"
 #include "output.h"
 
@@ -11,13 +12,20 @@ namespace kvio {
 namespace {
 
 int run(Strings words) {
-    if (!words.empty() && words[0] == "help") words.erase(words.begin()), words.push_back("--help");
-    if (words == Strings{"--version"}) return put("kvio " KAVEX_VERSION "\n"), success;
+    if (!words.empty() && words[0] == "help") {
+        words.erase(words.begin());
+        words.push_back("--help");
+    }
+    if (words.size() == 1 && (words[0] == "--version" || words[0] == "-V" || words[0] == "version")) {
+        put("kvio " KAVEX_VERSION "\n");
+        return success;
+    }
     Call call = parse(words);
-    if (call.has('h')) return put(help(call.verb)), success;
+    if (call.has('h')) {
+        put(help(call.verb));
+        return success;
+    }
     Messages messages(call.has('v'));
-    Messages::quiet = call.has('q');
-    watch_memory();
     return call.verb->run(call);
 }
 
@@ -45,13 +53,10 @@ int guarded(const Strings &words) {
 int main(int argc, char **argv) {
     using namespace kvio;
     Strings words(argv + 1, argv + argc);
-    if (!words.empty() && words[0] == "--complete") {
-        Messages silent(false);
-        Messages::quiet = true;
-        words.erase(words.begin());
-        return put(complete(words)), 0;
-    }
-    if (words == Strings{"--manual"}) return put(manual()), 0;
     kvio_initialize();
-    return guarded(words);
+    if (words.empty() || words[0] != "--complete") return guarded(words);
+    Messages silent(false);
+    words.erase(words.begin());
+    put(complete(words));
+    return flushed() ? io_error : success;
 }

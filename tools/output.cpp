@@ -3,8 +3,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace kvio {
 namespace {
@@ -12,27 +15,46 @@ namespace {
 int original = 2;
 int lost = 0;  // errno of the first write to standard output that failed
 
-// Control characters as \t, \n, \r and \u001b: they would break lines and columns, and give orders to a terminal.
+std::string code_of(unsigned character) {
+    char code[8];
+    std::snprintf(code, sizeof code, "\\u%04x", character);
+    return code;
+}
+
+// Control characters as \t, \n, \r and \u001b: they would break lines and columns, and control a terminal.
 std::string without_control(const std::string &text, bool escape_backslash) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
         auto c = static_cast<unsigned char>(text[i]), next = static_cast<unsigned char>(text.c_str()[i + 1]);
-        bool long_one = c == 0xc2 && next >= 0x80 && next < 0xa0;  // U+0080 to U+009F in UTF-8
-        char code[8];
-        if (c == '\\' && escape_backslash)
+        if (c == '\\' && escape_backslash) {
             result += "\\\\";
-        else if (c == '\t')
-            result += "\\t";
-        else if (c == '\n')
-            result += "\\n";
-        else if (c == '\r')
-            result += "\\r";
-        else if (c >= ' ' && c != 0x7f && !long_one)
+        } else if (c == '\t' || c == '\n' || c == '\r') {
+            result += c == '\t' ? "\\t" : (c == '\n' ? "\\n" : "\\r");
+        } else if (c == 0xc2 && next >= 0x80 && next < 0xa0) {  // U+0080 to U+009F in UTF-8
+            result += code_of(next);
+            ++i;
+        } else if (c < ' ' || c == 0x7f) {
+            result += code_of(c);
+        } else {
             result += text[i];
-        else
-            std::snprintf(code, sizeof code, "\\u%04x", long_one ? next : c), result += code, i += long_one;
+        }
     }
     return result;
+}
+
+// The columns that a text takes on a terminal, where a character of UTF-8 takes one.
+std::size_t width(const std::string &text) {
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xc0) != 0x80; }));
+}
+
+void put_line(const Strings &columns, const std::vector<std::size_t> &widths) {
+    std::string line;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        line += columns[i];
+        if (i + 1 == columns.size()) break;
+        line += widths.empty() ? "\t" : std::string(widths[i] + 2 - width(columns[i]), ' ');
+    }
+    put(line + '\n');
 }
 
 }  // namespace
@@ -63,22 +85,47 @@ void Messages::say(const std::string &text) {
     if (!quiet) dprintf(original, "kvio: %s\n", without_control(text, false).c_str());
 }
 
-void Messages::ask(const std::string &text) { dprintf(original, "%s", text.c_str()); }
+bool Messages::on_terminal() { return isatty(original); }
+
+bool confirmed(const std::string &question) {
+    if (Messages::quiet || !isatty(0)) throw Failure{misused, "no terminal to ask on; --yes answers in advance"};
+    std::fflush(stdout);
+    dprintf(original, "%s [y/N] ", one_line(question).c_str());
+    char answer[16] = "";
+    return std::fgets(answer, sizeof answer, stdin) && (answer[0] == 'y' || answer[0] == 'Y');
+}
+
+std::string standard_input() {
+    std::string text;
+    char piece[4096];
+    ssize_t got;
+    while ((got = read(0, piece, sizeof piece)) > 0) text.append(piece, static_cast<std::size_t>(got));
+    if (got < 0) throw Failure{io_error, std::string("standard input: ") + std::strerror(errno)};
+    if (text.find('\0') != std::string::npos) throw Failure{misused, "standard input has a zero byte"};
+    return text;
+}
 
 std::string one_line(const std::string &text) { return without_control(text, true); }
 
 std::string json(const std::string &text) {
     std::string result = "\"";
     for (char c : text) {
-        char code[8];
-        if (c == '"' || c == '\\')
-            result += '\\', result += c;
-        else if (static_cast<unsigned char>(c) >= ' ')
-            result += c;
-        else
-            std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(c)), result += code;
+        if (c == '"' || c == '\\') result += '\\';
+        result += static_cast<unsigned char>(c) >= ' ' ? std::string(1, c) : code_of(static_cast<unsigned char>(c));
     }
     return result + '"';
+}
+
+std::string json_object(const std::vector<std::pair<const char *, std::string>> &members) {
+    std::string text;
+    for (const auto &[name, value] : members) text += (text.empty() ? "" : ", ") + json(name) + ": " + value;
+    return '{' + text + '}';
+}
+
+std::string json_array(const Strings &values) {
+    std::string text;
+    for (const std::string &value : values) text += (text.empty() ? "" : ", ") + value;
+    return '[' + text + ']';
 }
 
 void put(const std::string &text) {
@@ -88,12 +135,6 @@ void put(const std::string &text) {
 int flushed() {
     if (std::fflush(stdout) != 0 && !lost) lost = errno;
     return lost;
-}
-
-void put_columns(std::initializer_list<std::string> columns) {
-    const char *separator = "";
-    for (const std::string &column : columns) put(separator + one_line(column)), separator = "\t";
-    put("\n");
 }
 
 bool decorated() {
@@ -106,6 +147,44 @@ bool decorated() {
 
 std::string coloured(const char *sgr, const std::string &text) {
     return decorated() ? std::string("\033[") + sgr + 'm' + text + "\033[0m" : text;
+}
+
+std::string format_of(const Call &call, bool xml_allowed) {
+    const std::string format = call.has('F') ? call.option('F') : "text";
+    if (format == "text" || format == "json" || (format == "xml" && xml_allowed)) return format;
+    throw Failure{misused,
+                  std::string("FORMAT is text") + (xml_allowed ? ", json or xml" : " or json") + ", not " + format};
+}
+
+Rows::Rows(const Call &call) : json_(format_of(call) == "json"), aligned_(isatty(1)) {}
+
+void Rows::add(const std::vector<std::pair<const char *, std::string>> &row) {
+    if (json_) {
+        auto quoted = row;
+        for (auto &[name, value] : quoted) value = json(value);
+        objects_.push_back(json_object(quoted));
+        return;
+    }
+    Strings line;
+    for (const auto &[name, value] : row) line.push_back(one_line(value));
+    if (aligned_)
+        lines_.push_back(line);
+    else
+        put_line(line, {});
+}
+
+void Rows::finish() {
+    std::vector<std::size_t> widths;
+    for (const Strings &line : lines_)
+        for (std::size_t i = 0; i < line.size(); ++i) {
+            if (i == widths.size()) widths.push_back(0);
+            // The last column of a row does not widen the one of longer rows.
+            if (i + 1 < line.size()) widths[i] = std::max(widths[i], width(line[i]));
+        }
+    for (const Strings &line : lines_) put_line(line, widths);
+    std::string text;
+    for (const std::string &object : objects_) text += (text.empty() ? "\n  " : ",\n  ") + object;
+    if (json_) put('[' + text + "\n]\n");
 }
 
 }  // namespace kvio

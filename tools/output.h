@@ -1,10 +1,12 @@
-// Text for people and programs: lines, columns, colours and JSON strings.
+// Text for people and programs: messages, lines, tables, colours and JSON.
 #ifndef KAVEX_TOOLS_OUTPUT_H
 #define KAVEX_TOOLS_OUTPUT_H
 
-#include <cstdio>
-#include <initializer_list>
 #include <string>
+#include <utility>
+#include <vector>
+
+#include "kvio.h"
 
 namespace kvio {
 
@@ -13,27 +15,52 @@ namespace kvio {
 class Messages {
 public:
     explicit Messages(bool diagnostics);
-    ~Messages();                               // gives descriptor 2 back
+    ~Messages();                               // puts descriptor 2 back
     static void say(const std::string &text);  // one line, unless --quiet
-    static void ask(const std::string &text);  // nothing added, also with --quiet
     static bool quiet;
+    static bool on_terminal();
 
 private:
     bool redirected_ = false;
 };
 
-// A value in one line: backslash, tab, line feed and carriage return as \\, \t, \n and \r, other control characters as
+// Asks on the terminal. Throws where there is none, or with --quiet: --yes answers in advance.
+bool confirmed(const std::string &question);
+
+std::string standard_input();  // up to its end, read once more after a single Ctrl-D
+
+// A text in one line: backslash, tab, line feed and carriage return as \\, \t, \n and \r, other control characters as
 // \u001b.
 std::string one_line(const std::string &text);
 
-std::string json(const std::string &text);  // with its quotes
+// JSON: a string with its quotes, an object of names and finished values, an array of finished values.
+std::string json(const std::string &text);
+std::string json_object(const std::vector<std::pair<const char *, std::string>> &members);
+std::string json_array(const Strings &values);
 
 void put(const std::string &text);  // to standard output
-int flushed();                      // 0, or errno of the first time that something did not get there
-void put_columns(std::initializer_list<std::string> columns);  // separated by tabs, each in one line
+int flushed();                      // 0, or errno of the first write that failed
 
 bool decorated();                                                // standard output is a terminal that wants colours
-std::string coloured(const char *sgr, const std::string &text);  // as it is where decorated() is false
+std::string coloured(const char *sgr, const std::string &text);  // unchanged where decorated() is false
+
+// What --format asks for: text, json, or xml where that is allowed.
+std::string format_of(const Call &call, bool xml_allowed = false);
+
+// Rows of named columns: separated by tabs, aligned on a terminal, or an array of JSON objects.
+class Rows {
+public:
+    explicit Rows(const Call &call);
+    void add(const std::vector<std::pair<const char *, std::string>> &row);
+    void finish();  // prints what add() has not printed yet
+    bool as_json() const { return json_; }
+
+private:
+    bool json_;
+    bool aligned_;
+    Strings objects_;
+    std::vector<Strings> lines_;
+};
 
 }  // namespace kvio
 

@@ -1,84 +1,98 @@
 #include "tree.h"
 
-#include <libxml/parser.h>
-#include <libxml/xpath.h>
-
-#include "kvio.h"
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
 
 namespace kvio {
 namespace {
 
-const xmlChar *bytes(const char *text) { return reinterpret_cast<const xmlChar *>(text); }
+const xmlChar *bytes(const std::string &text) { return reinterpret_cast<const xmlChar *>(text.c_str()); }
 
 std::string taken(xmlChar *text) {
     std::unique_ptr<xmlChar, void (*)(void *)> owner(text, xmlFree);
     return text ? reinterpret_cast<const char *>(text) : "";
 }
 
-std::shared_ptr<xmlDoc> owned(xmlDoc *document) {
-    return document ? std::shared_ptr<xmlDoc>(document, xmlFreeDoc) : nullptr;
-}
-
-xmlNode *next_element(xmlNode *node) {
+xmlNode *first_element(xmlNode *node) {
     while (node && node->type != XML_ELEMENT_NODE) node = node->next;
     return node;
 }
 
-void visit_scopes(Element parent, const std::function<void(Element)> &visit) {
-    for (Element child : parent.children()) {
-        if (child.role() != Role::scope) continue;
-        visit(child);
-        visit_scopes(child, visit);
-    }
+// The text of a list of children that is nothing or one piece of text; null if it has to be put together.
+const char *in_place(const xmlNode *children) {
+    if (!children) return "";
+    bool plain = !children->next && children->type == XML_TEXT_NODE && children->content;
+    return plain ? reinterpret_cast<const char *>(children->content) : nullptr;
+}
+
+xmlAttr *find_attribute(const xmlNode *node, const char *name) {
+    for (xmlAttr *one = node->properties; one; one = one->next)
+        if (!one->ns && std::strcmp(reinterpret_cast<const char *>(one->name), name) == 0) return one;
+    return nullptr;
+}
+
+std::string text_of(xmlAttr *attribute) {
+    const char *plain = in_place(attribute->children);
+    return plain ? plain : taken(xmlNodeGetContent(reinterpret_cast<xmlNode *>(attribute)));
 }
 
 }  // namespace
 
-std::shared_ptr<xmlDoc> parse_file(const std::string &path) { return owned(xmlParseFile(path.c_str())); }
+std::string Element::text() const {
+    const char *plain = in_place(node_->children);
+    return plain ? plain : taken(xmlNodeGetContent(node_));
+}
 
-std::shared_ptr<xmlDoc> parse_descriptor(int fd) { return owned(xmlReadFd(fd, nullptr, nullptr, 0)); }
-
-std::string Element::tag() const { return reinterpret_cast<const char *>(node_->name); }
-
-std::string Element::text() const { return taken(xmlNodeGetContent(node_)); }
+bool Element::has_text(const std::string &text_wanted) const {
+    const char *plain = in_place(node_->children);
+    return plain ? text_wanted == plain : text_wanted == text();
+}
 
 std::string Element::value() const { return node_->children ? taken(xmlNodeGetContent(node_->children)) : ""; }
 
-std::optional<std::string> Element::attribute(const char *name) const {
-    if (!xmlHasProp(node_, bytes(name))) return std::nullopt;
-    return taken(xmlGetProp(node_, bytes(name)));
+std::optional<std::string> Element::attribute(const std::string &name) const {
+    xmlAttr *found = find_attribute(node_, name.c_str());
+    if (!found) return std::nullopt;
+    return text_of(found);
+}
+
+bool Element::has(const char *attribute_name, const std::string &value) const {
+    xmlAttr *found = find_attribute(node_, attribute_name);
+    if (!found) return false;
+    const char *plain = in_place(found->children);
+    return plain ? value == plain : value == text_of(found);
 }
 
 std::vector<std::pair<std::string, std::string>> Element::attributes() const {
     std::vector<std::pair<std::string, std::string>> result;
-    for (xmlAttr *one = node_->properties; one; one = one->next) {
-        const char *name = reinterpret_cast<const char *>(one->name);
-        result.emplace_back(name, attribute(name).value_or(""));
-    }
+    for (xmlAttr *one = node_->properties; one; one = one->next)
+        result.emplace_back(reinterpret_cast<const char *>(one->name), text_of(one));
     return result;
 }
 
-std::vector<Element> Element::children() const {
-    std::vector<Element> result;
-    for (xmlNode *child = next_element(node_->children); child; child = next_element(child->next))
-        result.emplace_back(child);
-    return result;
+Element::Iterator &Element::Iterator::operator++() {
+    node_ = first_element(node_->next);
+    return *this;
 }
+
+Element::Iterator Element::begin() const { return Iterator(first_element(node_->children)); }
 
 Element Element::parent() const {
     xmlNode *above = node_->parent;
     return Element(above && above->type == XML_ELEMENT_NODE ? above : nullptr);
 }
 
-// Below the root stand scopes alone. In a scope, containers are known by their element name and either attribute (a
+// Children of the root are scopes. In a scope, containers are known by their element name and either attribute (a
 // broken one lacks the other), entities by their name; what remains is a scope in the scope.
 Role Element::role() const {
     Element above = parent();
     if (!above || !above.parent()) return above ? Role::scope : Role::other;
     if (above.role() != Role::scope) return Role::other;
-    std::string kind = tag();
-    bool named = attribute("name").has_value();
-    if ((kind == "table" || kind == "list" || kind == "group") && (named || attribute("type"))) return Role::container;
+    bool named = find_attribute(node_, "name");
+    if (is_kind(tag()) && (named || find_attribute(node_, "type"))) return Role::container;
     return named ? Role::entity : Role::scope;
 }
 
@@ -89,39 +103,95 @@ std::string Element::scope() const {
     return outer.empty() ? tag() : outer + '/' + tag();
 }
 
-Element Tree::root() const { return Element(xmlDocGetRootElement(document_.get())); }
-
-Element Tree::scope(const std::string &path) const {
-    if (path.empty()) throw Failure{misused, "the scope is empty"};
-    std::unique_ptr<xmlXPathContext, decltype(&xmlXPathFreeContext)> context(xmlXPathNewContext(document_.get()),
-                                                                             xmlXPathFreeContext);
-    std::unique_ptr<xmlXPathObject, decltype(&xmlXPathFreeObject)> found(
-        context ? xmlXPathEvalExpression(bytes(("/kavex/" + path).c_str()), context.get()) : nullptr,
-        xmlXPathFreeObject);
-    int many = found && found->nodesetval ? found->nodesetval->nodeNr : 0;
-    if (root().tag() != "kavex") throw Failure{inconsistent, "no configuration, there is no root element kavex"};
-    if (many == 0) throw Failure{not_found, "no scope " + path};
-    if (many > 1) throw Failure{inconsistent, "there are " + std::to_string(many) + " scopes " + path};
-    Element scope(found->nodesetval->nodeTab[0]);
-    if (found->nodesetval->nodeTab[0]->type != XML_ELEMENT_NODE || scope == root())
-        throw Failure{not_found, "no scope " + path};
-    return scope;
+std::string Element::label() const {
+    std::string text = tag() + (' ' + name());
+    return role() == Role::container ? text + " of " + type() : text;
 }
 
-void Tree::each_scope(const std::function<void(Element)> &visit) const { visit_scopes(root(), visit); }
+void Element::set_text(const std::string &text) const {
+    xmlNodeSetContent(node_, nullptr);
+    xmlNodeAddContent(node_, bytes(text));
+    if (!has_text(text)) throw std::bad_alloc();
+}
+
+void Element::set_attribute(const char *name, const std::string &value) const {
+    if (!xmlSetProp(node_, bytes(name), bytes(value))) throw std::bad_alloc();
+}
+
+Element Element::add(const std::string &tag_name) const {
+    xmlNode *added = xmlNewChild(node_, nullptr, bytes(tag_name), nullptr);
+    if (!added) throw std::bad_alloc();
+    return Element(added);
+}
+
+void Element::remove() const {
+    xmlNode *blanks = node_->prev;
+    for (xmlNode *one : {blanks && xmlIsBlankNode(blanks) ? blanks : nullptr, node_}) {
+        if (!one) continue;
+        xmlUnlinkNode(one);
+        xmlFreeNode(one);
+    }
+}
+
+void each_scope(Element parent, const std::function<void(Element)> &visit) {
+    for (Element child : parent) {
+        if (child.role() != Role::scope) continue;
+        visit(child);
+        each_scope(child, visit);
+    }
+}
 
 bool holds_entities(const std::string &type) { return type != "user_group_object_t"; }
 
+bool is_kind(const std::string &tag) { return tag == "table" || tag == "list" || tag == "group"; }
+
 Element find_entity(Element scope, const std::string &type, const std::string &name) {
-    for (Element child : scope.children())
-        if (child.tag() == type && child.attribute("name") == name) return child;
-    return Element(nullptr);
+    for (Element child : scope)
+        if (child.is(type) && child.has("name", name)) return child;
+    return Element();
 }
 
 Element find_container(Element scope, const std::string &kind, const std::string &type, const std::string &name) {
-    for (Element child : scope.children())
-        if (child.tag() == kind && child.attribute("name") == name && child.attribute("type") == type) return child;
-    return Element(nullptr);
+    for (Element child : scope)
+        if (child.is(kind) && child.has("name", name) && child.has("type", type)) return child;
+    return Element();
+}
+
+bool Member::may_stand_in(Element container) const {
+    return (kind.empty() ? is_kind(container.tag()) : container.is(kind)) && container.has("type", type);
+}
+
+bool Member::is_named_by(Element member) const {
+    return member.is(entity ? "entity" : "container") && member.has_text(name);
+}
+
+int Member::times_in(Element container) const {
+    int many = 0;
+    if (may_stand_in(container))
+        for (Element one : container) many += is_named_by(one);
+    return many;
+}
+
+Element container_naming(Element scope, const Member &member) {
+    for (Element container : scope)
+        if (member.times_in(container) > 0) return container;
+    return Element();
+}
+
+int times_named(Element scope, const Member &member) {
+    int many = 0;
+    for (Element container : scope) many += member.times_in(container);
+    return many;
+}
+
+void count_reference(Element scope, const Member &member, int change) {
+    Element target = member.entity ? find_entity(scope, member.type, member.name)
+                                   : find_container(scope, "group", member.type, member.name);
+    if (!target) return;
+    std::string counted = target.attribute("reference").value_or("");
+    if (counted.empty() && change < 0) return;
+    long count = counted.empty() ? times_named(scope, member) : std::strtol(counted.c_str(), nullptr, 10) + change;
+    target.set_attribute("reference", std::to_string(std::max(count, 0L)));
 }
 
 }  // namespace kvio

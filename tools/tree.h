@@ -1,13 +1,11 @@
-// A document as a tree of scopes, entities and containers, for the verbs that look at more than one name. The store
-// hands out no tree: this one is read from what it dumps.
+// The elements of an open document: scopes, entities with fields, containers with members. Looks at libxml2's nodes in
+// place and owns none of them.
 #ifndef KAVEX_TOOLS_TREE_H
 #define KAVEX_TOOLS_TREE_H
 
 #include <libxml/tree.h>
 
 #include <functional>
-#include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -15,53 +13,84 @@
 
 namespace kvio {
 
-// Both make a document; null when the contents are not well-formed.
-std::shared_ptr<xmlDoc> parse_file(const std::string &path);
-std::shared_ptr<xmlDoc> parse_descriptor(int fd);
-
 enum class Role { scope, entity, container, other };
 
-// An element of the tree, which the tree owns.
 class Element {
 public:
-    explicit Element(xmlNode *node) : node_(node) {}
+    explicit Element(xmlNode *node = nullptr) : node_(node) {}
     explicit operator bool() const { return node_ != nullptr; }
     bool operator==(const Element &other) const { return node_ == other.node_; }
+    xmlNode *node() const { return node_; }
 
-    std::string tag() const;
-    std::string text() const;   // all of it, descendants included
-    std::string value() const;  // as the store reads values: the text of the first child
-    std::optional<std::string> attribute(const char *name) const;
+    const char *tag() const { return reinterpret_cast<const char *>(node_->name); }
+    bool is(const std::string &tag_name) const { return tag_name == tag(); }
+    std::string text() const;                      // of all descendants
+    bool has_text(const std::string &text) const;  // equals text() without a copy where that is one piece
+    std::string value() const;                     // as the store reads values: the text of the first child
+    std::optional<std::string> attribute(const std::string &name) const;
+    bool has(const char *attribute_name, const std::string &value) const;
     std::string name() const { return attribute("name").value_or(""); }
     std::string type() const { return attribute("type").value_or(""); }
     std::vector<std::pair<std::string, std::string>> attributes() const;
 
-    std::vector<Element> children() const;  // elements alone
-    Element parent() const;                 // null for the root
+    // for (Element child : element) visits the child elements.
+    class Iterator {
+    public:
+        explicit Iterator(xmlNode *node) : node_(node) {}
+        Element operator*() const { return Element(node_); }
+        Iterator &operator++();
+        bool operator!=(const Iterator &other) const { return node_ != other.node_; }
+
+    private:
+        xmlNode *node_;
+    };
+    Iterator begin() const;
+    Iterator end() const { return Iterator(nullptr); }
+    bool is_empty() const { return !(begin() != end()); }
+
+    Element parent() const;  // null for the root
     Role role() const;
     std::string scope() const;  // the path below the root, of a scope or of what stands in one
+    std::string label() const;  // "host_t lan", "group inside of host_t"
+
+    void set_text(const std::string &text) const;
+    void set_attribute(const char *name, const std::string &value) const;
+    Element add(const std::string &tag_name) const;
+    void remove() const;  // with the blanks in front of it
 
 private:
     xmlNode *node_;
 };
 
-class Tree {
-public:
-    explicit Tree(std::shared_ptr<xmlDoc> document) : document_(std::move(document)) {}
-    Element root() const;
-    Element scope(const std::string &path) const;                      // throws a Failure unless there is exactly one
-    void each_scope(const std::function<void(Element)> &visit) const;  // in document order, the root left out
+// The scopes below an element, in document order.
+void each_scope(Element parent, const std::function<void(Element)> &visit);
 
-private:
-    std::shared_ptr<xmlDoc> document_;
-};
-
-// The members of user groups are the names of users, of whom the configuration knows nothing.
+// Members of user groups are names of users, which are no entities of the configuration.
 bool holds_entities(const std::string &type);
 
-// The first with this identity, or null.
+// The first with this identity in a scope, or null.
 Element find_entity(Element scope, const std::string &type, const std::string &name);
 Element find_container(Element scope, const std::string &kind, const std::string &type, const std::string &name);
+
+bool is_kind(const std::string &tag);  // table, list or group
+
+// What containers of one type, and of one kind unless that is empty, may name.
+struct Member {
+    std::string kind, type, name;
+    bool entity;
+
+    bool may_stand_in(Element container) const;
+    bool is_named_by(Element member) const;
+    int times_in(Element container) const;
+};
+
+// The first container that names it, or null; how often all do.
+Element container_naming(Element scope, const Member &member);
+int times_named(Element scope, const Member &member);
+
+// Adds a change to the attribute "reference", which counts the groups that name an entity or group. One without the
+// attribute gets it when the change is positive.
+void count_reference(Element scope, const Member &member, int change);
 
 }  // namespace kvio
 

@@ -1,21 +1,16 @@
-// `user`: who has logged in and what they may do. None of these print secrets: no password is part of what they ask
-// for, and the log of a look-up, which has the directory's bind password in it, does not get to the terminal either.
+// `user`: who has logged in and what they may do. These print no secrets: no password is part of a profile, and the log
+// of a look-up, which has the directory's bind password in it, does not get to the terminal either.
 #include <kavex/users.h>
 
-#include <memory>
-
+#include "base/paths.h"
 #include "document.h"
 #include "output.h"
 
 namespace kvio {
 namespace {
 
-template <class T, void (*Release)(T *)>
-struct Releaser {
-    void operator()(T *record) const { Release(record); }
-};
-using Profile = std::unique_ptr<user_profile_t, Releaser<user_profile_t, free_user_profile>>;
-using Group = std::unique_ptr<user_group_t, Releaser<user_group_t, free_user_group>>;
+using Profile = Owned<user_profile_t, free_user_profile>;
+using Group = Owned<user_group_t, free_user_group>;
 
 // The word of a type code. The library exports words without codes only (def_user_profile).
 std::string type_word(int32_t type) {
@@ -47,60 +42,77 @@ int logged_in(const std::string &user) {
 
 int user_show(Call &call) {
     Messages no_log(false);
-    Profile profile(get_user_profile(call[0].c_str()));
+    Profile profile(get_user_profile(call["USER"].c_str()));
     if (!profile) {
-        logged_in(call[0]);
-        throw Failure{not_found, "no profile of " + call[0] + " (the system log says why)"};
+        logged_in(call["USER"]);
+        throw Failure{not_found, "no profile of " + call["USER"] + " (the system log has the reason)"};
     }
-    put_columns({"name", profile->name});
-    put_columns({"account", profile->account});
-    put_columns({"type", type_word(profile->type)});
-    put_columns({"access", std::to_string(profile->access)});
-    put_columns({"visibility", std::to_string(profile->visibility)});
-    put_columns({"lease_time", std::to_string(profile->lease_time)});
-    put_columns({"re_auth", std::to_string(profile->re_auth)});
-    put_columns({"remote_admin", std::to_string(profile->remote_admin)});
-    put_columns({"remote_access", std::to_string(profile->remote_access)});
+    Rows rows(call);
+    auto put_row = [&](const char *field, const std::string &value) { rows.add({{"field", field}, {"value", value}}); };
+    put_row("name", profile->name);
+    put_row("account", profile->account);
+    put_row("type", type_word(profile->type));
+    put_row("access", std::to_string(profile->access));
+    put_row("visibility", std::to_string(profile->visibility));
+    put_row("lease_time", std::to_string(profile->lease_time));
+    put_row("re_auth", std::to_string(profile->re_auth));
+    put_row("remote_admin", std::to_string(profile->remote_admin));
+    put_row("remote_access", std::to_string(profile->remote_access));
+    rows.finish();
     return success;
 }
 
-// Reads the buffer without its lock, which only the look-ups of the library take: one slot, for somebody to look at.
+// Reads one slot of the buffer without the lock, which only the look-ups of the library take.
 int user_method(Call &call) {
     Messages no_log(false);
-    int method = logged_in(call[0]);
-    put_columns({method_word(method), std::to_string(method)});
+    int method = logged_in(call["USER"]);
+    Rows rows(call);
+    rows.add({{"method", method_word(method)}, {"number", std::to_string(method)}});
+    rows.finish();
     return success;
 }
 
 int user_release(Call &call) {
     Messages no_log(false);
-    logged_in(call[0]);
-    if (release_auth_list(call[0].c_str()) == 0) return success;
+    logged_in(call["USER"]);
+    if (release_auth_list(call["USER"].c_str()) == 0) return success;
     throw Failure{io_error, "the authentication buffer or its lock cannot be used"};
 }
 
 int user_groups(Call &call) {
     Messages no_log(false);
-    if (call.count() > 1) {
-        int member = check_user_in_group(call[0].c_str(), call[1].c_str());
+    const std::string &name = call["GROUP"];
+    if (call.given("USER")) {
+        int member = check_user_in_group(name.c_str(), call["USER"].c_str());
         if (member >= 0) return member ? success : not_found;
-    } else if (Group group{retrieve_user_group(call[0].c_str())}) {
-        for (int i = 0; i < group->member_count; ++i) put(one_line(group->members[i].name) + '\n');
+    } else if (Group group{retrieve_user_group(name.c_str())}) {
+        Rows rows(call);
+        for (int i = 0; i < group->member_count; ++i) rows.add({{"user", group->members[i].name}});
+        rows.finish();
         return success;
     }
-    int known = verify_user_group(call[0].c_str());
-    if (known == 0) throw Failure{not_found, "no user group " + call[0]};
+    int known = verify_user_group(name.c_str());
+    if (known == 0) throw Failure{not_found, "no user group " + name};
     if (known > 0)
-        throw Failure{inconsistent, "user group " + call[0] + " cannot be read: its nesting loops or it is missing"};
-    Document::file("/tmp/template_group.xml");  // says what is wrong with it, if anything is
+        throw Failure{inconsistent, "user group " + name + " cannot be read: its nesting loops or it is missing"};
+    Document::file(paths::group_template);  // throws what is wrong with it, if anything is
     throw Failure{io_error, "the user groups or the lock that guards them cannot be used"};
 }
 
-int user_types(Call &) {
-    put("type\taccess\tvisibility\tremote_admin\tremote_access\n");
+int user_types(Call &call) {
+    Rows rows(call);
+    rows.add({{"type", "type"},
+              {"access", "access"},
+              {"visibility", "visibility"},
+              {"remote_admin", "remote_admin"},
+              {"remote_access", "remote_access"}});
     for (const user_type_def_t *row = def_user_profile; row->type_name; ++row)
-        put_columns({row->type_name, std::to_string(row->access), std::to_string(row->visibility),
-                     std::to_string(row->remote_admin), std::to_string(row->remote_access)});
+        rows.add({{"type", row->type_name},
+                  {"access", std::to_string(row->access)},
+                  {"visibility", std::to_string(row->visibility)},
+                  {"remote_admin", std::to_string(row->remote_admin)},
+                  {"remote_access", std::to_string(row->remote_access)}});
+    rows.finish();
     return success;
 }
 

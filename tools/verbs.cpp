@@ -1,11 +1,12 @@
-// The table of verbs, from which parsing, help, completion and the manual page are made.
+// The table of verbs, from which parsing, help and completion are made.
 #include <getopt.h>
 
 #include <algorithm>
 #include <cctype>
-#include <sstream>
+#include <cstring>
 
 #include "kvio.h"
+#include "output.h"
 
 namespace kvio {
 
@@ -42,8 +43,6 @@ const std::vector<Verb> verbs = {
      "kvio count appliance.xml object/address address_object_t", count, nullptr},
     {"refs", "NAME SCOPE TYPE ENTITY", "k", "list the containers that name an entity, or with --kind a container",
      "kvio refs appliance.xml object/address address_object_t mail-server", refs, nullptr},
-    {"attr get", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "kd", "print an attribute of an entity or container",
-     "kvio attr get appliance.xml interface interface_t lan reference", attr_get, nullptr},
 
     {"set", "NAME SCOPE TYPE ENTITY FIELD VALUE [FIELD VALUE]...", "", "set values; - reads one from standard input",
      "kvio set appliance.xml interface interface_t lan mtu 1492", run_change, set},
@@ -70,6 +69,8 @@ const std::vector<Verb> verbs = {
     {"rename-member", "NAME SCOPE KIND TYPE CONTAINER MEMBER NEW", "f", "put another name in the place of a member's",
      "kvio rename-member appliance.xml object/user_group group user_group_object_t staff bob robert", run_change,
      rename_member},
+    {"attr get", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "kd", "print an attribute of an entity or container",
+     "kvio attr get appliance.xml interface interface_t lan reference", attr_get, nullptr},
     {"attr set", "NAME SCOPE TYPE ENTITY ATTRIBUTE VALUE", "kf", "set an attribute of an entity or container",
      "kvio attr set appliance.xml interface interface_t lan note 'do not touch'", run_change, attr_set},
     {"attr unset", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "kf", "remove an attribute of an entity or container",
@@ -94,8 +95,8 @@ const std::vector<Verb> verbs = {
      "kvio backup appliance.xml object/address /tmp/addresses.xml", backup, nullptr},
     {"restore", "NAME FILE [SCOPE]", "f", "put back what dump wrote, or one scope of it or of a backup",
      "kvio restore appliance.xml /tmp/addresses.xml object/address", restore, nullptr},
-    {"diff", "NAME [FILE]", "", "tell how a configuration differs from a file, or from the template",
-     "kvio diff appliance.xml /tmp/appliance.xml", diff, nullptr},
+    {"diff", "OLD NEW", "F", "show how two configurations or files differ", "kvio diff before.xml appliance.xml", diff,
+     nullptr},
     {"check", "NAME", "Ry", "look for dangling and duplicate names, loops, broken containers and wrong counts",
      "kvio check --repair appliance.xml", check, nullptr},
 
@@ -114,14 +115,49 @@ const std::vector<Verb> verbs = {
     {"user types", "", "", "list the built-in user types", "kvio user types", user_types, nullptr},
 };
 
+const std::string options_of_all = "hqv";
+
 namespace {
 
-constexpr char everywhere[] = "hqv";
+struct Heading {
+    const char *first;  // the verb in front of which it stands
+    const char *text;
+};
 
-Strings words_of(const std::string &text) {
-    std::istringstream stream(text);
-    Strings result;
-    for (std::string word; stream >> word;) result.push_back(word);
+constexpr Heading headings[] = {
+    {"show", "Look at a configuration"}, {"set", "Change entities"}, {"create", "Change containers"},
+    {"attr get", "Attributes"},          {"batch", "Many changes"},  {"copy", "Whole files"},
+    {"diff", "Compare and check"},       {"lock status", "Locks"},   {"user show", "Users"},
+};
+
+struct Argument {
+    std::string name;
+    bool optional, repeated;
+};
+
+// The arguments of a usage: words in capitals, optional in brackets, repeated before dots.
+std::vector<Argument> arguments_of(const Verb &verb) {
+    std::vector<Argument> result;
+    bool optional = false;
+    std::size_t group = 0;  // the first argument of the latest word, or of the latest brackets
+    for (const char *at = verb.usage; *at;) {
+        std::size_t length = std::strcspn(at, "[]. ");
+        if (length > 0) {
+            if (!optional) group = result.size();
+            result.push_back({std::string(at, length), optional, false});
+            at += length;
+            continue;
+        }
+        if (*at == '[') {
+            optional = true;
+            group = result.size();
+        } else if (*at == ']') {
+            optional = false;
+        } else if (*at == '.') {
+            for (std::size_t i = group; i < result.size(); ++i) result[i].repeated = true;
+        }
+        ++at;
+    }
     return result;
 }
 
@@ -141,32 +177,29 @@ std::string synopsis(const Verb &verb) {
 }
 
 void check_count(const Verb &verb, std::size_t given) {
-    std::size_t least = 0, most = 0;
-    bool endless = false;
-    for (const std::string &word : words_of(verb.usage)) {
-        if (word.front() != '[' && word.back() != ']' && word.find("]...") == std::string::npos) ++least;
-        ++most;
-        endless = endless || word.find("...") != std::string::npos;
-    }
-    if (given < least || (given > most && !endless)) throw Failure{misused, "usage: " + synopsis(verb)};
+    std::vector<Argument> known = arguments_of(verb);
+    auto needed = static_cast<std::size_t>(
+        std::count_if(known.begin(), known.end(), [](const Argument &one) { return !one.optional; }));
+    bool endless = !known.empty() && known.back().repeated;
+    if (given < needed || (given > known.size() && !endless)) throw Failure{misused, "usage: " + synopsis(verb)};
 }
 
-// Runs getopt_long(3) over the words behind the verb. Without a verb it stops at the first word.
-Call parse_options(const Verb *verb, const Strings &words, std::size_t &used) {
+// Runs getopt_long(3) over the words behind the verb, all of them also after a mistake, for the sake of --quiet.
+// Without a verb it stops at the first word.
+Call parse_options(const Verb *verb, const Strings &words) {
+    const std::string known = options_of_all + (verb ? verb->options : "");
     std::string letters = verb ? ":" : "+:";
     std::vector<option> longs;
     for (const Option &one : options) {
-        if (std::string(everywhere).find(one.letter) == std::string::npos &&
-            (!verb || std::string(verb->options).find(one.letter) == std::string::npos))
-            continue;
+        if (known.find(one.letter) == std::string::npos) continue;
         letters += one.letter;
         if (one.argument) letters += ':';
         longs.push_back({one.name, one.argument ? required_argument : no_argument, nullptr, one.letter});
     }
-    longs.push_back({nullptr, 0, nullptr, 0});
+    longs.push_back({});
 
-    Strings copies = {"kvio"};
-    copies.insert(copies.end(), words.begin(), words.end());
+    Strings copies = words;
+    copies.insert(copies.begin(), "kvio");
     std::vector<char *> pointers;
     for (std::string &word : copies) pointers.push_back(word.data());
     pointers.push_back(nullptr);
@@ -174,71 +207,61 @@ Call parse_options(const Verb *verb, const Strings &words, std::size_t &used) {
 
     Call call;
     call.verb = verb;
+    std::string mistake;
     optind = 0;
     opterr = 0;
     for (int letter; (letter = getopt_long(count, pointers.data(), letters.c_str(), longs.data(), nullptr)) != -1;) {
-        if (letter == '?' || letter == ':') {
-            std::string what =
-                optopt ? std::string("-") + static_cast<char>(optopt) : pointers[static_cast<std::size_t>(optind - 1)];
-            what.insert(0, letter == ':' ? "no argument for " : "no option ");
-            what += verb ? std::string("; see kvio ") + verb->name + " --help" : "; see kvio --help";
-            throw Failure{misused, what};
+        if (letter == 'q') Messages::quiet = true;
+        if (letter != '?' && letter != ':') {
+            call.options[static_cast<char>(letter)] = optarg ? optarg : "";
+        } else if (mistake.empty()) {
+            std::string what = pointers[static_cast<std::size_t>(optind - 1)];
+            if (optopt) what = std::string("-") + static_cast<char>(optopt);
+            mistake = (letter == ':' ? "no argument for " : "no option ") + what;
         }
-        call.options[static_cast<char>(letter)] = optarg ? optarg : "";
     }
-    used = static_cast<std::size_t>(optind - 1);
+    if (!mistake.empty())
+        throw Failure{misused, mistake + "; see kvio " + (verb ? std::string(verb->name) + " " : "") + "--help"};
     for (int i = optind; i < count; ++i) call.arguments.emplace_back(pointers[static_cast<std::size_t>(i)]);
     return call;
 }
 
-// The verbs whose first word this is, of two.
-std::string family(const std::string &first) {
+[[noreturn]] void refuse_verb(const std::string &first) {
     std::string names;
     for (const Verb &verb : verbs)
         if (std::string name = verb.name; name.compare(0, first.size() + 1, first + ' ') == 0)
             names += (names.empty() ? "" : ", ") + name;
-    return names;
+    if (!names.empty()) throw Failure{misused, "the verb is one of " + names};
+    throw Failure{misused, "no verb " + first + "; kvio --help lists them"};
 }
 
-const Verb &take_verb(Strings &words) {
-    std::string one = words[0], two = words.size() > 1 ? one + ' ' + words[1] : one;
-    if (const Verb *verb = find_verb(two); verb && two != one)
-        return words.erase(words.begin(), words.begin() + 2), *verb;
-    if (const Verb *verb = find_verb(one)) return words.erase(words.begin()), *verb;
-    if (std::string names = family(one); !names.empty()) throw Failure{misused, "the verb is one of " + names};
-    throw Failure{misused, "no verb " + one + "; kvio --help lists them"};
-}
-
-std::string padded(const std::string &text, std::size_t width) {
-    return text.size() < width ? text + std::string(width - text.size(), ' ') : text + ' ';
-}
-
-std::string option_line(const Option &option) {
-    std::string text = std::string("  -") + option.letter + ", --" + option.name;
-    if (option.argument) text += std::string(" ") + option.argument;
-    return padded(text, 24) + option.summary + '\n';
-}
-
-std::string sentence(const Verb &verb) {
-    std::string text = verb.summary;
-    text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
-    return text + '.';
-}
-
-// A text as an argument of a macro of mdoc(7).
-std::string mdoc(const std::string &text) {
-    std::string result;
-    for (char c : text) {
-        if (c == '-')
-            result += "\\-";
-        else if (c == '"')
-            result += "\\(dq";
-        else if (c == '\'')
-            result += "\\(aq";
-        else
-            result += c;
+// A text behind a label, in lines of at most 79 columns.
+std::string entry(const std::string &label, const std::string &text, std::size_t indent) {
+    constexpr std::size_t right = 79;
+    std::string line = label, result;
+    if (!label.empty()) line += std::string(line.size() < indent ? indent - line.size() : 1, ' ');
+    for (std::size_t at = 0; at < text.size();) {
+        std::size_t end = std::min(text.find(' ', at), text.size());
+        if (line.size() + end - at > right) {
+            result += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+            line = std::string(indent, ' ');
+        }
+        line += text.substr(at, end - at) + ' ';
+        at = end + 1;
     }
-    return result;
+    return result + line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+}
+
+std::string option_line(char letter) {
+    const Option &option = *find_option(letter);
+    std::string label = std::string("  -") + option.letter + ", --" + option.name;
+    return entry(label + (option.argument ? std::string(" ") + option.argument : ""), option.summary, 24);
+}
+
+std::string option_lines(const std::string &letters) {
+    std::string text;
+    for (char letter : letters) text += option_line(letter);
+    return text;
 }
 
 }  // namespace
@@ -248,61 +271,91 @@ const Option *find_option(char letter) {
     return found == options.end() ? nullptr : &*found;
 }
 
+const Verb *take_verb(Strings &words) {
+    for (std::ptrdiff_t count : {2, 1}) {
+        if (static_cast<std::ptrdiff_t>(words.size()) < count) continue;
+        const Verb *verb = find_verb(count == 2 ? words[0] + ' ' + words[1] : words[0]);
+        if (verb) words.erase(words.begin(), words.begin() + count);
+        if (verb) return verb;
+    }
+    return nullptr;
+}
+
+std::string argument_at(const Verb &verb, std::size_t index) {
+    std::vector<Argument> known = arguments_of(verb);
+    if (index < known.size()) return known[index].name;
+    auto repeated = static_cast<std::size_t>(
+        std::count_if(known.begin(), known.end(), [](const Argument &one) { return one.repeated; }));
+    return repeated ? known[known.size() - repeated + (index - known.size()) % repeated].name : "";
+}
+
+const std::string &Call::option(char letter) const {
+    static const std::string none;
+    auto found = options.find(letter);
+    return found == options.end() ? none : found->second;
+}
+
+std::size_t Call::index(const char *what) const {
+    std::vector<Argument> known = arguments_of(*verb);
+    auto found = std::find_if(known.begin(), known.end(), [&](const Argument &one) { return one.name == what; });
+    return static_cast<std::size_t>(found - known.begin());
+}
+
+const std::string &Call::operator[](const char *what) const {
+    static const std::string none;
+    return given(what) ? arguments[index(what)] : none;
+}
+
+Strings Call::from(const char *what) const {
+    if (!given(what)) return {};
+    return {arguments.begin() + static_cast<std::ptrdiff_t>(index(what)), arguments.end()};
+}
+
 Call parse(const Strings &words, const char *name_in_batch) {
-    std::size_t used = 0;
-    Call before = parse_options(nullptr, words, used);
+    Call before = parse_options(nullptr, words);
     Strings rest = before.arguments;
     if (rest.empty()) {
         if (before.has('h')) return before;
         throw Failure{misused, "no verb; kvio --help lists them"};
     }
-    if (!family(rest[0]).empty() && rest.size() > 1 && (rest[1] == "--help" || rest[1] == "-h")) {
-        before.options['h'];
+    const Strings all = rest;
+    const Verb *found = take_verb(rest);
+    if (!found && (all.back() == "--help" || all.back() == "-h")) {
+        before.options['h'] = "";
         return before;
     }
-    const Verb &verb = take_verb(rest);
-    Call call = parse_options(&verb, rest, used);
+    if (!found) refuse_verb(all[0]);
+    const Verb &verb = *found;
+    Call call = parse_options(&verb, rest);
     call.options.insert(before.options.begin(), before.options.end());
     if (name_in_batch) call.arguments.insert(call.arguments.begin(), name_in_batch);
     call.in_batch = name_in_batch != nullptr;
-    if (!call.has('h')) check_count(verb, call.count());
+    if (!call.has('h')) check_count(verb, call.arguments.size());
     return call;
 }
 
 std::string help(const Verb *verb) {
-    std::string text;
     if (verb) {
-        text = "Usage: " + synopsis(*verb) + "\n\n" + sentence(*verb) + "\n\n";
-        for (char letter : std::string(verb->options) + everywhere) text += option_line(*find_option(letter));
-        return text + "\nExample: " + verb->example + '\n';
+        std::string sentence = verb->summary;
+        sentence[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(sentence[0])));
+        return entry("Usage:", synopsis(*verb), 7) + "\n" + entry("", sentence, 0) + '\n' +
+               option_lines(verb->options + options_of_all) + "\nExample: " + verb->example + '\n';
     }
-    text =
+    std::string text =
         "Usage: kvio VERB [OPTION]... [ARGUMENT]...\n\n"
-        "Looks at and changes the configurations of the appliance. NAME is a file of /etc/kavex/conf, SCOPE a path of\n"
-        "element names such as object/address, KIND table, list or group; -- ends the options.\n\n";
-    for (const Verb &one : verbs) text += padded(std::string("  ") + one.name, 18) + one.summary + '\n';
-    text += "\n";
-    for (char letter : std::string(everywhere)) text += option_line(*find_option(letter));
-    return text + padded("      --version", 24) + "print the version alone\n" +
-           "\nExit status: 0 done, 1 not found or different, 2 wrong usage, 3 locked, 4 not well-formed or\n"
-           "inconsistent, 5 input or output failed, 6 no permission. kvio VERB --help says more; so does kvio(1).\n";
-}
-
-std::string manual() {
-    std::string text;
-    for (const Verb &verb : verbs) {
-        text += std::string(".It Cm ") + mdoc(verb.name);
-        for (char letter : std::string(verb.options)) {
-            const Option &option = *find_option(letter);
-            text += std::string(" Oo Fl \\-") + option.name +
-                    (option.argument ? std::string(" Ar ") + option.argument : "") + " Oc";
-        }
-        if (*verb.usage) text += std::string(" Ar ") + mdoc(verb.usage);
-        std::string line = sentence(verb);
-        if (line.size() > 72) line[line.rfind(' ', 72)] = '\n';
-        text += '\n' + mdoc(line) + "\n.Dl " + mdoc(verb.example) + '\n';
+        "Reads and changes the configurations of the appliance. NAME is a file of\n"
+        "/etc/kavex/conf, SCOPE a path of element names such as object/address, KIND\n"
+        "table, list or group. -- ends the options.\n";
+    for (const Verb &one : verbs) {
+        for (const Heading &heading : headings)
+            if (heading.first == std::string(one.name)) text += std::string("\n") + heading.text + ":\n";
+        text += entry(std::string("  ") + one.name, one.summary, 18);
     }
-    return text;
+    return text + "\nOptions of all verbs:\n" + option_lines(options_of_all) +
+           "  -V, --version         print the version; only in the place of a verb\n"
+           "\nExit status: 0 done, 1 not found or different, 2 wrong usage, 3 locked, 4 not\n"
+           "well-formed or inconsistent, 5 input or output failed, 6 no permission.\n"
+           "kvio VERB --help describes a verb; so does kvio(1).\n";
 }
 
 }  // namespace kvio

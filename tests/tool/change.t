@@ -42,19 +42,19 @@ $ kvio define a.xml s "$(head -c 50001 /dev/zero | tr '\0' t)" x
 ! kvio: type is too long to be read back
 [2]
 $ kvio undefine a.xml s '*' x
-! kvio: type * is no XML name
+! kvio: type * is not an XML name
 [2]
 $ kvio set a.xml s t x f $'a\001b'
-! kvio: the value is no UTF-8 text, or has control characters
+! kvio: the value is not UTF-8 text, or has control characters
 [2]
 $ kvio set a.xml s t x f $'a\xffb'
-! kvio: the value is no UTF-8 text, or has control characters
+! kvio: the value is not UTF-8 text, or has control characters
 [2]
 $ kvio set a.xml s t x f $'a\xef\xbf\xbfb'
-! kvio: the value is no UTF-8 text, or has control characters
+! kvio: the value is not UTF-8 text, or has control characters
 [2]
 $ kvio set a.xml s t x 'f g' 1
-! kvio: field f g is no XML name
+! kvio: field f g is not an XML name
 [2]
 $ kvio set a.xml s t ghost f 1
 ! kvio: no t ghost in s
@@ -63,7 +63,7 @@ $ kvio set a.xml two t x f 1
 ! kvio: there are 2 scopes two
 [4]
 $ kvio set a.xml 's[' t x f 1
-! kvio: no scope s[
+! kvio: no scope s[ in /etc/kavex/conf/a.xml
 [1]
 $ kvio unset a.xml s t x g new && kvio get a.xml s t x
 f	-5
@@ -79,16 +79,16 @@ $ kvio define a.xml s t x
 ! kvio: t x in s: it exists already
 [1]
 $ kvio define a.xml nowhere t x
-! kvio: no scope nowhere
+! kvio: no scope nowhere in /etc/kavex/conf/a.xml
 [1]
 $ kvio define a.xml s group x
 ! kvio: group is a kind of container, no type of entities
 [2]
 $ kvio define a.xml s 'a b' x
-! kvio: type a b is no XML name
+! kvio: type a b is not an XML name
 [2]
 $ kvio undefine a.xml s t x
-! kvio: group g names x; take it out first, or say --force
+! kvio: group g names x; remove it from there first, or use --force
 [4]
 $ kvio undefine a.xml s t 'z & "z"' && kvio undefine a.xml s u x && kvio ls a.xml s
 t	x
@@ -112,7 +112,7 @@ $ kvio create a.xml s heap t m
 ! kvio: KIND is table, list or group, not heap
 [2]
 $ kvio create a.xml s list 't t' m
-! kvio: type t t is no XML name
+! kvio: type t t is not an XML name
 [2]
 $ kvio join a.xml s list t m x y && kvio join a.xml s list t m x
 ! kvio: member x of list m of t in s: it exists already
@@ -186,7 +186,7 @@ entity	r&d
 entity	x
 entity	#7
 $ kvio dispose a.xml s group t g
-! kvio: group h names g; take it out first, or say --force
+! kvio: group h names g; remove it from there first, or use --force
 [4]
 $ kvio dispose -f a.xml s group t g && kvio dispose a.xml s list t m && kvio dispose a.xml s list t m
 ! kvio: no list m of t in s
@@ -211,14 +211,14 @@ a "b" <c>
 $ kvio attr set -k list a.xml s t l note n && kvio attr get -k list a.xml s t l note
 n
 $ kvio attr unset a.xml s t y note && kvio attr get a.xml s t y note
-! kvio: no attribute note at t y
+! kvio: no attribute note of t y
 [1]
 $ kvio attr unset -k list a.xml s t l note && kvio attr unset -k list a.xml s t l note && kvio attr get -k list a.xml s t l note
-! kvio: no attribute note at t l
+! kvio: no attribute note of list l of t
 [1]
 $ kvio attr unset a.xml s t y name; kvio attr unset -k list a.xml s t l type
-! kvio: without its name nothing would find it again
-! kvio: without its type nothing would find it again
+! kvio: the attribute name cannot be removed
+! kvio: the attribute type cannot be removed
 [2]
 $ kvio attr decrease a.xml s t y n; kvio attr increase a.xml s t y n; kvio attr increase a.xml s t y n; kvio attr increase a.xml s t y new; kvio attr decrease a.xml s t y new; kvio attr decrease a.xml s t y new; kvio attr get a.xml s t y n; kvio attr set a.xml s t y n 1x; kvio attr decrease a.xml s t y n; kvio attr set a.xml s t y n 1
 4294967294
@@ -230,7 +230,7 @@ $ kvio attr decrease a.xml s t y n; kvio attr increase a.xml s t y n; kvio attr 
 ! kvio: attribute n is 4294967295, which cannot be counted on
 ! kvio: attribute n is 1x, which cannot be counted on
 $ kvio attr set a.xml s t y 'a b' 1
-! kvio: attribute a b is no XML name
+! kvio: attribute a b is not an XML name
 [2]
 
 Groups count what they name, and tables and lists do not.
@@ -243,7 +243,7 @@ $ for entity in x y; do kvio attr get a.xml s t $entity reference; done; kvio at
 1
 1
 $ kvio rename-member a.xml s group t h y z
-! kvio: s: group h: a member names no t: z; --force saves it nevertheless
+! kvio: s: group h: a member names no t: z; nothing is saved without --force
 [4]
 $ kvio rename-member -f a.xml s group t h y z && kvio leave a.xml s group t g x h && kvio check a.xml
 s: group h: member 1 names no t: z
@@ -301,29 +301,29 @@ $ echo '<kavex><s><t name="x"/><t name="y" reference="1"/><u name="x"><v/></u><g
 s: group j: member 1 names no t: lost
 [4]
 $ kvio rename-member a.xml s group t g x ghost; kvio rename-member a.xml s group t h i g
-! kvio: s: group g: a member names no t: ghost; --force saves it nevertheless
-! kvio: s: group g contains itself: g > h > g; --force saves it nevertheless
+! kvio: s: group g: a member names no t: ghost; nothing is saved without --force
+! kvio: s: group g contains itself: g > h > g; nothing is saved without --force
 [4]
 $ kvio append a.xml s group t g x; kvio insert a.xml s list t l 1 ghost; kvio append a.xml s list t l x && kvio append a.xml s list t l x
-! kvio: s: group g: a member is there already: x; --force saves it nevertheless
-! kvio: s: list l: a member names no t: ghost; --force saves it nevertheless
+! kvio: s: group g: a member is there already: x; nothing is saved without --force
+! kvio: s: list l: a member names no t: ghost; nothing is saved without --force
 $ kvio join -cf a.xml s group t i ghost && kvio join -c a.xml s group t i g
-! kvio: s: group g contains itself: g > h > i > g; --force saves it nevertheless
+! kvio: s: group g contains itself: g > h > i > g; nothing is saved without --force
 [4]
 $ kvio attr set a.xml s t x name z; kvio attr set a.xml s t x name y; kvio attr set -k group a.xml s t h type u; kvio attr set a.xml s t x name ''; kvio attr set -k group a.xml s t h type 'a b'; kvio attr set a.xml s t x xmlns urn:a
-! kvio: s: group g: a member names no t: x; --force saves it nevertheless
-! kvio: s: group g: a member names no t: x; --force saves it nevertheless
-! kvio: s: group g: a member names no group: h; --force saves it nevertheless
+! kvio: s: group g: a member names no t: x; nothing is saved without --force
+! kvio: s: group g: a member names no t: x; nothing is saved without --force
+! kvio: s: group g: a member names no group: h; nothing is saved without --force
 ! kvio: the name is empty
-! kvio: type a b is no XML name
-! kvio: in a namespace nothing would find it again
+! kvio: type a b is not an XML name
+! kvio: the attribute xmlns cannot be set: it would hide the element
 [2]
 $ kvio attr set a.xml s t y reference 0; kvio attr decrease a.xml s t y reference; kvio attr unset a.xml s t y reference && kvio attr set a.xml s t y reference many; kvio attr set a.xml s t y reference 7
-! kvio: s: t y: reference is too low, or no number; --force saves it nevertheless
-! kvio: s: t y: reference is too low, or no number; --force saves it nevertheless
-! kvio: s: t y: reference is too low, or no number; --force saves it nevertheless
+! kvio: s: t y: reference is too low, or no number; nothing is saved without --force
+! kvio: s: t y: reference is too low, or no number; nothing is saved without --force
+! kvio: s: t y: reference is too low, or no number; nothing is saved without --force
 $ kvio define a.xml s deep x; kvio define a.xml s/u t x; kvio create a.xml s/group group t x; kvio define a.xml s t ''; kvio create a.xml s group t ''; kvio join a.xml s group t g ''; kvio append a.xml s group t g ''
-! kvio: s/deep: the scope has the name of a type beside it; --force saves it nevertheless
+! kvio: s/deep: the scope has the name of a type beside it; nothing is saved without --force
 ! kvio: s/u is an entity or container, no scope
 ! kvio: there are 4 scopes s/group
 ! kvio: the name is empty
@@ -336,9 +336,9 @@ entity	x
 entity	x
 entity	new
 $ printf 'undefine -f s t new\nappend s list t l newer\n' | kvio batch a.xml; printf 'append s list t l newer\nundefine -f s t new\n' | kvio batch a.xml; printf 'append s list t l newest\n' | kvio batch -f a.xml
-! kvio: line 2: s: list l: a member names no t: newer; --force saves it nevertheless
-! kvio: line 1: s: list l: a member names no t: newer; --force saves it nevertheless
-$ kvio check a.xml; kvio diff a.xml /tmp/before.xml
+! kvio: s: list l: a member names no t: new; nothing is saved without --force
+! kvio: s: list l: a member names no t: new; nothing is saved without --force
+$ kvio check a.xml; kvio diff /tmp/before.xml a.xml
 s: group i: member 1 names no group: ghost
 s: group j: member 1 names no t: lost
 s: list l: member 4 names no t: newest
@@ -348,9 +348,9 @@ s: t y: reference is 7, groups that name it: 1
 + s t new
 ~ s t y @reference: 1 -> 7
 [1]
-$ cp /tmp/before.xml /etc/kavex/conf/a.xml; (seq 20 | sed 's/.*/define s t n&/'; echo 'append s list t l none'; seq 20 | sed 's/.*/join s list t l n&/'; echo 'join -f s list t l ghost'; echo 'set s t n1 f 1') | kvio batch a.xml; kvio lock status a.xml; kvio diff a.xml /tmp/before.xml
+$ cp /tmp/before.xml /etc/kavex/conf/a.xml; (seq 20 | sed 's/.*/define s t n&/'; echo 'append s list t l none'; seq 20 | sed 's/.*/join s list t l n&/'; echo 'join -f s list t l ghost'; echo 'set s t n1 f 1') | kvio batch a.xml; kvio lock status a.xml; kvio diff /tmp/before.xml a.xml
 a.xml: free
-! kvio: line 21: s: list l: a member names no t: none; --force saves it nevertheless
+! kvio: s: list l: a member names no t: ghost; nothing is saved without --force
 
 A batch is saved as a whole or not at all.
 
@@ -366,7 +366,7 @@ $ kvio batch a.xml <<'LINES'
 > undefine -- s t y
 > undefine --force s t x
 > LINES
-! kvio: line 8: list l names y; take it out first, or say --force; nothing is saved
+! kvio: line 8: list l names y; remove it from there first, or use --force; nothing is saved
 [4]
 $ kvio show a.xml s
 s/
@@ -385,7 +385,7 @@ s/
 $ cp /tmp/a.xml /etc/kavex/conf/a.xml
 $ printf 'set s t x f 9\nundefine s t x\n' | kvio batch a.xml; kvio get a.xml s t x f
 1
-! kvio: line 2: group g names x; take it out first, or say --force; nothing is saved
+! kvio: line 2: group g names x; remove it from there first, or use --force; nothing is saved
 $ printf 'leave s group t g x\nleave s list t l x x\nundefine s t x' | kvio batch a.xml; kvio ls a.xml s t
 y
 $ printf 'attr decrease s t y n\nget s t x f\n' | kvio batch a.xml
@@ -404,7 +404,7 @@ $ printf 'set s t x\n' | kvio batch a.xml
 ! kvio: line 1: usage: kvio set NAME SCOPE TYPE ENTITY FIELD VALUE [FIELD VALUE]...; nothing is saved
 [2]
 $ kvio batch a.xml </dev/null && echo '<kavex' >/etc/kavex/conf/b.xml && kvio batch b.xml </dev/null
-! kvio: b.xml: not well-formed XML
+! kvio: /etc/kavex/conf/b.xml:2: not well-formed: Couldn't find end of Start Tag kavex line 1
 [4]
 
 Nothing of this left a lock behind, and a signal in the middle of a change does not either.

@@ -41,6 +41,7 @@ s: group g: member 4 has no name (repair: remove the member)
 s: group g: member 5 names no group: nowhere (repair: remove the member)
 s: group g: member 6 is there already: y (repair: remove the member)
 s: list l: member 3 names no list: g (repair: remove the member)
+s: table twice: member 1 names no t: ghost (repair: remove the member)
 s: t y: reference is 0, groups that name it: 2 (repair: set it to 2)
 s: u x: reference is many, no number, groups that name it: 1 (repair: set it to 1)
 s: group g: reference is -1, groups that name it: 1 (repair: set it to 1)
@@ -55,6 +56,7 @@ s: group g: member 4 has no name (repaired: remove the member)
 s: group g: member 5 names no group: nowhere (repaired: remove the member)
 s: group g: member 6 is there already: y (repaired: remove the member)
 s: list l: member 3 names no list: g (repaired: remove the member)
+s: table twice: member 1 names no t: ghost (repaired: remove the member)
 s: t y: reference is 0, groups that name it: 2 (repaired: set it to 2)
 s: u x: reference is many, no number, groups that name it: 1 (repaired: set it to 1)
 s: group g: reference is -1, groups that name it: 1 (repaired: set it to 1)
@@ -64,8 +66,7 @@ s: t x occurs 2 times
 s: group g: member 3 is neither entity nor container: other
 s: list untyped has no type
 s: list of t has no name
-s: table twice of t occurs 2 times
-s: table twice: member 1 names no t: ghost
+s: table twice of t has an identical duplicate
 s: group h contains itself: h > i > h
 s: group self contains itself: self > self
 s: t z: reference is 5, groups that name it: 0
@@ -92,11 +93,11 @@ group	address_object_t	lower-floors
 A repair needs the lock; looking does not. Nothing to repair, nothing written.
 
 $ python3 $TESTS/tool/hold.py a.xml; kvio check a.xml >/dev/null; kvio check -R a.xml >/dev/null; kvio check -Ry a.xml; kvio lock clear -y a.xml; kvio check -Ry a.xml >/dev/null
-! kvio: a.xml: somebody else has it open (kvio lock status says more)
+! kvio: /etc/kavex/conf/a.xml: another process holds it (see kvio lock status)
 [4]
 $ kvio check -q broken.xml; echo '<kavex>' >/etc/kavex/conf/broken.xml; kvio check broken.xml; echo '<x/>' >/etc/kavex/conf/broken.xml; kvio check broken.xml
 the root element is x, not kavex
-! kvio: /etc/kavex/conf/broken.xml: not well-formed XML
+! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag kavex line 1
 [4]
 
 What is offered is done, and what cannot be addressed or is not clear is not offered.

@@ -9,7 +9,7 @@ $ kvio copy a.xml a.xml
 ! kvio: a.xml twice
 [2]
 $ kvio copy ghost.xml b.xml
-! kvio: ghost.xml: there is no such file
+! kvio: ghost.xml: No such file or directory
 [1]
 $ kvio rename a.xml b.xml
 ! kvio: a.xml to b.xml: it exists already
@@ -18,10 +18,10 @@ $ kvio rename b.xml c.xml && kvio ls
 a.xml
 c.xml
 $ kvio rename b.xml d.xml
-! kvio: b.xml: there is no such file
+! kvio: b.xml: No such file or directory
 [1]
 $ kvio remove c.xml && kvio remove c.xml
-! kvio: c.xml: there is no such file
+! kvio: c.xml: No such file or directory
 [1]
 $ kvio copy a.xml small/a.xml && kvio ls small/a.xml object/user_group
 group_description_t	office
@@ -36,17 +36,10 @@ $ kvio save-as a.xml a.xml
 [2]
 $ kvio save-as a.xml nowhere/b.xml
 ! kvio: /etc/kavex/conf/nowhere/b.xml: No such file or directory
-[5]
-$ mkdir /etc/kavex/conf/shut; chmod 500 /etc/kavex/conf/shut; kvio copy a.xml shut/b.xml
-! kvio: /etc/kavex/conf/shut/b.xml: Permission denied
-[6]
-$ chmod 0 /etc/kavex/conf/a.xml; kvio copy a.xml unread.xml; chmod 600 /etc/kavex/conf/a.xml; ls /etc/kavex/conf/unread.xml
-! kvio: a.xml: Permission denied
-! ls: cannot access '/etc/kavex/conf/unread.xml': No such file or directory
-[2]
+[1]
 $ mkfifo /etc/kavex/conf/pipe; kvio copy small n.xml; kvio copy pipe n.xml; rm /etc/kavex/conf/pipe; ls /etc/kavex/conf/n.xml
-! kvio: small: Is a directory
-! kvio: pipe: it is no file
+! kvio: /etc/kavex/conf/small: Is a directory
+! kvio: /etc/kavex/conf/pipe: it is no regular file
 ! ls: cannot access '/etc/kavex/conf/n.xml': No such file or directory
 [2]
 $ kvio remove tidy.xml; kvio ls
@@ -62,7 +55,7 @@ $ kvio dump a.xml - | head -2
 <kavex>
 $ kvio dump a.xml /nowhere/dump.xml
 ! kvio: /nowhere/dump.xml: No such file or directory
-[5]
+[1]
 $ kvio dump a.xml /usr/dump.xml
 ! kvio: /usr/dump.xml: Read-only file system
 [5]
@@ -76,12 +69,12 @@ $ kvio backup a.xml object/user_group | head -4
   <object>
     <user_group>
 $ kvio backup a.xml object/user_group /tmp/groups.xml && kvio backup a.xml nowhere /tmp/groups.xml
-! kvio: no scope nowhere
+! kvio: no scope nowhere in /etc/kavex/conf/a.xml
 [1]
 
 Differences. Order counts in lists and tables alone.
 
-$ kvio diff a.xml /tmp/dump.xml
+$ kvio diff /tmp/dump.xml a.xml
 $ cat >/tmp/1.xml <<'XML'
 > <kavex><s a="1"><t name="x"><f>1</f><g>2</g></t><t name="y"/><group name="g" type="t"><entity>x</entity><entity>y</entity></group><list name="l" type="t"><entity>x</entity><entity>y</entity></list><deep><t name="d"/></deep></s><text>one</text></kavex>
 > XML
@@ -93,8 +86,8 @@ $ cat >/tmp/3.xml <<'XML'
 > 5</g><h/></t><t name="z"><f>new</f></t></s></kavex>
 > XML
 $ cp /tmp/1.xml /etc/kavex/conf/d.xml
-$ kvio diff d.xml /tmp/2.xml
-$ kvio diff d.xml /tmp/3.xml
+$ kvio diff /tmp/2.xml d.xml
+$ kvio diff /tmp/3.xml d.xml
 ~ s @a: 2 -> 1
 - s @b: 3
 - s group of t g member h (container)
@@ -108,21 +101,21 @@ $ kvio diff d.xml /tmp/3.xml
 + s/deep
 ~ text text: two -> one
 [1]
-$ kvio diff tidy.xml /tmp/3.xml; kvio diff d.xml /tmp/4.xml
-! kvio: /etc/kavex/conf/tidy.xml: there is no such file
-! kvio: /tmp/4.xml: there is no such file
-[1]
-$ kvio diff d.xml
+$ kvio diff /tmp/3.xml tidy.xml; kvio diff /tmp/4.xml d.xml
+! kvio: /etc/kavex/conf/tidy.xml: No such file or directory
+! kvio: /tmp/4.xml: No such file or directory
+[2]
+$ kvio diff __system_default.xml d.xml
 - interface
 + s
 + text
 [1]
-$ kvio -q diff d.xml /tmp/3.xml | wc -l
+$ kvio -q diff /tmp/3.xml d.xml | wc -l
 12
 
 Members that look alike in a line are different ones.
 
-$ printf '<kavex><s><list name="l" type="t"><entity>a, b</entity></list><group name="g" type="t"><entity>a (container)</entity></group></s></kavex>' >/etc/kavex/conf/d.xml; printf '<kavex><s><list name="l" type="t"><entity>a</entity><entity>b</entity></list><group name="g" type="t"><container>a</container></group></s></kavex>' >/tmp/5.xml; kvio diff d.xml /tmp/5.xml
+$ printf '<kavex><s><list name="l" type="t"><entity>a, b</entity></list><group name="g" type="t"><entity>a (container)</entity></group></s></kavex>' >/etc/kavex/conf/d.xml; printf '<kavex><s><list name="l" type="t"><entity>a</entity><entity>b</entity></list><group name="g" type="t"><container>a</container></group></s></kavex>' >/tmp/5.xml; kvio diff /tmp/5.xml d.xml
 - s group of t g member a (container)
 + s group of t g member a (container)
 ~ s list of t l members: a, b -> a, b
@@ -130,11 +123,11 @@ $ printf '<kavex><s><list name="l" type="t"><entity>a, b</entity></list><group n
 
 Restoring. What a scope had is gone; what else changed stays.
 
-$ kvio set a.xml interface interface_t lan mtu 9000 && kvio create a.xml object/user_group list t new && kvio diff a.xml /tmp/dump.xml
+$ kvio set a.xml interface interface_t lan mtu 9000 && kvio create a.xml object/user_group list t new && kvio diff /tmp/dump.xml a.xml
 ~ interface interface_t lan mtu: 1500 -> 9000
 + object/user_group list of t new
 [1]
-$ kvio restore a.xml /tmp/groups.xml object/user_group && kvio diff a.xml /tmp/dump.xml
+$ kvio restore a.xml /tmp/groups.xml object/user_group && kvio diff /tmp/dump.xml a.xml
 ~ interface interface_t lan mtu: 1500 -> 9000
 [1]
 $ kvio restore a.xml /tmp/groups.xml object/address
@@ -142,19 +135,19 @@ $ kvio restore a.xml /tmp/groups.xml object/address
 [1]
 $ kvio restore a.xml /tmp/dump.xml && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 $ echo '<other/>' >/tmp/other.xml; kvio restore a.xml /tmp/other.xml; kvio restore a.xml /tmp/ghost.xml; echo '<' >/tmp/other.xml; kvio restore a.xml /tmp/other.xml
-! kvio: /tmp/other.xml: no configuration
-! kvio: /tmp/ghost.xml: there is no such file
-! kvio: /tmp/other.xml: not well-formed XML
+! kvio: /tmp/other.xml: no configuration, its root element is not kavex
+! kvio: /tmp/ghost.xml: No such file or directory
+! kvio: /tmp/other.xml:1: not well-formed: StartTag: invalid element name
 [4]
 $ cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 
 A file that lacks a scope of the configuration is most likely the backup of another one.
 
 $ kvio restore a.xml /tmp/groups.xml
-! kvio: /tmp/groups.xml has no scope interface, which a.xml would lose; name the scope to restore, or say --force
+! kvio: /tmp/groups.xml has no scope interface, which a.xml would lose; name the scope to restore, or use --force
 [4]
 $ kvio restore a.xml /tmp/groups.xml object
-! kvio: /tmp/groups.xml has no scope object/address, which a.xml would lose; name the scope to restore, or say --force
+! kvio: /tmp/groups.xml has no scope object/address, which a.xml would lose; name the scope to restore, or use --force
 [4]
 $ kvio restore a.xml /tmp/dump.xml object && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 $ cmp /etc/kavex/conf/a.xml /tmp/dump.xml && kvio restore --force a.xml /tmp/groups.xml && kvio ls a.xml && kvio restore a.xml /tmp/dump.xml && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
@@ -163,11 +156,11 @@ object/user_group
 
 Files may come from a pipe, and from standard input.
 
-$ (sleep 0.2; cat /tmp/dump.xml) | kvio diff a.xml - && kvio diff a.xml <(sleep 0.2; cat /tmp/3.xml) | wc -l
+$ (sleep 0.2; cat /tmp/dump.xml) | kvio diff - a.xml && kvio diff <(sleep 0.2; cat /tmp/3.xml) a.xml | wc -l
 5
 $ (sleep 0.2; cat /tmp/dump.xml) | kvio restore a.xml - && (sleep 0.2; cat /tmp/groups.xml) | kvio restore a.xml /dev/stdin object/user_group && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
-$ head -c 3000 /tmp/dump.xml | kvio restore a.xml -; kvio diff a.xml - <&-; kvio restore a.xml - </etc; cmp /etc/kavex/conf/a.xml /tmp/dump.xml
-! kvio: -: not well-formed XML
+$ head -c 3000 /tmp/dump.xml | kvio restore a.xml -; kvio diff - a.xml <&-; kvio restore a.xml - </etc; cmp /etc/kavex/conf/a.xml /tmp/dump.xml
+! kvio: -:97: not well-formed: Premature end of data in tag address line 71
 ! kvio: -: Bad file descriptor
 ! kvio: -: Is a directory
 
@@ -199,7 +192,7 @@ A full disk leaves the file as it was.
 
 $ head -c 150000 /dev/zero | tr '\0' x >/tmp/long; cp /etc/kavex/conf/small/a.xml /tmp/before.xml
 $ kvio define small/a.xml interface interface_t long f - </tmp/long && kvio define small/a.xml interface interface_t longer f - </tmp/long
-! kvio: /etc/kavex/conf/small/a.xml: it cannot be written
+! kvio: /etc/kavex/conf/small/a.xml: No space left on device
 [5]
 $ kvio ls small/a.xml interface | tail -2
 interface_t	lan.15
@@ -207,9 +200,7 @@ interface_t	long
 
 There is no room for a copy: what was there stays, and nothing is left that was not.
 
-$ cp /etc/kavex/conf/small/a.xml /tmp/before.xml; kvio define a.xml interface interface_t huge f - </tmp/long; kvio define a.xml interface interface_t huger f - </tmp/long; for try in a.xml new.xml; do kvio copy a.xml small/$try; done; kvio save-as a.xml small/new.xml; kvio restore small/new.xml /etc/kavex/conf/a.xml; kvio dump a.xml /etc/kavex/conf/small/new.xml; kvio backup a.xml interface /etc/kavex/conf/small/new.xml
-! kvio: /etc/kavex/conf/small/a.xml: No space left on device
-! kvio: /etc/kavex/conf/small/new.xml: No space left on device
+$ cp /etc/kavex/conf/small/a.xml /tmp/before.xml; kvio define a.xml interface interface_t huge f - </tmp/long; kvio define a.xml interface interface_t huger f - </tmp/long; kvio save-as a.xml small/new.xml; kvio restore small/new.xml /etc/kavex/conf/a.xml; kvio dump a.xml /etc/kavex/conf/small/new.xml; kvio backup a.xml interface /etc/kavex/conf/small/new.xml
 ! kvio: /etc/kavex/conf/small/new.xml: No space left on device
 ! kvio: /etc/kavex/conf/small/new.xml: No space left on device
 ! kvio: /etc/kavex/conf/small/new.xml: No space left on device

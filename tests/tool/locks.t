@@ -7,13 +7,13 @@ $ mkdir /etc/kavex/conf/dir; kvio lock status a.xml ghost.xml '' dir c.xml; echo
 a.xml: free
 c.xml: free
 status 1
-! kvio: ghost.xml: there is no such file
+! kvio: /etc/kavex/conf/ghost.xml: No such file or directory
 ! kvio: /etc/kavex/conf/: Is a directory
-! kvio: dir: Is a directory
-! kvio: dir: Is a directory
+! kvio: /etc/kavex/conf/dir: Is a directory
+! kvio: /etc/kavex/conf/dir: Is a directory
 $ kvio lock status a.xml && kvio lock status ghost.xml
 a.xml: free
-! kvio: ghost.xml: there is no such file
+! kvio: /etc/kavex/conf/ghost.xml: No such file or directory
 [1]
 
 A process died with a.xml open, another one holds b.xml and has the library mapped.
@@ -30,7 +30,7 @@ $ kvio lock status c.xml; kvio lock status a.xml >/dev/null
 c.xml: free
 [3]
 $ kvio lock status ghost.xml b.xml >/dev/null
-! kvio: ghost.xml: there is no such file
+! kvio: /etc/kavex/conf/ghost.xml: No such file or directory
 [1]
 $ kvio lock status -a a.xml
 ! kvio: either names or --all
@@ -41,18 +41,18 @@ $ kvio lock clear -y a.xml 2>&1 | sed 's/process [0-9]*/process N/'; echo ${PIPE
 kvio: process N (python3) may hold a.xml; --force removes the lock nevertheless
 3
 $ kvio set b.xml s t x f 1; kvio copy b.xml d.xml; kvio copy c.xml b.xml; kvio remove b.xml; kvio batch b.xml </dev/null
-! kvio: b.xml: somebody else has it open (kvio lock status says more)
-! kvio: b.xml to d.xml: somebody else has it open (kvio lock status says more)
-! kvio: c.xml to b.xml: somebody else has it open (kvio lock status says more)
-! kvio: b.xml: somebody else has it open (kvio lock status says more)
-! kvio: b.xml: somebody else has it open (kvio lock status says more)
+! kvio: /etc/kavex/conf/b.xml: another process holds it (see kvio lock status)
+! kvio: b.xml to d.xml: another process holds it (see kvio lock status)
+! kvio: c.xml to b.xml: another process holds it (see kvio lock status)
+! kvio: b.xml: another process holds it (see kvio lock status)
+! kvio: /etc/kavex/conf/b.xml: another process holds it (see kvio lock status)
 [3]
 
 The live one ends, the dead one's lock is removed; the terminal is asked.
 
 $ pid=$(kvio lock status b.xml | sed -n 's/.*process \([0-9]*\).*/\1/p'); kill $pid; while [ -e /proc/$pid/maps ] && grep -q kavex /proc/$pid/maps; do sleep 0.05; done 2>/dev/null
 $ kvio lock clear a.xml </dev/null
-! kvio: no terminal to ask on: say --yes to remove the lock of a.xml
+! kvio: no terminal to ask on; --yes answers in advance
 [2]
 $ kvio lock clear a.xml extra
 ! kvio: usage: kvio lock clear [--yes] [--force] NAME
@@ -68,11 +68,11 @@ a.xml: free
 ! kvio: a.xml is free
 $ python3 $TESTS/tool/hold.py c.xml 600 /tmp/libkavex.so.1 >/tmp/held2 2>&1 & until grep -qs held /tmp/held2; do sleep 0.05; done
 $ kvio lock clear --force -y c.xml 2>&1 | sed 's/process [0-9]*/process N/'; kvio lock clear -qfy b.xml; kvio lock clear -fy b.xml; kvio lock status
-kvio: process N (python3) may lose its lock
+kvio: process N (python3) may hold c.xml
 a.xml: free
 b.xml: free
 c.xml: free
 ! kvio: b.xml is free
 $ kvio lock clear ghost.xml
-! kvio: ghost.xml: there is no such file
+! kvio: /etc/kavex/conf/ghost.xml: No such file or directory
 [1]

@@ -39,10 +39,10 @@ wan
 dmz "2"
 $ kvio ls a.xml object/address ghost_t
 $ kvio ls a.xml object/nowhere
-! kvio: no scope object/nowhere
+! kvio: no scope object/nowhere in /etc/kavex/conf/a.xml
 [1]
 $ kvio ls b.xml
-! kvio: /etc/kavex/conf/b.xml: there is no such file
+! kvio: /etc/kavex/conf/b.xml: No such file or directory
 [1]
 
 $ kvio show a.xml
@@ -107,7 +107,7 @@ $ kvio show --format=yaml a.xml
 ! kvio: FORMAT is text, json or xml, not yaml
 [2]
 $ kvio show a.xml //address
-! kvio: no scope //address
+! kvio: no scope //address in /etc/kavex/conf/a.xml
 [1]
 $ kvio show a.xml '*'
 ! kvio: there are 2 scopes *
@@ -145,7 +145,7 @@ $ kvio get a.xml object/address host_t nobody
 ! kvio: no host_t nobody in object/address
 [1]
 $ kvio get a.xml nowhere host_t lan ip
-! kvio: no scope nowhere
+! kvio: no scope nowhere in /etc/kavex/conf/a.xml
 [1]
 $ kvio get -q a.xml nowhere host_t lan ip
 [1]
@@ -154,11 +154,11 @@ $ kvio get --default 0.0.0.0 a.xml object/address host_t nobody ip
 $ kvio get -d '' a.xml object/address host_t lan mask
 ~
 $ kvio get -d x b.xml object/address host_t lan mask
-! kvio: /etc/kavex/conf/b.xml: there is no such file
+! kvio: /etc/kavex/conf/b.xml: No such file or directory
 [1]
-$ kvio -v count a.xml object/address net_t 2>&1 | sed 's/[0-9][0-9]* is/N is/'
-Semaphore -N is removed
-1
+$ kvio -v set a.xml object/address net_t lan ip 10.0.0.0 2>&1 | sed 's/[0-9][0-9]* is/N is/'
+kvio_open_config success. (/etc/kavex/conf/a.xml, 0)
+Semaphore N is removed
 
 $ kvio members a.xml object/address group host_t all
 container	inside
@@ -203,8 +203,8 @@ $ kvio count a.xml '*' host_t
 [4]
 $ kvio count a.xml object address; kvio count a.xml object/address '*'; kvio count a.xml . object
 0
-! kvio: type * is no XML name
-! kvio: no scope .
+! kvio: type * is not an XML name
+! kvio: no scope . in /etc/kavex/conf/a.xml
 [1]
 $ kvio refs a.xml object/address host_t lan
 group	host_t	inside
@@ -221,7 +221,7 @@ red
 $ kvio attr get -k group a.xml object/address host_t inside reference
 1
 $ kvio attr get a.xml object/address host_t wan colour
-! kvio: no attribute colour at host_t wan
+! kvio: no attribute colour of host_t wan
 [1]
 $ kvio attr get --default none a.xml object/address host_t wan colour
 none
@@ -236,9 +236,9 @@ none
 Types are names, not expressions; names are what they are.
 
 $ kvio count a.xml object/address 'host_t | net_t'; kvio get a.xml object/address 'host_t[1]' lan; kvio get a.xml object/address 'host_t[1]' lan ip; kvio get a.xml object/address host_t "lan'] | host_t[@name='wan"
-! kvio: type host_t | net_t is no XML name
-! kvio: type host_t[1] is no XML name
-! kvio: type host_t[1] is no XML name
+! kvio: type host_t | net_t is not an XML name
+! kvio: type host_t[1] is not an XML name
+! kvio: type host_t[1] is not an XML name
 ! kvio: no host_t lan'] | host_t[@name='wan in object/address
 [1]
 $ cat >/etc/kavex/conf/names.xml <<'XML'
@@ -251,7 +251,8 @@ f	1
 f	2
 f	3
 f	expanded
-f	4
+! kvio: t twice in s: the name is not unique
+[4]
 $ kvio get names.xml 'many[3]' t one; kvio get names.xml 'many[3]' t one below; kvio get names.xml many t one; kvio get names.xml many t two; kvio get names.xml s t "'\""; kvio get -d none names.xml s t "'\""; rm /etc/kavex/conf/names.xml
 below	7
 f	
@@ -276,7 +277,7 @@ Somebody else holds the file: whoever only looks does not mind.
 $ python3 $TESTS/tool/hold.py a.xml; kvio get a.xml object/address host_t wan ip; kvio count a.xml object/address net_t; kvio set a.xml object/address host_t wan ip x; kvio lock clear -y a.xml
 10.9.0.1
 1
-! kvio: a.xml: somebody else has it open (kvio lock status says more)
+! kvio: /etc/kavex/conf/a.xml: another process holds it (see kvio lock status)
 
 Usage.
 
@@ -302,15 +303,18 @@ $ kvio show a.xml --format
 ! kvio: no argument for -F; see kvio show --help
 [2]
 $ kvio ls -- -q
-! kvio: /etc/kavex/conf/-q: there is no such file
+! kvio: /etc/kavex/conf/-q: No such file or directory
 [1]
 $ kvio attr get --help
-Usage: kvio attr get [--kind KIND] [--default VALUE] NAME SCOPE TYPE ENTITY ATTRIBUTE
+Usage: kvio attr get [--kind KIND] [--default VALUE] NAME SCOPE TYPE ENTITY
+       ATTRIBUTE
 ~
-Print an attribute of an entity or container.
+Print an attribute of an entity or container
 ~
-  -k, --kind KIND       ENTITY is the name of a container: a table, list or group
-  -d, --default VALUE   what to print, with success, when there is no such value
+  -k, --kind KIND       ENTITY is the name of a container: a table, list or
+                        group
+  -d, --default VALUE   what to print, with success, when there is no such
+                        value
   -h, --help            describe the verb
   -q, --quiet           no messages; the exit status tells
   -v, --verbose         the store's own diagnostics, too
@@ -326,28 +330,28 @@ $ kvio ls a.xml > /dev/full
 Files that are none.
 
 $ echo '<kavex><a>' >/etc/kavex/conf/broken.xml; kvio ls broken.xml
-! kvio: /etc/kavex/conf/broken.xml: not well-formed XML
+! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag a line 1
 [4]
 $ touch /etc/kavex/conf/closed.xml; chmod 0 /etc/kavex/conf/closed.xml; kvio ls closed.xml
 ! kvio: /etc/kavex/conf/closed.xml: Permission denied
 [6]
 $ kvio set closed.xml a b c d e
-! kvio: closed.xml: Permission denied
+! kvio: /etc/kavex/conf/closed.xml: Permission denied
 [6]
 $ kvio set broken.xml a b c d e
-! kvio: broken.xml: not well-formed XML
+! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag a line 1
 [4]
 $ kvio set ghost.xml a b c d e
-! kvio: ghost.xml: there is no such file
+! kvio: /etc/kavex/conf/ghost.xml: No such file or directory
 [1]
 $ kvio ls .
 ! kvio: /etc/kavex/conf/.: Is a directory
 [5]
 $ echo '<other><s><t name="x"/></s></other>' >/etc/kavex/conf/other.xml; kvio ls other.xml; kvio get other.xml s t x f; kvio show other.xml s; kvio restore a.xml - s </etc/kavex/conf/other.xml
-s
-! kvio: /etc/kavex/conf/other.xml: no configuration, there is no root element kavex
-! kvio: no configuration, there is no root element kavex
-! kvio: -: no configuration, there is no root element kavex
+! kvio: /etc/kavex/conf/other.xml: no configuration, its root element is not kavex
+! kvio: /etc/kavex/conf/other.xml: no configuration, its root element is not kavex
+! kvio: /etc/kavex/conf/other.xml: no configuration, its root element is not kavex
+! kvio: -: no configuration, its root element is not kavex
 [4]
 
 What would give orders to a terminal does not get there.
@@ -358,10 +362,4 @@ s/
   t \u009bm\u007f
 \u001b[1mbold\u0085\u007f\\: free
 ! kvio: no t \u001b[1mbold\u0085\u007f\ in s
-! kvio: /etc/kavex/conf/\u001b[1mbold\u0085\u007f\\u001b[1mbold\u0085\u007f\: there is no such file
-
-What is read is never half of one save and half of another.
-
-$ (echo '<kavex><s><t name="0"><v>k</v></t>'; seq 20000 | sed 's|.*|<t name="&"><v>x</v></t>|'; echo '<t name="end"><v>k</v></t></s></kavex>') >/etc/kavex/conf/busy.xml
-$ (for i in $(seq 12); do printf 'set s t 0 v k%s\nset s t end v k%s\n' $i $i | kvio batch busy.xml; sleep 0.1; done) & while kill -0 $! 2>/dev/null; do kvio find -e v busy.xml 'k*' | cut -f4- | uniq -c | sed 's/k.*/the same/'; done | sort -u
-      2 v	the same
+! kvio: /etc/kavex/conf/\u001b[1mbold\u0085\u007f\\u001b[1mbold\u0085\u007f\: No such file or directory

@@ -8,8 +8,8 @@ $ kvio user show alice; kvio user method alice; kvio user release alice; kvio us
 ! kvio: alice has not logged in, or there is no authentication buffer
 ! kvio: alice has not logged in, or there is no authentication buffer
 ! kvio: alice has not logged in, or there is no authentication buffer
-! kvio: /tmp/template_group.xml: there is no such file
-! kvio: /tmp/template_group.xml: there is no such file
+! kvio: /tmp/template_group.xml: No such file or directory
+! kvio: /tmp/template_group.xml: No such file or directory
 [1]
 
 The authentication modules are at work.
@@ -41,7 +41,7 @@ $ kvio user show mallory
 ! kvio: mallory has not logged in, or there is no authentication buffer
 [1]
 $ kvio user show eve
-! kvio: no profile of eve (the system log says why)
+! kvio: no profile of eve (the system log has the reason)
 [1]
 $ KVLOG_STDERR=1 kvio -v user show dora 2>&1 | grep -c open-sesame
 0
@@ -53,7 +53,7 @@ $ kvio user release rob; kvio user method rob
 Groups.
 
 $ kvio user groups staff
-! kvio: /tmp/template_group.xml: there is no such file
+! kvio: /tmp/template_group.xml: No such file or directory
 [1]
 $ echo '<kavex><object><user_group><group_description_t name="staff"/><group_description_t name="loop"/><group name="staff" type="user_group_object_t"><entity>alice</entity><container>guests</container></group><group name="guests" type="user_group_object_t"><entity>dora</entity></group><group name="loop" type="user_group_object_t"><container>loop</container></group></user_group></object></kavex>' >/tmp/template_group.xml
 $ kvio user groups staff

@@ -1,0 +1,124 @@
+// Runs changes, single ones and batches: under one lock, saved once and only if all of them succeed.
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+#include "check.h"
+#include "document.h"
+#include "output.h"
+
+namespace kvio {
+namespace {
+
+// Replaces a value "-" by standard input, before the file is locked. There can be one.
+void read_value(Call &call) {
+    bool taken = call.in_batch;
+    for (std::size_t i = call.index("FIELD"); i < call.arguments.size(); ++i) {
+        if (call.arguments[i] != "-" || argument_at(*call.verb, i) != "VALUE") continue;
+        if (taken)
+            throw Failure{misused, call.in_batch ? "a batch has no value on standard input"
+                                                 : "only one value can come from standard input"};
+        taken = true;
+        std::string &value = call.arguments[i] = standard_input();
+        if (!value.empty() && value.back() == '\n') value.pop_back();
+        if (!value.empty() && value.back() == '\r') value.pop_back();
+    }
+}
+
+// Words as a shell makes them: blanks separate, quotes and backslashes keep together, # begins a comment. Between
+// double quotes a backslash stays unless the character behind it needs one there.
+Strings split(const std::string &line) {
+    Strings words;
+    std::optional<std::string> word;
+    char quote = 0;
+    auto add = [&](char c) { (word ? *word : word.emplace()) += c; };
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        char c = line[i];
+        if (quote && c == quote) {
+            quote = 0;
+        } else if (c == '\\' && quote != '\'' && i + 1 < line.size()) {
+            if (quote && !std::strchr("$`\"\\", line[i + 1])) add(c);
+            add(line[++i]);
+        } else if (!quote && (c == '"' || c == '\'')) {
+            quote = c;
+            if (!word) word.emplace();
+        } else if (!quote && (c == ' ' || c == '\t')) {
+            if (word) words.push_back(*std::exchange(word, std::nullopt));
+        } else if (!quote && !word && c == '#') {
+            break;
+        } else {
+            add(c);
+        }
+    }
+    if (quote) throw Failure{misused, "a quote is not closed"};
+    if (word) words.push_back(*word);
+    return words;
+}
+
+Strings lines_of(const std::string &text) {
+    Strings lines;
+    for (std::size_t begin = 0, end; begin < text.size(); begin = end + 1) {
+        end = std::min(text.find('\n', begin), text.size());
+        bool carriage_return = end > begin && text[end - 1] == '\r';
+        lines.push_back(text.substr(begin, end - begin - carriage_return));
+    }
+    return lines;
+}
+
+// Throws if the document has a fault that its file does not have.
+void refuse_new_faults(const Document &document, const std::string &name) {
+    if (!document.structure_changed) return;
+    std::multiset<std::string> faults = faults_of(document);
+    if (!faults.empty())
+        for (const std::string &fault : faults_of(Document::look(name)))
+            if (auto found = faults.find(fault); found != faults.end()) faults.erase(found);
+    if (!faults.empty()) throw Failure{inconsistent, *faults.begin() + "; nothing is saved without --force"};
+}
+
+void run_line(const std::string &line, const std::string &name, Document &document) {
+    Strings words = split(line);
+    if (words.empty()) return;
+    Call call = parse(words, name.c_str());
+    if (!call.verb || !call.verb->change || call.has('h')) throw Failure{misused, words[0] + " is no change"};
+    read_value(call);
+    call.verb->change(call, document);
+}
+
+// Opens, changes, checks, saves and closes; the lock is released before anything is printed.
+template <class Changes>
+int saved_once(const Call &call, Changes make) {
+    std::string output;
+    {
+        Document document = Document::change(call);
+        make(document);
+        if (!call.has('f')) refuse_new_faults(document, call.name());
+        document.save();
+        output = document.output;
+    }
+    put(output);
+    return success;
+}
+
+}  // namespace
+
+int run_change(Call &call) {
+    read_value(call);
+    return saved_once(call, [&](Document &document) { call.verb->change(call, document); });
+}
+
+int batch(Call &call) {
+    const Strings lines = lines_of(standard_input());
+    return saved_once(call, [&](Document &document) {
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            try {
+                run_line(lines[i], call.name(), document);
+            } catch (const Failure &failure) {
+                throw Failure{failure.status,
+                              "line " + std::to_string(i + 1) + ": " + failure.text + "; nothing is saved"};
+            }
+        }
+    });
+}
+
+}  // namespace kvio
