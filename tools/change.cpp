@@ -54,10 +54,29 @@ int number(const std::string &text, const char *what) {
     return static_cast<int>(value);
 }
 
+Element field_of(Element entity, const std::string &field) {
+    for (Element one : entity)
+        if (one.is(field)) return one;
+    return Element();
+}
+
+// Mentions on a terminal a field that no entity of the type has, though there are others: it may be misspelt.
+void mention_new_field(Element entity, const std::string &field) {
+    if (!messages::on_terminal()) return;
+    bool others = false;
+    for (Element one : entity.parent()) {
+        if (!one.is(entity.tag())) continue;
+        if (field_of(one, field)) return;
+        others = others || !(one == entity);
+    }
+    if (others) messages::say("new field " + field);
+}
+
 void set_fields(kvio_node_t *entity, const Strings &pairs) {
     if (pairs.size() % 2 != 0) throw Failure{misused, "the last field has no value"};
     for (std::size_t i = 0; i < pairs.size(); i += 2) {
         const std::string &field = checked_name(pairs[i], "field"), &value = checked_text(pairs[i + 1], "the value");
+        mention_new_field(Element(entity), field);
         if (!kvio_set(entity, field.c_str(), value.c_str())) store_failure("field " + field);
     }
 }
@@ -124,7 +143,6 @@ void change_counter(const Call &call, Document &document, AttributeChange change
     uint32_t value = 0;
     if (!change(entity, attribute.c_str(), &value)) store_failure("attribute " + attribute);
     document.output += std::to_string(value) + '\n';
-    document.structure_changed = true;
 }
 
 }  // namespace
@@ -137,8 +155,10 @@ void set(Call &call, Document &document) {
 
 void unset(Call &call, Document &document) {
     Element entity(document.entity(call.scope(), call.type(), call.entity()));
-    for (const std::string &field : call.from("FIELD"))
-        if (!kvio_unset(entity.node(), checked_name(field, "field").c_str())) store_failure("field " + field);
+    for (const std::string &field : call.from("FIELD")) {
+        if (!field_of(entity, field)) throw Failure{not_found, "no field " + field + " of " + entity.label()};
+        while (Element found = field_of(entity, field)) found.remove();
+    }
 }
 
 void define(Call &call, Document &document) {
@@ -148,7 +168,6 @@ void define(Call &call, Document &document) {
     if (!entity) store_failure(type + ' ' + name + " in " + call.scope());
     set_fields(entity, call.from("FIELD"));
     count_those_that_name(scope, {"group", type, name, true});
-    document.structure_changed = true;
 }
 
 void undefine(Call &call, Document &document) {
@@ -159,6 +178,10 @@ void undefine(Call &call, Document &document) {
         store_failure(call.type() + ' ' + call.entity() + " in " + call.scope());
 }
 
+void create_scope(Call &call, Document &document) {
+    if (!made_scope(document, call.scope())) throw Failure{not_found, call.scope() + ": it exists already"};
+}
+
 // ---- containers
 
 void create(Call &call, Document &document) {
@@ -167,7 +190,6 @@ void create(Call &call, Document &document) {
     Element scope = document.scope(call.scope());
     Container made(document, call.scope(), call.kind(), call.type(), call.container(), Container::create_it);
     if (call.kind() == "group") count_those_that_name(scope, {"group", call.type(), call.container(), false});
-    document.structure_changed = true;
 }
 
 void dispose(Call &call, Document &document) {
@@ -179,7 +201,6 @@ void dispose(Call &call, Document &document) {
     if (!dispose_it(document.get(), call.scope().c_str(), call.type().c_str(), call.container().c_str()))
         store_failure(label);
     for (const auto &[name, entity] : members) count_member(call, document, name, entity, -1);
-    document.structure_changed = true;
 }
 
 void join(Call &call, Document &document) {
@@ -199,7 +220,6 @@ void join(Call &call, Document &document) {
         else if (holds_entities(call.type()))
             document.entity(call.scope(), call.type(), name);
     }
-    document.structure_changed = true;
     if (entities || call.has('f')) return;
     Owned<kvio_entities_t, kvio_free_entities> found(kvio_retrieve_all2(container.get()));
     if (!found && kvio_errno == KVIO_LOOP) store_failure(container.label());
@@ -210,7 +230,6 @@ void append(Call &call, Document &document) {
     const char *name = call.given("MEMBER") ? checked_label(call["MEMBER"]).c_str() : nullptr;
     if (!kvio_append(container.get(), name)) store_failure(container.label());
     if (name) count_member(call, document, name, true, 1);
-    document.structure_changed = true;
 }
 
 void insert(Call &call, Document &document) {
@@ -219,14 +238,12 @@ void insert(Call &call, Document &document) {
     std::string name = call.given("MEMBER") ? character_data(call["MEMBER"]) : "";
     if (!kvio_insert(container.get(), name.c_str(), position)) store_failure(container.label());
     if (call.given("MEMBER")) count_member(call, document, call["MEMBER"], true, 1);
-    document.structure_changed = true;
 }
 
 void leave(Call &call, Document &document) {
     if (call.has('p') == call.given("MEMBER")) throw Failure{misused, "either members or --position"};
     Container container = opened(call, document);
     Element element = container_of(call, document);
-    document.structure_changed = true;
     if (call.has('p')) {
         int position = number(call.option('p'), "--position");
         Element member = member_at(element, position);
@@ -254,7 +271,42 @@ void rename_member(Call &call, Document &document) {
         store_failure("member " + before + " of " + container.label());
     count_member(call, document, before, entity, -1);
     count_member(call, document, after, entity, 1);
-    document.structure_changed = true;
+}
+
+// ---- names with all that refer to them
+
+namespace {
+
+// Renames an element and the members that name it. The groups that name it so already are counted, too.
+void rename_all(Element scope, Element element, const Member &before, const std::string &name) {
+    const int earlier = times_named(scope, {"group", before.type, name, before.entity});
+    for (Element container : scope) {
+        if (!before.may_stand_in(container)) continue;
+        for (Element member : container)
+            if (before.is_named_by(member)) member.set_text(name);
+    }
+    element.set_attribute("name", name);
+    if (earlier > 0) count_reference(scope, {"group", before.type, name, before.entity}, earlier);
+}
+
+}  // namespace
+
+void rename_entity(Call &call, Document &document) {
+    const std::string &name = checked_label(call["NEW"]);
+    Element entity(document.entity(call.scope(), call.type(), call["OLD"])), scope = entity.parent();
+    if (find_entity(scope, call.type(), name))
+        throw Failure{not_found, call.type() + ' ' + name + ": it exists already"};
+    rename_all(scope, entity, {"", call.type(), call["OLD"], true}, name);
+}
+
+void rename_container(Call &call, Document &document) {
+    const std::string &name = checked_label(call["NEW"]), &kind = call.kind();
+    Container(document, call.scope(), kind, call.type(), call["OLD"]);
+    Element scope = document.scope(call.scope());
+    if (find_container(scope, kind, call.type(), name))
+        throw Failure{not_found, kind + ' ' + name + ": it exists already"};
+    rename_all(scope, find_container(scope, kind, call.type(), call["OLD"]), {kind, call.type(), call["OLD"], false},
+               name);
 }
 
 // ---- attributes
@@ -290,7 +342,6 @@ void attr_set(Call &call, Document &document) {
     if (attribute == "name") checked_label(value);
     if (attribute == "type" && call.has('k')) checked_name(value, "type");
     if (attribute == "xmlns") throw Failure{misused, "the attribute xmlns cannot be set: it would hide the element"};
-    document.structure_changed = true;  // "name" and "type" identify elements
     if (call.has('k')) return set_of_container(call, document, attribute, value);
     kvio_node_t *entity = document.entity(call.scope(), call.type(), call.entity());
     Member before = {"group", call.type(), call.entity(), true}, after = before;
@@ -305,7 +356,6 @@ void attr_unset(Call &call, Document &document) {
     const std::string &attribute = call["ATTRIBUTE"];
     if (attribute == "name" || (attribute == "type" && call.has('k')))
         throw Failure{misused, "the attribute " + attribute + " cannot be removed"};
-    document.structure_changed = true;
     if (call.has('k')) {
         Container container(document, call.scope(), call.option('k'), call.type(), call.entity());
         if (!kvio_unsetattr_container(container.get(), attribute.c_str())) store_failure(container.label());

@@ -4,7 +4,6 @@
 #include <optional>
 #include <utility>
 
-#include "check.h"
 #include "document.h"
 #include "output.h"
 
@@ -66,7 +65,22 @@ Strings lines_of(const std::string &text) {
     return lines;
 }
 
-// Throws if the document has a fault that its file does not have.
+void run_verb(Call &call, Document &document) {
+    call.verb->change(call, document);
+    document.structure_changed |= call.verb->change != set && call.verb->change != unset;
+}
+
+void run_line(const std::string &line, const std::string &name, Document &document) {
+    Strings words = split(line);
+    if (words.empty()) return;
+    Call call = parse(words, name.c_str());
+    if (!call.verb || !call.verb->change || call.has('h')) throw Failure{misused, words[0] + " is no change"};
+    read_value(call);
+    run_verb(call, document);
+}
+
+}  // namespace
+
 void refuse_new_faults(const Document &document, const std::string &name) {
     if (!document.structure_changed) return;
     std::multiset<std::string> faults = faults_of(document);
@@ -76,40 +90,30 @@ void refuse_new_faults(const Document &document, const std::string &name) {
     if (!faults.empty()) throw Failure{inconsistent, *faults.begin() + "; nothing is saved without --force"};
 }
 
-void run_line(const std::string &line, const std::string &name, Document &document) {
-    Strings words = split(line);
-    if (words.empty()) return;
-    Call call = parse(words, name.c_str());
-    if (!call.verb || !call.verb->change || call.has('h')) throw Failure{misused, words[0] + " is no change"};
-    read_value(call);
-    call.verb->change(call, document);
-}
-
-// Opens, changes, checks, saves and closes; the lock is released before anything is printed.
-template <class Changes>
-int saved_once(const Call &call, Changes make) {
-    std::string output;
+int save_change(const Call &call, const std::function<void(Document &)> &make) {
+    std::string text;
     {
         Document document = Document::change(call);
         make(document);
         if (!call.has('f')) refuse_new_faults(document, call.name());
-        document.save();
-        output = document.output;
+        if (call.has('n'))
+            differences(call, Document::look(call.name()), document, text);
+        else
+            document.save();
+        if (!call.has('n')) text = document.output;
     }
-    put(output);
+    put(text);  // without the lock, since a reader may keep it waiting
     return success;
 }
 
-}  // namespace
-
 int run_change(Call &call) {
     read_value(call);
-    return saved_once(call, [&](Document &document) { call.verb->change(call, document); });
+    return save_change(call, [&](Document &document) { run_verb(call, document); });
 }
 
 int batch(Call &call) {
     const Strings lines = lines_of(standard_input());
-    return saved_once(call, [&](Document &document) {
+    return save_change(call, [&](Document &document) {
         for (std::size_t i = 0; i < lines.size(); ++i) {
             try {
                 run_line(lines[i], call.name(), document);

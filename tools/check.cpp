@@ -1,9 +1,12 @@
 // `check`: what the store's own operations never make, but editing by hand and unfinished programs do.
-#include "check.h"
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 
+#include "document.h"
 #include "output.h"
 
 namespace kvio {
@@ -265,6 +268,20 @@ bool repair_all(const std::vector<Problem> &problems) {
     return any;
 }
 
+// Each problem and, with --repair, what a repair does about it, or has done.
+void print(const Call &call, const std::vector<Problem> &problems, const char *remedy) {
+    Rows rows(call, true);
+    for (const Problem &problem : problems) {
+        std::string what = call.has('R') ? problem.remedy : "";
+        if (rows.as_json() && !what.empty())
+            rows.add({{"problem", problem.text}, {remedy, what}});
+        else
+            rows.add(
+                {{"problem", problem.text + (what.empty() ? "" : std::string(" (") + remedy + ": " + what + ')')}});
+    }
+    rows.finish();
+}
+
 }  // namespace
 
 std::multiset<std::string> faults_of(const Document &document) {
@@ -275,19 +292,29 @@ std::multiset<std::string> faults_of(const Document &document) {
 }
 
 int check(Call &call) {
-    bool plan = call.has('R'), repair = plan && call.has('y');
-    if (call.has('y') && !plan) throw Failure{misused, "--yes goes with --repair"};
-    Document document = repair ? Document::change(call) : Document::look(call.name());
-    std::vector<Problem> problems = problems_of(document);
-    if (repair && repair_all(problems)) document.save();
-    bool remains = false;
-    for (const Problem &problem : problems) {
-        std::string remedy =
-            problem.remedy.empty() ? "" : (repair ? " (repaired: " : " (repair: ") + problem.remedy + ')';
-        put(one_line(problem.text) + (plan ? remedy : "") + '\n');
-        remains = remains || !repair || problem.remedy.empty();
+    if (call.has('y') && !call.has('R')) throw Failure{misused, "--yes goes with --repair"};
+    const Document seen = Document::look(call.name());
+    std::vector<Problem> problems = problems_of(seen);
+    auto open_ones = [&] {
+        return std::count_if(problems.begin(), problems.end(), [](const Problem &one) { return !one.remedy.empty(); });
+    };
+    auto repairable = open_ones();
+    bool repair = call.has('R') && call.has('y');
+    if (!repair) print(call, problems, "repair");
+    if (call.has('R') && !repair && repairable > 0 && !messages::quiet && isatty(0))
+        repair = confirmed("Repair what can be repaired (" + std::to_string(repairable) + ")?");
+    if (!repair) {
+        if (call.has('R') && repairable > 0) messages::say("nothing is repaired; --yes repairs it without a question");
+        return problems.empty() ? success : inconsistent;
     }
-    return remains ? inconsistent : success;
+    Document document = Document::change(call);  // it may have changed since it was looked at
+    problems = problems_of(document);
+    repairable = open_ones();
+    if (repair_all(problems)) document.save();
+    if (call.has('y')) print(call, problems, "repaired");
+    auto left = static_cast<std::ptrdiff_t>(problems.size()) - repairable;
+    messages::say(std::to_string(repairable) + " repaired, " + std::to_string(left) + " left");
+    return left > 0 ? inconsistent : success;
 }
 
 }  // namespace kvio

@@ -15,39 +15,6 @@ const Proposals file_names = {""};  // which bash proposes
 
 bool begins(const std::string &text, const std::string &prefix) { return text.compare(0, prefix.size(), prefix) == 0; }
 
-// What stands behind a verb, before the cursor.
-struct Line {
-    Call call;
-    const Option *open = nullptr;  // its argument comes next
-    bool more_options = true;
-
-    // Options with an argument are followed in their long form, the others only where they change proposals.
-    void take(const std::string &word) {
-        bool is_option = more_options && word.size() > 1 && word[0] == '-';
-        if (open) {
-            call.options[open->letter] = word;
-            open = nullptr;
-        } else if (!is_option) {
-            call.arguments.push_back(word);
-        } else if (word == "--") {
-            more_options = false;
-        } else {
-            take_option(word);
-        }
-    }
-
-    // --kind=group, --kind, -k
-    void take_option(const std::string &word) {
-        std::size_t equals = std::min(word.find('='), word.size());
-        for (const Option &one : options) {
-            if (word.substr(0, equals) != std::string("--") + one.name && word != std::string("-") + one.letter)
-                continue;
-            call.options[one.letter] = equals < word.size() ? word.substr(equals + 1) : "";
-            if (one.argument && equals == word.size()) open = &one;
-        }
-    }
-};
-
 bool is_wanted_container(const Line &line, const std::string &what) {
     const Verb &verb = *line.call.verb;
     bool of_container = what == "MEMBER" && (verb.change == leave || verb.change == rename_member);
@@ -148,7 +115,7 @@ Proposals proposals(Strings words, const std::string &last) {
     if (is_option && line.more_options) {
         std::size_t equals = last.find('=');
         if (equals == std::string::npos) return option_words(line.call.verb->options);
-        line.take_option(last.substr(0, equals));
+        line.take_option(last.substr(0, equals), nullptr);
         Proposals found;
         if (line.open)
             for (const std::string &one : candidates(line, line.open->argument))

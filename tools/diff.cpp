@@ -1,6 +1,5 @@
 // `diff`: two configurations compared by entity and field. The order of scopes, entities, containers and fields and that
 // of a group's members has no meaning; that of the members of lists and tables has.
-#include "diff.h"
 
 #include <sys/stat.h>
 
@@ -8,6 +7,7 @@
 #include <map>
 
 #include "base/paths.h"
+#include "document.h"
 #include "output.h"
 
 namespace kvio {
@@ -82,14 +82,10 @@ std::string without_marks(std::string text) {
     return text;
 }
 
-class Printer {
+class Report {
 public:
-    explicit Printer(const Call &call) : json_(format_of(call) == "json") {}
-    ~Printer() {
-        if (json_) put(text_.empty() ? "[\n]\n" : "[\n" + text_ + "\n]\n");
-    }
-    Printer(const Printer &) = delete;
-    Printer &operator=(const Printer &) = delete;
+    explicit Report(const Call &call) : json_(format_of(call) == "json") {}
+    std::string text() const { return json_ ? "[" + text_ + "\n]\n" : text_; }
 
     using Text = std::pair<const std::string, std::string>;
     void removed(const Text &one) {
@@ -125,7 +121,7 @@ private:
             line += ": " + texts[0] + " -> " + texts[1];
         else if (!texts[0].empty() || !texts[1].empty())
             line += ": " + texts[0] + texts[1];
-        put(coloured(colour, line) + '\n');
+        text_ += coloured(colour, line) + '\n';
     }
 
     void print_json(const char *change, const std::string &place, const std::string *before, const std::string *after) {
@@ -138,7 +134,7 @@ private:
                                                                      {"place", json_array(parts)}};
         if (before) members.emplace_back("old", json(without_marks(*before)));
         if (after) members.emplace_back("new", json(without_marks(*after)));
-        text_ += (text_.empty() ? "  " : ",\n  ") + json_object(members);
+        text_ += (text_.empty() ? "\n  " : ",\n  ") + json_object(members);
     }
 
     bool json_;
@@ -157,23 +153,24 @@ Document configuration_or_file(const std::string &name) {
 
 }  // namespace
 
-bool print_differences(const Call &call, const Document &before, const Document &after) {
+bool differences(const Call &call, const Document &before, const Document &after, std::string &text) {
     const Contents old_contents(before), new_contents(after);
-    Printer printer(call);
+    Report report(call);
     bool different = false;
     auto old = old_contents.texts().begin(), old_end = old_contents.texts().end();
     auto now = new_contents.texts().begin(), now_end = new_contents.texts().end();
     while (old != old_end || now != now_end) {
         bool only_old = now == now_end || (old != old_end && old->first < now->first);
         bool only_new = !only_old && (old == old_end || now->first < old->first);
-        if (only_old) printer.removed(*old);
-        if (only_new) printer.added(*now);
+        if (only_old) report.removed(*old);
+        if (only_new) report.added(*now);
         bool changed = !only_old && !only_new && old->second != now->second;
-        if (changed) printer.changed(*old, *now);
+        if (changed) report.changed(*old, *now);
         different = different || only_old || only_new || changed;
         if (!only_new) ++old;
         if (!only_old) ++now;
     }
+    text = report.text();
     return different;
 }
 
@@ -181,7 +178,10 @@ bool print_differences(const Call &call, const Document &before, const Document 
 int diff(Call &call) {
     try {
         Document before = configuration_or_file(call["OLD"]), after = configuration_or_file(call["NEW"]);
-        return print_differences(call, before, after) ? not_found : success;
+        std::string text;
+        bool different = differences(call, before, after, text);
+        if (!messages::quiet) put(text);
+        return different ? not_found : success;
     } catch (const Failure &failure) { throw Failure{misused, failure.text}; }
 }
 

@@ -10,7 +10,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include "base/files.h"
 #include "base/paths.h"
@@ -108,6 +110,33 @@ void store_failure(const std::string &what) {
     system_failure(what, reason);
 }
 
+std::unique_ptr<SignalsBlocked> with_lock(const Call &call, const std::function<void()> &attempt) {
+    const char *preset = std::getenv("KVIO_WAIT");
+    const std::string text = call.has('w') ? call.option('w') : (preset && *preset ? preset : "0");
+    char *end;
+    const double seconds = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end || !(seconds >= 0)) throw Failure{misused, "SECONDS is a number, not " + text};
+    timespec start, now;
+    clock_gettime(CLOCK_MONOTONIC, &start);
+    for (;;) {
+        auto signals = std::make_unique<SignalsBlocked>();
+        xmlResetLastError();
+        errno = 0;
+        kvio_errno = KVIO_OK;
+        attempt();
+        const int reason = errno;
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        double passed =
+            static_cast<double>(now.tv_sec - start.tv_sec) + static_cast<double>(now.tv_nsec - start.tv_nsec) / 1e9;
+        if (kvio_errno != KVIO_LOCKED || passed >= seconds) {
+            errno = reason;
+            return signals;
+        }
+        signals.reset();
+        usleep(static_cast<useconds_t>(5000 + getpid() % 16 * 1000));  // not in step with others
+    }
+}
+
 // Snapshots stay until the process ends: to free a tree node by node takes half as long as to parse it.
 Document Document::snapshot(const std::string &path, const std::string &what) {
     static auto &all = *new std::vector<kvio_config_t *>;
@@ -132,10 +161,7 @@ Document Document::file(const std::string &path) {
 
 Document Document::change(const Call &call) {
     Document document(path_of(call.name()));
-    document.signals_ = std::make_unique<SignalsBlocked>();
-    xmlResetLastError();
-    errno = 0;
-    document.owner_.reset(kvio_open_config(call.name().c_str(), 0));
+    document.signals_ = with_lock(call, [&] { document.owner_.reset(kvio_open_config(call.name().c_str(), 0)); });
     document.config_ = document.owner_.get();
     if (!document.config_) store_failure(document.path_);
     return document;
@@ -145,8 +171,10 @@ void Document::save() {
     if (kvio_save_config(get()) < 0) store_failure(path_);
 }
 
-void Document::save_as(const std::string &name) {
-    bool saved = kvio_save_as(get(), name.c_str()) >= 0;
+void Document::save_as(const Call &call, const std::string &name) {
+    bool saved = false;
+    auto signals = with_lock(call, [&] { saved = kvio_save_as(get(), name.c_str()) >= 0; });
+    if (!signals_) signals_ = std::move(signals);
     if (!owner_ && saved) owner_.reset(config_);  // a snapshot has a lock now
     if (!saved) store_failure(path_of(name));
 }
@@ -168,8 +196,11 @@ Element Document::scope(const std::string &path) const {
     const xmlNodeSet *nodes = found ? found->nodesetval : nullptr;
     int many = nodes ? nodes->nodeNr : 0;
     xmlNode *first = many > 0 ? nodes->nodeTab[0] : nullptr;
-    if (!first || first->type != XML_ELEMENT_NODE || Element(first) == top)
-        throw Failure{not_found, "no scope " + path + " in " + path_};
+    if (!first || first->type != XML_ELEMENT_NODE || Element(first) == top) {
+        Strings known;
+        each_scope(top, [&](Element scope) { known.push_back(scope.scope()); });
+        throw Failure{not_found, "no scope " + path + " in " + path_ + suggestion(path, known)};
+    }
     if (many > 1) throw Failure{inconsistent, "there are " + std::to_string(many) + " scopes " + path};
     if (Element(first).role() != Role::scope) throw Failure{not_found, path + " is an entity or container, no scope"};
     return Element(first);
@@ -178,8 +209,15 @@ Element Document::scope(const std::string &path) const {
 kvio_node_t *Document::entity(const std::string &scope_path, const std::string &type, const std::string &name) const {
     kvio_node_t *node = kvio_retrieve_entity(get(), scope_path.c_str(), type.c_str(), name.c_str());
     if (node) return node;
-    scope(scope_path);
-    if (kvio_errno == KVIO_NOT_FOUND) throw Failure{not_found, "no " + type + " " + name + " in " + scope_path};
+    Element parent = scope(scope_path);
+    if (kvio_errno == KVIO_NOT_FOUND) {
+        Strings types, names;
+        for (Element child : parent)
+            if (child.role() == Role::entity)
+                (child.is(type) ? names : types).push_back(child.is(type) ? child.name() : child.tag());
+        throw Failure{not_found, "no " + type + " " + name + " in " + scope_path +
+                                     (names.empty() ? suggestion(type, types) : suggestion(name, names))};
+    }
     store_failure(type + " " + name + " in " + scope_path);
 }
 
@@ -201,8 +239,11 @@ Container::Container(Document &document, const std::string &scope, const std::st
     auto call = mode == create_it ? functions.create : functions.open;
     iterator_ = call(document.get(), scope.c_str(), type.c_str(), name.c_str());
     if (iterator_) return;
-    document.scope(scope);
-    if (kvio_errno == KVIO_NOT_FOUND) throw Failure{not_found, "no " + label_};
+    Element parent = document.scope(scope);
+    Strings known;
+    for (Element child : parent)
+        if (child.is(kind) && child.has("type", type)) known.push_back(child.name());
+    if (kvio_errno == KVIO_NOT_FOUND) throw Failure{not_found, "no " + label_ + suggestion(name, known)};
     store_failure(label_);
 }
 

@@ -4,7 +4,9 @@
 
 #include <kavex/store.h>
 
+#include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -26,6 +28,10 @@ const std::string &checked_name(const std::string &name, const std::string &what
 [[noreturn]] void system_failure(const std::string &what, int reason);
 [[noreturn]] void store_failure(const std::string &what);
 
+// Calls the store, again while another process holds the lock, for the seconds of --wait or KVIO_WAIT. Signals are
+// blocked in each attempt, and after the last one until the result is destroyed.
+std::unique_ptr<SignalsBlocked> with_lock(const Call &call, const std::function<void()> &attempt);
+
 class Document {
 public:
     static Document look(const std::string &name) { return snapshot(path_of(name), path_of(name)); }  // no lock
@@ -37,7 +43,9 @@ public:
     kvio_config_t *get() const { return config_; }
     const std::string &path() const { return path_; }  // as messages call it
     void save();
-    void save_as(const std::string &name);  // moves the lock to that configuration
+    void save_as(const Call &call, const std::string &name);  // moves the lock to that configuration
+    // Takes over the tree of another one, which gets this one's.
+    void exchange(Document &other) { std::swap(config_->doc, other.config_->doc); }
 
     Element any_root() const { return Element(xmlDocGetRootElement(config_->doc)); }
     Element root() const;  // throws unless it is kavex
@@ -59,6 +67,29 @@ private:
     std::unique_ptr<kvio_config_t, Closer> owner_;  // null for a snapshot
     kvio_config_t *config_ = nullptr;
 };
+
+// ---- check.cpp: the faults, in words that stay the same when something else changes. A count of references that is too
+// high is none: it may include references that are kept elsewhere.
+std::multiset<std::string> faults_of(const Document &document);
+
+// ---- diff.cpp: a line for each difference, or with --format json an array; true if there is any.
+bool differences(const Call &call, const Document &before, const Document &after, std::string &text);
+
+// ---- files.cpp
+// What kvio_dump() writes, or kvio_backup_scope() for a scope that is not empty.
+std::string bytes_of(const Document &document, const std::string &scope);
+// Writes a file of mode 0600, complete or not at all. A pipe takes the bytes as they are; "" and "-" are standard output.
+void write_file(const std::string &path, const std::string &bytes);
+// Makes what is missing of a path of scopes; false if nothing is.
+bool made_scope(const Document &document, const std::string &path);
+// Puts a scope of another document in the place of the one with this path, or all of it for "". Makes a missing scope.
+void put_into(Document &target, Document &source, const std::string &scope);
+
+// ---- changes.cpp
+// Opens NAME, runs a change, refuses new faults, saves and closes; then prints the change's output. With
+// --dry-run prints how the file would differ and saves nothing.
+int save_change(const Call &call, const std::function<void(Document &)> &make);
+void refuse_new_faults(const Document &document, const std::string &name);  // those that NAME does not have
 
 // A handle on a container, closed at the end of its life.
 class Container {

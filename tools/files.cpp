@@ -1,5 +1,4 @@
 // The verbs for whole files: copies, names, dumps and backups.
-#include "files.h"
 
 #include <fcntl.h>
 #include <libxml/parser.h>
@@ -7,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
@@ -14,6 +14,7 @@
 
 #include "base/files.h"
 #include "base/paths.h"
+#include "document.h"
 #include "output.h"
 
 namespace kvio {
@@ -40,9 +41,9 @@ Xml document_of(Element scope) {
 void run_on_files(int (*operation)(const char *, const char *), const Call &call) {
     const std::string &from = call.name(), &to = call["NEW"];
     if (from == to) throw Failure{misused, from + " twice"};
-    SignalsBlocked signals;
-    kvio_errno = 0;
-    if (operation(from.c_str(), to.c_str()) == 0) return;
+    bool failed = false;
+    auto signals = with_lock(call, [&] { failed = operation(from.c_str(), to.c_str()) != 0; });
+    if (!failed) return;
     store_failure(kvio_errno == KVIO_NO_FILE ? from : from + " to " + to);
 }
 
@@ -107,33 +108,79 @@ void refuse_loss(const Document &source, const Document &target, const Call &cal
                                             " would lose; name the scope to restore, or use --force"};
 }
 
-void restore_scope(const Call &call, const Document &source) {
-    Document target = Document::change(call);
-    source.scope(call.scope());
-    target.scope(call.scope());
-    if (!call.has('f')) refuse_loss(source, target, call);
-    Owned<kvio_checkpoint_t, kvio_release_checkpoint> scope(kvio_create_checkpoint(source.get(), call.scope().c_str()));
-    if (!scope) store_failure("scope " + call.scope() + " of " + call["FILE"]);
-    if (!kvio_rollback_checkpoint(target.get(), call.scope().c_str(), scope.get()))
-        store_failure("scope " + call.scope());
-    scope.release();  // the document owns it now
-    target.save();
-}
-
 // Saves under another name. A failure leaves no empty file under a new one.
-void save_under(Document &document, const std::string &name) {
+void save_under(const Call &call, Document &document, const std::string &name) {
     struct stat file;
     const std::string path = path_of(name);
     bool is_new = stat(path.c_str(), &file) != 0;
     try {
-        document.save_as(name);
+        document.save_as(call, name);
     } catch (const Failure &) {
         if (is_new && stat(path.c_str(), &file) == 0 && file.st_size == 0) kvio_remove_config(name.c_str());
         throw;
     }
 }
 
+bool is_broken(const std::string &name) {
+    try {
+        Document::look(name);
+        return false;
+    } catch (const Failure &failure) {
+        if (failure.status != inconsistent) throw;
+        return true;
+    }
+}
+
+// Restores over a file that is missing or broken. What such a file had cannot be compared, so a backup of one scope
+// needs --force; its bytes are kept.
+void restore_whole(const Call &call, Document &source, bool broken) {
+    const std::string &name = call.name(), kept = name + ".broken";
+    Element root = source.root();
+    bool one_scope = !(++root.begin() != root.end());
+    if (broken && one_scope && !call.has('f'))
+        throw Failure{inconsistent, name + " is not well-formed, and " + call["FILE"] +
+                                        " has one scope alone; --force restores it and keeps the old file as " + kept};
+    if (call.has('n')) return messages::say(name + (broken ? " is not well-formed" : " is missing") + ": all is new");
+    if (broken) {
+        bool failed = false;
+        auto signals = with_lock(call, [&] { failed = kvio_copy_config(name.c_str(), kept.c_str()) != 0; });
+        if (failed) store_failure(name + " to " + kept);
+        messages::say("the old file is kept as " + kept);
+    }
+    save_under(call, source, name);
+}
+
 }  // namespace
+
+bool made_scope(const Document &document, const std::string &path) {
+    Element at = document.root();
+    bool made = false;
+    for (std::size_t begin = 0, end; begin <= path.size(); begin = end + 1) {
+        end = std::min(path.find('/', begin), path.size());
+        const std::string tag = checked_name(path.substr(begin, end - begin), "scope");
+        if (is_kind(tag)) throw Failure{misused, tag + " is a kind of container, no scope"};
+        Element next;
+        for (Element child : at)
+            if (child.is(tag) && child.role() == Role::scope) next = child;
+        made = !next;
+        at = next ? next : at.add(tag);
+    }
+    return made;
+}
+
+void put_into(Document &target, Document &source, const std::string &scope) {
+    if (scope.empty()) return target.exchange(source);
+    Owned<kvio_checkpoint_t, kvio_release_checkpoint> copy(kvio_create_checkpoint(source.get(), scope.c_str()));
+    if (!copy) store_failure("scope " + scope + " of " + source.path());
+    try {
+        target.scope(scope);
+    } catch (const Failure &failure) {
+        if (failure.status != not_found) throw;
+        made_scope(target, scope);
+    }
+    if (!kvio_rollback_checkpoint(target.get(), scope.c_str(), copy.get())) store_failure("scope " + scope);
+    copy.release();  // the document owns it now
+}
 
 std::string bytes_of(const Document &document, const std::string &scope) {
     Xml backup;
@@ -178,8 +225,9 @@ int rename(Call &call) {
 }
 
 int remove(Call &call) {
-    SignalsBlocked signals;
-    if (kvio_remove_config(call.name().c_str()) != 0) store_failure(call.name());
+    bool failed = false;
+    auto signals = with_lock(call, [&] { failed = kvio_remove_config(call.name().c_str()) != 0; });
+    if (failed) store_failure(call.name());
     return success;
 }
 
@@ -187,7 +235,7 @@ int save_as(Call &call) {
     if (call.name() == call["NEW"]) throw Failure{misused, call.name() + " twice"};
     check_regular(call["NEW"]);
     Document document = Document::change(call);
-    save_under(document, call["NEW"]);
+    save_under(call, document, call["NEW"]);
     return success;
 }
 
@@ -202,23 +250,20 @@ int backup(Call &call) {
 }
 
 int restore(Call &call) {
+    const std::string &name = call.name();
     Document source = Document::file(call["FILE"]);
     source.root();
-    if (call.given("SCOPE")) {
-        restore_scope(call, source);
+    check_regular(name);
+    bool missing = access(path_of(name).c_str(), F_OK) != 0;
+    if (!call.given("SCOPE") && (missing || is_broken(name))) {
+        restore_whole(call, source, !missing);
         return success;
     }
-    check_regular(call.name());
-    if (!call.has('f') && access(path_of(call.name()).c_str(), F_OK) == 0) {
-        try {
-            refuse_loss(source, Document::look(call.name()), call);
-        } catch (const Failure &failure) {
-            if (failure.text.find("not well-formed") == std::string::npos) throw;
-        }
-    }
-    SignalsBlocked signals;
-    save_under(source, call.name());
-    return success;
+    return save_change(call, [&](Document &target) {
+        if (call.given("SCOPE")) source.scope(call.scope());
+        if (!call.has('f')) refuse_loss(source, target, call);
+        put_into(target, source, call.scope());
+    });
 }
 
 }  // namespace kvio

@@ -33,7 +33,7 @@ struct Verb {
     const char *usage;    // its arguments; Call finds them by these words
     const char *options;  // letters
     const char *summary;
-    const char *example;
+    const char *example;  // arguments
     // A change has both: run_change() opens NAME, changes, saves and closes; batch calls the change itself.
     int (*run)(Call &call);
     void (*change)(Call &call, Document &document);
@@ -63,6 +63,17 @@ struct Call {
     const std::string &container() const { return (*this)["CONTAINER"]; }
 };
 
+// A command line as it is read, word by word: options stand anywhere up to "--".
+struct Line {
+    Call call;
+    const Option *open = nullptr;  // its argument comes next
+    bool more_options = true;
+    std::string mistake;
+
+    void take(const std::string &word);
+    const Option *take_option(const std::string &name, const char *argument);
+};
+
 // ---- verbs.cpp
 extern const std::vector<Verb> verbs;
 extern const std::vector<Option> options;
@@ -74,6 +85,8 @@ std::string argument_at(const Verb &verb, std::size_t index);
 // Throws a Failure for wrong usage. In a batch the name is put in front of the arguments.
 Call parse(const Strings &words, const char *name_in_batch = nullptr);
 std::string help(const Verb *verb);  // null: all verbs
+// "; did you mean X?" for the most similar of the known words, "" if none is.
+std::string suggestion(const std::string &word, const Strings &known);
 
 // ---- completion.cpp: proposals for the last word, a line each; one empty line where bash is to propose files.
 std::string complete(Strings words);
@@ -82,12 +95,12 @@ std::string complete(Strings words);
 int run_change(Call &call);
 int show(Call &), get(Call &), ls(Call &), members(Call &), find(Call &), count(Call &), refs(Call &), attr_get(Call &);
 void set(Call &, Document &), unset(Call &, Document &), define(Call &, Document &), undefine(Call &, Document &);
-void create(Call &, Document &), dispose(Call &, Document &);
+void create_scope(Call &, Document &), create(Call &, Document &), dispose(Call &, Document &);
 void join(Call &, Document &), append(Call &, Document &), insert(Call &, Document &), leave(Call &, Document &);
-void rename_member(Call &, Document &);
+void rename_member(Call &, Document &), rename_entity(Call &, Document &), rename_container(Call &, Document &);
 void attr_set(Call &, Document &), attr_unset(Call &, Document &), attr_increase(Call &, Document &),
     attr_decrease(Call &, Document &);
-int batch(Call &);
+int batch(Call &), edit(Call &);
 int copy(Call &), rename(Call &), remove(Call &), save_as(Call &), dump(Call &), backup(Call &), restore(Call &);
 int diff(Call &), check(Call &);
 int lock_status(Call &), lock_clear(Call &);

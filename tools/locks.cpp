@@ -186,14 +186,14 @@ int lock_status(Call &call) {
             held = held || lock;
             if (as_json)
                 objects += (objects.empty() ? "\n  " : ",\n  ") + json_report(name, lock);
-            else
+            else if (!messages::quiet)
                 put(report(name, lock));
         } catch (const Failure &failure) {
-            Messages::say(failure.text);
+            messages::say(failure.text);
             failed = failed.value_or(failure.status);
         }
     }
-    if (as_json) put('[' + objects + "\n]\n");
+    if (as_json && !messages::quiet) put('[' + objects + "\n]\n");
     return failed.value_or(held ? locked : success);
 }
 
@@ -201,12 +201,12 @@ int lock_clear(Call &call) {
     const std::string &name = call.name();
     std::optional<Lock> lock = lock_of_configuration(name);
     if (!lock) {
-        Messages::say(name + " is free");
+        messages::say(name + " is free");
         return success;
     }
     auto refuse = [&](const std::string &text) {
         if (!call.has('f')) throw Failure{locked, text + "; --force removes the lock nevertheless"};
-        Messages::say(text);
+        messages::say(text);
     };
     if (!lock->stores_own) refuse("the semaphore with the key of " + name + " is not the store's");
     for (const Process &holder : candidates(*lock))

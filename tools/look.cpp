@@ -188,8 +188,11 @@ public:
     bool in_scope(Element scope) {
         const std::string path = scope.scope();
         for (Element child : scope) {
-            if (child.role() == Role::scope) in_scope(child);
-            if (child.role() == Role::entity && (type_.empty() || child.is(type_))) in_entity(child, path);
+            Role role = child.role();
+            if (role == Role::scope) in_scope(child);
+            if (role == Role::entity && (type_.empty() || child.is(type_))) in_parts(child, child.tag(), path);
+            if (role == Role::container && field_.empty() && (type_.empty() || child.has("type", type_)))
+                in_parts(child, child.tag() + (" of " + child.type()), path);
         }
         return found_;
     }
@@ -197,18 +200,19 @@ public:
 private:
     bool matches(const std::string &text) const { return fnmatch(pattern_.c_str(), text.c_str(), 0) == 0; }
 
-    void in_entity(Element entity, const std::string &path) {
-        const std::string name = entity.name();
+    // The name of an entity or container, its fields or members.
+    void in_parts(Element element, const std::string &type, const std::string &path) {
+        const std::string name = element.name();
+        bool container = element.role() == Role::container;
         if (field_.empty() && matches(name)) {
-            rows_.add({{"scope", path}, {"type", entity.tag()}, {"name", name}});
+            rows_.add({{"scope", path}, {"type", type}, {"name", name}});
             found_ = true;
         }
-        for (Element field : entity) {
-            if (!field_.empty() && !field.is(field_)) continue;
-            const std::string value = field.value();
+        for (Element part : element) {
+            if (!field_.empty() && !part.is(field_)) continue;
+            const std::string value = container ? part.text() : part.value();
             if (!matches(value)) continue;
-            rows_.add(
-                {{"scope", path}, {"type", entity.tag()}, {"name", name}, {"field", field.tag()}, {"value", value}});
+            rows_.add({{"scope", path}, {"type", type}, {"name", name}, {"field", part.tag()}, {"value", value}});
             found_ = true;
         }
     }
@@ -292,7 +296,7 @@ int members(Call &call) {
 
 int find(Call &call) {
     Document document = Document::look(call.name());
-    Rows rows(call);
+    Rows rows(call, true);
     Search search(call, rows);
     bool found = search.in_scope(call.given("SCOPE") ? document.scope(call.scope()) : document.root());
     rows.finish();
@@ -310,7 +314,7 @@ int count(Call &call) {
 
 int refs(Call &call) {
     Document document = Document::look(call.name());
-    Rows rows(call);
+    Rows rows(call, true);
     Member member = {call.has('k') ? kind_of(call.option('k')).name : "", call.type(), call.entity(), !call.has('k')};
     bool found = false;
     for (Element container : document.scope(call.scope())) {

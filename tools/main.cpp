@@ -25,7 +25,8 @@ int run(Strings words) {
         put(help(call.verb));
         return success;
     }
-    Messages messages(call.has('v'));
+    if (!call.has('v')) messages::silence_library();
+    Pager pager(call.has('P'));
     return call.verb->run(call);
 }
 
@@ -36,13 +37,13 @@ int guarded(const Strings &words) {
         return status;
     } catch (const Failure &failure) {
         flushed();
-        Messages::say(failure.text);
+        messages::say(failure.text);
         return failure.status;
     } catch (const std::bad_alloc &) {
-        Messages::say("out of memory");
+        messages::say("out of memory");
         return io_error;
     } catch (const std::exception &error) {
-        Messages::say(error.what());
+        messages::say(error.what());
         return io_error;
     }
 }
@@ -55,7 +56,7 @@ int main(int argc, char **argv) {
     Strings words(argv + 1, argv + argc);
     kvio_initialize();
     if (words.empty() || words[0] != "--complete") return guarded(words);
-    Messages silent(false);
+    messages::silence_library();
     words.erase(words.begin());
     put(complete(words));
     return flushed() ? io_error : success;

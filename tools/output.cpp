@@ -1,13 +1,17 @@
 #include "output.h"
 
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include "base/owned.h"
 
 namespace kvio {
 namespace {
@@ -59,36 +63,22 @@ void put_line(const Strings &columns, const std::vector<std::size_t> &widths) {
 
 }  // namespace
 
-bool Messages::quiet = false;
+bool messages::quiet = false;
 
-Messages::Messages(bool diagnostics) {
-    if (diagnostics || original != 2) return;
-    int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (nowhere < 0) return;
-    int kept = fcntl(2, F_DUPFD_CLOEXEC, 3);
-    if (kept >= 0) {
-        dup2(nowhere, 2);
-        original = kept;
-        redirected_ = true;
-    }
-    close(nowhere);
+void messages::silence_library() {
+    Descriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    if (original == 2) original = fcntl(2, F_DUPFD_CLOEXEC, 3);
+    if (nowhere && original > 2) dup2(nowhere.get(), 2);
 }
 
-Messages::~Messages() {
-    if (!redirected_) return;
-    dup2(original, 2);
-    close(original);
-    original = 2;
-}
-
-void Messages::say(const std::string &text) {
+void messages::say(const std::string &text) {
     if (!quiet) dprintf(original, "kvio: %s\n", without_control(text, false).c_str());
 }
 
-bool Messages::on_terminal() { return isatty(original); }
+bool messages::on_terminal() { return isatty(original); }
 
 bool confirmed(const std::string &question) {
-    if (Messages::quiet || !isatty(0)) throw Failure{misused, "no terminal to ask on; --yes answers in advance"};
+    if (messages::quiet || !isatty(0)) throw Failure{misused, "no terminal to ask on; --yes answers in advance"};
     std::fflush(stdout);
     dprintf(original, "%s [y/N] ", one_line(question).c_str());
     char answer[16] = "";
@@ -137,10 +127,43 @@ int flushed() {
     return lost;
 }
 
+bool on_terminal() {
+    static const bool result = isatty(1);
+    return result;
+}
+
+Pager::Pager(bool wanted) {
+    int ends[2];
+    if (!wanted || !on_terminal() || pipe2(ends, O_CLOEXEC) != 0) return;
+    decorated();  // as long as standard output is the terminal
+    const char *pager = std::getenv("PAGER");
+    process_ = fork();
+    if (process_ == 0) {
+        dup2(ends[0], 0);
+        setenv("LESS", "FRX", 0);
+        execl("/bin/sh", "sh", "-c", pager && *pager ? pager : "less", nullptr);
+        _exit(127);
+    }
+    if (process_ > 0) {
+        std::signal(SIGPIPE, SIG_IGN);  // who quits the pager has seen enough
+        dup2(ends[1], 1);
+    }
+    close(ends[0]);
+    close(ends[1]);
+}
+
+Pager::~Pager() {
+    if (process_ <= 0) return;
+    std::fflush(stdout);
+    lost = 0;
+    close(1);
+    waitpid(process_, nullptr, 0);
+}
+
 bool decorated() {
     static const bool result = [] {
         const char *no_colour = std::getenv("NO_COLOR"), *terminal = std::getenv("TERM");
-        return isatty(1) && !(no_colour && *no_colour) && terminal && std::string(terminal) != "dumb";
+        return on_terminal() && !(no_colour && *no_colour) && terminal && std::string(terminal) != "dumb";
     }();
     return result;
 }
@@ -156,9 +179,11 @@ std::string format_of(const Call &call, bool xml_allowed) {
                   std::string("FORMAT is text") + (xml_allowed ? ", json or xml" : " or json") + ", not " + format};
 }
 
-Rows::Rows(const Call &call) : json_(format_of(call) == "json"), aligned_(isatty(1)) {}
+Rows::Rows(const Call &call, bool explains_status)
+    : json_(format_of(call) == "json"), silent_(explains_status && messages::quiet) {}
 
 void Rows::add(const std::vector<std::pair<const char *, std::string>> &row) {
+    if (silent_) return;
     if (json_) {
         auto quoted = row;
         for (auto &[name, value] : quoted) value = json(value);
@@ -167,7 +192,7 @@ void Rows::add(const std::vector<std::pair<const char *, std::string>> &row) {
     }
     Strings line;
     for (const auto &[name, value] : row) line.push_back(one_line(value));
-    if (aligned_)
+    if (on_terminal())
         lines_.push_back(line);
     else
         put_line(line, {});
@@ -184,7 +209,7 @@ void Rows::finish() {
     for (const Strings &line : lines_) put_line(line, widths);
     std::string text;
     for (const std::string &object : objects_) text += (text.empty() ? "\n  " : ",\n  ") + object;
-    if (json_) put('[' + text + "\n]\n");
+    if (json_ && !silent_) put('[' + text + "\n]\n");
 }
 
 }  // namespace kvio

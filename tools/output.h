@@ -10,19 +10,13 @@
 
 namespace kvio {
 
-// Where messages go: the standard error stream as it was when the program started. Descriptor 2 itself leads nowhere
-// unless the store's own diagnostics are wanted.
-class Messages {
-public:
-    explicit Messages(bool diagnostics);
-    ~Messages();                               // puts descriptor 2 back
-    static void say(const std::string &text);  // one line, unless --quiet
-    static bool quiet;
-    static bool on_terminal();
-
-private:
-    bool redirected_ = false;
-};
+// Messages go to the standard error stream as it was when the program started, one line each, unless --quiet.
+namespace messages {
+extern bool quiet;
+void say(const std::string &text);
+bool on_terminal();
+void silence_library();  // from now on descriptor 2, where the library writes diagnostics, leads nowhere
+}  // namespace messages
 
 // Asks on the terminal. Throws where there is none, or with --quiet: --yes answers in advance.
 bool confirmed(const std::string &question);
@@ -41,6 +35,19 @@ std::string json_array(const Strings &values);
 void put(const std::string &text);  // to standard output
 int flushed();                      // 0, or errno of the first write that failed
 
+// Sends standard output through $PAGER, or less(1), when that is wanted and it is a terminal. Waits for its end.
+class Pager {
+public:
+    explicit Pager(bool wanted);
+    ~Pager();
+    Pager(const Pager &) = delete;
+    Pager &operator=(const Pager &) = delete;
+
+private:
+    int process_ = 0;
+};
+
+bool on_terminal();                                              // standard output is a terminal, or a pager on one
 bool decorated();                                                // standard output is a terminal that wants colours
 std::string coloured(const char *sgr, const std::string &text);  // unchanged where decorated() is false
 
@@ -50,14 +57,14 @@ std::string format_of(const Call &call, bool xml_allowed = false);
 // Rows of named columns: separated by tabs, aligned on a terminal, or an array of JSON objects.
 class Rows {
 public:
-    explicit Rows(const Call &call);
+    // With --quiet, rows that only explain the exit status are not printed.
+    explicit Rows(const Call &call, bool explains_status = false);
     void add(const std::vector<std::pair<const char *, std::string>> &row);
     void finish();  // prints what add() has not printed yet
     bool as_json() const { return json_; }
 
 private:
-    bool json_;
-    bool aligned_;
+    bool json_, silent_;
     Strings objects_;
     std::vector<Strings> lines_;
 };

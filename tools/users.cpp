@@ -41,7 +41,7 @@ int logged_in(const std::string &user) {
 }  // namespace
 
 int user_show(Call &call) {
-    Messages no_log(false);
+    messages::silence_library();
     Profile profile(get_user_profile(call["USER"].c_str()));
     if (!profile) {
         logged_in(call["USER"]);
@@ -64,7 +64,7 @@ int user_show(Call &call) {
 
 // Reads one slot of the buffer without the lock, which only the look-ups of the library take.
 int user_method(Call &call) {
-    Messages no_log(false);
+    messages::silence_library();
     int method = logged_in(call["USER"]);
     Rows rows(call);
     rows.add({{"method", method_word(method)}, {"number", std::to_string(method)}});
@@ -73,14 +73,14 @@ int user_method(Call &call) {
 }
 
 int user_release(Call &call) {
-    Messages no_log(false);
+    messages::silence_library();
     logged_in(call["USER"]);
     if (release_auth_list(call["USER"].c_str()) == 0) return success;
     throw Failure{io_error, "the authentication buffer or its lock cannot be used"};
 }
 
 int user_groups(Call &call) {
-    Messages no_log(false);
+    messages::silence_library();
     const std::string &name = call["GROUP"];
     if (call.given("USER")) {
         int member = check_user_in_group(name.c_str(), call["USER"].c_str());

@@ -1,6 +1,4 @@
 // The table of verbs, from which parsing, help and completion are made.
-#include <getopt.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -13,106 +11,110 @@ namespace kvio {
 const std::vector<Option> options = {
     {'a', "all", nullptr, "all configurations"},
     {'c', "container", nullptr, "the members are containers"},
-    {'d', "default", "VALUE", "what to print, with success, when there is no such value"},
-    {'e', "field", "FIELD", "look at this field alone"},
-    {'f', "force", nullptr, "do it also where it leaves a fault, or takes away what is needed"},
-    {'F', "format", "FORMAT", "text (the default), json or xml"},
-    {'k', "kind", "KIND", "ENTITY is the name of a container: a table, list or group"},
-    {'p', "position", "NUMBER", "the member at this position; the first one is 1"},
-    {'r', "recursive", nullptr, "the entities of nested containers, too, each one once"},
-    {'R', "repair", nullptr, "say what can be repaired safely; with --yes do it"},
-    {'t', "type", "TYPE", "look at entities of this type alone"},
-    {'y', "yes", nullptr, "do it without asking"},
+    {'d', "default", "VALUE", "print this, with success, if there is no such value"},
+    {'e', "field", "FIELD", "search this field alone"},
+    {'f', "force", nullptr, "do what would be refused with status 4"},
+    {'F', "format", "FORMAT", "text (the default), json, or xml from show"},
+    {'k', "kind", "KIND", "ENTITY is a container: a table, list or group"},
+    {'n', "dry-run", nullptr, "print what would differ, save nothing"},
+    {'p', "position", "NUMBER", "the member at this position, from 1"},
+    {'P', "pager", nullptr, "show the output with $PAGER"},
+    {'r', "recursive", nullptr, "the entities of nested containers too, each once"},
+    {'R', "repair", nullptr, "offer the repairs that are safe"},
+    {'t', "type", "TYPE", "search entities and containers of this type alone"},
+    {'w', "wait", "SECONDS", "wait that long for the lock"},
+    {'y', "yes", nullptr, "do it without a question"},
     {'h', "help", nullptr, "describe the verb"},
-    {'q', "quiet", nullptr, "no messages; the exit status tells"},
-    {'v', "verbose", nullptr, "the store's own diagnostics, too"},
+    {'q', "quiet", nullptr, "print no messages and questions"},
+    {'v', "verbose", nullptr, "print the library's diagnostics too"},
 };
 
 const std::vector<Verb> verbs = {
-    {"show", "NAME [SCOPE]", "F", "print a configuration or a scope as a tree",
-     "kvio show appliance.xml object/address", show, nullptr},
-    {"get", "NAME SCOPE TYPE ENTITY [FIELD]", "d", "print a value, or all values of an entity",
-     "kvio get appliance.xml interface interface_t lan address", get, nullptr},
-    {"ls", "[NAME] [SCOPE] [TYPE]", "", "list configurations, scopes, what is in a scope, or the entities of a type",
-     "kvio ls appliance.xml object/address address_object_t", ls, nullptr},
-    {"members", "NAME SCOPE KIND TYPE CONTAINER", "r", "list the members of a container",
-     "kvio members --recursive appliance.xml object/service group service_object_t outgoing", members, nullptr},
-    {"find", "NAME PATTERN [SCOPE]", "te", "list entities by name and values by contents; * and ? stand for any text",
-     "kvio find appliance.xml '192.168.*'", find, nullptr},
-    {"count", "NAME SCOPE TYPE", "", "count the entities of a type",
-     "kvio count appliance.xml object/address address_object_t", count, nullptr},
-    {"refs", "NAME SCOPE TYPE ENTITY", "k", "list the containers that name an entity, or with --kind a container",
-     "kvio refs appliance.xml object/address address_object_t mail-server", refs, nullptr},
+    {"show", "NAME [SCOPE]", "FP", "print a configuration or a scope as a tree", "appliance.xml object/address", show,
+     nullptr},
+    {"get", "NAME SCOPE TYPE ENTITY [FIELD]", "dFP", "print a value, or all values of an entity",
+     "appliance.xml interface interface_t lan address", get, nullptr},
+    {"ls", "[NAME] [SCOPE] [TYPE]", "FP", "list configurations, scopes, the contents of a scope, or entities",
+     "appliance.xml object/address address_object_t", ls, nullptr},
+    {"members", "NAME SCOPE KIND TYPE CONTAINER", "rFP", "list the members of a container",
+     "--recursive appliance.xml object/service group service_object_t outgoing", members, nullptr},
+    {"find", "NAME PATTERN [SCOPE]", "teFP", "search names, values and members; * and ? stand for any text",
+     "appliance.xml '192.168.*'", find, nullptr},
+    {"count", "NAME SCOPE TYPE", "", "count the entities of a type", "appliance.xml object/address address_object_t",
+     count, nullptr},
+    {"refs", "NAME SCOPE TYPE ENTITY", "kFP", "list the containers that name an entity or container",
+     "appliance.xml object/address address_object_t mail-server", refs, nullptr},
 
-    {"set", "NAME SCOPE TYPE ENTITY FIELD VALUE [FIELD VALUE]...", "", "set values; - reads one from standard input",
-     "kvio set appliance.xml interface interface_t lan mtu 1492", run_change, set},
-    {"unset", "NAME SCOPE TYPE ENTITY FIELD...", "", "set values to the empty text",
-     "kvio unset appliance.xml interface interface_t lan description", run_change, unset},
-    {"define", "NAME SCOPE TYPE ENTITY [FIELD VALUE]...", "f", "create an entity, with values if any are given",
-     "kvio define appliance.xml object/address address_object_t scanner kind host", run_change, define},
-    {"undefine", "NAME SCOPE TYPE ENTITY", "f", "delete an entity that no container names",
-     "kvio undefine appliance.xml object/address address_object_t printer", run_change, undefine},
-    {"create", "NAME SCOPE KIND TYPE CONTAINER", "f", "create an empty container",
-     "kvio create appliance.xml object/address group address_object_t outside", run_change, create},
-    {"dispose", "NAME SCOPE KIND TYPE CONTAINER", "f",
-     "delete a container that no container names; its members' entities stay",
-     "kvio dispose appliance.xml object/service list service_object_t recently-used", run_change, dispose},
-    {"join", "NAME SCOPE KIND TYPE CONTAINER MEMBER...", "cf", "add members at the end, each name once",
-     "kvio join appliance.xml object/address group address_object_t servers printer", run_change, join},
-    {"append", "NAME SCOPE KIND TYPE CONTAINER [MEMBER]", "f", "add an entity member at the end, also a second time",
-     "kvio append appliance.xml object/service list service_object_t recently-used http/tcp", run_change, append},
-    {"insert", "NAME SCOPE KIND TYPE CONTAINER NUMBER [MEMBER]", "f",
-     "add an entity member before the one at a position",
-     "kvio insert appliance.xml object/service list service_object_t recently-used 1 smtp/tcp", run_change, insert},
-    {"leave", "NAME SCOPE KIND TYPE CONTAINER [MEMBER]...", "p", "remove members by name, or one by its position",
-     "kvio leave appliance.xml object/address group address_object_t servers web-server", run_change, leave},
-    {"rename-member", "NAME SCOPE KIND TYPE CONTAINER MEMBER NEW", "f", "put another name in the place of a member's",
-     "kvio rename-member appliance.xml object/user_group group user_group_object_t staff bob robert", run_change,
-     rename_member},
+    {"set", "NAME SCOPE TYPE ENTITY FIELD VALUE [FIELD VALUE]...", "nw", "set values; - reads one from standard input",
+     "appliance.xml interface interface_t lan mtu 1492", run_change, set},
+    {"unset", "NAME SCOPE TYPE ENTITY FIELD...", "nw", "remove fields",
+     "appliance.xml interface interface_t lan description", run_change, unset},
+    {"define", "NAME SCOPE TYPE ENTITY [FIELD VALUE]...", "fnw", "create an entity, with or without values",
+     "appliance.xml object/address address_object_t scanner kind host", run_change, define},
+    {"undefine", "NAME SCOPE TYPE ENTITY", "fnw", "delete an entity that no container names",
+     "appliance.xml object/address address_object_t printer", run_change, undefine},
+    {"rename-entity", "NAME SCOPE TYPE OLD NEW", "fnw", "rename an entity, in the containers that name it too",
+     "appliance.xml object/address address_object_t printer copier", run_change, rename_entity},
+
+    {"create", "NAME SCOPE KIND TYPE CONTAINER", "fnw", "create an empty container",
+     "appliance.xml object/address group address_object_t outside", run_change, create},
+    {"dispose", "NAME SCOPE KIND TYPE CONTAINER", "fnw", "delete a container that no container names, not its entities",
+     "appliance.xml object/service list service_object_t recently-used", run_change, dispose},
+    {"rename-container", "NAME SCOPE KIND TYPE OLD NEW", "fnw", "rename a container, in those that name it too",
+     "appliance.xml object/address group address_object_t servers dmz", run_change, rename_container},
+    {"join", "NAME SCOPE KIND TYPE CONTAINER MEMBER...", "cfnw", "add members at the end, each name once",
+     "appliance.xml object/address group address_object_t servers printer", run_change, join},
+    {"append", "NAME SCOPE KIND TYPE CONTAINER [MEMBER]", "fnw", "add an entity member at the end, also a second time",
+     "appliance.xml object/service list service_object_t recently-used http/tcp", run_change, append},
+    {"insert", "NAME SCOPE KIND TYPE CONTAINER NUMBER [MEMBER]", "fnw", "add an entity member in front of a position",
+     "appliance.xml object/service list service_object_t recently-used 1 smtp/tcp", run_change, insert},
+    {"leave", "NAME SCOPE KIND TYPE CONTAINER [MEMBER]...", "pnw", "remove members by name, or one by its position",
+     "appliance.xml object/address group address_object_t servers web-server", run_change, leave},
+    {"rename-member", "NAME SCOPE KIND TYPE CONTAINER MEMBER NEW", "fnw", "replace the name of one member",
+     "appliance.xml object/user_group group user_group_object_t staff bob robert", run_change, rename_member},
+
     {"attr get", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "kd", "print an attribute of an entity or container",
-     "kvio attr get appliance.xml interface interface_t lan reference", attr_get, nullptr},
-    {"attr set", "NAME SCOPE TYPE ENTITY ATTRIBUTE VALUE", "kf", "set an attribute of an entity or container",
-     "kvio attr set appliance.xml interface interface_t lan note 'do not touch'", run_change, attr_set},
-    {"attr unset", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "kf", "remove an attribute of an entity or container",
-     "kvio attr unset appliance.xml interface interface_t lan note", run_change, attr_unset},
-    {"attr increase", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "f", "add 1 to a counter of an entity and print it",
-     "kvio attr increase appliance.xml interface interface_t lan reference", run_change, attr_increase},
-    {"attr decrease", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "f", "subtract 1 from a counter that is not 0, and print it",
-     "kvio attr decrease appliance.xml interface interface_t lan reference", run_change, attr_decrease},
-    {"batch", "NAME", "f", "run the changes on standard input, one a line without NAME, and save if all succeed",
-     "kvio batch appliance.xml <changes", batch, nullptr},
+     "appliance.xml interface interface_t lan reference", attr_get, nullptr},
+    {"attr set", "NAME SCOPE TYPE ENTITY ATTRIBUTE VALUE", "kfnw", "set an attribute of an entity or container",
+     "appliance.xml interface interface_t lan note 'do not touch'", run_change, attr_set},
+    {"attr unset", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "kfnw", "remove an attribute of an entity or container",
+     "appliance.xml interface interface_t lan note", run_change, attr_unset},
+    {"attr increase", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "fnw", "add 1 to a counter of an entity and print it",
+     "appliance.xml interface interface_t lan reference", run_change, attr_increase},
+    {"attr decrease", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "fnw", "subtract 1 from a counter above 0 and print it",
+     "appliance.xml interface interface_t lan reference", run_change, attr_decrease},
 
-    {"copy", "NAME NEW", "", "copy a configuration onto another one", "kvio copy appliance.xml spare.xml", copy,
-     nullptr},
-    {"rename", "NAME NEW", "", "rename a configuration; NEW must not exist", "kvio rename spare.xml old.xml", rename,
-     nullptr},
-    {"remove", "NAME", "", "delete a configuration", "kvio remove old.xml", remove, nullptr},
-    {"save-as", "NAME NEW", "", "write a configuration to another one, freshly formatted",
-     "kvio save-as appliance.xml tidy.xml", save_as, nullptr},
-    {"dump", "NAME [FILE]", "", "write a configuration to a file, or to standard output",
-     "kvio dump appliance.xml /tmp/appliance.xml", dump, nullptr},
-    {"backup", "NAME SCOPE [FILE]", "", "write one scope to a file, or to standard output",
-     "kvio backup appliance.xml object/address /tmp/addresses.xml", backup, nullptr},
-    {"restore", "NAME FILE [SCOPE]", "f", "put back what dump wrote, or one scope of it or of a backup",
-     "kvio restore appliance.xml /tmp/addresses.xml object/address", restore, nullptr},
-    {"diff", "OLD NEW", "F", "show how two configurations or files differ", "kvio diff before.xml appliance.xml", diff,
-     nullptr},
-    {"check", "NAME", "Ry", "look for dangling and duplicate names, loops, broken containers and wrong counts",
-     "kvio check --repair appliance.xml", check, nullptr},
+    {"batch", "NAME", "fnw", "run the changes on standard input, one a line without NAME", "appliance.xml <changes",
+     batch, nullptr},
+    {"edit", "NAME [SCOPE]", "fnwyF", "edit a configuration or a scope with $VISUAL or $EDITOR",
+     "appliance.xml interface", edit, nullptr},
+    {"create-scope", "NAME SCOPE", "nw", "create an empty scope, and the scopes around it",
+     "appliance.xml object/schedule", run_change, create_scope},
+    {"copy", "NAME NEW", "w", "copy a configuration onto another one", "appliance.xml spare.xml", copy, nullptr},
+    {"rename", "NAME NEW", "w", "rename a configuration; NEW must not exist", "spare.xml old.xml", rename, nullptr},
+    {"remove", "NAME", "w", "delete a configuration", "old.xml", remove, nullptr},
+    {"save-as", "NAME NEW", "w", "write a configuration, freshly formatted, to another one", "appliance.xml tidy.xml",
+     save_as, nullptr},
+    {"dump", "NAME [FILE]", "", "write a configuration to a file or standard output",
+     "appliance.xml appliance-backup.xml", dump, nullptr},
+    {"backup", "NAME SCOPE [FILE]", "", "write one scope to a file or standard output",
+     "appliance.xml object/address addresses.xml", backup, nullptr},
+    {"restore", "NAME FILE [SCOPE]", "fnw", "put back what dump or backup wrote, all or one scope of it",
+     "appliance.xml addresses.xml object/address", restore, nullptr},
+    {"diff", "OLD NEW", "FP", "show how two configurations or files differ", "before.xml appliance.xml", diff, nullptr},
+    {"check", "NAME", "RyFPw", "look for broken references, duplicates, loops and wrong counts",
+     "--repair appliance.xml", check, nullptr},
 
-    {"lock status", "[NAME]...", "a", "tell whether configurations are free or held, since when and by whom",
-     "kvio lock status --all", lock_status, nullptr},
-    {"lock clear", "NAME", "yf", "remove a lock that a dead process left", "kvio lock clear --yes appliance.xml",
-     lock_clear, nullptr},
+    {"lock status", "[NAME]...", "aF", "show whether configurations are held, since when and by whom", "--all",
+     lock_status, nullptr},
+    {"lock clear", "NAME", "yf", "remove the lock that a dead process left", "appliance.xml", lock_clear, nullptr},
 
-    {"user show", "USER", "", "print the profile of a user who has logged in", "kvio user show alice", user_show,
-     nullptr},
-    {"user method", "USER", "", "print the authentication method that a user passed", "kvio user method alice",
-     user_method, nullptr},
-    {"user release", "USER", "", "forget that a user has logged in", "kvio user release alice", user_release, nullptr},
-    {"user groups", "GROUP [USER]", "", "list the members of a user group, or tell whether a user is one",
-     "kvio user groups office alice", user_groups, nullptr},
-    {"user types", "", "", "list the built-in user types", "kvio user types", user_types, nullptr},
+    {"user show", "USER", "F", "print the profile of a user who has logged in", "alice", user_show, nullptr},
+    {"user method", "USER", "F", "print the method by which a user was authenticated", "alice", user_method, nullptr},
+    {"user release", "USER", "", "forget that a user has logged in", "alice", user_release, nullptr},
+    {"user groups", "GROUP [USER]", "F", "list the members of a user group, or test for one", "office alice",
+     user_groups, nullptr},
+    {"user types", "", "F", "list the built-in user types", "", user_types, nullptr},
 };
 
 const std::string options_of_all = "hqv";
@@ -126,7 +128,7 @@ struct Heading {
 
 constexpr Heading headings[] = {
     {"show", "Look at a configuration"}, {"set", "Change entities"}, {"create", "Change containers"},
-    {"attr get", "Attributes"},          {"batch", "Many changes"},  {"copy", "Whole files"},
+    {"attr get", "Attributes"},          {"batch", "Many changes"},  {"create-scope", "Scopes and whole files"},
     {"diff", "Compare and check"},       {"lock status", "Locks"},   {"user show", "Users"},
 };
 
@@ -181,58 +183,37 @@ void check_count(const Verb &verb, std::size_t given) {
     auto needed = static_cast<std::size_t>(
         std::count_if(known.begin(), known.end(), [](const Argument &one) { return !one.optional; }));
     bool endless = !known.empty() && known.back().repeated;
-    if (given < needed || (given > known.size() && !endless)) throw Failure{misused, "usage: " + synopsis(verb)};
-}
-
-// Runs getopt_long(3) over the words behind the verb, all of them also after a mistake, for the sake of --quiet.
-// Without a verb it stops at the first word.
-Call parse_options(const Verb *verb, const Strings &words) {
-    const std::string known = options_of_all + (verb ? verb->options : "");
-    std::string letters = verb ? ":" : "+:";
-    std::vector<option> longs;
-    for (const Option &one : options) {
-        if (known.find(one.letter) == std::string::npos) continue;
-        letters += one.letter;
-        if (one.argument) letters += ':';
-        longs.push_back({one.name, one.argument ? required_argument : no_argument, nullptr, one.letter});
-    }
-    longs.push_back({});
-
-    Strings copies = words;
-    copies.insert(copies.begin(), "kvio");
-    std::vector<char *> pointers;
-    for (std::string &word : copies) pointers.push_back(word.data());
-    pointers.push_back(nullptr);
-    int count = static_cast<int>(copies.size());
-
-    Call call;
-    call.verb = verb;
-    std::string mistake;
-    optind = 0;
-    opterr = 0;
-    for (int letter; (letter = getopt_long(count, pointers.data(), letters.c_str(), longs.data(), nullptr)) != -1;) {
-        if (letter == 'q') Messages::quiet = true;
-        if (letter != '?' && letter != ':') {
-            call.options[static_cast<char>(letter)] = optarg ? optarg : "";
-        } else if (mistake.empty()) {
-            std::string what = pointers[static_cast<std::size_t>(optind - 1)];
-            if (optopt) what = std::string("-") + static_cast<char>(optopt);
-            mistake = (letter == ':' ? "no argument for " : "no option ") + what;
-        }
-    }
-    if (!mistake.empty())
-        throw Failure{misused, mistake + "; see kvio " + (verb ? std::string(verb->name) + " " : "") + "--help"};
-    for (int i = optind; i < count; ++i) call.arguments.emplace_back(pointers[static_cast<std::size_t>(i)]);
-    return call;
+    if (given < needed || (given > known.size() && !endless))
+        throw Failure{misused,
+                      std::string("usage: kvio ") + verb.name + (*verb.options ? " [OPTION]... " : " ") + verb.usage};
 }
 
 [[noreturn]] void refuse_verb(const std::string &first) {
-    std::string names;
-    for (const Verb &verb : verbs)
-        if (std::string name = verb.name; name.compare(0, first.size() + 1, first + ' ') == 0)
-            names += (names.empty() ? "" : ", ") + name;
-    if (!names.empty()) throw Failure{misused, "the verb is one of " + names};
-    throw Failure{misused, "no verb " + first + "; kvio --help lists them"};
+    std::string family;
+    Strings names;
+    for (const Verb &verb : verbs) {
+        const std::string name = verb.name;
+        names.push_back(name.substr(0, name.find(' ')));
+        if (name.compare(0, first.size() + 1, first + ' ') == 0) family += (family.empty() ? "" : ", ") + name;
+    }
+    if (!family.empty()) throw Failure{misused, "the verb is one of " + family};
+    throw Failure{misused, "no verb " + first + suggestion(first, names) + "; kvio --help lists them"};
+}
+
+// How many characters have to be changed, added or removed to make one word of the other.
+std::size_t distance(const std::string &one, const std::string &other) {
+    std::vector<std::size_t> row(other.size() + 1);
+    for (std::size_t i = 0; i < row.size(); ++i) row[i] = i;
+    for (std::size_t i = 0; i < one.size(); ++i) {
+        std::size_t diagonal = row[0];
+        row[0] = i + 1;
+        for (std::size_t j = 0; j < other.size(); ++j) {
+            std::size_t replaced = diagonal + (one[i] != other[j]);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
 }
 
 // A text behind a label, in lines of at most 79 columns.
@@ -265,6 +246,20 @@ std::string option_lines(const std::string &letters) {
 }
 
 }  // namespace
+
+std::string suggestion(const std::string &word, const Strings &known) {
+    std::size_t least = std::min<std::size_t>(word.size() / 3 + 1, 4);  // more changes make another word
+    std::string best;
+    for (const std::string &one : known) {
+        std::size_t longer = std::max(one.size(), word.size()), shorter = std::min(one.size(), word.size());
+        if (longer - shorter >= least) continue;
+        std::size_t changes = distance(one, word);
+        if (changes >= least) continue;
+        least = changes;
+        best = one;
+    }
+    return best.empty() ? "" : "; did you mean " + best + '?';
+}
 
 const Option *find_option(char letter) {
     auto found = std::find_if(options.begin(), options.end(), [&](const Option &one) { return one.letter == letter; });
@@ -311,26 +306,63 @@ Strings Call::from(const char *what) const {
     return {arguments.begin() + static_cast<std::ptrdiff_t>(index(what)), arguments.end()};
 }
 
+void Line::take(const std::string &word) {
+    if (open) {
+        call.options[open->letter] = word;
+        open = nullptr;
+    } else if (!more_options || word.size() < 2 || word[0] != '-') {
+        call.arguments.push_back(word);
+    } else if (word == "--") {
+        more_options = false;
+    } else if (word[1] == '-') {
+        std::size_t equals = std::min(word.find('='), word.size());
+        take_option(word.substr(0, equals), equals < word.size() ? &word[equals + 1] : nullptr);
+    } else {
+        for (std::size_t i = 1; i < word.size(); ++i) {
+            const Option *option =
+                take_option(std::string("-") + word[i], i + 1 < word.size() ? &word[i + 1] : nullptr);
+            if (!option || option->argument) break;
+        }
+    }
+}
+
+// An option by its long name, which begins with two dashes, or by its letter, with an argument that follows at once.
+const Option *Line::take_option(const std::string &name, const char *argument) {
+    const std::string known = options_of_all + (call.verb ? call.verb->options : "");
+    for (const Option &one : options) {
+        if (known.find(one.letter) == std::string::npos) continue;
+        bool by_name = name == std::string("--") + one.name;
+        if (!by_name && name != std::string("-") + one.letter) continue;
+        if (by_name && argument && !one.argument) break;
+        call.options[one.letter] = argument && one.argument ? argument : "";
+        if (one.argument && !argument) open = &one;
+        return &one;
+    }
+    if (mistake.empty()) mistake = "no option " + name;
+    return nullptr;
+}
+
 Call parse(const Strings &words, const char *name_in_batch) {
-    Call before = parse_options(nullptr, words);
-    Strings rest = before.arguments;
-    if (rest.empty()) {
-        if (before.has('h')) return before;
-        throw Failure{misused, "no verb; kvio --help lists them"};
-    }
-    const Strings all = rest;
-    const Verb *found = take_verb(rest);
-    if (!found && (all.back() == "--help" || all.back() == "-h")) {
-        before.options['h'] = "";
-        return before;
-    }
-    if (!found) refuse_verb(all[0]);
-    const Verb &verb = *found;
-    Call call = parse_options(&verb, rest);
-    call.options.insert(before.options.begin(), before.options.end());
-    if (name_in_batch) call.arguments.insert(call.arguments.begin(), name_in_batch);
-    call.in_batch = name_in_batch != nullptr;
-    if (!call.has('h')) check_count(verb, call.arguments.size());
+    auto is_option = [](const std::string &word) { return word.size() > 1 && word[0] == '-'; };
+    Line line;
+    Strings rest(std::find_if_not(words.begin(), words.end(), is_option), words.end());
+    const Strings before(words.begin(), words.end() - static_cast<std::ptrdiff_t>(rest.size()));
+    const std::string first = rest.empty() ? "" : rest[0];
+    line.call.verb = take_verb(rest);
+    if (name_in_batch) line.call.arguments.push_back(name_in_batch);
+    line.call.in_batch = name_in_batch != nullptr;
+    for (const std::string &word : before) line.take(word);
+    for (const std::string &word : rest) line.take(word);
+    Call &call = line.call;
+    messages::quiet |= call.has('q');
+    const std::string help_line =
+        std::string("; see kvio ") + (call.verb ? call.verb->name + std::string(" ") : "") + "--help";
+    if (call.has('h')) return call;
+    if (first.empty() && line.mistake.empty()) throw Failure{misused, "no verb" + help_line};
+    if (!first.empty() && !call.verb) refuse_verb(first);
+    if (line.open) line.mistake = std::string("no argument for --") + line.open->name;
+    if (!line.mistake.empty()) throw Failure{misused, line.mistake + help_line};
+    check_count(*call.verb, call.arguments.size());
     return call;
 }
 
@@ -339,7 +371,8 @@ std::string help(const Verb *verb) {
         std::string sentence = verb->summary;
         sentence[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(sentence[0])));
         return entry("Usage:", synopsis(*verb), 7) + "\n" + entry("", sentence, 0) + '\n' +
-               option_lines(verb->options + options_of_all) + "\nExample: " + verb->example + '\n';
+               option_lines(verb->options + options_of_all) + "\nExample: kvio " + verb->name + ' ' + verb->example +
+               '\n';
     }
     std::string text =
         "Usage: kvio VERB [OPTION]... [ARGUMENT]...\n\n"

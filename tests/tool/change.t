@@ -65,10 +65,9 @@ $ kvio set a.xml two t x f 1
 $ kvio set a.xml 's[' t x f 1
 ! kvio: no scope s[ in /etc/kavex/conf/a.xml
 [1]
-$ kvio unset a.xml s t x g new && kvio get a.xml s t x
+$ kvio unset a.xml s t x new; kvio unset a.xml s t x g && kvio get a.xml s t x
 f	-5
-g	
-new	
+! kvio: no field new of t x
 
 Entities.
 
@@ -401,7 +400,7 @@ $ printf 'set s t y f -\n' | kvio batch a.xml
 ! kvio: line 1: a batch has no value on standard input; nothing is saved
 [2]
 $ printf 'set s t x\n' | kvio batch a.xml
-! kvio: line 1: usage: kvio set NAME SCOPE TYPE ENTITY FIELD VALUE [FIELD VALUE]...; nothing is saved
+! kvio: line 1: usage: kvio set [OPTION]... NAME SCOPE TYPE ENTITY FIELD VALUE [FIELD VALUE]...; nothing is saved
 [2]
 $ kvio batch a.xml </dev/null && echo '<kavex' >/etc/kavex/conf/b.xml && kvio batch b.xml </dev/null
 ! kvio: /etc/kavex/conf/b.xml:2: not well-formed: Couldn't find end of Start Tag kavex line 1

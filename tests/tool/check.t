@@ -45,6 +45,8 @@ s: table twice: member 1 names no t: ghost (repair: remove the member)
 s: t y: reference is 0, groups that name it: 2 (repair: set it to 2)
 s: u x: reference is many, no number, groups that name it: 1 (repair: set it to 1)
 s: group g: reference is -1, groups that name it: 1 (repair: set it to 1)
+! kvio: nothing is repaired; --yes repairs it without a question
+! kvio: nothing is repaired; --yes repairs it without a question
 [4]
 $ kvio check --yes a.xml
 ! kvio: --yes goes with --repair
@@ -60,6 +62,7 @@ s: table twice: member 1 names no t: ghost (repaired: remove the member)
 s: t y: reference is 0, groups that name it: 2 (repaired: set it to 2)
 s: u x: reference is many, no number, groups that name it: 1 (repaired: set it to 1)
 s: group g: reference is -1, groups that name it: 1 (repaired: set it to 1)
+! kvio: 9 repaired, 11 left
 $ kvio check a.xml
 two: the scope occurs 2 times
 s: t x occurs 2 times
@@ -89,11 +92,15 @@ object/address: address_object_t floor-10: reference is 0, groups that name it: 
 object/address: address_object_t floor-11: reference is 0, groups that name it: 1 (repair: set it to 1)
 group	address_object_t	lower-floors
 1
+! kvio: nothing is repaired; --yes repairs it without a question
+! kvio: 14 repaired, 0 left
 
 A repair needs the lock; looking does not. Nothing to repair, nothing written.
 
 $ python3 $TESTS/tool/hold.py a.xml; kvio check a.xml >/dev/null; kvio check -R a.xml >/dev/null; kvio check -Ry a.xml; kvio lock clear -y a.xml; kvio check -Ry a.xml >/dev/null
+! kvio: nothing is repaired; --yes repairs it without a question
 ! kvio: /etc/kavex/conf/a.xml: another process holds it (see kvio lock status)
+! kvio: 1 repaired, 10 left
 [4]
 $ kvio check -q broken.xml; echo '<kavex>' >/etc/kavex/conf/broken.xml; kvio check broken.xml; echo '<x/>' >/etc/kavex/conf/broken.xml; kvio check broken.xml
 the root element is x, not kavex
@@ -109,6 +116,8 @@ s: list l: member 1 names no t: gone (repair: remove the member)
 s: list l: member 1 names no t: gone (repaired: remove the member)
 s: group of t has no name
 s: group o: member 2 is there already: web
+! kvio: nothing is repaired; --yes repairs it without a question
+! kvio: 1 repaired, 2 left
 [4]
 
 A name that two things have; counts that are none; members with a default name, which name nothing.
@@ -120,4 +129,6 @@ s: t m: reference is -1, groups that name it: 0 (repair: set it to 0)
 s: t n: reference is 12x, no number, groups that name it: 0 (repair: set it to 0)
 s: t x: reference is missing, groups that name it: 2 (repair: set it to 2)
 s/deep: the scope has the name of a type beside it
+! kvio: nothing is repaired; --yes repairs it without a question
+! kvio: 4 repaired, 1 left
 [4]

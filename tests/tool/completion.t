@@ -1,10 +1,10 @@
 $ $EXAMPLES/make-configuration >/etc/kavex/conf/a.xml; touch /etc/kavex/conf/'with blank.xml'
-$ complete() { kvio --complete "$@" | tr '\n' ' '; echo; }; complete re; complete attr ''; complete lock s; complete attr nothing ''; complete ''
-refs remove rename rename-member restore 
+$ complete() { kvio --complete "$@" | tr '\n' ' '; echo; }; complete re; complete attr ''; complete lock s; complete attr nothing ''; complete u
+refs remove rename rename-container rename-entity rename-member restore 
 decrease get increase set unset 
 status 
 ~
-append attr backup batch check copy count create define diff dispose dump find get insert join leave lock ls members refs remove rename rename-member restore save-as set show undefine unset user 
+undefine unset user 
 $ complete() { kvio --complete "$@" | tr '\n' ' '; echo; }; complete get ''; complete get a.xml object/; complete get a.xml object/address ''; complete get a.xml object/address address_object_t floor-; complete get a.xml interface interface_t lan m
 a.xml with blank.xml 
 object/address object/service object/user_group 
@@ -23,16 +23,15 @@ address_object_t
 servers 
 group list table 
 json text xml 
---format --help --quiet --verbose 
+--format --help --pager --quiet --verbose 
 ~
 name reference 
-$ complete() { kvio --complete "$@" | tr '\n' ' '; echo; }; complete get ghost.xml ''; complete get a.xml ghost ''; complete copy a.xml new; complete set a.xml interface interface_t lan mtu 1 a; complete lock status a.xml w; complete; complete user show a
+$ complete() { kvio --complete "$@" | tr '\n' ' '; echo; }; complete get ghost.xml ''; complete get a.xml ghost ''; complete copy a.xml new; complete set a.xml interface interface_t lan mtu 1 a; complete lock status a.xml w; complete user show a
 ~
 ~
 ~
 address 
 with blank.xml 
-append attr backup batch check copy count create define diff dispose dump find get insert join leave lock ls members refs remove rename rename-member restore save-as set show undefine unset user 
 ~
 $ kvio --complete dump a.xml ''
 ~

@@ -110,7 +110,7 @@ $ kvio diff __system_default.xml d.xml
 + s
 + text
 [1]
-$ kvio -q diff /tmp/3.xml d.xml | wc -l
+$ kvio -q diff /tmp/3.xml d.xml; kvio diff /tmp/3.xml d.xml | wc -l
 12
 
 Members that look alike in a line are different ones.
@@ -167,6 +167,7 @@ $ head -c 3000 /tmp/dump.xml | kvio restore a.xml -; kvio diff - a.xml <&-; kvio
 What is restored may be broken, or missing.
 
 $ echo '<kavex><s' >/etc/kavex/conf/cut.xml; kvio restore cut.xml /tmp/dump.xml && kvio restore gone.xml /tmp/dump.xml
+! kvio: the old file is kept as cut.xml.broken
 $ cmp /etc/kavex/conf/cut.xml /tmp/dump.xml && cmp /etc/kavex/conf/gone.xml /tmp/dump.xml && kvio remove cut.xml && kvio remove gone.xml
 $ kvio lock status cut.xml gone.xml a.xml 2>&1 | grep -c held
 0

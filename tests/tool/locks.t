@@ -55,7 +55,7 @@ $ kvio lock clear a.xml </dev/null
 ! kvio: no terminal to ask on; --yes answers in advance
 [2]
 $ kvio lock clear a.xml extra
-! kvio: usage: kvio lock clear [--yes] [--force] NAME
+! kvio: usage: kvio lock clear [OPTION]... NAME
 [2]
 $ echo n | script -qec 'kvio lock clear a.xml; echo status $?' /dev/null | tr -d '\r' | grep -o "status [0-9]"
 status 1

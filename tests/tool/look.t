@@ -186,8 +186,13 @@ object/address	net_t	lan	ip	10.0.0.0
 $ kvio find a.xml lan object
 object/address	host_t	lan
 object/address	net_t	lan
+object/address	group of host_t	inside	entity	lan
+object/address	group of host_t	all	entity	lan
+object/address	list of host_t	order	entity	lan
+object/address	table of net_t	order	entity	lan
 $ kvio find -t net_t a.xml '*lan*'
 object/address	net_t	lan
+object/address	table of net_t	order	entity	lan
 $ kvio find --field ip --type host_t a.xml '*'
 object/address	host_t	lan	ip	10.0.0.1
 object/address	host_t	lan	ip	twice
@@ -261,9 +266,9 @@ none
 ! kvio: there are 3 scopes many
 ! kvio: there are 3 scopes many
 ! kvio: no t '" in s
-$ kvio ls a.xml ''; kvio count a.xml '' host_t; kvio lock; kvio attr frobnicate; kvio frobnicate; kvio lock --help | head -1; kvio help get | head -1; kvio help | head -1; kvio --version | sed 's/[0-9.]*$/N/'
+$ kvio ls a.xml ''; kvio count a.xml '' host_t; kvio lock; kvio attr frobnicate; kvio frobnicate; kvio lock --help | head -1; kvio help count | head -1; kvio help | head -1; kvio --version | sed 's/[0-9.]*$/N/'
 Usage: kvio VERB [OPTION]... [ARGUMENT]...
-Usage: kvio get [--default VALUE] NAME SCOPE TYPE ENTITY [FIELD]
+Usage: kvio count NAME SCOPE TYPE
 Usage: kvio VERB [OPTION]... [ARGUMENT]...
 kvio N
 ! kvio: the scope is empty
@@ -282,13 +287,13 @@ $ python3 $TESTS/tool/hold.py a.xml; kvio get a.xml object/address host_t wan ip
 Usage.
 
 $ kvio
-! kvio: no verb; kvio --help lists them
+! kvio: no verb; see kvio --help
 [2]
 $ kvio get a.xml
-! kvio: usage: kvio get [--default VALUE] NAME SCOPE TYPE ENTITY [FIELD]
+! kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD]
 [2]
 $ kvio get a.xml 1 2 3 4 5
-! kvio: usage: kvio get [--default VALUE] NAME SCOPE TYPE ENTITY [FIELD]
+! kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD]
 [2]
 $ kvio attr
 ! kvio: the verb is one of attr get, attr set, attr unset, attr increase, attr decrease
@@ -300,7 +305,7 @@ $ kvio show -Z a.xml
 ! kvio: no option -Z; see kvio show --help
 [2]
 $ kvio show a.xml --format
-! kvio: no argument for -F; see kvio show --help
+! kvio: no argument for --format; see kvio show --help
 [2]
 $ kvio ls -- -q
 ! kvio: /etc/kavex/conf/-q: No such file or directory
@@ -311,13 +316,11 @@ Usage: kvio attr get [--kind KIND] [--default VALUE] NAME SCOPE TYPE ENTITY
 ~
 Print an attribute of an entity or container
 ~
-  -k, --kind KIND       ENTITY is the name of a container: a table, list or
-                        group
-  -d, --default VALUE   what to print, with success, when there is no such
-                        value
+  -k, --kind KIND       ENTITY is a container: a table, list or group
+  -d, --default VALUE   print this, with success, if there is no such value
   -h, --help            describe the verb
-  -q, --quiet           no messages; the exit status tells
-  -v, --verbose         the store's own diagnostics, too
+  -q, --quiet           print no messages and questions
+  -v, --verbose         print the library's diagnostics too
 ~
 Example: kvio attr get appliance.xml interface interface_t lan reference
 $ kvio user types > /dev/full

@@ -51,7 +51,7 @@ LINES = [
 ]
 # What is typed before TAB is hit twice, and what is listed then.
 LISTS = [
-    ('kvio re', ['refs', 'remove', 'rename', 'rename-member', 'restore']),
+    ('kvio re', ['refs', 'remove', 'rename', 'rename-container', 'rename-entity', 'rename-member', 'restore']),
     (r'kvio ls odd\ names.xml odd ', ['item', 'other']),
 ]
 
