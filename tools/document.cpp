@@ -221,6 +221,16 @@ kvio_node_t *Document::entity(const std::string &scope_path, const std::string &
     store_failure(type + " " + name + " in " + scope_path);
 }
 
+Element Document::container(const std::string &scope_path, const std::string &kind, const std::string &type,
+                            const std::string &name) const {
+    Element parent = scope(scope_path), found = find_container(parent, kind_of(kind).name, type, name);
+    if (found) return found;
+    Strings known;
+    for (Element child : parent)
+        if (child.is(kind) && child.has("type", type)) known.push_back(child.name());
+    throw Failure{not_found, "no " + kind + " " + name + " of " + type + " in " + scope_path + suggestion(name, known)};
+}
+
 const Kind &kind_of(const std::string &name) {
     static const Kind kinds[] = {
         {"table", kvio_create_table, kvio_open_table, kvio_dispose_table},
@@ -239,11 +249,10 @@ Container::Container(Document &document, const std::string &scope, const std::st
     auto call = mode == create_it ? functions.create : functions.open;
     iterator_ = call(document.get(), scope.c_str(), type.c_str(), name.c_str());
     if (iterator_) return;
-    Element parent = document.scope(scope);
-    Strings known;
-    for (Element child : parent)
-        if (child.is(kind) && child.has("type", type)) known.push_back(child.name());
-    if (kvio_errno == KVIO_NOT_FOUND) throw Failure{not_found, "no " + label_ + suggestion(name, known)};
+    const int code = kvio_errno;
+    if (mode == open_it) document.container(scope, kind, type, name);
+    document.scope(scope);
+    kvio_errno = code;
     store_failure(label_);
 }
 

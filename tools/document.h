@@ -52,6 +52,8 @@ public:
     // These throw a Failure that names what is missing or not unique.
     Element scope(const std::string &path) const;
     kvio_node_t *entity(const std::string &scope, const std::string &type, const std::string &name) const;
+    Element container(const std::string &scope, const std::string &kind, const std::string &type,
+                      const std::string &name) const;
 
     std::string output;              // of a change, to be printed once it is saved
     bool structure_changed = false;  // more than values: a fault may have come in

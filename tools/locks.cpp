@@ -86,17 +86,19 @@ std::optional<Lock> lock_of_configuration(const std::string &name) {
     return lock_of(path);
 }
 
-// When a process started, in seconds since 1970, a little late rather than early.
-std::time_t start_of(const std::string &pid) {
-    std::string line = first_line("/proc/" + pid + "/stat");
-    std::size_t at = line.rfind(')');
-    unsigned long long ticks = 0;
+// When a process started, in seconds since 1970; 0 if it does not show that.
+double start_of(const std::string &pid) {
     constexpr char fields[] = ") %*c %*d %*d %*d %*d %*d %*u %*u %*u %*u %*u %*u %*u %*d %*d %*d %*d %*d %*d %llu";
+    const std::string line = first_line("/proc/" + pid + "/stat");
+    const std::size_t at = line.rfind(')');
+    unsigned long long ticks = 0;
     if (at == std::string::npos || std::sscanf(line.c_str() + at, fields, &ticks) != 1) return 0;
-    timespec since_boot;
+    timespec now, since_boot;
+    clock_gettime(CLOCK_REALTIME, &now);
     clock_gettime(CLOCK_BOOTTIME, &since_boot);
-    return std::time(nullptr) - since_boot.tv_sec +
-           static_cast<std::time_t>(ticks / static_cast<unsigned long long>(sysconf(_SC_CLK_TCK)));
+    return static_cast<double>(now.tv_sec - since_boot.tv_sec) +
+           static_cast<double>(now.tv_nsec - since_boot.tv_nsec) / 1e9 +
+           static_cast<double>(ticks) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
 // Whether a process has the library mapped; no value if it does not show that. One that has ended has not.
@@ -122,9 +124,10 @@ std::vector<Process> candidates(const Lock &lock) {
         if (stat(path.c_str(), &owner) != 0) continue;
         std::optional<bool> mapped = maps_library(pid);
         bool hidden = !mapped && owner.st_uid == lock.creator;
-        // A lock's time has no fractions: a process of the same second may be the one that took it.
+        // A lock's time is in whole seconds, and the clock may have been set a little since.
         if (mapped.value_or(false) || hidden)
-            result.push_back({std::stoi(pid), first_line(path + "/comm"), hidden, start_of(pid) > lock.since + 1});
+            result.push_back({std::stoi(pid), first_line(path + "/comm"), hidden,
+                              start_of(pid) > static_cast<double>(lock.since) + 2});
     }
     return result;
 }

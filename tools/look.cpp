@@ -10,12 +10,6 @@
 namespace kvio {
 namespace {
 
-Element container_in(const Document &document, const Call &call, const std::string &kind, const std::string &name) {
-    Element found = find_container(document.scope(call.scope()), kind_of(kind).name, call.type(), name);
-    if (!found) throw Failure{not_found, "no " + kind + ' ' + name + " of " + call.type() + " in " + call.scope()};
-    return found;
-}
-
 Element entity_in(const Document &document, const Call &call) {
     return Element(document.entity(call.scope(), checked_name(call.type(), "type"), call.entity()));
 }
@@ -283,7 +277,7 @@ int ls(Call &call) {
 int members(Call &call) {
     Document document = Document::look(call.name());
     Rows rows(call);
-    Element container = container_in(document, call, call.kind(), call.container());
+    Element container = document.container(call.scope(), call.kind(), call.type(), call.container());
     if (!call.has('r'))
         for (Element member : container) rows.add({{"member", member.tag()}, {"name", member.text()}});
     else if (holds_entities(call.type()))
@@ -329,8 +323,8 @@ int refs(Call &call) {
 int attr_get(Call &call) {
     Document document = Document::look(call.name());
     or_default(call, [&] {
-        Element element =
-            call.has('k') ? container_in(document, call, call.option('k'), call.entity()) : entity_in(document, call);
+        Element element = call.has('k') ? document.container(call.scope(), call.option('k'), call.type(), call.entity())
+                                        : entity_in(document, call);
         std::optional<std::string> value = element.attribute(call["ATTRIBUTE"]);
         if (!value) throw Failure{not_found, "no attribute " + call["ATTRIBUTE"] + " of " + element.label()};
         put(*value + '\n');

@@ -197,20 +197,22 @@ void check_count(const Verb &verb, std::size_t given) {
         if (name.compare(0, first.size() + 1, first + ' ') == 0) family += (family.empty() ? "" : ", ") + name;
     }
     if (!family.empty()) throw Failure{misused, "the verb is one of " + family};
-    throw Failure{misused, "no verb " + first + suggestion(first, names) + "; kvio --help lists them"};
+    const std::string similar = suggestion(first, names);
+    throw Failure{misused, "no verb " + first + (similar.empty() ? "; kvio --help lists them" : similar)};
 }
 
-// How many characters have to be changed, added or removed to make one word of the other.
+// How many characters have to be changed, added, removed or swapped with the next to make one word of the other.
 std::size_t distance(const std::string &one, const std::string &other) {
-    std::vector<std::size_t> row(other.size() + 1);
+    std::vector<std::size_t> earlier, before, row(other.size() + 1);
     for (std::size_t i = 0; i < row.size(); ++i) row[i] = i;
     for (std::size_t i = 0; i < one.size(); ++i) {
-        std::size_t diagonal = row[0];
+        earlier = before;
+        before = row;
         row[0] = i + 1;
         for (std::size_t j = 0; j < other.size(); ++j) {
-            std::size_t replaced = diagonal + (one[i] != other[j]);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+            row[j + 1] = std::min({before[j] + (one[i] != other[j]), row[j] + 1, before[j + 1] + 1});
+            if (i > 0 && j > 0 && one[i] == other[j - 1] && one[i - 1] == other[j])
+                row[j + 1] = std::min(row[j + 1], earlier[j - 1] + 1);
         }
     }
     return row.back();

@@ -408,5 +408,64 @@ $ kvio batch a.xml </dev/null && echo '<kavex' >/etc/kavex/conf/b.xml && kvio ba
 
 Nothing of this left a lock behind, and a signal in the middle of a change does not either.
 
-$ for i in 1 2 3 4 5 6 7 8; do seq 3000 | sed 's/.*/define s t n&/' | timeout 0.0$i kvio -q batch a.xml; done; kvio lock status a.xml
+$ (seq 3000 | sed 's/.*/define s t n&/') >/tmp/lines; for signal in HUP INT TERM USR1 USR2 XCPU XFSZ ALRM VTALRM PROF POLL 34; do kvio -q batch a.xml </tmp/lines & sleep 0.05; kill -$signal $! 2>/dev/null; wait $!; done 2>/dev/null; kvio lock status a.xml
 a.xml: free
+
+Changes that wait for the lock all succeed; without waiting they succeed or report the lock, and nothing else.
+
+$ kvio attr set a.xml s t y n 0; for i in $(seq 40); do kvio attr increase --wait 60 a.xml s t y n >/dev/null & done; wait; kvio attr get a.xml s t y n; for i in $(seq 40); do (KVIO_WAIT= kvio -q set a.xml s t y f $i; echo $?) & done | grep -v -e 0 -e 3; kvio lock status a.xml; kvio set -w soon a.xml s t x f 1; KVIO_WAIT=1x kvio set a.xml s t x f 1
+40
+a.xml: free
+! kvio: SECONDS is a number, not soon
+! kvio: SECONDS is a number, not 1x
+[2]
+
+Names change together with what refers to them.
+
+$ echo '<kavex><s><t name="x" reference="2"/><t name="y"/><group name="g" type="t" reference="1"><entity>x</entity><entity>gone</entity></group><group name="h" type="t"><entity>x</entity><container>g</container></group><list name="g" type="t"><entity>x</entity><entity>x</entity></list><group name="i" type="u"><entity>x</entity></group></s></kavex>' >/etc/kavex/conf/a.xml
+$ kvio rename-entity a.xml s t y gone && kvio rename-entity a.xml s t x z && kvio rename-entity a.xml s t z 'a & b' && kvio rename-container a.xml s group t g j && kvio show a.xml s && kvio check a.xml
+s/
+  t a & b [reference=2]
+  t gone [reference=1]
+  group j of t [reference=1]
+    a & b
+    gone
+  group h of t
+    a & b
+    j (container)
+  list g of t
+    a & b
+    a & b
+  group i of u
+    x
+s: group i: member 1 names no u: x
+[4]
+$ kvio rename-entity a.xml s t ghost v; kvio rename-entity a.xml s t gone 'a & b'; kvio rename-entity a.xml s t gone ''; kvio rename-container a.xml s group t h j; kvio rename-container a.xml s table t h k
+! kvio: no t ghost in s
+! kvio: t a & b: it exists already
+! kvio: the name is empty
+! kvio: group j: it exists already
+! kvio: no table h of t in s
+[1]
+
+Scopes; what a change would do.
+
+$ kvio create-scope a.xml new/deeper && kvio create-scope a.xml new; kvio create-scope a.xml new/group; kvio create-scope a.xml 'new/a b'; kvio create-scope a.xml s/t; kvio ls a.xml
+s
+new
+new/deeper
+! kvio: new: it exists already
+! kvio: group is a kind of container, no scope
+! kvio: scope a b is not an XML name
+! kvio: s/t: the scope has the name of a type beside it; nothing is saved without --force
+$ kvio set -n a.xml s t gone f 1; kvio dispose -n a.xml s list t g; kvio undefine -n a.xml s t gone; printf 'define s t w\r\n# with carriage returns\r\njoin s group t h w\r\n' | kvio batch --dry-run a.xml; printf 'one\r\n' | kvio set a.xml s t gone f - && kvio get a.xml s t gone f | od -c; kvio count a.xml s t
++ s t gone f: 1
+- s list of t g
++ s group of t h member w
++ s t w
+0000000   o   n   e  \n
+0000004
+2
+! kvio: group j names gone; remove it from there first, or use --force
+$ script -qec 'kvio set a.xml s t gone f 2 ff 3' /dev/null | tr -d '\r'; script -qec 'kvio set a.xml s t gone ff 3' /dev/null | tr -d '\r'
+kvio: new field ff

@@ -132,3 +132,37 @@ s/deep: the scope has the name of a type beside it
 ! kvio: nothing is repaired; --yes repairs it without a question
 ! kvio: 4 repaired, 1 left
 [4]
+
+Duplicates that are identical; the question on a terminal.
+
+$ echo '<kavex><s><t name="x" a="1" b="2"><f>1</f></t><t name="x" b="2" a="1"><f>1</f></t><t name="y"/><t name="y"><f/></t><list name="l" type="t"><entity>gone</entity></list><list name="l" type="t"><entity>gone</entity></list></s></kavex>' >/etc/kavex/conf/a.xml; kvio check --format json -R a.xml
+[
+  {"problem": "s: t x has an identical duplicate", "repair": "remove it"},
+  {"problem": "s: t y occurs 2 times"},
+  {"problem": "s: list l of t has an identical duplicate", "repair": "remove it"},
+  {"problem": "s: list l: member 1 names no t: gone", "repair": "remove the member"}
+]
+! kvio: nothing is repaired; --yes repairs it without a question
+[4]
+$ echo n | script -qec 'kvio check -R a.xml; echo status $?' /dev/null | tr -d '\r' | tail -3; echo y | script -qec 'kvio check -R a.xml; echo status $?' /dev/null | tr -d '\r' | tail -2; kvio show a.xml; kvio check -q a.xml
+s: list l: member 1 names no t: gone (repair: remove the member)
+Repair what can be repaired (3)? [y/N] kvio: nothing is repaired; --yes repairs it without a question
+status 4
+Repair what can be repaired (3)? [y/N] kvio: 3 repaired, 1 left
+status 4
+s/
+  t x [a=1, b=2]
+    f = 1
+  t y
+  t y
+    f = 
+  list l of t
+[4]
+
+Thirty thousand nested groups.
+
+$ (echo '<kavex><s><t name="x"/>'; seq 30000 | awk '{ print "<group name=\"g" $1 "\" type=\"t\"><container>g" $1 + 1 "</container></group>" }'; echo '<group name="g30001" type="t"><entity>x</entity></group></s></kavex>') >/etc/kavex/conf/a.xml; kvio check a.xml && kvio members -r a.xml s group t g1 && kvio dispose -f a.xml s group t g30001 && kvio check a.xml; kvio lock status a.xml
+x
+s: group g30000: member 1 names no group: g30001
+a.xml: free
+$ sed -i 's/"t"/"user_group_object_t"/' /etc/kavex/conf/a.xml; kvio members -r a.xml s group user_group_object_t g1

@@ -72,6 +72,22 @@ $ kvio backup a.xml object/user_group /tmp/groups.xml && kvio backup a.xml nowhe
 ! kvio: no scope nowhere in /etc/kavex/conf/a.xml
 [1]
 
+Nothing is written but regular files and pipes with a reader; what is written is private and complete.
+
+$ mkdir /tmp/own; ln -s /etc/kavex/conf/a.xml /tmp/link; ln -s kept.xml /tmp/own/link; touch /tmp/own/kept.xml; (umask 0; kvio dump a.xml /tmp/own/link; kvio dump a.xml /tmp/link; kvio backup a.xml object /tmp/own/new.xml); cd /tmp/own; stat -c '%a %F %n' *; kvio dump a.xml ..; kvio dump a.xml /dev/null
+600 regular file kept.xml
+777 symbolic link link
+600 regular file new.xml
+! kvio: /tmp/link: it is a symbolic link in a directory that others may write in
+! kvio: ..: Is a directory
+! kvio: /dev/null: it is no regular file
+[5]
+$ mkfifo /tmp/own/pipe /etc/kavex/conf/pipe; kvio dump a.xml /tmp/own/pipe; cmp /tmp/own/pipe /tmp/dump.xml & kvio dump a.xml >(cmp - /tmp/dump.xml); until kvio -q dump a.xml /tmp/own/pipe; do sleep 0.05; done; wait; kvio save-as a.xml pipe; kvio copy a.xml pipe; kvio restore pipe /tmp/dump.xml; rm /etc/kavex/conf/pipe
+! kvio: /tmp/own/pipe: No such device or address
+! kvio: /etc/kavex/conf/pipe: it is no regular file
+! kvio: /etc/kavex/conf/pipe: it is no regular file
+! kvio: /etc/kavex/conf/pipe: it is no regular file
+
 Differences. Order counts in lists and tables alone.
 
 $ kvio diff /tmp/dump.xml a.xml
@@ -121,6 +137,18 @@ $ printf '<kavex><s><list name="l" type="t"><entity>a, b</entity></list><group n
 ~ s list of t l members: a, b -> a, b
 [1]
 
+Ten thousand equal names; JSON.
+
+$ (echo '<kavex><s>'; seq 10000 | sed 's|.*|<t name="x"><f>&</f></t>|'; echo '</s></kavex>') >/tmp/6.xml; sed 's/5000/changed/' /tmp/6.xml >/tmp/7.xml; timeout 20 kvio diff /tmp/6.xml /tmp/7.xml; kvio diff -F json /tmp/5.xml d.xml; kvio diff -F json d.xml d.xml
+~ s t x (5000) f: 5000 -> changed
+[
+  {"change": "removed", "place": ["s", "group of t", "g", "member a (container)"], "old": ""},
+  {"change": "added", "place": ["s", "group of t", "g", "member a (container)"], "new": ""},
+  {"change": "changed", "place": ["s", "list of t", "l", "members"], "old": "a, b", "new": "a, b"}
+]
+[
+]
+
 Restoring. What a scope had is gone; what else changed stays.
 
 $ kvio set a.xml interface interface_t lan mtu 9000 && kvio create a.xml object/user_group list t new && kvio diff /tmp/dump.xml a.xml
@@ -164,13 +192,62 @@ $ head -c 3000 /tmp/dump.xml | kvio restore a.xml -; kvio diff - a.xml <&-; kvio
 ! kvio: -: Bad file descriptor
 ! kvio: -: Is a directory
 
-What is restored may be broken, or missing.
+What is restored may be missing, or broken: then a backup of one scope is refused, and the old file is kept.
 
-$ echo '<kavex><s' >/etc/kavex/conf/cut.xml; kvio restore cut.xml /tmp/dump.xml && kvio restore gone.xml /tmp/dump.xml
+$ echo '<kavex><s' >/etc/kavex/conf/cut.xml; kvio restore cut.xml /tmp/dump.xml && kvio restore gone.xml /tmp/dump.xml && cat /etc/kavex/conf/cut.xml.broken && cmp /etc/kavex/conf/cut.xml /tmp/dump.xml && cmp /etc/kavex/conf/gone.xml /tmp/dump.xml
+<kavex><s
 ! kvio: the old file is kept as cut.xml.broken
-$ cmp /etc/kavex/conf/cut.xml /tmp/dump.xml && cmp /etc/kavex/conf/gone.xml /tmp/dump.xml && kvio remove cut.xml && kvio remove gone.xml
-$ kvio lock status cut.xml gone.xml a.xml 2>&1 | grep -c held
-0
+$ echo '<kavex><t' >/etc/kavex/conf/cut.xml; kvio restore cut.xml /tmp/groups.xml; kvio restore -n -f cut.xml /tmp/groups.xml; kvio restore -f cut.xml /tmp/groups.xml; kvio ls cut.xml; cat /etc/kavex/conf/cut.xml.broken; for name in cut.xml cut.xml.broken gone.xml; do kvio remove $name; done
+object
+object/user_group
+<kavex><t
+! kvio: cut.xml is not well-formed, and /tmp/groups.xml has one scope alone; --force restores it and keeps the old file as cut.xml.broken
+! kvio: cut.xml is not well-formed: all is new
+! kvio: the old file is kept as cut.xml.broken
+$ echo '<kavex><new><deep><t name="x"/></deep></new></kavex>' >/tmp/new.xml; kvio restore -n a.xml /tmp/new.xml new/deep; kvio restore a.xml /tmp/new.xml new/deep && kvio ls a.xml new/deep && kvio restore -fn a.xml /tmp/groups.xml object | head -2; kvio restore a.xml /tmp/dump.xml; kvio restore -f a.xml /tmp/dump.xml
++ new
+t	x
+- object/address
+- object/service
+! kvio: /tmp/dump.xml has no scope new, which a.xml would lose; name the scope to restore, or use --force
+$ kvio lock status
+a.xml: free
+d.xml: free
+
+A pipe that nothing is written to is waited for, and a signal ends that.
+
+$ mkfifo /tmp/pipe; timeout 0.5 kvio restore a.xml /tmp/pipe; kvio lock status a.xml
+a.xml: free
+
+Editing: nothing is saved that is broken, or that has changed meanwhile.
+
+$ cp /tmp/1.xml /etc/kavex/conf/d.xml; export EDITOR='sed -i s/2/two/'; kvio edit -n d.xml; kvio edit -y d.xml s; kvio edit -y d.xml; kvio edit d.xml s/deep; kvio get d.xml s t x g
+~ s t x g: 2 -> two
+~ s t x g: 2 -> two
+two
+! kvio: nothing is changed
+! kvio: nothing is changed
+$ EDITOR='sed -i s/two/2/' kvio edit d.xml; VISUAL='sed -i /entity/d\;s/two/cut\</' kvio edit -y d.xml 2>&1 | sed 's|/tmp/[^:]*|FILE|'; VISUAL=false kvio edit -y d.xml; VISUAL='sed -i s/=.y./=\\x27z\\x27/' kvio edit -y d.xml s
+~ s t x g: two -> 2
+kvio: FILE:6: not well-formed: StartTag: invalid element name
+kvio: nothing is saved
+! kvio: no terminal to ask on; --yes answers in advance
+! kvio: the editor false failed; nothing is saved
+! kvio: s: group g: a member names no t: y; nothing is saved without --force
+! kvio: nothing is saved
+[4]
+$ VISUAL='kvio set d.xml s t x g 9; sed -i s/two/2/' kvio edit -y d.xml 2>&1 | sed 's|/tmp/kvio[^/]*|DIRECTORY|'; grep -h '<g>' /tmp/kvio*/* /etc/kavex/conf/d.xml; rm -r /tmp/kvio*
+~ s t x g: two -> 2
+kvio: d.xml has changed meanwhile; your version is DIRECTORY/d.xml
+      <g>2</g>
+      <g>9</g>
+$ echo 'grep -q cut "$1" && sed -i "s/cut<//" "$1" || sed -i "s/9/cut</" "$1"' >/tmp/editor; (echo y; sleep 0.5; echo y) | VISUAL='sh /tmp/editor' script -qec 'kvio edit d.xml; echo status $?' /dev/null | tr -d '\r' | sed 's|/tmp/kvio[^:]*|FILE|'; kvio get d.xml s t x g; ls /tmp | grep kvio
+y
+kvio: FILE:6: not well-formed: StartTag: invalid element name
+Edit it again? [y/N] [33m~ s t x g: 9 -> [0m
+Save this? [y/N] y
+status 0
+~
 [1]
 
 What does not get to standard output is missed.

@@ -18,8 +18,8 @@ a.xml: free
 
 A process died with a.xml open, another one holds b.xml and has the library mapped.
 
-$ python3 $TESTS/tool/hold.py a.xml
 $ python3 $TESTS/tool/hold.py b.xml 600 /tmp/libkavex.so.1 >/tmp/held 2>&1 & until grep -qs held /tmp/held; do sleep 0.05; done
+$ python3 $TESTS/tool/hold.py a.xml
 $ kvio lock status --all | sed 's/since 2[0-9-]* [0-9:]* by/since DATE by/; s/semaphore [0-9]*/semaphore N/; s/process [0-9]*/process N/'
 a.xml: held since DATE by uid 0 (root), semaphore N
   process N (python3)
@@ -76,3 +76,23 @@ c.xml: free
 $ kvio lock clear ghost.xml
 ! kvio: /etc/kavex/conf/ghost.xml: No such file or directory
 [1]
+
+A process that started after the lock was taken does not stop `lock clear`; what is not the store's needs --force.
+
+$ kill $(sed -n 's/^pid //p' /tmp/held2); python3 $TESTS/tool/hold.py a.xml; sleep 3.1; python3 $TESTS/tool/hold.py b.xml 600 /tmp/libkavex.so.1 >/tmp/held3 2>&1 & until grep -qs held /tmp/held3; do sleep 0.05; done
+$ kvio lock status a.xml | sed '1d; s/process [0-9][0-9]*/process N/'; kvio lock status -F json a.xml b.xml c.xml | sed 's/"since": "2[0-9: -]*"/"since": "DATE"/; s/"semaphore": [0-9]*/"semaphore": N/; s/"pid": [0-9]*/"pid": N/'; kvio lock clear -y a.xml; kvio lock clear -fqy b.xml; kvio lock status
+  process N (python3) started later: no holder unless forked from it
+  no process can hold it: left by one that died (see kvio lock clear)
+[
+  {"name": "a.xml", "held": true, "since": "DATE", "uid": 0, "semaphore": N, "processes": [{"pid": N, "name": "python3", "younger": true}]},
+  {"name": "b.xml", "held": true, "since": "DATE", "uid": 0, "semaphore": N, "processes": [{"pid": N, "name": "python3", "younger": false}]},
+  {"name": "c.xml", "held": false}
+]
+a.xml: free
+b.xml: free
+c.xml: free
+$ kill $(sed -n 's/^pid //p' /tmp/held3); sleep 0.2; MODE=600 python3 $TESTS/tool/hold.py c.xml; kvio lock status c.xml | tail -2; kvio lock clear -y c.xml; kvio lock clear -fy c.xml
+  this semaphore is not the store's
+  no process can hold it: left by one that died (see kvio lock clear)
+! kvio: the semaphore with the key of c.xml is not the store's; --force removes the lock nevertheless
+! kvio: the semaphore with the key of c.xml is not the store's

@@ -238,6 +238,41 @@ none
 ! kvio: KIND is table, list or group, not heap
 [2]
 
+JSON; names that are nearly right; quiet.
+
+$ for call in 'get a.xml object/address net_t lan' 'get a.xml object/address net_t lan ip' ls 'ls a.xml object' 'refs a.xml object/address net_t lan' 'members a.xml object/address group host_t all' 'find a.xml 10.0.0.0'; do kvio $call --format=json | tr -d '\n'; echo; done; kvio ls -F xml
+[  {"field": "ip", "value": "10.0.0.0"}]
+[  {"field": "ip", "value": "10.0.0.0"}]
+[  {"name": "a.xml"}]
+[  {"scope": "address"}]
+[  {"kind": "table", "type": "net_t", "name": "order"}]
+[  {"member": "container", "name": "inside"},  {"member": "entity", "name": "lan"}]
+[  {"scope": "object/address", "type": "net_t", "name": "lan", "field": "ip", "value": "10.0.0.0"}]
+! kvio: FORMAT is text or json, not xml
+[2]
+$ kvio shwo; kvio gets; kvio ls a.xml objekt/address; kvio get a.xml object/address hots_t lan; kvio get a.xml object/address host_t lam; kvio members a.xml object/address group host_t insid
+! kvio: no verb shwo; did you mean show?
+! kvio: no verb gets; did you mean get?
+! kvio: no scope objekt/address in /etc/kavex/conf/a.xml; did you mean object/address?
+! kvio: no hots_t lan in object/address; did you mean host_t?
+! kvio: no host_t lam in object/address; did you mean lan?
+! kvio: no group insid of host_t in object/address; did you mean inside?
+[1]
+$ kvio -q gets; kvio get -q a.xml; kvio set -q --frob; kvio find -q a.xml '10.*'; kvio find -q a.xml nothing; kvio refs -q a.xml object/address net_t lan && kvio -V | sed 's/[0-9.]*$/N/'
+kvio N
+$ TERM=xterm script -qec "kvio ls a.xml object/address; PAGER='cat -n' kvio ls --pager a.xml object/address host_t" /dev/null | tr -d '\r'
+host_t  lan
+host_t  wan
+host_t  dmz "2"
+net_t   lan
+group   host_t  inside
+group   host_t  all
+list    host_t  order
+table   net_t   order
+     1	lan
+     2	wan
+     3	dmz "2"
+
 Types are names, not expressions; names are what they are.
 
 $ kvio count a.xml object/address 'host_t | net_t'; kvio get a.xml object/address 'host_t[1]' lan; kvio get a.xml object/address 'host_t[1]' lan ip; kvio get a.xml object/address host_t "lan'] | host_t[@name='wan"
