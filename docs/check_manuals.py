@@ -23,21 +23,19 @@ for page in sections3:
 if sections3:
     faults += [f"{name} is in no page of section 3" for name in sorted(exported)]
 
-def plain(line):
-    """A line of mdoc(7) as kvio --help has it."""
-    line = re.sub(r"Oo Fl \\-(\S+)(?: Ar (\S+))? Oc", lambda found: f"[--{found[1]}{' ' + found[2] if found[2] else ''}]", line)
-    return re.sub(r"\bAr ", "", line).replace("\\-", "-")
-
-
 def help_of(*words):
     return subprocess.run([kvio, *words, "--help"], capture_output=True, text=True, check=True).stdout
 
 
-described = {plain(line) for line in re.findall(r"^\.It Cm (.*)", open(kvio_page).read(), re.M)}
-verbs = re.findall(r"^  ((?:attr |lock |user )?[a-z-]+)(?=  | [a-z])", help_of().split("Options of all")[0], re.M)
-usages = {" ".join(re.search(r"^Usage: kvio (.*?)\n\n", help_of(*verb.split()), re.S)[1].split()) for verb in verbs}
-faults += [f"{kvio_page}: kvio {usage} is not described" for usage in sorted(usages - described)]
-faults += [f"{kvio_page}: there is no kvio {usage}" for usage in sorted(described - usages)]
+# The verbs and their arguments; the options.
+page = open(kvio_page).read()
+described = {re.sub(r"\bAr ", "", line).replace("\\-", "-") for line in re.findall(r"^\.It Cm (.*)", page.split(".Ss Options")[0], re.M)}
+described |= {name.replace("\\-", "-") for name in re.findall(r"^\.It Fl \w , Fl \\-(\S+)", page, re.M)}
+helps = [help_of(*verb.split()) for verb in re.findall(r"^  ((?:attr |lock |user )?[a-z-]+)(?=  | [a-z])", help_of(), re.M)]
+known = {re.sub(r"\[--[^]]*\] ?", "", " ".join(re.search(r"^Usage: kvio (.*?)\n\n", text, re.S)[1].split())).strip() for text in helps}
+known |= {name for text in [*helps, help_of()] for name in re.findall(r"^  -\w, --([a-z-]+)", text, re.M)}
+faults += [f"{kvio_page}: {name} is not described" for name in sorted(known - described)]
+faults += [f"{kvio_page}: there is no {name}" for name in sorted(described - known)]
 
 for page in [kvio_page, *others]:
     if shutil.which("mandoc"):
