@@ -2,6 +2,7 @@
 #include <fnmatch.h>
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 #include "document.h"
@@ -146,22 +147,28 @@ std::string json_element(Element element, const std::string &indent) {
 
 // ---- members
 
-// The names in user groups and in those that they name, once each; the latter may be missing.
+// The names in a user group and in those that it names, once each; the latter may be missing.
 void put_names(Element container, Rows &rows) {
-    std::set<std::string> walked = {container.name()}, names;
-    std::vector<Element::Iterator> open = {container.begin()};
+    std::map<std::string, Element> groups;
+    for (Element one : container.parent())
+        if (one.is(container.tag()) && one.has("type", container.type())) groups.emplace(one.name(), one);
+    std::set<std::string> names;
+    groups.erase(container.name());
+    std::vector<std::pair<Element, Element::Iterator>> open = {{container, container.begin()}};
     while (!open.empty()) {
-        if (!(open.back() != container.end())) {
+        auto &[group, next] = open.back();
+        if (!(next != group.end())) {
             open.pop_back();
             continue;
         }
-        Element member = *open.back();
-        ++open.back();
+        Element member = *next;
+        ++next;
         const std::string name = member.text();
         if (member.is("entity") && names.insert(name).second) rows.add({{"entity", name}});
-        if (!member.is("container") || !walked.insert(name).second) continue;
-        if (Element nested = find_container(container.parent(), container.tag(), container.type(), name))
-            open.push_back(nested.begin());
+        auto nested = member.is("container") ? groups.find(name) : groups.end();
+        if (nested == groups.end()) continue;
+        open.emplace_back(nested->second, nested->second.begin());
+        groups.erase(nested);
     }
 }
 
