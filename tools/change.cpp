@@ -85,49 +85,25 @@ Container opened(const Call &call, Document &document) {
     return {document, call.scope(), call.kind(), call.type(), call.container()};
 }
 
-// The container that the call is about, which opened() has found, in the tree.
-Element container_of(const Call &call, const Document &document) {
-    return find_container(document.scope(call.scope()), call.kind(), call.type(), call.container());
-}
-
-void refuse_if_named(const Call &call, Element scope, const Member &member) {
-    Element container = call.has('f') ? Element() : container_naming(scope, member);
+void refuse_if_named(const Call &call, const Document &document, const Member &member) {
+    Element container = call.has('f') ? Element() : container_naming(document.scope(call.scope()), member);
     if (container)
         throw Failure{inconsistent, container.tag() + (' ' + container.name()) + " names " + member.name +
                                         "; remove it from there first, or use --force"};
 }
 
-// Counts a member that joins (1) or leaves (-1) the container that the call is about. Only groups count.
-void count_member(const Call &call, const Document &document, const std::string &name, bool entity, int change) {
-    if (call.kind() == "group")
-        count_reference(document.scope(call.scope()), {"group", call.type(), name, entity}, change);
-}
+[[noreturn]] void refuse_existing(const std::string &what) { throw Failure{not_found, what + ": it exists already"}; }
 
-// Counts the groups that name a new element already.
-void count_those_that_name(Element scope, const Member &member) {
-    if (int many = times_named(scope, member)) count_reference(scope, member, many);
-}
-
-// Runs a change that gives an element another name or type. Other groups refer to it then: corrects its count by the
-// difference.
-template <class Change>
-void renamed(Element scope, const Member &before, const Member &after, Change make) {
-    int difference = times_named(scope, after) - times_named(scope, before);
-    make();
-    if (difference != 0) count_reference(scope, after, difference);
-}
-
-// The first member with this name, entity or container, or null.
-Element member_named(Element container, const std::string &name) {
+bool has_member(Element container, const std::string &name) {
     for (Element member : container)
-        if ((member.is("entity") || member.is("container")) && member.has_text(name)) return member;
-    return Element();
+        if ((member.is("entity") || member.is("container")) && member.has_text(name)) return true;
+    return false;
 }
 
-Element member_at(Element container, int position) {
-    for (Element member : container)
-        if (--position == 0) return member;
-    return Element();
+// The entity, or with --kind the container, whose attributes a verb changes.
+Element target_of(const Call &call, const Document &document) {
+    if (call.has('k')) return document.container(call.scope(), call.option('k'), call.type(), call.entity());
+    return Element(document.entity(call));
 }
 
 using AttributeChange = int (*)(kvio_node_t *, const char *, uint32_t *);
@@ -135,7 +111,7 @@ using AttributeChange = int (*)(kvio_node_t *, const char *, uint32_t *);
 // The store counts from 0 after the largest number, and after a text that is no number.
 void change_counter(const Call &call, Document &document, AttributeChange change, bool up) {
     const std::string &attribute = checked_name(call["ATTRIBUTE"], "attribute");
-    kvio_node_t *entity = document.entity(call.scope(), call.type(), call.entity());
+    kvio_node_t *entity = document.entity(call);
     const std::string text = Element(entity).attribute(attribute).value_or("");
     bool countable = text.size() <= 10 && text.find_first_not_of("0123456789") == std::string::npos;
     if (!countable || (up && std::strtoull(text.c_str(), nullptr, 10) >= UINT32_MAX))
@@ -145,16 +121,24 @@ void change_counter(const Call &call, Document &document, AttributeChange change
     document.output += std::to_string(value) + '\n';
 }
 
-}  // namespace
-
-// ---- entities
-
-void set(Call &call, Document &document) {
-    set_fields(document.entity(call.scope(), call.type(), call.entity()), call.from("FIELD"));
+// Renames an element and the members that name it.
+void rename_all(Element element, const Member &before, const std::string &name) {
+    for (Element container : element.parent()) {
+        if (!before.may_stand_in(container)) continue;
+        for (Element member : container)
+            if (before.is_named_by(member)) member.set_text(name);
+    }
+    element.set_attribute("name", name);
 }
 
+}  // namespace
+
+// ---- entities and scopes
+
+void set(Call &call, Document &document) { set_fields(document.entity(call), call.from("FIELD")); }
+
 void unset(Call &call, Document &document) {
-    Element entity(document.entity(call.scope(), call.type(), call.entity()));
+    Element entity(document.entity(call));
     for (const std::string &field : call.from("FIELD")) {
         if (!field_of(entity, field)) throw Failure{not_found, "no field " + field + " of " + entity.label()};
         while (Element found = field_of(entity, field)) found.remove();
@@ -163,23 +147,30 @@ void unset(Call &call, Document &document) {
 
 void define(Call &call, Document &document) {
     const std::string &type = checked_type(call.type()), &name = checked_label(call.entity());
-    Element scope = document.scope(call.scope());
+    document.scope(call.scope());
     kvio_node_t *entity = kvio_define2(document.get(), call.scope().c_str(), type.c_str(), name.c_str());
     if (!entity) store_failure(type + ' ' + name + " in " + call.scope());
     set_fields(entity, call.from("FIELD"));
-    count_those_that_name(scope, {"group", type, name, true});
 }
 
 void undefine(Call &call, Document &document) {
     checked_type(call.type());
-    document.entity(call.scope(), call.type(), call.entity());
-    refuse_if_named(call, document.scope(call.scope()), {"", call.type(), call.entity(), true});
+    kvio_node_t *entity = document.entity(call);
+    refuse_if_named(call, document, {"", call.type(), call.entity(), true});
+    document.references.erase(entity);
     if (!kvio_undefine(document.get(), call.scope().c_str(), call.type().c_str(), call.entity().c_str()))
         store_failure(call.type() + ' ' + call.entity() + " in " + call.scope());
 }
 
+void rename_entity(Call &call, Document &document) {
+    const std::string &type = call.type(), &old = call["OLD"], &name = checked_label(call["NEW"]);
+    Element entity(document.entity(call.scope(), type, old));
+    if (find_entity(entity.parent(), type, name)) refuse_existing(type + ' ' + name);
+    rename_all(entity, {"", type, old, true}, name);
+}
+
 void create_scope(Call &call, Document &document) {
-    if (!made_scope(document, call.scope())) throw Failure{not_found, call.scope() + ": it exists already"};
+    if (!made_scope(document, call.scope())) refuse_existing(call.scope());
 }
 
 // ---- containers
@@ -187,20 +178,23 @@ void create_scope(Call &call, Document &document) {
 void create(Call &call, Document &document) {
     checked_name(call.type(), "type");
     checked_label(call.container());
-    Element scope = document.scope(call.scope());
-    Container made(document, call.scope(), call.kind(), call.type(), call.container(), Container::create_it);
-    if (call.kind() == "group") count_those_that_name(scope, {"group", call.type(), call.container(), false});
+    Container(document, call.scope(), call.kind(), call.type(), call.container(), Container::create_it);
 }
 
 void dispose(Call &call, Document &document) {
-    const std::string label = opened(call, document).label();
-    refuse_if_named(call, document.scope(call.scope()), {call.kind(), call.type(), call.container(), false});
-    std::vector<std::pair<std::string, bool>> members;
-    for (Element member : container_of(call, document)) members.emplace_back(member.text(), member.is("entity"));
+    Element container = document.container(call.scope(), call.kind(), call.type(), call.container());
+    refuse_if_named(call, document, {call.kind(), call.type(), call.container(), false});
+    document.references.erase(container.node());
     auto dispose_it = kind_of(call.kind()).dispose;
     if (!dispose_it(document.get(), call.scope().c_str(), call.type().c_str(), call.container().c_str()))
-        store_failure(label);
-    for (const auto &[name, entity] : members) count_member(call, document, name, entity, -1);
+        store_failure(call.kind() + ' ' + call.container());
+}
+
+void rename_container(Call &call, Document &document) {
+    const std::string &kind = call.kind(), &type = call.type(), &old = call["OLD"], &name = checked_label(call["NEW"]);
+    Element container = document.container(call.scope(), kind, type, old);
+    if (find_container(container.parent(), kind, type, name)) refuse_existing(kind + ' ' + name);
+    rename_all(container, {kind, type, old, false}, name);
 }
 
 void join(Call &call, Document &document) {
@@ -209,14 +203,12 @@ void join(Call &call, Document &document) {
     for (const std::string &name : call.from("MEMBER")) {
         const std::string data = character_data(name), label = "member " + name + " of " + container.label();
         // The store compares the text that it is given, which is not the name where that has an ampersand.
-        if (data != name && member_named(container_of(call, document), name))
-            throw Failure{not_found, label + ": it exists already"};
+        if (data != name && has_member(container.element(), name)) refuse_existing(label);
         kvio_join(container.get(), data.c_str(), entities);
         if (kvio_errno) store_failure(label);
-        count_member(call, document, name, entities, 1);
         if (call.has('f')) continue;
         if (!entities)
-            Container nested(document, call.scope(), call.kind(), call.type(), name);
+            document.container(call.scope(), call.kind(), call.type(), name);
         else if (holds_entities(call.type()))
             document.entity(call.scope(), call.type(), name);
     }
@@ -229,7 +221,6 @@ void append(Call &call, Document &document) {
     Container container = opened(call, document);
     const char *name = call.given("MEMBER") ? checked_label(call["MEMBER"]).c_str() : nullptr;
     if (!kvio_append(container.get(), name)) store_failure(container.label());
-    if (name) count_member(call, document, name, true, 1);
 }
 
 void insert(Call &call, Document &document) {
@@ -237,104 +228,26 @@ void insert(Call &call, Document &document) {
     Container container = opened(call, document);
     std::string name = call.given("MEMBER") ? character_data(call["MEMBER"]) : "";
     if (!kvio_insert(container.get(), name.c_str(), position)) store_failure(container.label());
-    if (call.given("MEMBER")) count_member(call, document, call["MEMBER"], true, 1);
 }
 
 void leave(Call &call, Document &document) {
     if (call.has('p') == call.given("MEMBER")) throw Failure{misused, "either members or --position"};
     Container container = opened(call, document);
-    Element element = container_of(call, document);
-    if (call.has('p')) {
-        int position = number(call.option('p'), "--position");
-        Element member = member_at(element, position);
-        std::string name = member ? member.text() : "";
-        bool entity = member && member.is("entity");
-        if (!kvio_delete(container.get(), position)) store_failure(container.label());
-        return count_member(call, document, name, entity, -1);
-    }
-    for (const std::string &name : call.from("MEMBER")) {
-        Element member = member_named(element, name);
-        bool entity = member && member.is("entity");
+    if (call.has('p') && !kvio_delete(container.get(), number(call.option('p'), "--position")))
+        store_failure(container.label());
+    for (const std::string &name : call.from("MEMBER"))
         if (!kvio_remove(container.get(), name.c_str())) store_failure("member " + name + " of " + container.label());
-        count_member(call, document, name, entity, -1);
-    }
 }
 
 void rename_member(Call &call, Document &document) {
     Container container = opened(call, document);
-    const std::string &before = call["MEMBER"], &after = call["NEW"];
-    Element element = container_of(call, document), member = member_named(element, before);
-    if (before != after && member_named(element, after))
-        throw Failure{not_found, "member " + after + " of " + container.label() + ": it exists already"};
-    bool entity = member && member.is("entity");
+    const std::string &before = call["MEMBER"], &after = call["NEW"], label = " of " + container.label();
+    if (before != after && has_member(container.element(), after)) refuse_existing("member " + after + label);
     if (!kvio_change_container_element(container.get(), before.c_str(), character_data(after).c_str()))
-        store_failure("member " + before + " of " + container.label());
-    count_member(call, document, before, entity, -1);
-    count_member(call, document, after, entity, 1);
-}
-
-// ---- names with all that refer to them
-
-namespace {
-
-// Renames an element and the members that name it. The groups that name it so already are counted, too.
-void rename_all(Element scope, Element element, const Member &before, const std::string &name) {
-    const int earlier = times_named(scope, {"group", before.type, name, before.entity});
-    for (Element container : scope) {
-        if (!before.may_stand_in(container)) continue;
-        for (Element member : container)
-            if (before.is_named_by(member)) member.set_text(name);
-    }
-    element.set_attribute("name", name);
-    if (earlier > 0) count_reference(scope, {"group", before.type, name, before.entity}, earlier);
-}
-
-}  // namespace
-
-void rename_entity(Call &call, Document &document) {
-    const std::string &name = checked_label(call["NEW"]);
-    Element entity(document.entity(call.scope(), call.type(), call["OLD"])), scope = entity.parent();
-    if (find_entity(scope, call.type(), name))
-        throw Failure{not_found, call.type() + ' ' + name + ": it exists already"};
-    rename_all(scope, entity, {"", call.type(), call["OLD"], true}, name);
-}
-
-void rename_container(Call &call, Document &document) {
-    const std::string &name = checked_label(call["NEW"]), &kind = call.kind();
-    Container(document, call.scope(), kind, call.type(), call["OLD"]);
-    Element scope = document.scope(call.scope());
-    if (find_container(scope, kind, call.type(), name))
-        throw Failure{not_found, kind + ' ' + name + ": it exists already"};
-    rename_all(scope, find_container(scope, kind, call.type(), call["OLD"]), {kind, call.type(), call["OLD"], false},
-               name);
+        store_failure("member " + before + label);
 }
 
 // ---- attributes
-
-namespace {
-
-void set_of_container(const Call &call, Document &document, const std::string &attribute, const std::string &value) {
-    const std::string &kind = call.option('k');
-    Container container(document, call.scope(), kind, call.type(), call.entity());
-    Element scope = document.scope(call.scope()), element = find_container(scope, kind, call.type(), call.entity());
-    auto make = [&] {
-        if (!kvio_setattr_container(container.get(), attribute.c_str(), value.c_str()))
-            store_failure(container.label());
-    };
-    if (kind != "group") return make();
-    Member before = {"group", call.type(), call.entity(), false}, after = before;
-    if (attribute == "name") after.name = value;
-    if (attribute == "type") after.type = value;
-    renamed(scope, before, after, make);
-    if (before.type == after.type) return;
-    // The members of a group of another type are others.
-    for (Element one : element) {
-        count_reference(scope, {"group", before.type, one.text(), one.is("entity")}, -1);
-        count_reference(scope, {"group", after.type, one.text(), one.is("entity")}, 1);
-    }
-}
-
-}  // namespace
 
 void attr_set(Call &call, Document &document) {
     const std::string &attribute = checked_name(call["ATTRIBUTE"], "attribute");
@@ -342,26 +255,16 @@ void attr_set(Call &call, Document &document) {
     if (attribute == "name") checked_label(value);
     if (attribute == "type" && call.has('k')) checked_name(value, "type");
     if (attribute == "xmlns") throw Failure{misused, "the attribute xmlns cannot be set: it would hide the element"};
-    if (call.has('k')) return set_of_container(call, document, attribute, value);
-    kvio_node_t *entity = document.entity(call.scope(), call.type(), call.entity());
-    Member before = {"group", call.type(), call.entity(), true}, after = before;
-    if (attribute == "name") after.name = value;
-    renamed(document.scope(call.scope()), before, after, [&] {
-        if (!kvio_setattr_entity(entity, attribute.c_str(), value.c_str()))
-            store_failure(call.type() + ' ' + call.entity());
-    });
+    Element target = target_of(call, document);
+    if (!kvio_setattr_entity(target.node(), attribute.c_str(), value.c_str())) store_failure(target.label());
 }
 
 void attr_unset(Call &call, Document &document) {
     const std::string &attribute = call["ATTRIBUTE"];
     if (attribute == "name" || (attribute == "type" && call.has('k')))
         throw Failure{misused, "the attribute " + attribute + " cannot be removed"};
-    if (call.has('k')) {
-        Container container(document, call.scope(), call.option('k'), call.type(), call.entity());
-        if (!kvio_unsetattr_container(container.get(), attribute.c_str())) store_failure(container.label());
-    } else if (!kvio_unsetattr_entity(document.entity(call.scope(), call.type(), call.entity()), attribute.c_str())) {
-        store_failure(call.type() + ' ' + call.entity());
-    }
+    Element target = target_of(call, document);
+    if (!kvio_unsetattr_entity(target.node(), attribute.c_str())) store_failure(target.label());
 }
 
 void attr_increase(Call &call, Document &document) { change_counter(call, document, kvio_increase_entity_attr, true); }

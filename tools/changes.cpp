@@ -65,9 +65,9 @@ Strings lines_of(const std::string &text) {
     return lines;
 }
 
-void run_verb(Call &call, Document &document) {
+void apply(Call &call, Document &document) {
     call.verb->change(call, document);
-    document.structure_changed |= call.verb->change != set && call.verb->change != unset;
+    if (call.verb->change != set && call.verb->change != unset) document.structure_changed = true;
 }
 
 void run_line(const std::string &line, const std::string &name, Document &document) {
@@ -76,7 +76,16 @@ void run_line(const std::string &line, const std::string &name, Document &docume
     Call call = parse(words, name.c_str());
     if (!call.verb || !call.verb->change || call.has('h')) throw Failure{misused, words[0] + " is no change"};
     read_value(call);
-    run_verb(call, document);
+    apply(call, document);
+}
+
+// Keeps the counts of references, too.
+int save_counted(const Call &call, const std::function<void(Document &)> &make) {
+    return save_change(call, [&](Document &document) {
+        document.references = references_below(document.root());
+        make(document);
+        if (document.structure_changed) update_references(document.references, references_below(document.root()));
+    });
 }
 
 }  // namespace
@@ -108,12 +117,12 @@ int save_change(const Call &call, const std::function<void(Document &)> &make) {
 
 int run_change(Call &call) {
     read_value(call);
-    return save_change(call, [&](Document &document) { run_verb(call, document); });
+    return save_counted(call, [&](Document &document) { apply(call, document); });
 }
 
 int batch(Call &call) {
     const Strings lines = lines_of(standard_input());
-    return save_change(call, [&](Document &document) {
+    return save_counted(call, [&](Document &document) {
         for (std::size_t i = 0; i < lines.size(); ++i) {
             try {
                 run_line(lines[i], call.name(), document);

@@ -52,11 +52,13 @@ public:
     // These throw a Failure that names what is missing or not unique.
     Element scope(const std::string &path) const;
     kvio_node_t *entity(const std::string &scope, const std::string &type, const std::string &name) const;
+    kvio_node_t *entity(const Call &call) const { return entity(call.scope(), call.type(), call.entity()); }
     Element container(const std::string &scope, const std::string &kind, const std::string &type,
                       const std::string &name) const;
 
     std::string output;              // of a change, to be printed once it is saved
     bool structure_changed = false;  // more than values: a fault may have come in
+    References references;           // as they were before the changes
 
 private:
     explicit Document(const std::string &path) : path_(path) {}
@@ -103,6 +105,7 @@ public:
     Container(const Container &) = delete;
     Container &operator=(const Container &) = delete;
     kvio_iterator_t *get() const { return iterator_; }
+    Element element() const { return Element(iterator_->node); }
     const std::string &label() const { return label_; }
 
 private:

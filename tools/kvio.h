@@ -35,8 +35,8 @@ struct Verb {
     const char *summary;
     const char *example;  // arguments
     // A change has both: run_change() opens NAME, changes, saves and closes; batch calls the change itself.
-    int (*run)(Call &call);
-    void (*change)(Call &call, Document &document);
+    int (*run)(Call &);
+    void (*change)(Call &, Document &);
 };
 
 // One call of a verb. The arguments begin with NAME also where a batch line leaves it out.
@@ -92,19 +92,13 @@ std::string suggestion(const std::string &word, const Strings &known);
 std::string complete(Strings words);
 
 // ---- one function for each verb, in the source of its subject
-int run_change(Call &call);
-int show(Call &), get(Call &), ls(Call &), members(Call &), find(Call &), count(Call &), refs(Call &), attr_get(Call &);
-void set(Call &, Document &), unset(Call &, Document &), define(Call &, Document &), undefine(Call &, Document &);
-void create_scope(Call &, Document &), create(Call &, Document &), dispose(Call &, Document &);
-void join(Call &, Document &), append(Call &, Document &), insert(Call &, Document &), leave(Call &, Document &);
-void rename_member(Call &, Document &), rename_entity(Call &, Document &), rename_container(Call &, Document &);
-void attr_set(Call &, Document &), attr_unset(Call &, Document &), attr_increase(Call &, Document &),
-    attr_decrease(Call &, Document &);
-int batch(Call &), edit(Call &);
-int copy(Call &), rename(Call &), remove(Call &), save_as(Call &), dump(Call &), backup(Call &), restore(Call &);
-int diff(Call &), check(Call &);
-int lock_status(Call &), lock_clear(Call &);
-int user_show(Call &), user_method(Call &), user_release(Call &), user_groups(Call &), user_types(Call &);
+using Run = int(Call &);
+using Change = void(Call &, Document &);
+Run run_change, show, get, ls, members, find, count, refs, attr_get, batch, edit;
+Run copy, rename, remove, save_as, dump, backup, restore, diff, check, lock_status, lock_clear;
+Run user_show, user_method, user_release, user_groups, user_types;
+Change set, unset, define, undefine, rename_entity, create_scope, create, dispose, rename_container;
+Change join, append, insert, leave, rename_member, attr_set, attr_unset, attr_increase, attr_decrease;
 
 }  // namespace kvio
 

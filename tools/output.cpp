@@ -1,7 +1,6 @@
 #include "output.h"
 
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -133,31 +132,22 @@ bool on_terminal() {
 }
 
 Pager::Pager(bool wanted) {
-    int ends[2];
-    if (!wanted || !on_terminal() || pipe2(ends, O_CLOEXEC) != 0) return;
-    decorated();  // as long as standard output is the terminal
     const char *pager = std::getenv("PAGER");
-    process_ = fork();
-    if (process_ == 0) {
-        dup2(ends[0], 0);
-        setenv("LESS", "FRX", 0);
-        execl("/bin/sh", "sh", "-c", pager && *pager ? pager : "less", nullptr);
-        _exit(127);
-    }
-    if (process_ > 0) {
-        std::signal(SIGPIPE, SIG_IGN);  // who quits the pager has seen enough
-        dup2(ends[1], 1);
-    }
-    close(ends[0]);
-    close(ends[1]);
+    decorated();  // as long as standard output is the terminal
+    if (!wanted || !on_terminal()) return;
+    setenv("LESS", "FRX", 0);
+    stream_ = popen(pager && *pager ? pager : "less", "we");
+    if (!stream_) return;
+    std::signal(SIGPIPE, SIG_IGN);  // the user may quit the pager before the end
+    dup2(fileno(stream_), 1);
 }
 
 Pager::~Pager() {
-    if (process_ <= 0) return;
+    if (!stream_) return;
     std::fflush(stdout);
     lost = 0;
     close(1);
-    waitpid(process_, nullptr, 0);
+    pclose(stream_);
 }
 
 bool decorated() {

@@ -2,6 +2,7 @@
 #ifndef KAVEX_TOOLS_OUTPUT_H
 #define KAVEX_TOOLS_OUTPUT_H
 
+#include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
@@ -44,7 +45,7 @@ public:
     Pager &operator=(const Pager &) = delete;
 
 private:
-    int process_ = 0;
+    std::FILE *stream_ = nullptr;
 };
 
 bool on_terminal();                                              // standard output is a terminal, or a pager on one

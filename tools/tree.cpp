@@ -178,20 +178,37 @@ Element container_naming(Element scope, const Member &member) {
     return Element();
 }
 
-int times_named(Element scope, const Member &member) {
-    int many = 0;
-    for (Element container : scope) many += member.times_in(container);
-    return many;
+References references_below(Element root) {
+    References result;
+    each_scope(root, [&](Element scope) {
+        std::map<std::string, xmlNode *> named;
+        for (Element child : scope) {
+            Role role = child.role();
+            if (role == Role::entity) named.emplace(child.tag() + ('\0' + child.name()), child.node());
+            if (child.is("group")) named.emplace('\0' + child.type() + '\0' + child.name(), child.node());
+            if (role == Role::entity || child.is("group")) result[child.node()] = 0;
+        }
+        for (Element group : scope) {
+            if (!group.is("group")) continue;
+            const std::string type = group.type();
+            for (Element member : group) {
+                auto found = named.find((member.is("container") ? '\0' + type : type) + '\0' + member.text());
+                if (found != named.end()) ++result[found->second];
+            }
+        }
+    });
+    return result;
 }
 
-void count_reference(Element scope, const Member &member, int change) {
-    Element target = member.entity ? find_entity(scope, member.type, member.name)
-                                   : find_container(scope, "group", member.type, member.name);
-    if (!target) return;
-    std::string counted = target.attribute("reference").value_or("");
-    if (counted.empty() && change < 0) return;
-    long count = counted.empty() ? times_named(scope, member) : std::strtol(counted.c_str(), nullptr, 10) + change;
-    target.set_attribute("reference", std::to_string(std::max(count, 0L)));
+void update_references(const References &before, const References &after) {
+    for (const auto &[node, count] : after) {
+        auto earlier = before.find(node);
+        const int change = count - (earlier == before.end() ? 0 : earlier->second);
+        const std::string counted = Element(node).attribute("reference").value_or("");
+        if (change == 0 || (counted.empty() && change < 0)) continue;
+        long next = counted.empty() ? count : std::strtol(counted.c_str(), nullptr, 10) + change;
+        Element(node).set_attribute("reference", std::to_string(std::max(next, 0L)));
+    }
 }
 
 }  // namespace kvio

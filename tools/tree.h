@@ -6,6 +6,7 @@
 #include <libxml/tree.h>
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -84,13 +85,13 @@ struct Member {
     int times_in(Element container) const;
 };
 
-// The first container that names it, or null; how often all do.
-Element container_naming(Element scope, const Member &member);
-int times_named(Element scope, const Member &member);
+Element container_naming(Element scope, const Member &member);  // the first one, or null
 
-// Adds a change to the attribute "reference", which counts the groups that name an entity or group. One without the
-// attribute gets it when the change is positive.
-void count_reference(Element scope, const Member &member, int change);
+// How often groups name each entity and group below an element. Updates the attributes "reference", which count that:
+// adds the difference between two such counts, or sets a missing one to the whole count where that has increased.
+using References = std::map<xmlNode *, int>;
+References references_below(Element root);
+void update_references(const References &before, const References &after);
 
 }  // namespace kvio
 
