@@ -81,10 +81,6 @@ void set_fields(kvio_node_t *entity, const Strings &pairs) {
     }
 }
 
-Container opened(const Call &call, Document &document) {
-    return {document, call.scope(), call.kind(), call.type(), call.container()};
-}
-
 void refuse_if_named(const Call &call, const Document &document, const Member &member) {
     Element container = call.has('f') ? Element() : container_naming(document.scope(call.scope()), member);
     if (container)
@@ -178,11 +174,14 @@ void create_scope(Call &call, Document &document) {
 void create(Call &call, Document &document) {
     checked_name(call.type(), "type");
     checked_label(call.container());
-    Container(document, call.scope(), call.kind(), call.type(), call.container(), Container::create_it);
+    document.scope(call.scope());
+    auto create_it = kind_of(call.kind()).create;
+    Handle made(create_it(document.get(), call.scope().c_str(), call.type().c_str(), call.container().c_str()));
+    if (!made) store_failure(call.kind() + ' ' + call.container() + " of " + call.type() + " in " + call.scope());
 }
 
 void dispose(Call &call, Document &document) {
-    Element container = document.container(call.scope(), call.kind(), call.type(), call.container());
+    Element container = document.container(call);
     refuse_if_named(call, document, {call.kind(), call.type(), call.container(), false});
     document.references.erase(container.node());
     auto dispose_it = kind_of(call.kind()).dispose;
@@ -198,13 +197,14 @@ void rename_container(Call &call, Document &document) {
 }
 
 void join(Call &call, Document &document) {
-    Container container = opened(call, document);
-    bool entities = !call.has('c');
+    const Element container = document.container(call);
+    const Handle handle = document.handle_of(call);
+    const bool entities = !call.has('c');
     for (const std::string &name : call.from("MEMBER")) {
         const std::string data = character_data(name), label = "member " + name + " of " + container.label();
         // The store compares the text that it is given, which is not the name where that has an ampersand.
-        if (data != name && has_member(container.element(), name)) refuse_existing(label);
-        kvio_join(container.get(), data.c_str(), entities);
+        if (data != name && has_member(container, name)) refuse_existing(label);
+        kvio_join(handle.get(), data.c_str(), entities);
         if (kvio_errno) store_failure(label);
         if (call.has('f')) continue;
         if (!entities)
@@ -213,37 +213,36 @@ void join(Call &call, Document &document) {
             document.entity(call.scope(), call.type(), name);
     }
     if (entities || call.has('f')) return;
-    Owned<kvio_entities_t, kvio_free_entities> found(kvio_retrieve_all2(container.get()));
+    Owned<kvio_entities_t, kvio_free_entities> found(kvio_retrieve_all2(handle.get()));
     if (!found && kvio_errno == KVIO_LOOP) store_failure(container.label());
 }
 
 void append(Call &call, Document &document) {
-    Container container = opened(call, document);
     const char *name = call.given("MEMBER") ? checked_label(call["MEMBER"]).c_str() : nullptr;
-    if (!kvio_append(container.get(), name)) store_failure(container.label());
+    if (!kvio_append(document.handle_of(call).get(), name)) store_failure(document.container(call).label());
 }
 
 void insert(Call &call, Document &document) {
     int position = number(call["NUMBER"], "the position");
-    Container container = opened(call, document);
     std::string name = call.given("MEMBER") ? character_data(call["MEMBER"]) : "";
-    if (!kvio_insert(container.get(), name.c_str(), position)) store_failure(container.label());
+    if (!kvio_insert(document.handle_of(call).get(), name.c_str(), position))
+        store_failure(document.container(call).label());
 }
 
 void leave(Call &call, Document &document) {
     if (call.has('p') == call.given("MEMBER")) throw Failure{misused, "either members or --position"};
-    Container container = opened(call, document);
-    if (call.has('p') && !kvio_delete(container.get(), number(call.option('p'), "--position")))
-        store_failure(container.label());
+    const std::string label = document.container(call).label();
+    const Handle handle = document.handle_of(call);
+    if (call.has('p') && !kvio_delete(handle.get(), number(call.option('p'), "--position"))) store_failure(label);
     for (const std::string &name : call.from("MEMBER"))
-        if (!kvio_remove(container.get(), name.c_str())) store_failure("member " + name + " of " + container.label());
+        if (!kvio_remove(handle.get(), name.c_str())) store_failure("member " + name + " of " + label);
 }
 
 void rename_member(Call &call, Document &document) {
-    Container container = opened(call, document);
+    const Element container = document.container(call);
     const std::string &before = call["MEMBER"], &after = call["NEW"], label = " of " + container.label();
-    if (before != after && has_member(container.element(), after)) refuse_existing("member " + after + label);
-    if (!kvio_change_container_element(container.get(), before.c_str(), character_data(after).c_str()))
+    if (before != after && has_member(container, after)) refuse_existing("member " + after + label);
+    if (!kvio_change_container_element(document.handle_of(call).get(), before.c_str(), character_data(after).c_str()))
         store_failure("member " + before + label);
 }
 

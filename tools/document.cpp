@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 
 #include "base/files.h"
 #include "base/paths.h"
@@ -107,6 +106,7 @@ void store_failure(const std::string &what) {
     if (kvio_errno == KVIO_MALFORMED && reason == EOVERFLOW)
         throw Failure{inconsistent, what + ": its entities expand to too much text"};
     if (kvio_errno == KVIO_MALFORMED && (reason == EBADMSG || reason == 0)) parse_failure(what);
+    if (reason == 0) throw Failure{io_error, what + ": store code " + std::to_string(kvio_errno)};
     system_failure(what, reason);
 }
 
@@ -116,24 +116,15 @@ std::unique_ptr<SignalsBlocked> with_lock(const Call &call, const std::function<
     char *end;
     const double seconds = std::strtod(text.c_str(), &end);
     if (text.empty() || *end || !(seconds >= 0)) throw Failure{misused, "SECONDS is a number, not " + text};
-    timespec start, now;
-    clock_gettime(CLOCK_MONOTONIC, &start);
-    for (;;) {
+    for (auto tries = static_cast<long>(seconds * 100);; --tries) {
         auto signals = std::make_unique<SignalsBlocked>();
         xmlResetLastError();
         errno = 0;
         kvio_errno = KVIO_OK;
         attempt();
-        const int reason = errno;
-        clock_gettime(CLOCK_MONOTONIC, &now);
-        double passed =
-            static_cast<double>(now.tv_sec - start.tv_sec) + static_cast<double>(now.tv_nsec - start.tv_nsec) / 1e9;
-        if (kvio_errno != KVIO_LOCKED || passed >= seconds) {
-            errno = reason;
-            return signals;
-        }
+        if (kvio_errno != KVIO_LOCKED || tries <= 0) return signals;
         signals.reset();
-        usleep(static_cast<useconds_t>(5000 + getpid() % 16 * 1000));  // not in step with others
+        usleep(static_cast<useconds_t>(9000 + getpid() % 16 * 200));  // not in step with others
     }
 }
 
@@ -242,18 +233,12 @@ const Kind &kind_of(const std::string &name) {
     throw Failure{misused, "KIND is table, list or group, not " + name};
 }
 
-Container::Container(Document &document, const std::string &scope, const std::string &kind, const std::string &type,
-                     const std::string &name, Mode mode)
-    : label_(kind + " " + name + " of " + type + " in " + scope) {
-    const Kind &functions = kind_of(kind);
-    auto call = mode == create_it ? functions.create : functions.open;
-    iterator_ = call(document.get(), scope.c_str(), type.c_str(), name.c_str());
-    if (iterator_) return;
-    const int code = kvio_errno;
-    if (mode == open_it) document.container(scope, kind, type, name);
-    document.scope(scope);
-    kvio_errno = code;
-    store_failure(label_);
+Handle Document::handle_of(const Call &call) const {
+    Element found = container(call);
+    Handle handle(
+        kind_of(call.kind()).open(get(), call.scope().c_str(), call.type().c_str(), call.container().c_str()));
+    if (!handle) store_failure(found.label());
+    return handle;
 }
 
 }  // namespace kvio

@@ -32,6 +32,8 @@ const std::string &checked_name(const std::string &name, const std::string &what
 // blocked in each attempt, and after the last one until the result is destroyed.
 std::unique_ptr<SignalsBlocked> with_lock(const Call &call, const std::function<void()> &attempt);
 
+using Handle = Owned<kvio_iterator_t, kvio_close_table>;
+
 class Document {
 public:
     static Document look(const std::string &name) { return snapshot(path_of(name), path_of(name)); }  // no lock
@@ -55,6 +57,10 @@ public:
     kvio_node_t *entity(const Call &call) const { return entity(call.scope(), call.type(), call.entity()); }
     Element container(const std::string &scope, const std::string &kind, const std::string &type,
                       const std::string &name) const;
+    Element container(const Call &call) const {
+        return container(call.scope(), call.kind(), call.type(), call.container());
+    }
+    Handle handle_of(const Call &call) const;  // of its container
 
     std::string output;              // of a change, to be printed once it is saved
     bool structure_changed = false;  // more than values: a fault may have come in
@@ -94,24 +100,6 @@ void put_into(Document &target, Document &source, const std::string &scope);
 // --dry-run prints how the file would differ and saves nothing.
 int save_change(const Call &call, const std::function<void(Document &)> &make);
 void refuse_new_faults(const Document &document, const std::string &name);  // those that NAME does not have
-
-// A handle on a container, closed at the end of its life.
-class Container {
-public:
-    enum Mode { open_it, create_it };
-    Container(Document &document, const std::string &scope, const std::string &kind, const std::string &type,
-              const std::string &name, Mode mode = open_it);
-    ~Container() { kvio_close_table(iterator_); }
-    Container(const Container &) = delete;
-    Container &operator=(const Container &) = delete;
-    kvio_iterator_t *get() const { return iterator_; }
-    Element element() const { return Element(iterator_->node); }
-    const std::string &label() const { return label_; }
-
-private:
-    std::string label_;
-    kvio_iterator_t *iterator_;
-};
 
 // The store's functions for one kind of container; throws for other words than table, list and group.
 struct Kind {

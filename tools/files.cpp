@@ -187,9 +187,14 @@ std::string bytes_of(const Document &document, const std::string &scope) {
     if (!scope.empty()) backup = document_of(document.scope(scope));
     xmlChar *text = nullptr;
     int size = 0;
+    xmlResetLastError();
     xmlDocDumpFormatMemory(backup ? backup.get() : document.get()->doc, &text, &size, 1);
     std::unique_ptr<xmlChar, void (*)(void *)> owner(text, xmlFree);
-    if (!text) throw std::bad_alloc();
+    const xmlError *error = xmlGetLastError();
+    if (!text || (error && error->code == XML_ERR_NO_MEMORY)) throw std::bad_alloc();
+    // An encoding that lacks a character may end the document there, without an error.
+    if (!Xml(xmlReadMemory(reinterpret_cast<char *>(text), size, nullptr, nullptr, 0)))
+        throw Failure{misused, document.path() + ": it holds characters that its encoding lacks"};
     return {reinterpret_cast<const char *>(text), static_cast<std::size_t>(size)};
 }
 

@@ -173,9 +173,8 @@ void put_names(Element container, Rows &rows) {
 }
 
 void put_entities(Document &document, const Call &call, Rows &rows) {
-    Container container(document, call.scope(), call.kind(), call.type(), call.container());
-    Owned<kvio_entities_t, kvio_free_entities> found(kvio_retrieve_all2(container.get()));
-    if (!found) store_failure(container.label());
+    Owned<kvio_entities_t, kvio_free_entities> found(kvio_retrieve_all2(document.handle_of(call).get()));
+    if (!found) store_failure(document.container(call).label());
     for (int i = 0; i < found->count; ++i) rows.add({{"entity", Element(found->items[i]).name()}});
 }
 
@@ -284,7 +283,7 @@ int ls(Call &call) {
 int members(Call &call) {
     Document document = Document::look(call.name());
     Rows rows(call);
-    Element container = document.container(call.scope(), call.kind(), call.type(), call.container());
+    Element container = document.container(call);
     if (!call.has('r'))
         for (Element member : container) rows.add({{"member", member.tag()}, {"name", member.text()}});
     else if (holds_entities(call.type()))

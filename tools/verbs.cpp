@@ -132,35 +132,27 @@ constexpr Heading headings[] = {
     {"diff", "Compare and check"},       {"lock status", "Locks"},   {"user show", "Users"},
 };
 
-struct Argument {
-    std::string name;
-    bool optional, repeated;
+struct Usage {
+    Strings words;
+    std::size_t required = 0;  // words in front of the first bracket
+    std::size_t repeated = 0;  // words at the end that may come again
 };
 
-// The arguments of a usage: words in capitals, optional in brackets, repeated before dots.
-std::vector<Argument> arguments_of(const Verb &verb) {
-    std::vector<Argument> result;
+Usage usage_of(const Verb &verb) {
+    Usage usage;
     bool optional = false;
-    std::size_t group = 0;  // the first argument of the latest word, or of the latest brackets
-    for (const char *at = verb.usage; *at;) {
-        std::size_t length = std::strcspn(at, "[]. ");
-        if (length > 0) {
-            if (!optional) group = result.size();
-            result.push_back({std::string(at, length), optional, false});
-            at += length;
-            continue;
-        }
-        if (*at == '[') {
-            optional = true;
-            group = result.size();
-        } else if (*at == ']') {
-            optional = false;
-        } else if (*at == '.') {
-            for (std::size_t i = group; i < result.size(); ++i) result[i].repeated = true;
-        }
-        ++at;
+    for (const char *at = verb.usage; *at; ++at) {
+        optional = optional || *at == '[';
+        if (*at == '[') usage.repeated = 0;
+        if (!std::isupper(static_cast<unsigned char>(*at))) continue;
+        const std::size_t length = std::strcspn(at, " [].");
+        usage.words.emplace_back(at, length);
+        usage.required += !optional;
+        usage.repeated = optional ? usage.repeated + 1 : 1;
+        at += length - 1;
     }
-    return result;
+    if (!std::strstr(verb.usage, "...")) usage.repeated = 0;
+    return usage;
 }
 
 const Verb *find_verb(const std::string &name) {
@@ -179,13 +171,10 @@ std::string synopsis(const Verb &verb) {
 }
 
 void check_count(const Verb &verb, std::size_t given) {
-    std::vector<Argument> known = arguments_of(verb);
-    auto needed = static_cast<std::size_t>(
-        std::count_if(known.begin(), known.end(), [](const Argument &one) { return !one.optional; }));
-    bool endless = !known.empty() && known.back().repeated;
-    if (given < needed || (given > known.size() && !endless))
-        throw Failure{misused,
-                      std::string("usage: kvio ") + verb.name + (*verb.options ? " [OPTION]... " : " ") + verb.usage};
+    const Usage usage = usage_of(verb);
+    if (given >= usage.required && (given <= usage.words.size() || usage.repeated > 0)) return;
+    throw Failure{misused,
+                  std::string("usage: kvio ") + verb.name + (*verb.options ? " [OPTION]... " : " ") + verb.usage};
 }
 
 [[noreturn]] void refuse_verb(const std::string &first) {
@@ -279,11 +268,10 @@ const Verb *take_verb(Strings &words) {
 }
 
 std::string argument_at(const Verb &verb, std::size_t index) {
-    std::vector<Argument> known = arguments_of(verb);
-    if (index < known.size()) return known[index].name;
-    auto repeated = static_cast<std::size_t>(
-        std::count_if(known.begin(), known.end(), [](const Argument &one) { return one.repeated; }));
-    return repeated ? known[known.size() - repeated + (index - known.size()) % repeated].name : "";
+    const Usage usage = usage_of(verb);
+    const std::size_t count = usage.words.size();
+    if (index < count) return usage.words[index];
+    return usage.repeated ? usage.words[count - usage.repeated + (index - count) % usage.repeated] : "";
 }
 
 const std::string &Call::option(char letter) const {
@@ -293,9 +281,8 @@ const std::string &Call::option(char letter) const {
 }
 
 std::size_t Call::index(const char *what) const {
-    std::vector<Argument> known = arguments_of(*verb);
-    auto found = std::find_if(known.begin(), known.end(), [&](const Argument &one) { return one.name == what; });
-    return static_cast<std::size_t>(found - known.begin());
+    const Strings words = usage_of(*verb).words;
+    return static_cast<std::size_t>(std::find(words.begin(), words.end(), what) - words.begin());
 }
 
 const std::string &Call::operator[](const char *what) const {

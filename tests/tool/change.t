@@ -114,14 +114,14 @@ $ kvio create a.xml s list 't t' m
 ! kvio: type t t is not an XML name
 [2]
 $ kvio join a.xml s list t m x y && kvio join a.xml s list t m x
-! kvio: member x of list m of t in s: it exists already
+! kvio: member x of list m of t: it exists already
 [1]
 $ kvio join a.xml s list t m ghost; kvio members a.xml s list t m
 entity	x
 entity	y
 ! kvio: no t ghost in s
 $ kvio join -f a.xml s list t m ghost 'a&amp;b' 'c&d' && kvio join -f a.xml s list t m 'c&d'
-! kvio: member c&d of list m of t in s: it exists already
+! kvio: member c&d of list m of t: it exists already
 [1]
 $ kvio members a.xml s list t m
 entity	x
@@ -130,16 +130,16 @@ entity	ghost
 entity	a&amp;b
 entity	c&d
 $ kvio join -c a.xml s group t h h
-! kvio: group h of t in s: nested containers form a loop
+! kvio: group h of t: nested containers form a loop
 [4]
 $ kvio join -c a.xml s group t g h
-! kvio: group g of t in s: nested containers form a loop
+! kvio: group g of t: nested containers form a loop
 [4]
 $ kvio join -c a.xml s group t g ghost
 ! kvio: no group ghost of t in s
 [1]
 $ kvio join -cf a.xml s group t g h && kvio members -r a.xml s group t g
-! kvio: group g of t in s: nested containers form a loop
+! kvio: group g of t: nested containers form a loop
 [4]
 $ kvio leave a.xml s group t g h && kvio members -r a.xml s group t h
 x
@@ -155,7 +155,7 @@ entity	c&d
 entity	x
 entity	#7
 $ kvio insert a.xml s list t m 99 x
-! kvio: list m of t in s: there is no such position
+! kvio: list m of t: there is no such position
 [1]
 $ kvio insert a.xml s list t m 0x1 x
 ! kvio: the position is a number from 1, not 0x1
@@ -167,16 +167,16 @@ entity	a&amp;b
 entity	x
 entity	#7
 $ kvio leave a.xml s list t m x ghost; kvio leave -p 9 a.xml s list t m; kvio leave -p 1 a.xml s list t m x; kvio leave a.xml s list t m
-! kvio: member ghost of list m of t in s: not found
-! kvio: list m of t in s: there is no such position
+! kvio: member ghost of list m of t: not found
+! kvio: list m of t: there is no such position
 ! kvio: either members or --position
 ! kvio: either members or --position
 [2]
 $ kvio rename-member -f a.xml s list t m 'a&amp;b' 'r&d' && kvio rename-member a.xml s list t m ghost x
-! kvio: member x of list m of t in s: it exists already
+! kvio: member x of list m of t: it exists already
 [1]
 $ kvio rename-member a.xml s list t m y x
-! kvio: member x of list m of t in s: it exists already
+! kvio: member x of list m of t: it exists already
 [1]
 $ kvio members a.xml s list t m
 entity	x
