@@ -4,9 +4,9 @@
     transcript.py [--update] [--readme] PATH FILE
 
 A line "$ COMMAND" runs in bash, with PATH in front of the search path and "> " in front of its further lines. Below stand its
-standard output, its standard error with "! " in front, and "[N]" for an exit status other than 0; "~" is an empty line.
-What follows an empty line, up to the next command, is a comment. With --readme the session is what stands between ```console
-and ``` of the file, without exit statuses. --update writes what was seen into the file, to be read over before it is committed.
+standard output and its standard error with "! " in front; "~" is an empty line, and "[N]" behind the last line an exit status
+other than 0. What follows an empty line, up to the next command, is a comment. With --readme the session is what stands
+between ```console and ``` of the file, without exit statuses. --update writes what was seen into the file.
 """
 import difflib
 import os
@@ -15,15 +15,17 @@ import subprocess
 import sys
 
 
-def run(command, environment):
+def run(command, environment, with_status):
     done = subprocess.run(["bash", "-c", command], capture_output=True, env=environment, timeout=60)
     out, err = (stream.decode(errors="backslashreplace") for stream in (done.stdout, done.stderr))
     lines = [line or "~" for line in out.removesuffix("\n").split("\n")] if out else []
     lines += ["! " + line for line in err.splitlines()]
-    return lines + ([f"[{done.returncode}]"] if done.returncode else [])
+    if done.returncode and with_status:
+        lines = [*lines[:-1], f"{lines[-1]} [{done.returncode}]"] if lines else [f"[{done.returncode}]"]
+    return lines
 
 
-def replay(lines, environment):
+def replay(lines, environment, with_status):
     seen, index = [], 0
     while index < len(lines):
         if not lines[index].startswith("$ "):
@@ -39,7 +41,7 @@ def replay(lines, environment):
             index += 1
         while index < len(lines) and lines[index] and not lines[index].startswith("$ "):
             index += 1
-        seen += run("\n".join(command), environment)
+        seen += run("\n".join(command), environment, with_status)
     return seen
 
 
@@ -56,7 +58,7 @@ def main():
         subprocess.run("$EXAMPLES/make-configuration >/etc/kavex/conf/appliance.xml", shell=True, check=True, env=environment)
     expected = text.splitlines()
     assert any(line.startswith("$ ") for line in expected), f"no command in {path}"
-    seen = [line for line in replay(expected, environment) if not (readme and re.fullmatch(r"\[\d+\]", line))]
+    seen = replay(expected, environment, not readme)
     semaphores = open("/proc/sysvipc/sem").read().splitlines()[1:]
     if semaphores:
         seen.append(f"! {len(semaphores)} semaphore sets are left")

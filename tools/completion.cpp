@@ -74,7 +74,8 @@ Proposals candidates(const Line &line, const std::string &what) {
     if (what == "FILE") return file_names;
     if (what == "KIND") return {"group", "list", "table"};
     if (what == "FORMAT") return {"json", "text", "xml"};
-    if (what == "NEW" && verb.change) return elements(line, "ENTITY");
+    if ((what == "NEW" || what == "OLD") && verb.change)
+        return elements(line, verb.change == rename_container ? "CONTAINER" : "ENTITY");
     if (what == "NAME" || what == "NEW" || what == "OLD") {
         Strings names = configurations();
         return {names.begin(), names.end()};

@@ -112,7 +112,7 @@ private:
     void print(const char *change, const char *sign, const char *colour, const std::string &place,
                const std::string *before, const std::string *after) {
         if (json_) return print_json(change, place, before, after);
-        std::string line = sign, part;
+        std::string line = sign;
         for (char c : place) line += c == separator ? ' ' : c;
         const std::string texts[] = {before ? one_line(without_marks(*before)) : "",
                                      after ? one_line(without_marks(*after)) : ""};

@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <functional>
 #include <memory>
 
 #include "document.h"
@@ -39,23 +38,19 @@ struct Process {
     }
 };
 
-// Calls a function with each line of a file until it returns false; false if the file cannot be opened.
-bool each_line(const std::string &path, const std::function<bool(const char *)> &use) {
+// A file of /proc, line by line; errno is set if it cannot be opened.
+Strings lines_of(const std::string &path) {
+    Strings lines;
+    errno = 0;
     std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "re"), std::fclose);
-    char *line = nullptr;
-    std::size_t size = 0;
-    while (file && getline(&line, &size, file.get()) >= 0 && use(line)) continue;
-    std::free(line);
-    return file != nullptr;
+    char line[4096];
+    while (file && std::fgets(line, sizeof line, file.get())) lines.emplace_back(line, std::strcspn(line, "\n"));
+    return lines;
 }
 
 std::string first_line(const std::string &path) {
-    std::string text;
-    each_line(path, [&](const char *line) {
-        text.assign(line, std::strcspn(line, "\n"));
-        return false;
-    });
-    return text;
+    const Strings lines = lines_of(path);
+    return lines.empty() ? "" : lines[0];
 }
 
 // The lock of a file; no value if it is free. The semaphore grants nothing to anybody, so that semctl(2) describes it
@@ -64,18 +59,16 @@ std::optional<Lock> lock_of(const std::string &path) {
     key_t key = ftok(path.c_str(), 0);
     if (key == IPC_PRIVATE) key = ftok(path.c_str(), 1);
     if (key == -1) system_failure(path, errno);
-    std::optional<Lock> lock;
-    each_line("/proc/sysvipc/sem", [&](const char *line) {
+    for (const std::string &line : lines_of("/proc/sysvipc/sem")) {
         long its_key, changed;
         int id;
         unsigned mode, many, creator;
-        if (std::sscanf(line, "%ld %d %o %u %*u %*u %u %*u %*d %ld", &its_key, &id, &mode, &many, &creator, &changed) ==
-                6 &&
-            static_cast<key_t>(its_key) == key)
-            lock = Lock{id, creator, changed, (mode & 0777) == 0 && many == 1};
-        return !lock;
-    });
-    return lock;
+        constexpr char columns[] = "%ld %d %o %u %*u %*u %u %*u %*d %ld";
+        bool read = std::sscanf(line.c_str(), columns, &its_key, &id, &mode, &many, &creator, &changed) == 6;
+        if (read && static_cast<key_t>(its_key) == key)
+            return Lock{id, creator, changed, (mode & 0777) == 0 && many == 1};
+    }
+    return std::nullopt;
 }
 
 std::optional<Lock> lock_of_configuration(const std::string &name) {
@@ -103,13 +96,10 @@ double start_of(const std::string &pid) {
 
 // Whether a process has the library mapped; no value if it does not show that. One that has ended has not.
 std::optional<bool> maps_library(const std::string &pid) {
-    bool found = false;
-    bool shown = each_line("/proc/" + pid + "/maps", [&](const char *line) {
-        found = std::strstr(line, "/libkavex.so") != nullptr;
-        return !found;
-    });
-    if (!shown && (errno == EACCES || errno == EPERM)) return std::nullopt;
-    return found;
+    for (const std::string &line : lines_of("/proc/" + pid + "/maps"))
+        if (line.find("/libkavex.so") != std::string::npos) return true;
+    if (errno == EACCES || errno == EPERM) return std::nullopt;
+    return false;
 }
 
 // Processes other than this one that may hold the lock, or have it from the process that took it: those that have the

@@ -6,23 +6,18 @@ Files. The order of arguments is that of cp and mv.
 $ kvio copy a.xml b.xml && cmp /etc/kavex/conf/a.xml /etc/kavex/conf/b.xml && stat -c %a /etc/kavex/conf/b.xml
 600
 $ kvio copy a.xml a.xml
-! kvio: a.xml twice
-[2]
+! kvio: a.xml twice [2]
 $ kvio copy ghost.xml b.xml
-! kvio: ghost.xml: No such file or directory
-[1]
+! kvio: ghost.xml: No such file or directory [1]
 $ kvio rename a.xml b.xml
-! kvio: a.xml to b.xml: it exists already
-[1]
+! kvio: a.xml to b.xml: it exists already [1]
 $ kvio rename b.xml c.xml && kvio ls
 a.xml
 c.xml
 $ kvio rename b.xml d.xml
-! kvio: b.xml: No such file or directory
-[1]
+! kvio: b.xml: No such file or directory [1]
 $ kvio remove c.xml && kvio remove c.xml
-! kvio: c.xml: No such file or directory
-[1]
+! kvio: c.xml: No such file or directory [1]
 $ kvio copy a.xml small/a.xml && kvio ls small/a.xml object/user_group
 group_description_t	office
 group_description_t	staff
@@ -32,16 +27,13 @@ group	user_group_object_t	office
 $ kvio save-as a.xml tidy.xml && cmp /etc/kavex/conf/a.xml /etc/kavex/conf/tidy.xml && stat -c %a /etc/kavex/conf/tidy.xml
 600
 $ kvio save-as a.xml a.xml
-! kvio: a.xml twice
-[2]
+! kvio: a.xml twice [2]
 $ kvio save-as a.xml nowhere/b.xml
-! kvio: /etc/kavex/conf/nowhere/b.xml: No such file or directory
-[1]
+! kvio: /etc/kavex/conf/nowhere/b.xml: No such file or directory [1]
 $ mkfifo /etc/kavex/conf/pipe; kvio copy small n.xml; kvio copy pipe n.xml; rm /etc/kavex/conf/pipe; ls /etc/kavex/conf/n.xml
 ! kvio: /etc/kavex/conf/small: Is a directory
 ! kvio: /etc/kavex/conf/pipe: it is no regular file
-! ls: cannot access '/etc/kavex/conf/n.xml': No such file or directory
-[2]
+! ls: cannot access '/etc/kavex/conf/n.xml': No such file or directory [2]
 $ kvio remove tidy.xml; kvio ls
 a.xml
 $ chmod 400 /etc/kavex/conf/a.xml; kvio set a.xml interface interface_t lan mtu 9; chmod 600 /etc/kavex/conf/a.xml
@@ -54,23 +46,19 @@ $ kvio dump a.xml - | head -2
 <?xml version="1.0" encoding="UTF-8"?>
 <kavex>
 $ kvio dump a.xml /nowhere/dump.xml
-! kvio: /nowhere/dump.xml: No such file or directory
-[1]
+! kvio: /nowhere/dump.xml: No such file or directory [1]
 $ kvio dump a.xml /usr/dump.xml
-! kvio: /usr/dump.xml: Read-only file system
-[5]
+! kvio: /usr/dump.xml: Read-only file system [5]
 $ touch /tmp/shut.xml; chmod 0 /tmp/shut.xml; kvio dump a.xml /tmp/shut.xml; kvio restore a.xml /tmp/shut.xml
 ! kvio: /tmp/shut.xml: Permission denied
-! kvio: /tmp/shut.xml: Permission denied
-[6]
+! kvio: /tmp/shut.xml: Permission denied [6]
 $ kvio backup a.xml object/user_group | head -4
 <?xml version="1.0"?>
 <kavex>
   <object>
     <user_group>
 $ kvio backup a.xml object/user_group /tmp/groups.xml && kvio backup a.xml nowhere /tmp/groups.xml
-! kvio: no scope nowhere in /etc/kavex/conf/a.xml
-[1]
+! kvio: no scope nowhere in /etc/kavex/conf/a.xml [1]
 
 Nothing is written but regular files and pipes with a reader; what is written is private and complete.
 
@@ -80,8 +68,7 @@ $ mkdir /tmp/own; ln -s /etc/kavex/conf/a.xml /tmp/link; ln -s kept.xml /tmp/own
 600 regular file new.xml
 ! kvio: /tmp/link: it is a symbolic link in a directory that others may write in
 ! kvio: ..: Is a directory
-! kvio: /dev/null: it is no regular file
-[5]
+! kvio: /dev/null: it is no regular file [5]
 $ mkfifo /tmp/own/pipe /etc/kavex/conf/pipe; kvio dump a.xml /tmp/own/pipe; cmp /tmp/own/pipe /tmp/dump.xml & kvio dump a.xml >(cmp - /tmp/dump.xml); until kvio -q dump a.xml /tmp/own/pipe; do sleep 0.05; done; wait; kvio save-as a.xml pipe; kvio copy a.xml pipe; kvio restore pipe /tmp/dump.xml; rm /etc/kavex/conf/pipe
 ! kvio: /tmp/own/pipe: No such device or address
 ! kvio: /etc/kavex/conf/pipe: it is no regular file
@@ -115,17 +102,14 @@ $ kvio diff /tmp/3.xml d.xml
 - s t y @n: 1
 - s t z
 + s/deep
-~ text text: two -> one
-[1]
+~ text text: two -> one [1]
 $ kvio diff /tmp/3.xml tidy.xml; kvio diff /tmp/4.xml d.xml
 ! kvio: /etc/kavex/conf/tidy.xml: No such file or directory
-! kvio: /tmp/4.xml: No such file or directory
-[2]
+! kvio: /tmp/4.xml: No such file or directory [2]
 $ kvio diff __system_default.xml d.xml
 - interface
 + s
-+ text
-[1]
++ text [1]
 $ kvio -q diff /tmp/3.xml d.xml; kvio diff /tmp/3.xml d.xml | wc -l
 12
 
@@ -134,8 +118,7 @@ Members that look alike in a line are different ones.
 $ printf '<kavex><s><list name="l" type="t"><entity>a, b</entity></list><group name="g" type="t"><entity>a (container)</entity></group></s></kavex>' >/etc/kavex/conf/d.xml; printf '<kavex><s><list name="l" type="t"><entity>a</entity><entity>b</entity></list><group name="g" type="t"><container>a</container></group></s></kavex>' >/tmp/5.xml; kvio diff /tmp/5.xml d.xml
 - s group of t g member a (container)
 + s group of t g member a (container)
-~ s list of t l members: a, b -> a, b
-[1]
+~ s list of t l members: a, b -> a, b [1]
 
 Ten thousand equal names; JSON.
 
@@ -153,30 +136,24 @@ Restoring. What a scope had is gone; what else changed stays.
 
 $ kvio set a.xml interface interface_t lan mtu 9000 && kvio create a.xml object/user_group list t new && kvio diff /tmp/dump.xml a.xml
 ~ interface interface_t lan mtu: 1500 -> 9000
-+ object/user_group list of t new
-[1]
++ object/user_group list of t new [1]
 $ kvio restore a.xml /tmp/groups.xml object/user_group && kvio diff /tmp/dump.xml a.xml
-~ interface interface_t lan mtu: 1500 -> 9000
-[1]
+~ interface interface_t lan mtu: 1500 -> 9000 [1]
 $ kvio restore a.xml /tmp/groups.xml object/address
-! kvio: no scope object/address in /tmp/groups.xml
-[1]
+! kvio: no scope object/address in /tmp/groups.xml [1]
 $ kvio restore a.xml /tmp/dump.xml && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 $ echo '<other/>' >/tmp/other.xml; kvio restore a.xml /tmp/other.xml; kvio restore a.xml /tmp/ghost.xml; echo '<' >/tmp/other.xml; kvio restore a.xml /tmp/other.xml
 ! kvio: /tmp/other.xml: no configuration, its root element is not kavex
 ! kvio: /tmp/ghost.xml: No such file or directory
-! kvio: /tmp/other.xml:1: not well-formed: StartTag: invalid element name
-[4]
+! kvio: /tmp/other.xml:1: not well-formed: StartTag: invalid element name [4]
 $ cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 
 A file that lacks a scope of the configuration is most likely the backup of another one.
 
 $ kvio restore a.xml /tmp/groups.xml
-! kvio: /tmp/groups.xml has no scope interface, which a.xml would lose; name the scope to restore, or use --force
-[4]
+! kvio: /tmp/groups.xml has no scope interface, which a.xml would lose; name the scope to restore, or use --force [4]
 $ kvio restore a.xml /tmp/groups.xml object
-! kvio: /tmp/groups.xml has no scope object/address, which a.xml would lose; name the scope to restore, or use --force
-[4]
+! kvio: /tmp/groups.xml has no scope object/address, which a.xml would lose; name the scope to restore, or use --force [4]
 $ kvio restore a.xml /tmp/dump.xml object && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 $ cmp /etc/kavex/conf/a.xml /tmp/dump.xml && kvio restore --force a.xml /tmp/groups.xml && kvio ls a.xml && kvio restore a.xml /tmp/dump.xml && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 object
@@ -234,8 +211,7 @@ kvio: nothing is saved
 ! kvio: no terminal to ask on; --yes answers in advance
 ! kvio: the editor false failed; nothing is saved
 ! kvio: s: group g: a member names no t: y; nothing is saved without --force
-! kvio: nothing is saved
-[4]
+! kvio: nothing is saved [4]
 $ VISUAL='kvio set d.xml s t x g 9; sed -i s/two/2/' kvio edit -y d.xml 2>&1 | sed 's|/tmp/kvio[^/]*|DIRECTORY|'; grep -h '<g>' /tmp/kvio*/* /etc/kavex/conf/d.xml; rm -r /tmp/kvio*
 ~ s t x g: two -> 2
 kvio: d.xml has changed meanwhile; your version is DIRECTORY/d.xml
@@ -247,31 +223,23 @@ kvio: FILE:6: not well-formed: StartTag: invalid element name
 Edit it again? [y/N] [33m~ s t x g: 9 -> [0m
 Save this? [y/N] y
 status 0
-~
-[1]
+~ [1]
 
 What does not get to standard output is missed.
 
-$ for format in text json xml; do kvio show -F $format a.xml >/dev/full; echo $?; done
-5
-5
-5
+$ for call in 'show' 'show -F json' 'show -F xml' dump; do kvio $call a.xml >/dev/full; done
 ! kvio: standard output: No space left on device
 ! kvio: standard output: No space left on device
 ! kvio: standard output: No space left on device
-$ kvio dump a.xml >/dev/full
-! kvio: standard output: No space left on device
-[5]
+! kvio: standard output: No space left on device [5]
 $ kvio backup a.xml object/address >/dev/full
-! kvio: standard output: No space left on device
-[5]
+! kvio: standard output: No space left on device [5]
 
 A full disk leaves the file as it was.
 
 $ head -c 150000 /dev/zero | tr '\0' x >/tmp/long; cp /etc/kavex/conf/small/a.xml /tmp/before.xml
 $ kvio define small/a.xml interface interface_t long f - </tmp/long && kvio define small/a.xml interface interface_t longer f - </tmp/long
-! kvio: /etc/kavex/conf/small/a.xml: No space left on device
-[5]
+! kvio: /etc/kavex/conf/small/a.xml: No space left on device [5]
 $ kvio ls small/a.xml interface | tail -2
 interface_t	lan.15
 interface_t	long
@@ -282,7 +250,6 @@ $ cp /etc/kavex/conf/small/a.xml /tmp/before.xml; kvio define a.xml interface in
 ! kvio: /etc/kavex/conf/small/new.xml: No space left on device
 ! kvio: /etc/kavex/conf/small/new.xml: No space left on device
 ! kvio: /etc/kavex/conf/small/new.xml: No space left on device
-! kvio: /etc/kavex/conf/small/new.xml: No space left on device
-[5]
+! kvio: /etc/kavex/conf/small/new.xml: No space left on device [5]
 $ ls /etc/kavex/conf/small; cmp /tmp/before.xml /etc/kavex/conf/small/a.xml
 a.xml

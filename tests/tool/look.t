@@ -39,11 +39,9 @@ wan
 dmz "2"
 $ kvio ls a.xml object/address ghost_t
 $ kvio ls a.xml object/nowhere
-! kvio: no scope object/nowhere in /etc/kavex/conf/a.xml
-[1]
+! kvio: no scope object/nowhere in /etc/kavex/conf/a.xml [1]
 $ kvio ls b.xml
-! kvio: /etc/kavex/conf/b.xml: No such file or directory
-[1]
+! kvio: /etc/kavex/conf/b.xml: No such file or directory [1]
 
 $ kvio show a.xml
 system/
@@ -104,14 +102,11 @@ $ kvio show -Fxml a.xml system
   </system>
 </kavex>
 $ kvio show --format=yaml a.xml
-! kvio: FORMAT is text, json or xml, not yaml
-[2]
+! kvio: FORMAT is text, json or xml, not yaml [2]
 $ kvio show a.xml //address
-! kvio: no scope //address in /etc/kavex/conf/a.xml
-[1]
+! kvio: no scope //address in /etc/kavex/conf/a.xml [1]
 $ kvio show a.xml '*'
-! kvio: there are 2 scopes *
-[4]
+! kvio: there are 2 scopes * [4]
 $ TERM=xterm script -qec 'kvio show a.xml object/address' /dev/null | tr -d '\r' | sed 's/\x1b/^/g' | head -4
 ^[1;34maddress/^[0m
 ├─ ^[32mhost_t^[0m ^[1mlan^[0m^[2m [reference=2, colour=red]^[0m
@@ -136,17 +131,13 @@ $ kvio get a.xml object/address net_t lan ip
 10.0.0.0
 $ kvio get a.xml object/address host_t 'dmz "2"'
 $ kvio get a.xml object/address host_t 'dmz "2"' ip
-! kvio: field ip of host_t dmz "2": not found
-[1]
+! kvio: field ip of host_t dmz "2": not found [1]
 $ kvio get a.xml object/address host_t nobody ip
-! kvio: no host_t nobody in object/address
-[1]
+! kvio: no host_t nobody in object/address [1]
 $ kvio get a.xml object/address host_t nobody
-! kvio: no host_t nobody in object/address
-[1]
+! kvio: no host_t nobody in object/address [1]
 $ kvio get a.xml nowhere host_t lan ip
-! kvio: no scope nowhere in /etc/kavex/conf/a.xml
-[1]
+! kvio: no scope nowhere in /etc/kavex/conf/a.xml [1]
 $ kvio get -q a.xml nowhere host_t lan ip
 [1]
 $ kvio get --default 0.0.0.0 a.xml object/address host_t nobody ip
@@ -154,8 +145,7 @@ $ kvio get --default 0.0.0.0 a.xml object/address host_t nobody ip
 $ kvio get -d '' a.xml object/address host_t lan mask
 ~
 $ kvio get -d x b.xml object/address host_t lan mask
-! kvio: /etc/kavex/conf/b.xml: No such file or directory
-[1]
+! kvio: /etc/kavex/conf/b.xml: No such file or directory [1]
 $ kvio -v set a.xml object/address net_t lan ip 10.0.0.0 2>&1 | sed 's/[0-9][0-9]* is/N is/'
 kvio_open_config success. (/etc/kavex/conf/a.xml, 0)
 Semaphore N is removed
@@ -170,14 +160,11 @@ $ kvio members -r a.xml object/address list host_t order
 wan
 lan
 $ kvio members a.xml object/address list net_t order
-! kvio: no list order of net_t in object/address
-[1]
+! kvio: no list order of net_t in object/address [1]
 $ kvio members a.xml object/address set host_t order
-! kvio: KIND is table, list or group, not set
-[2]
+! kvio: KIND is table, list or group, not set [2]
 $ kvio members -r a.xml object/address list net_t order
-! kvio: no list order of net_t in object/address
-[1]
+! kvio: no list order of net_t in object/address [1]
 
 $ kvio find a.xml '10.*'
 object/address	host_t	lan	ip	10.0.0.1
@@ -204,13 +191,11 @@ $ kvio count a.xml object/address host_t
 $ kvio count a.xml object/address ghost_t
 0
 $ kvio count a.xml '*' host_t
-! kvio: there are 2 scopes *
-[4]
+! kvio: there are 2 scopes * [4]
 $ kvio count a.xml object address; kvio count a.xml object/address '*'; kvio count a.xml . object
 0
 ! kvio: type * is not an XML name
-! kvio: no scope . in /etc/kavex/conf/a.xml
-[1]
+! kvio: no scope . in /etc/kavex/conf/a.xml [1]
 $ kvio refs a.xml object/address host_t lan
 group	host_t	inside
 group	host_t	all
@@ -226,8 +211,7 @@ red
 $ kvio attr get -k group a.xml object/address host_t inside reference
 1
 $ kvio attr get a.xml object/address host_t wan colour
-! kvio: no attribute colour of host_t wan
-[1]
+! kvio: no attribute colour of host_t wan [1]
 $ kvio attr get --default none a.xml object/address host_t wan colour
 none
 $ kvio get -d none a.xml object/address host_t nobody; kvio get -d none a.xml nowhere host_t lan; kvio attr get -d none a.xml nowhere host_t lan colour; kvio attr get -d none -k list a.xml object/address host_t all colour; kvio attr get -d none -k heap a.xml object/address host_t all colour
@@ -235,8 +219,7 @@ none
 none
 none
 none
-! kvio: KIND is table, list or group, not heap
-[2]
+! kvio: KIND is table, list or group, not heap [2]
 
 JSON; names that are nearly right; quiet.
 
@@ -248,16 +231,14 @@ $ for call in 'get a.xml object/address net_t lan' 'get a.xml object/address net
 [  {"kind": "table", "type": "net_t", "name": "order"}]
 [  {"member": "container", "name": "inside"},  {"member": "entity", "name": "lan"}]
 [  {"scope": "object/address", "type": "net_t", "name": "lan", "field": "ip", "value": "10.0.0.0"}]
-! kvio: FORMAT is text or json, not xml
-[2]
+! kvio: FORMAT is text or json, not xml [2]
 $ kvio shwo; kvio gets; kvio ls a.xml objekt/address; kvio get a.xml object/address hots_t lan; kvio get a.xml object/address host_t lam; kvio members a.xml object/address group host_t insid
 ! kvio: no verb shwo; did you mean show?
 ! kvio: no verb gets; did you mean get?
 ! kvio: no scope objekt/address in /etc/kavex/conf/a.xml; did you mean object/address?
 ! kvio: no hots_t lan in object/address; did you mean host_t?
 ! kvio: no host_t lam in object/address; did you mean lan?
-! kvio: no group insid of host_t in object/address; did you mean inside?
-[1]
+! kvio: no group insid of host_t in object/address; did you mean inside? [1]
 $ kvio -q gets; kvio get -q a.xml; kvio set -q --frob; kvio find -q a.xml '10.*'; kvio find -q a.xml nothing; kvio refs -q a.xml object/address net_t lan && kvio -V | sed 's/[0-9.]*$/N/'
 kvio N
 $ TERM=xterm script -qec "kvio ls a.xml object/address; PAGER='cat -n' kvio ls --pager a.xml object/address host_t" /dev/null | tr -d '\r'
@@ -279,8 +260,7 @@ $ kvio count a.xml object/address 'host_t | net_t'; kvio get a.xml object/addres
 ! kvio: type host_t | net_t is not an XML name
 ! kvio: type host_t[1] is not an XML name
 ! kvio: type host_t[1] is not an XML name
-! kvio: no host_t lan'] | host_t[@name='wan in object/address
-[1]
+! kvio: no host_t lan'] | host_t[@name='wan in object/address [1]
 $ cat >/etc/kavex/conf/names.xml <<'XML'
 > <!DOCTYPE kavex [<!ENTITY e "expanded">]>
 > <kavex><s><t name="it's"><f>1</f></t><t name="&quot;it&quot;"><f>2</f></t><t name="&quot;it's&quot;"><f>3</f></t><t name="e"><f>&e;</f></t><t name="twice"><f>4</f></t><t name="twice"><f>5</f></t></s>
@@ -291,8 +271,7 @@ f	1
 f	2
 f	3
 f	expanded
-! kvio: t twice in s: the name is not unique
-[4]
+! kvio: t twice in s: the name is not unique [4]
 $ kvio get names.xml 'many[3]' t one; kvio get names.xml 'many[3]' t one below; kvio get names.xml many t one; kvio get names.xml many t two; kvio get names.xml s t "'\""; kvio get -d none names.xml s t "'\""; rm /etc/kavex/conf/names.xml
 below	7
 f	
@@ -322,29 +301,21 @@ $ python3 $TESTS/tool/hold.py a.xml; kvio get a.xml object/address host_t wan ip
 Usage.
 
 $ kvio
-! kvio: no verb; see kvio --help
-[2]
+! kvio: no verb; see kvio --help [2]
 $ kvio get a.xml
-! kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD]
-[2]
+! kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]
 $ kvio get a.xml 1 2 3 4 5
-! kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD]
-[2]
+! kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]
 $ kvio attr
-! kvio: the verb is one of attr get, attr set, attr unset, attr increase, attr decrease
-[2]
+! kvio: the verb is one of attr get, attr set, attr unset, attr increase, attr decrease [2]
 $ kvio show --frobnicate a.xml
-! kvio: no option --frobnicate; see kvio show --help
-[2]
+! kvio: no option --frobnicate; see kvio show --help [2]
 $ kvio show -Z a.xml
-! kvio: no option -Z; see kvio show --help
-[2]
+! kvio: no option -Z; see kvio show --help [2]
 $ kvio show a.xml --format
-! kvio: no argument for --format; see kvio show --help
-[2]
+! kvio: no argument for --format; see kvio show --help [2]
 $ kvio ls -- -q
-! kvio: /etc/kavex/conf/-q: No such file or directory
-[1]
+! kvio: /etc/kavex/conf/-q: No such file or directory [1]
 $ kvio attr get --help
 Usage: kvio attr get [--kind KIND] [--default VALUE] NAME SCOPE TYPE ENTITY
        ATTRIBUTE
@@ -358,39 +329,29 @@ Print an attribute of an entity or container
   -v, --verbose         print the library's diagnostics too
 ~
 Example: kvio attr get appliance.xml interface interface_t lan reference
-$ kvio user types > /dev/full
+$ kvio user types >/dev/full; kvio ls a.xml >/dev/full
 ! kvio: standard output: No space left on device
-[5]
-$ kvio ls a.xml > /dev/full
-! kvio: standard output: No space left on device
-[5]
+! kvio: standard output: No space left on device [5]
 
 Files that are none.
 
 $ echo '<kavex><a>' >/etc/kavex/conf/broken.xml; kvio ls broken.xml
-! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag a line 1
-[4]
+! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag a line 1 [4]
 $ touch /etc/kavex/conf/closed.xml; chmod 0 /etc/kavex/conf/closed.xml; kvio ls closed.xml
-! kvio: /etc/kavex/conf/closed.xml: Permission denied
-[6]
+! kvio: /etc/kavex/conf/closed.xml: Permission denied [6]
 $ kvio set closed.xml a b c d e
-! kvio: /etc/kavex/conf/closed.xml: Permission denied
-[6]
+! kvio: /etc/kavex/conf/closed.xml: Permission denied [6]
 $ kvio set broken.xml a b c d e
-! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag a line 1
-[4]
+! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag a line 1 [4]
 $ kvio set ghost.xml a b c d e
-! kvio: /etc/kavex/conf/ghost.xml: No such file or directory
-[1]
+! kvio: /etc/kavex/conf/ghost.xml: No such file or directory [1]
 $ kvio ls .
-! kvio: /etc/kavex/conf/.: Is a directory
-[5]
+! kvio: /etc/kavex/conf/.: Is a directory [5]
 $ echo '<other><s><t name="x"/></s></other>' >/etc/kavex/conf/other.xml; kvio ls other.xml; kvio get other.xml s t x f; kvio show other.xml s; kvio restore a.xml - s </etc/kavex/conf/other.xml
 ! kvio: /etc/kavex/conf/other.xml: no configuration, its root element is not kavex
 ! kvio: /etc/kavex/conf/other.xml: no configuration, its root element is not kavex
 ! kvio: /etc/kavex/conf/other.xml: no configuration, its root element is not kavex
-! kvio: -: no configuration, its root element is not kavex
-[4]
+! kvio: -: no configuration, its root element is not kavex [4]
 
 What would give orders to a terminal does not get there.
 

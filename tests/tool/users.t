@@ -9,8 +9,7 @@ $ kvio user show alice; kvio user method alice; kvio user release alice; kvio us
 ! kvio: alice has not logged in, or there is no authentication buffer
 ! kvio: alice has not logged in, or there is no authentication buffer
 ! kvio: /tmp/template_group.xml: No such file or directory
-! kvio: /tmp/template_group.xml: No such file or directory
-[1]
+! kvio: /tmp/template_group.xml: No such file or directory [1]
 
 The authentication modules are at work.
 
@@ -35,26 +34,20 @@ $ kvio user method alice; kvio user method rob; kvio user method dora; kvio user
 local	1
 radius	2
 ldap	3
-! kvio: mallory has not logged in, or there is no authentication buffer
-[1]
+! kvio: mallory has not logged in, or there is no authentication buffer [1]
 $ kvio user show mallory
-! kvio: mallory has not logged in, or there is no authentication buffer
-[1]
+! kvio: mallory has not logged in, or there is no authentication buffer [1]
 $ kvio user show eve
-! kvio: no profile of eve (the system log has the reason)
-[1]
+! kvio: no profile of eve (the system log has the reason) [1]
 $ KVLOG_STDERR=1 kvio -v user show dora 2>&1 | grep -c open-sesame
-0
-[1]
+0 [1]
 $ kvio user release rob; kvio user method rob
-! kvio: rob has not logged in, or there is no authentication buffer
-[1]
+! kvio: rob has not logged in, or there is no authentication buffer [1]
 
 Groups.
 
 $ kvio user groups staff
-! kvio: /tmp/template_group.xml: No such file or directory
-[1]
+! kvio: /tmp/template_group.xml: No such file or directory [1]
 $ echo '<kavex><object><user_group><group_description_t name="staff"/><group_description_t name="loop"/><group name="staff" type="user_group_object_t"><entity>alice</entity><container>guests</container></group><group name="guests" type="user_group_object_t"><entity>dora</entity></group><group name="loop" type="user_group_object_t"><container>loop</container></group></user_group></object></kavex>' >/tmp/template_group.xml
 $ kvio user groups staff
 alice
@@ -63,9 +56,7 @@ $ kvio user groups staff dora
 $ kvio user groups staff eve
 [1]
 $ kvio user groups ghosts
-! kvio: no user group ghosts
-[1]
+! kvio: no user group ghosts [1]
 $ kvio user groups loop alice
-! kvio: user group loop cannot be read: its nesting loops or it is missing
-[4]
+! kvio: user group loop cannot be read: its nesting loops or it is missing [4]
 $ auth_module stop
