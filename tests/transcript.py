@@ -5,7 +5,7 @@
 
 A line "$ COMMAND" runs in bash, with PATH in front of the search path and "> " in front of its further lines. Below stand its
 standard output and its standard error with "! " in front; "~" is an empty line, and "[N]" behind the last line an exit status
-other than 0. What follows an empty line, up to the next command, is a comment. With --readme the session is what stands
+other than 0. An outcome of one line may stand behind the command, after "  => ". What follows an empty line, up to the next command, is a comment. With --readme the session is what stands
 between ```console and ``` of the file, without exit statuses. --update writes what was seen into the file.
 """
 import difflib
@@ -32,16 +32,19 @@ def replay(lines, environment, with_status):
             seen.append(lines[index])
             index += 1
             continue
-        command = [lines[index][2:]]
-        seen.append(lines[index])
+        first, arrow, _ = lines[index][2:].partition("  => ")
+        command = [first]
         index += 1
         while index < len(lines) and (lines[index] + " ").startswith("> "):
             command.append(lines[index][2:])
-            seen.append(lines[index])
             index += 1
-        while index < len(lines) and lines[index] and not lines[index].startswith("$ "):
+        while not arrow and index < len(lines) and lines[index] and not lines[index].startswith("$ "):
             index += 1
-        seen += run("\n".join(command), environment, with_status)
+        outcome = run("\n".join(command), environment, with_status)
+        if with_status and len(command) == len(outcome) == 1 and len(first + outcome[0]) < 150:
+            seen.append(f"$ {first}  => {outcome[0]}")
+        else:
+            seen += ["$ " + first, *("> " + line if line else ">" for line in command[1:]), *outcome]
     return seen
 
 

@@ -11,43 +11,29 @@ g	a<b>&"c"
 $ printf 'one\ntwo\n' | kvio set a.xml s t x f - && kvio get a.xml s t x f
 one
 two
-$ printf '' | kvio set a.xml s t x f - && kvio get a.xml s t x f
-~
+$ printf '' | kvio set a.xml s t x f - && kvio get a.xml s t x f  => ~
 
 
-$ kvio set a.xml s t x -- f -5 && kvio get a.xml s t x f
--5
-$ kvio set a.xml s t x f -5
-! kvio: no option -5; see kvio set --help [2]
+$ kvio set a.xml s t x -- f -5 && kvio get a.xml s t x f  => -5
+$ kvio set a.xml s t x f -5  => ! kvio: no option -5; see kvio set --help [2]
 $ kvio set a.xml s t x f 1 g; kvio get a.xml s t x f
 -5
 ! kvio: the last field has no value
-$ kvio set a.xml s t x f - g - </dev/null
-! kvio: only one value can come from standard input [2]
-$ printf 'a\0b' | kvio set a.xml s t x f -
-! kvio: standard input has a zero byte [2]
-$ kvio set a.xml s t x f - </etc
-! kvio: standard input: Is a directory [5]
-$ kvio batch a.xml <&-
-! kvio: standard input: Bad file descriptor [5]
-$ head -c 10000001 /dev/zero | tr '\0' x | kvio set a.xml s t x f -
-! kvio: the value is too long to be read back [2]
-$ kvio define a.xml s "$(head -c 50001 /dev/zero | tr '\0' t)" x
-! kvio: type is too long to be read back [2]
-$ kvio undefine a.xml s '*' x
-! kvio: type * is not an XML name [2]
+$ kvio set a.xml s t x f - g - </dev/null  => ! kvio: only one value can come from standard input [2]
+$ printf 'a\0b' | kvio set a.xml s t x f -  => ! kvio: standard input has a zero byte [2]
+$ kvio set a.xml s t x f - </etc  => ! kvio: standard input: Is a directory [5]
+$ kvio batch a.xml <&-  => ! kvio: standard input: Bad file descriptor [5]
+$ head -c 10000001 /dev/zero | tr '\0' x | kvio set a.xml s t x f -  => ! kvio: the value is too long to be read back [2]
+$ kvio define a.xml s "$(head -c 50001 /dev/zero | tr '\0' t)" x  => ! kvio: type is too long to be read back [2]
+$ kvio undefine a.xml s '*' x  => ! kvio: type * is not an XML name [2]
 $ for value in $'a\001b' $'a\xffb' $'a\xef\xbf\xbfb'; do kvio set a.xml s t x f "$value"; done
 ! kvio: the value is not UTF-8 text, or has control characters
 ! kvio: the value is not UTF-8 text, or has control characters
 ! kvio: the value is not UTF-8 text, or has control characters [2]
-$ kvio set a.xml s t x 'f g' 1
-! kvio: field f g is not an XML name [2]
-$ kvio set a.xml s t ghost f 1
-! kvio: no t ghost in s [1]
-$ kvio set a.xml two t x f 1
-! kvio: there are 2 scopes two [4]
-$ kvio set a.xml 's[' t x f 1
-! kvio: no scope s[ in /etc/kavex/conf/a.xml [1]
+$ kvio set a.xml s t x 'f g' 1  => ! kvio: field f g is not an XML name [2]
+$ kvio set a.xml s t ghost f 1  => ! kvio: no t ghost in s [1]
+$ kvio set a.xml two t x f 1  => ! kvio: there are 2 scopes two [4]
+$ kvio set a.xml 's[' t x f 1  => ! kvio: no scope s[ in /etc/kavex/conf/a.xml [1]
 $ kvio unset a.xml s t x new; kvio unset a.xml s t x g && kvio get a.xml s t x
 f	-5
 ! kvio: no field new of t x
@@ -57,60 +43,43 @@ Entities.
 $ kvio define a.xml s t 'z & "z"' f 1 g 2 && kvio get a.xml s t 'z & "z"'
 f	1
 g	2
-$ kvio define a.xml s t x
-! kvio: t x in s: it exists already [1]
-$ kvio define a.xml nowhere t x
-! kvio: no scope nowhere in /etc/kavex/conf/a.xml [1]
-$ kvio define a.xml s group x
-! kvio: group is a kind of container, no type of entities [2]
-$ kvio define a.xml s 'a b' x
-! kvio: type a b is not an XML name [2]
-$ kvio undefine a.xml s t x
-! kvio: group g names x; remove it from there first, or use --force [4]
+$ kvio define a.xml s t x  => ! kvio: t x in s: it exists already [1]
+$ kvio define a.xml nowhere t x  => ! kvio: no scope nowhere in /etc/kavex/conf/a.xml [1]
+$ kvio define a.xml s group x  => ! kvio: group is a kind of container, no type of entities [2]
+$ kvio define a.xml s 'a b' x  => ! kvio: type a b is not an XML name [2]
+$ kvio undefine a.xml s t x  => ! kvio: group g names x; remove it from there first, or use --force [4]
 $ kvio undefine a.xml s t 'z & "z"' && kvio undefine a.xml s u x && kvio ls a.xml s
 t	x
 t	y
 group	t	g
 group	t	h
 list	t	l
-$ kvio undefine a.xml s u x
-! kvio: no u x in s [1]
-$ kvio undefine --force a.xml s t x && kvio members a.xml s group t g && kvio members -r a.xml s group t g
-entity	x
+$ kvio undefine a.xml s u x  => ! kvio: no u x in s [1]
+$ kvio undefine --force a.xml s t x && kvio members a.xml s group t g && kvio members -r a.xml s group t g  => entity	x
 
 Containers and members.
 
 $ cp /tmp/a.xml /etc/kavex/conf/a.xml
-$ kvio create a.xml s list t m && kvio create a.xml s list t m
-! kvio: list m of t in s: it exists already [1]
-$ kvio create a.xml s heap t m
-! kvio: KIND is table, list or group, not heap [2]
-$ kvio create a.xml s list 't t' m
-! kvio: type t t is not an XML name [2]
-$ kvio join a.xml s list t m x y && kvio join a.xml s list t m x
-! kvio: member x of list m of t: it exists already [1]
+$ kvio create a.xml s list t m && kvio create a.xml s list t m  => ! kvio: list m of t in s: it exists already [1]
+$ kvio create a.xml s heap t m  => ! kvio: KIND is table, list or group, not heap [2]
+$ kvio create a.xml s list 't t' m  => ! kvio: type t t is not an XML name [2]
+$ kvio join a.xml s list t m x y && kvio join a.xml s list t m x  => ! kvio: member x of list m of t: it exists already [1]
 $ kvio join a.xml s list t m ghost; kvio members a.xml s list t m
 entity	x
 entity	y
 ! kvio: no t ghost in s
-$ kvio join -f a.xml s list t m ghost 'a&amp;b' 'c&d' && kvio join -f a.xml s list t m 'c&d'
-! kvio: member c&d of list m of t: it exists already [1]
+$ kvio join -f a.xml s list t m ghost 'a&amp;b' 'c&d' && kvio join -f a.xml s list t m 'c&d'  => ! kvio: member c&d of list m of t: it exists already [1]
 $ kvio members a.xml s list t m
 entity	x
 entity	y
 entity	ghost
 entity	a&amp;b
 entity	c&d
-$ kvio join -c a.xml s group t h h
-! kvio: group h of t: nested containers form a loop [4]
-$ kvio join -c a.xml s group t g h
-! kvio: group g of t: nested containers form a loop [4]
-$ kvio join -c a.xml s group t g ghost
-! kvio: no group ghost of t in s [1]
-$ kvio join -cf a.xml s group t g h && kvio members -r a.xml s group t g
-! kvio: group g of t: nested containers form a loop [4]
-$ kvio leave a.xml s group t g h && kvio members -r a.xml s group t h
-x
+$ kvio join -c a.xml s group t h h  => ! kvio: group h of t: nested containers form a loop [4]
+$ kvio join -c a.xml s group t g h  => ! kvio: group g of t: nested containers form a loop [4]
+$ kvio join -c a.xml s group t g ghost  => ! kvio: no group ghost of t in s [1]
+$ kvio join -cf a.xml s group t g h && kvio members -r a.xml s group t g  => ! kvio: group g of t: nested containers form a loop [4]
+$ kvio leave a.xml s group t g h && kvio members -r a.xml s group t h  => x
 $ kvio append a.xml s list t m x && kvio append a.xml s list t m && kvio insert --force a.xml s list t m 1 'p&q' && kvio insert a.xml s list t m 3
 $ kvio members a.xml s list t m
 entity	p&q
@@ -122,10 +91,8 @@ entity	a&amp;b
 entity	c&d
 entity	x
 entity	#7
-$ kvio insert a.xml s list t m 99 x
-! kvio: list m of t: there is no such position [1]
-$ kvio insert a.xml s list t m 0x1 x
-! kvio: the position is a number from 1, not 0x1 [2]
+$ kvio insert a.xml s list t m 99 x  => ! kvio: list m of t: there is no such position [1]
+$ kvio insert a.xml s list t m 0x1 x  => ! kvio: the position is a number from 1, not 0x1 [2]
 $ kvio leave a.xml s list t m 'c&d' ghost '#3' && kvio leave --position 1 a.xml s list t m && kvio members a.xml s list t m
 entity	x
 entity	y
@@ -139,18 +106,15 @@ $ kvio leave a.xml s list t m x ghost; kvio leave -p 9 a.xml s list t m; kvio le
 ! kvio: either members or --position [2]
 $ kvio rename-member -f a.xml s list t m 'a&amp;b' 'r&d' && kvio rename-member a.xml s list t m ghost x
 ! kvio: member x of list m of t: it exists already [1]
-$ kvio rename-member a.xml s list t m y x
-! kvio: member x of list m of t: it exists already [1]
+$ kvio rename-member a.xml s list t m y x  => ! kvio: member x of list m of t: it exists already [1]
 $ kvio members a.xml s list t m
 entity	x
 entity	y
 entity	r&d
 entity	x
 entity	#7
-$ kvio dispose a.xml s group t g
-! kvio: group h names g; remove it from there first, or use --force [4]
-$ kvio dispose -f a.xml s group t g && kvio dispose a.xml s list t m && kvio dispose a.xml s list t m
-! kvio: no list m of t in s [1]
+$ kvio dispose a.xml s group t g  => ! kvio: group h names g; remove it from there first, or use --force [4]
+$ kvio dispose -f a.xml s group t g && kvio dispose a.xml s list t m && kvio dispose a.xml s list t m  => ! kvio: no list m of t in s [1]
 $ kvio show a.xml s
 s/
   t x [reference=0]
@@ -166,12 +130,9 @@ s/
 
 Attributes and counters.
 
-$ kvio attr set a.xml s t y note 'a "b" <c>' && kvio attr get a.xml s t y note
-a "b" <c>
-$ kvio attr set -k list a.xml s t l note n && kvio attr get -k list a.xml s t l note
-n
-$ kvio attr unset a.xml s t y note && kvio attr get a.xml s t y note
-! kvio: no attribute note of t y [1]
+$ kvio attr set a.xml s t y note 'a "b" <c>' && kvio attr get a.xml s t y note  => a "b" <c>
+$ kvio attr set -k list a.xml s t l note n && kvio attr get -k list a.xml s t l note  => n
+$ kvio attr unset a.xml s t y note && kvio attr get a.xml s t y note  => ! kvio: no attribute note of t y [1]
 $ kvio attr unset -k list a.xml s t l note && kvio attr unset -k list a.xml s t l note && kvio attr get -k list a.xml s t l note
 ! kvio: no attribute note of list l of t [1]
 $ kvio attr unset a.xml s t y name; kvio attr unset -k list a.xml s t l type
@@ -186,8 +147,7 @@ $ kvio attr decrease a.xml s t y n; kvio attr increase a.xml s t y n; kvio attr 
 4294967295
 ! kvio: attribute n is 4294967295, which cannot be counted on
 ! kvio: attribute n is 1x, which cannot be counted on
-$ kvio attr set a.xml s t y 'a b' 1
-! kvio: attribute a b is not an XML name [2]
+$ kvio attr set a.xml s t y 'a b' 1  => ! kvio: attribute a b is not an XML name [2]
 
 Groups count what they name, and tables and lists do not.
 
@@ -198,16 +158,13 @@ $ for entity in x y; do kvio attr get a.xml s t $entity reference; done; kvio at
 2
 1
 1
-$ kvio rename-member a.xml s group t h y z
-! kvio: s: group h: a member names no t: z; nothing is saved without --force [4]
-$ kvio rename-member -f a.xml s group t h y z && kvio leave a.xml s group t g x h && kvio check a.xml
-s: group h: member 1 names no t: z [4]
+$ kvio rename-member a.xml s group t h y z  => ! kvio: s: group h: a member names no t: z; nothing is saved without --force [4]
+$ kvio rename-member -f a.xml s group t h y z && kvio leave a.xml s group t g x h && kvio check a.xml  => s: group h: member 1 names no t: z [4]
 $ for entity in x y; do kvio attr get a.xml s t $entity reference; done; kvio attr get -k group a.xml s t h reference
 1
 0
 0
-$ kvio leave -p 1 a.xml s group t h && kvio dispose a.xml s group t h && kvio attr get a.xml s t x reference && kvio check a.xml
-0
+$ kvio leave -p 1 a.xml s group t h && kvio dispose a.xml s group t h && kvio attr get a.xml s t x reference && kvio check a.xml  => 0
 
 What nobody counted so far is counted when a second group names it.
 
@@ -228,10 +185,8 @@ zoe
 Whoever is renamed, defined or of another type takes the counts along, in any order.
 
 $ echo '<kavex><s><t name="x" reference="1"/><u name="x"/><u name="z"/><group name="g" type="t" reference="1"><entity>x</entity></group><group name="h" type="t"><container>g</container></group></s></kavex>' >/etc/kavex/conf/a.xml; cp /etc/kavex/conf/a.xml /tmp/before.xml
-$ printf 'attr set s t x name y\nrename-member s group t g x y\n' | kvio batch a.xml && kvio check a.xml && kvio attr get a.xml s t y reference
-1
-$ printf 'rename-member s group t g y w\nattr set s t y name w\n' | kvio batch a.xml && kvio check a.xml && kvio attr get a.xml s t w reference
-1
+$ printf 'attr set s t x name y\nrename-member s group t g x y\n' | kvio batch a.xml && kvio check a.xml && kvio attr get a.xml s t y reference  => 1
+$ printf 'rename-member s group t g y w\nattr set s t y name w\n' | kvio batch a.xml && kvio check a.xml && kvio attr get a.xml s t w reference  => 1
 $ printf 'attr set -k group s t g name i\nrename-member s group t h g i\n' | kvio batch a.xml && kvio check a.xml && kvio attr get -k group a.xml s t i reference
 1
 $ printf 'append s group t i new\nappend s group t h new\ndefine s t new f 1\njoin -cf s group t h late\njoin -cf s group t i late\ncreate s group t late\n' | kvio batch a.xml && kvio check a.xml && kvio attr get a.xml s t new reference && kvio attr get -k group a.xml s t late reference
@@ -318,17 +273,12 @@ $ kvio diff /tmp/a.xml a.xml
 $ printf 'set s t x f 9\nundefine s t x\n' | kvio batch a.xml; kvio get a.xml s t x f
 1
 ! kvio: line 2: group g names x; remove it from there first, or use --force; nothing is saved
-$ printf 'leave s group t g x\nleave s list t l x x\nundefine s t x' | kvio batch a.xml; kvio ls a.xml s t
-y
-$ printf 'attr decrease s t y n\nget s t x f\n' | kvio batch a.xml
-! kvio: line 2: get is no change; nothing is saved [2]
-$ printf 'set s t x f "a\n' | kvio batch a.xml
-! kvio: line 1: a quote is not closed; nothing is saved [2]
-$ printf 'set s t y h "C:\\temp \\"q\\" \\$x"\n' | kvio batch a.xml && kvio get a.xml s t y h && kvio unset a.xml s t y h
-C:\temp "q" $x
+$ printf 'leave s group t g x\nleave s list t l x x\nundefine s t x' | kvio batch a.xml; kvio ls a.xml s t  => y
+$ printf 'attr decrease s t y n\nget s t x f\n' | kvio batch a.xml  => ! kvio: line 2: get is no change; nothing is saved [2]
+$ printf 'set s t x f "a\n' | kvio batch a.xml  => ! kvio: line 1: a quote is not closed; nothing is saved [2]
+$ printf 'set s t y h "C:\\temp \\"q\\" \\$x"\n' | kvio batch a.xml && kvio get a.xml s t y h && kvio unset a.xml s t y h  => C:\temp "q" $x
 $ (printf 'set s t y h '; head -c 1000000 /dev/zero | tr '\0' x) | timeout 30 kvio batch a.xml && kvio unset a.xml s t y h
-$ printf 'set s t y f -\n' | kvio batch a.xml
-! kvio: line 1: a batch has no value on standard input; nothing is saved [2]
+$ printf 'set s t y f -\n' | kvio batch a.xml  => ! kvio: line 1: a batch has no value on standard input; nothing is saved [2]
 $ printf 'set s t x\n' | kvio batch a.xml
 ! kvio: line 1: usage: kvio set [OPTION]... NAME SCOPE TYPE ENTITY FIELD VALUE [FIELD VALUE]...; nothing is saved [2]
 $ kvio batch a.xml </dev/null && echo '<kavex' >/etc/kavex/conf/b.xml && kvio batch b.xml </dev/null

@@ -37,8 +37,7 @@ two: t a: reference is 0, groups that name it: 1 [4]
 $ kvio check -R a.xml | grep -c '(repair: '
 9
 ! kvio: nothing is repaired; --yes repairs it without a question
-$ kvio check --yes a.xml
-! kvio: --yes goes with --repair [2]
+$ kvio check --yes a.xml  => ! kvio: --yes goes with --repair [2]
 $ cmp /tmp/a.xml /etc/kavex/conf/a.xml
 $ kvio check --repair --yes a.xml | grep repaired
 s: group g: member 2 names no t: ghost (repaired: remove the member)

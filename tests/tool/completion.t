@@ -33,8 +33,7 @@ $ complete() { kvio --complete "$@" | tr '\n' ' '; echo; }; complete get ghost.x
 address 
 with blank.xml 
 ~
-$ kvio --complete dump a.xml ''
-~
+$ kvio --complete dump a.xml ''  => ~
 
 Typed into bash.
 

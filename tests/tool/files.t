@@ -3,39 +3,29 @@ $ echo '<kavex><interface><interface_t name="lan"><mtu>1</mtu></interface_t></in
 
 Files. The order of arguments is that of cp and mv.
 
-$ kvio copy a.xml b.xml && cmp /etc/kavex/conf/a.xml /etc/kavex/conf/b.xml && stat -c %a /etc/kavex/conf/b.xml
-600
-$ kvio copy a.xml a.xml
-! kvio: a.xml twice [2]
-$ kvio copy ghost.xml b.xml
-! kvio: ghost.xml: No such file or directory [1]
-$ kvio rename a.xml b.xml
-! kvio: a.xml to b.xml: it exists already [1]
+$ kvio copy a.xml b.xml && cmp /etc/kavex/conf/a.xml /etc/kavex/conf/b.xml && stat -c %a /etc/kavex/conf/b.xml  => 600
+$ kvio copy a.xml a.xml  => ! kvio: a.xml twice [2]
+$ kvio copy ghost.xml b.xml  => ! kvio: ghost.xml: No such file or directory [1]
+$ kvio rename a.xml b.xml  => ! kvio: a.xml to b.xml: it exists already [1]
 $ kvio rename b.xml c.xml && kvio ls
 a.xml
 c.xml
-$ kvio rename b.xml d.xml
-! kvio: b.xml: No such file or directory [1]
-$ kvio remove c.xml && kvio remove c.xml
-! kvio: c.xml: No such file or directory [1]
+$ kvio rename b.xml d.xml  => ! kvio: b.xml: No such file or directory [1]
+$ kvio remove c.xml && kvio remove c.xml  => ! kvio: c.xml: No such file or directory [1]
 $ kvio copy a.xml small/a.xml && kvio ls small/a.xml object/user_group
 group_description_t	office
 group_description_t	staff
 group	user_group_object_t	staff
 group	user_group_object_t	guests
 group	user_group_object_t	office
-$ kvio save-as a.xml tidy.xml && cmp /etc/kavex/conf/a.xml /etc/kavex/conf/tidy.xml && stat -c %a /etc/kavex/conf/tidy.xml
-600
-$ kvio save-as a.xml a.xml
-! kvio: a.xml twice [2]
-$ kvio save-as a.xml nowhere/b.xml
-! kvio: /etc/kavex/conf/nowhere/b.xml: No such file or directory [1]
+$ kvio save-as a.xml tidy.xml && cmp /etc/kavex/conf/a.xml /etc/kavex/conf/tidy.xml && stat -c %a /etc/kavex/conf/tidy.xml  => 600
+$ kvio save-as a.xml a.xml  => ! kvio: a.xml twice [2]
+$ kvio save-as a.xml nowhere/b.xml  => ! kvio: /etc/kavex/conf/nowhere/b.xml: No such file or directory [1]
 $ mkfifo /etc/kavex/conf/pipe; kvio copy small n.xml; kvio copy pipe n.xml; rm /etc/kavex/conf/pipe; ls /etc/kavex/conf/n.xml
 ! kvio: /etc/kavex/conf/small: Is a directory
 ! kvio: /etc/kavex/conf/pipe: it is no regular file
 ! ls: cannot access '/etc/kavex/conf/n.xml': No such file or directory [2]
-$ kvio remove tidy.xml; kvio ls
-a.xml
+$ kvio remove tidy.xml; kvio ls  => a.xml
 $ chmod 400 /etc/kavex/conf/a.xml; kvio set a.xml interface interface_t lan mtu 9; chmod 600 /etc/kavex/conf/a.xml
 ! kvio: /etc/kavex/conf/a.xml: Permission denied
 
@@ -45,10 +35,8 @@ $ kvio dump a.xml /tmp/dump.xml && kvio dump a.xml | cmp - /tmp/dump.xml && cmp 
 $ kvio dump a.xml - | head -2
 <?xml version="1.0" encoding="UTF-8"?>
 <kavex>
-$ kvio dump a.xml /nowhere/dump.xml
-! kvio: /nowhere/dump.xml: No such file or directory [1]
-$ kvio dump a.xml /usr/dump.xml
-! kvio: /usr/dump.xml: Read-only file system [5]
+$ kvio dump a.xml /nowhere/dump.xml  => ! kvio: /nowhere/dump.xml: No such file or directory [1]
+$ kvio dump a.xml /usr/dump.xml  => ! kvio: /usr/dump.xml: Read-only file system [5]
 $ touch /tmp/shut.xml; chmod 0 /tmp/shut.xml; kvio dump a.xml /tmp/shut.xml; kvio restore a.xml /tmp/shut.xml
 ! kvio: /tmp/shut.xml: Permission denied
 ! kvio: /tmp/shut.xml: Permission denied [6]
@@ -57,8 +45,7 @@ $ kvio backup a.xml object/user_group | head -4
 <kavex>
   <object>
     <user_group>
-$ kvio backup a.xml object/user_group /tmp/groups.xml && kvio backup a.xml nowhere /tmp/groups.xml
-! kvio: no scope nowhere in /etc/kavex/conf/a.xml [1]
+$ kvio backup a.xml object/user_group /tmp/groups.xml && kvio backup a.xml nowhere /tmp/groups.xml  => ! kvio: no scope nowhere in /etc/kavex/conf/a.xml [1]
 
 Nothing is written but regular files and pipes with a reader; what is written is private and complete.
 
@@ -110,8 +97,7 @@ $ kvio diff __system_default.xml d.xml
 - interface
 + s
 + text [1]
-$ kvio -q diff /tmp/3.xml d.xml; kvio diff /tmp/3.xml d.xml | wc -l
-12
+$ kvio -q diff /tmp/3.xml d.xml; kvio diff /tmp/3.xml d.xml | wc -l  => 12
 
 Members that look alike in a line are different ones.
 
@@ -137,10 +123,8 @@ Restoring. What a scope had is gone; what else changed stays.
 $ kvio set a.xml interface interface_t lan mtu 9000 && kvio create a.xml object/user_group list t new && kvio diff /tmp/dump.xml a.xml
 ~ interface interface_t lan mtu: 1500 -> 9000
 + object/user_group list of t new [1]
-$ kvio restore a.xml /tmp/groups.xml object/user_group && kvio diff /tmp/dump.xml a.xml
-~ interface interface_t lan mtu: 1500 -> 9000 [1]
-$ kvio restore a.xml /tmp/groups.xml object/address
-! kvio: no scope object/address in /tmp/groups.xml [1]
+$ kvio restore a.xml /tmp/groups.xml object/user_group && kvio diff /tmp/dump.xml a.xml  => ~ interface interface_t lan mtu: 1500 -> 9000 [1]
+$ kvio restore a.xml /tmp/groups.xml object/address  => ! kvio: no scope object/address in /tmp/groups.xml [1]
 $ kvio restore a.xml /tmp/dump.xml && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 $ echo '<other/>' >/tmp/other.xml; kvio restore a.xml /tmp/other.xml; kvio restore a.xml /tmp/ghost.xml; echo '<' >/tmp/other.xml; kvio restore a.xml /tmp/other.xml
 ! kvio: /tmp/other.xml: no configuration, its root element is not kavex
@@ -161,8 +145,7 @@ object/user_group
 
 Files may come from a pipe, and from standard input.
 
-$ (sleep 0.2; cat /tmp/dump.xml) | kvio diff - a.xml && kvio diff <(sleep 0.2; cat /tmp/3.xml) a.xml | wc -l
-5
+$ (sleep 0.2; cat /tmp/dump.xml) | kvio diff - a.xml && kvio diff <(sleep 0.2; cat /tmp/3.xml) a.xml | wc -l  => 5
 $ (sleep 0.2; cat /tmp/dump.xml) | kvio restore a.xml - && (sleep 0.2; cat /tmp/groups.xml) | kvio restore a.xml /dev/stdin object/user_group && cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 $ head -c 3000 /tmp/dump.xml | kvio restore a.xml -; kvio diff - a.xml <&-; kvio restore a.xml - </etc; cmp /etc/kavex/conf/a.xml /tmp/dump.xml
 ! kvio: -:97: not well-formed: Premature end of data in tag address line 71
@@ -193,8 +176,7 @@ d.xml: free
 
 A pipe that nothing is written to is waited for, and a signal ends that.
 
-$ mkfifo /tmp/pipe; timeout 0.5 kvio restore a.xml /tmp/pipe; kvio lock status a.xml
-a.xml: free
+$ mkfifo /tmp/pipe; timeout 0.5 kvio restore a.xml /tmp/pipe; kvio lock status a.xml  => a.xml: free
 
 Editing: nothing is saved that is broken, or that has changed meanwhile.
 
@@ -232,8 +214,7 @@ $ for call in 'show' 'show -F json' 'show -F xml' dump; do kvio $call a.xml >/de
 ! kvio: standard output: No space left on device
 ! kvio: standard output: No space left on device
 ! kvio: standard output: No space left on device [5]
-$ kvio backup a.xml object/address >/dev/full
-! kvio: standard output: No space left on device [5]
+$ kvio backup a.xml object/address >/dev/full  => ! kvio: standard output: No space left on device [5]
 
 A full disk leaves the file as it was.
 
@@ -251,5 +232,4 @@ $ cp /etc/kavex/conf/small/a.xml /tmp/before.xml; kvio define a.xml interface in
 ! kvio: /etc/kavex/conf/small/new.xml: No space left on device
 ! kvio: /etc/kavex/conf/small/new.xml: No space left on device
 ! kvio: /etc/kavex/conf/small/new.xml: No space left on device [5]
-$ ls /etc/kavex/conf/small; cmp /tmp/before.xml /etc/kavex/conf/small/a.xml
-a.xml
+$ ls /etc/kavex/conf/small; cmp /tmp/before.xml /etc/kavex/conf/small/a.xml  => a.xml

@@ -25,14 +25,10 @@ a.xml: held since DATE by uid 0 (root), semaphore N
 b.xml: held since DATE by uid 0 (root), semaphore N
   process N (python3)
 c.xml: free
-$ kvio lock status c.xml; kvio lock status a.xml >/dev/null
-c.xml: free [3]
-$ kvio lock status ghost.xml b.xml >/dev/null
-! kvio: /etc/kavex/conf/ghost.xml: No such file or directory [1]
-$ kvio lock status -a a.xml
-! kvio: either names or --all [2]
-$ test "$(date +%F)" = "$(kvio lock status a.xml | sed -n 's/.*since \([0-9-]*\) .*/\1/p')" && echo today
-today
+$ kvio lock status c.xml; kvio lock status a.xml >/dev/null  => c.xml: free [3]
+$ kvio lock status ghost.xml b.xml >/dev/null  => ! kvio: /etc/kavex/conf/ghost.xml: No such file or directory [1]
+$ kvio lock status -a a.xml  => ! kvio: either names or --all [2]
+$ test "$(date +%F)" = "$(kvio lock status a.xml | sed -n 's/.*since \([0-9-]*\) .*/\1/p')" && echo today  => today
 $ kvio lock clear -y a.xml 2>&1 | sed 's/process [0-9]*/process N/'; echo ${PIPESTATUS[0]}
 kvio: process N (python3) may hold a.xml; --force removes the lock nevertheless
 3
@@ -46,16 +42,11 @@ $ kvio set b.xml s t x f 1; kvio copy b.xml d.xml; kvio copy c.xml b.xml; kvio r
 The live one ends, the dead one's lock is removed; the terminal is asked.
 
 $ pid=$(kvio lock status b.xml | sed -n 's/.*process \([0-9]*\).*/\1/p'); kill $pid; while [ -e /proc/$pid/maps ] && grep -q kavex /proc/$pid/maps; do sleep 0.05; done 2>/dev/null
-$ kvio lock clear a.xml </dev/null
-! kvio: no terminal to ask on; --yes answers in advance [2]
-$ kvio lock clear a.xml extra
-! kvio: usage: kvio lock clear [OPTION]... NAME [2]
-$ echo n | script -qec 'kvio lock clear a.xml; echo status $?' /dev/null | tr -d '\r' | grep -o "status [0-9]"
-status 1
-$ kvio lock status a.xml >/dev/null
-[3]
-$ echo y | script -qec 'kvio lock clear a.xml; echo status $?' /dev/null | tr -d '\r' | grep -o "status [0-9]"
-status 0
+$ kvio lock clear a.xml </dev/null  => ! kvio: no terminal to ask on; --yes answers in advance [2]
+$ kvio lock clear a.xml extra  => ! kvio: usage: kvio lock clear [OPTION]... NAME [2]
+$ echo n | script -qec 'kvio lock clear a.xml; echo status $?' /dev/null | tr -d '\r' | grep -o "status [0-9]"  => status 1
+$ kvio lock status a.xml >/dev/null  => [3]
+$ echo y | script -qec 'kvio lock clear a.xml; echo status $?' /dev/null | tr -d '\r' | grep -o "status [0-9]"  => status 0
 $ kvio lock status a.xml; kvio lock clear a.xml
 a.xml: free
 ! kvio: a.xml is free
@@ -66,8 +57,7 @@ a.xml: free
 b.xml: free
 c.xml: free
 ! kvio: b.xml is free
-$ kvio lock clear ghost.xml
-! kvio: /etc/kavex/conf/ghost.xml: No such file or directory [1]
+$ kvio lock clear ghost.xml  => ! kvio: /etc/kavex/conf/ghost.xml: No such file or directory [1]
 
 A process that started after the lock was taken does not stop `lock clear`; what is not the store's needs --force.
 

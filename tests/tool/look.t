@@ -14,16 +14,14 @@ $ cat >/etc/kavex/conf/a.xml <<'XML'
 > </address></object></kavex>
 > XML
 
-$ kvio ls
-a.xml
+$ kvio ls  => a.xml
 $ kvio ls a.xml
 system
 system/version
 system/empty
 object
 object/address
-$ kvio ls a.xml object
-address/
+$ kvio ls a.xml object  => address/
 $ kvio ls a.xml object/address
 host_t	lan
 host_t	wan
@@ -38,10 +36,8 @@ lan
 wan
 dmz "2"
 $ kvio ls a.xml object/address ghost_t
-$ kvio ls a.xml object/nowhere
-! kvio: no scope object/nowhere in /etc/kavex/conf/a.xml [1]
-$ kvio ls b.xml
-! kvio: /etc/kavex/conf/b.xml: No such file or directory [1]
+$ kvio ls a.xml object/nowhere  => ! kvio: no scope object/nowhere in /etc/kavex/conf/a.xml [1]
+$ kvio ls b.xml  => ! kvio: /etc/kavex/conf/b.xml: No such file or directory [1]
 
 $ kvio show a.xml
 system/
@@ -91,8 +87,7 @@ $ kvio show --format json a.xml
       {"kind": "list", "type": "host_t", "name": "order", "attributes": {}, "members": [{"entity": "wan"}, {"entity": "lan"}, {"entity": "wan"}]},
       {"kind": "table", "type": "net_t", "name": "order", "attributes": {}, "members": [{"entity": "lan"}]}], "scopes": []}]}
 ]
-$ kvio show -F json a.xml object/address | python3 -m json.tool >/dev/null && echo valid
-valid
+$ kvio show -F json a.xml object/address | python3 -m json.tool >/dev/null && echo valid  => valid
 $ kvio show -Fxml a.xml system
 <?xml version="1.0"?>
 <kavex>
@@ -101,12 +96,9 @@ $ kvio show -Fxml a.xml system
     <empty/>
   </system>
 </kavex>
-$ kvio show --format=yaml a.xml
-! kvio: FORMAT is text, json or xml, not yaml [2]
-$ kvio show a.xml //address
-! kvio: no scope //address in /etc/kavex/conf/a.xml [1]
-$ kvio show a.xml '*'
-! kvio: there are 2 scopes * [4]
+$ kvio show --format=yaml a.xml  => ! kvio: FORMAT is text, json or xml, not yaml [2]
+$ kvio show a.xml //address  => ! kvio: no scope //address in /etc/kavex/conf/a.xml [1]
+$ kvio show a.xml '*'  => ! kvio: there are 2 scopes * [4]
 $ TERM=xterm script -qec 'kvio show a.xml object/address' /dev/null | tr -d '\r' | sed 's/\x1b/^/g' | head -4
 ^[1;34maddress/^[0m
 ├─ ^[32mhost_t^[0m ^[1mlan^[0m^[2m [reference=2, colour=red]^[0m
@@ -125,27 +117,17 @@ none
 $ kvio get a.xml object/address host_t lan note
 a < b & c	tab
 line
-$ kvio get a.xml object/address host_t lan none
-~
-$ kvio get a.xml object/address net_t lan ip
-10.0.0.0
+$ kvio get a.xml object/address host_t lan none  => ~
+$ kvio get a.xml object/address net_t lan ip  => 10.0.0.0
 $ kvio get a.xml object/address host_t 'dmz "2"'
-$ kvio get a.xml object/address host_t 'dmz "2"' ip
-! kvio: field ip of host_t dmz "2": not found [1]
-$ kvio get a.xml object/address host_t nobody ip
-! kvio: no host_t nobody in object/address [1]
-$ kvio get a.xml object/address host_t nobody
-! kvio: no host_t nobody in object/address [1]
-$ kvio get a.xml nowhere host_t lan ip
-! kvio: no scope nowhere in /etc/kavex/conf/a.xml [1]
-$ kvio get -q a.xml nowhere host_t lan ip
-[1]
-$ kvio get --default 0.0.0.0 a.xml object/address host_t nobody ip
-0.0.0.0
-$ kvio get -d '' a.xml object/address host_t lan mask
-~
-$ kvio get -d x b.xml object/address host_t lan mask
-! kvio: /etc/kavex/conf/b.xml: No such file or directory [1]
+$ kvio get a.xml object/address host_t 'dmz "2"' ip  => ! kvio: field ip of host_t dmz "2": not found [1]
+$ kvio get a.xml object/address host_t nobody ip  => ! kvio: no host_t nobody in object/address [1]
+$ kvio get a.xml object/address host_t nobody  => ! kvio: no host_t nobody in object/address [1]
+$ kvio get a.xml nowhere host_t lan ip  => ! kvio: no scope nowhere in /etc/kavex/conf/a.xml [1]
+$ kvio get -q a.xml nowhere host_t lan ip  => [1]
+$ kvio get --default 0.0.0.0 a.xml object/address host_t nobody ip  => 0.0.0.0
+$ kvio get -d '' a.xml object/address host_t lan mask  => ~
+$ kvio get -d x b.xml object/address host_t lan mask  => ! kvio: /etc/kavex/conf/b.xml: No such file or directory [1]
 $ kvio -v set a.xml object/address net_t lan ip 10.0.0.0 2>&1 | sed 's/[0-9][0-9]* is/N is/'
 kvio_open_config success. (/etc/kavex/conf/a.xml, 0)
 Semaphore N is removed
@@ -159,12 +141,9 @@ dmz "2"
 $ kvio members -r a.xml object/address list host_t order
 wan
 lan
-$ kvio members a.xml object/address list net_t order
-! kvio: no list order of net_t in object/address [1]
-$ kvio members a.xml object/address set host_t order
-! kvio: KIND is table, list or group, not set [2]
-$ kvio members -r a.xml object/address list net_t order
-! kvio: no list order of net_t in object/address [1]
+$ kvio members a.xml object/address list net_t order  => ! kvio: no list order of net_t in object/address [1]
+$ kvio members a.xml object/address set host_t order  => ! kvio: KIND is table, list or group, not set [2]
+$ kvio members -r a.xml object/address list net_t order  => ! kvio: no list order of net_t in object/address [1]
 
 $ kvio find a.xml '10.*'
 object/address	host_t	lan	ip	10.0.0.1
@@ -184,14 +163,10 @@ $ kvio find --field ip --type host_t a.xml '*'
 object/address	host_t	lan	ip	10.0.0.1
 object/address	host_t	lan	ip	twice
 object/address	host_t	wan	ip	10.9.0.1
-$ kvio find a.xml nothing
-[1]
-$ kvio count a.xml object/address host_t
-3
-$ kvio count a.xml object/address ghost_t
-0
-$ kvio count a.xml '*' host_t
-! kvio: there are 2 scopes * [4]
+$ kvio find a.xml nothing  => [1]
+$ kvio count a.xml object/address host_t  => 3
+$ kvio count a.xml object/address ghost_t  => 0
+$ kvio count a.xml '*' host_t  => ! kvio: there are 2 scopes * [4]
 $ kvio count a.xml object address; kvio count a.xml object/address '*'; kvio count a.xml . object
 0
 ! kvio: type * is not an XML name
@@ -200,20 +175,13 @@ $ kvio refs a.xml object/address host_t lan
 group	host_t	inside
 group	host_t	all
 list	host_t	order
-$ kvio refs --kind group a.xml object/address host_t inside
-group	host_t	all
-$ kvio refs a.xml object/address host_t inside
-[1]
-$ kvio refs a.xml object/address net_t lan
-table	net_t	order
-$ kvio attr get a.xml object/address host_t lan colour
-red
-$ kvio attr get -k group a.xml object/address host_t inside reference
-1
-$ kvio attr get a.xml object/address host_t wan colour
-! kvio: no attribute colour of host_t wan [1]
-$ kvio attr get --default none a.xml object/address host_t wan colour
-none
+$ kvio refs --kind group a.xml object/address host_t inside  => group	host_t	all
+$ kvio refs a.xml object/address host_t inside  => [1]
+$ kvio refs a.xml object/address net_t lan  => table	net_t	order
+$ kvio attr get a.xml object/address host_t lan colour  => red
+$ kvio attr get -k group a.xml object/address host_t inside reference  => 1
+$ kvio attr get a.xml object/address host_t wan colour  => ! kvio: no attribute colour of host_t wan [1]
+$ kvio attr get --default none a.xml object/address host_t wan colour  => none
 $ kvio get -d none a.xml object/address host_t nobody; kvio get -d none a.xml nowhere host_t lan; kvio attr get -d none a.xml nowhere host_t lan colour; kvio attr get -d none -k list a.xml object/address host_t all colour; kvio attr get -d none -k heap a.xml object/address host_t all colour
 none
 none
@@ -300,22 +268,14 @@ $ python3 $TESTS/tool/hold.py a.xml; kvio get a.xml object/address host_t wan ip
 
 Usage.
 
-$ kvio
-! kvio: no verb; see kvio --help [2]
-$ kvio get a.xml
-! kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]
-$ kvio get a.xml 1 2 3 4 5
-! kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]
-$ kvio attr
-! kvio: the verb is one of attr get, attr set, attr unset, attr increase, attr decrease [2]
-$ kvio show --frobnicate a.xml
-! kvio: no option --frobnicate; see kvio show --help [2]
-$ kvio show -Z a.xml
-! kvio: no option -Z; see kvio show --help [2]
-$ kvio show a.xml --format
-! kvio: no argument for --format; see kvio show --help [2]
-$ kvio ls -- -q
-! kvio: /etc/kavex/conf/-q: No such file or directory [1]
+$ kvio  => ! kvio: no verb; see kvio --help [2]
+$ kvio get a.xml  => ! kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]
+$ kvio get a.xml 1 2 3 4 5  => ! kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]
+$ kvio attr  => ! kvio: the verb is one of attr get, attr set, attr unset, attr increase, attr decrease [2]
+$ kvio show --frobnicate a.xml  => ! kvio: no option --frobnicate; see kvio show --help [2]
+$ kvio show -Z a.xml  => ! kvio: no option -Z; see kvio show --help [2]
+$ kvio show a.xml --format  => ! kvio: no argument for --format; see kvio show --help [2]
+$ kvio ls -- -q  => ! kvio: /etc/kavex/conf/-q: No such file or directory [1]
 $ kvio attr get --help
 Usage: kvio attr get [--kind KIND] [--default VALUE] NAME SCOPE TYPE ENTITY
        ATTRIBUTE
@@ -337,16 +297,11 @@ Files that are none.
 
 $ echo '<kavex><a>' >/etc/kavex/conf/broken.xml; kvio ls broken.xml
 ! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag a line 1 [4]
-$ touch /etc/kavex/conf/closed.xml; chmod 0 /etc/kavex/conf/closed.xml; kvio ls closed.xml
-! kvio: /etc/kavex/conf/closed.xml: Permission denied [6]
-$ kvio set closed.xml a b c d e
-! kvio: /etc/kavex/conf/closed.xml: Permission denied [6]
-$ kvio set broken.xml a b c d e
-! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag a line 1 [4]
-$ kvio set ghost.xml a b c d e
-! kvio: /etc/kavex/conf/ghost.xml: No such file or directory [1]
-$ kvio ls .
-! kvio: /etc/kavex/conf/.: Is a directory [5]
+$ touch /etc/kavex/conf/closed.xml; chmod 0 /etc/kavex/conf/closed.xml; kvio ls closed.xml  => ! kvio: /etc/kavex/conf/closed.xml: Permission denied [6]
+$ kvio set closed.xml a b c d e  => ! kvio: /etc/kavex/conf/closed.xml: Permission denied [6]
+$ kvio set broken.xml a b c d e  => ! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag a line 1 [4]
+$ kvio set ghost.xml a b c d e  => ! kvio: /etc/kavex/conf/ghost.xml: No such file or directory [1]
+$ kvio ls .  => ! kvio: /etc/kavex/conf/.: Is a directory [5]
 $ echo '<other><s><t name="x"/></s></other>' >/etc/kavex/conf/other.xml; kvio ls other.xml; kvio get other.xml s t x f; kvio show other.xml s; kvio restore a.xml - s </etc/kavex/conf/other.xml
 ! kvio: /etc/kavex/conf/other.xml: no configuration, its root element is not kavex
 ! kvio: /etc/kavex/conf/other.xml: no configuration, its root element is not kavex

@@ -35,28 +35,20 @@ local	1
 radius	2
 ldap	3
 ! kvio: mallory has not logged in, or there is no authentication buffer [1]
-$ kvio user show mallory
-! kvio: mallory has not logged in, or there is no authentication buffer [1]
-$ kvio user show eve
-! kvio: no profile of eve (the system log has the reason) [1]
-$ KVLOG_STDERR=1 kvio -v user show dora 2>&1 | grep -c open-sesame
-0 [1]
-$ kvio user release rob; kvio user method rob
-! kvio: rob has not logged in, or there is no authentication buffer [1]
+$ kvio user show mallory  => ! kvio: mallory has not logged in, or there is no authentication buffer [1]
+$ kvio user show eve  => ! kvio: no profile of eve (the system log has the reason) [1]
+$ KVLOG_STDERR=1 kvio -v user show dora 2>&1 | grep -c open-sesame  => 0 [1]
+$ kvio user release rob; kvio user method rob  => ! kvio: rob has not logged in, or there is no authentication buffer [1]
 
 Groups.
 
-$ kvio user groups staff
-! kvio: /tmp/template_group.xml: No such file or directory [1]
+$ kvio user groups staff  => ! kvio: /tmp/template_group.xml: No such file or directory [1]
 $ echo '<kavex><object><user_group><group_description_t name="staff"/><group_description_t name="loop"/><group name="staff" type="user_group_object_t"><entity>alice</entity><container>guests</container></group><group name="guests" type="user_group_object_t"><entity>dora</entity></group><group name="loop" type="user_group_object_t"><container>loop</container></group></user_group></object></kavex>' >/tmp/template_group.xml
 $ kvio user groups staff
 alice
 dora
 $ kvio user groups staff dora
-$ kvio user groups staff eve
-[1]
-$ kvio user groups ghosts
-! kvio: no user group ghosts [1]
-$ kvio user groups loop alice
-! kvio: user group loop cannot be read: its nesting loops or it is missing [4]
+$ kvio user groups staff eve  => [1]
+$ kvio user groups ghosts  => ! kvio: no user group ghosts [1]
+$ kvio user groups loop alice  => ! kvio: user group loop cannot be read: its nesting loops or it is missing [4]
 $ auth_module stop
