@@ -1,8 +1,6 @@
 // Runs changes, single ones and batches: under one lock, saved once and only if all of them succeed.
 #include <algorithm>
 #include <cstring>
-#include <optional>
-#include <utility>
 
 #include "document.h"
 #include "output.h"
@@ -29,29 +27,31 @@ void read_value(Call &call) {
 // double quotes a backslash stays unless the character behind it needs one there.
 Strings split(const std::string &line) {
     Strings words;
-    std::optional<std::string> word;
+    bool in_word = false;
     char quote = 0;
-    auto add = [&](char c) { (word ? *word : word.emplace()) += c; };
+    auto add = [&](const std::string &text) {
+        if (!in_word) words.emplace_back();
+        in_word = true;
+        words.back() += text;
+    };
     for (std::size_t i = 0; i < line.size(); ++i) {
-        char c = line[i];
-        if (quote && c == quote) {
-            quote = 0;
-        } else if (c == '\\' && quote != '\'' && i + 1 < line.size()) {
-            if (quote && !std::strchr("$`\"\\", line[i + 1])) add(c);
-            add(line[++i]);
-        } else if (!quote && (c == '"' || c == '\'')) {
-            quote = c;
-            if (!word) word.emplace();
+        const char c = line[i];
+        if (c == '\\' && quote != '\'' && i + 1 < line.size()) {
+            bool kept = quote && !std::strchr("$`\"\\", line[i + 1]);
+            add(line.substr(kept ? i : i + 1, kept ? 2 : 1));
+            ++i;
+        } else if (quote ? c == quote : c == '"' || c == '\'') {
+            quote = quote ? '\0' : c;
+            add("");
         } else if (!quote && (c == ' ' || c == '\t')) {
-            if (word) words.push_back(*std::exchange(word, std::nullopt));
-        } else if (!quote && !word && c == '#') {
+            in_word = false;
+        } else if (!quote && !in_word && c == '#') {
             break;
         } else {
-            add(c);
+            add(std::string(1, c));
         }
     }
     if (quote) throw Failure{misused, "a quote is not closed"};
-    if (word) words.push_back(*word);
     return words;
 }
 

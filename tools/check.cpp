@@ -43,7 +43,7 @@ std::string contents_of(Element element) {
     std::map<std::string, std::string> sorted;
     for (const auto &[name, value] : element.attributes()) sorted[name] = value;
     std::string text = std::string("<") + element.tag();
-    for (const auto &[name, value] : sorted) text += '\1' + name + '\1' + value;
+    for (const auto &[name, value] : sorted) text.append(1, '\1').append(name).append(1, '\1').append(value);
     if (element.is_empty()) return text + '>' + element.text();
     for (Element child : element) text += contents_of(child);
     return text + "</>";

@@ -35,8 +35,9 @@ private:
 
     void add_attributes(Element element, const std::string &place) {
         bool container = element.role() == Role::container, scope = element.role() == Role::scope;
+        const std::string prefix = place + separator + '@';
         for (const auto &[name, value] : element.attributes())
-            if (scope || (name != "name" && !(container && name == "type"))) add(place + separator + '@' + name, value);
+            if (scope || (name != "name" && !(container && name == "type"))) add(prefix + name, value);
     }
 
     void add_scope(Element scope) {
@@ -63,11 +64,12 @@ private:
     }
 
     void add_members(Element container, const std::string &place) {
+        const std::string prefix = place + separator + "member ";
         std::string order;
         for (Element member : container) {
             std::string text = member.text();
             if (!member.is("entity")) text += mark + (" (" + std::string(member.tag()) + ')');
-            if (container.is("group")) add(place + separator + "member " + text, "");
+            if (container.is("group")) add(prefix + text, "");
             order += (order.empty() ? "" : mark + std::string(", ")) + text;
         }
         if (!container.is("group")) add(place + separator + "members", order);

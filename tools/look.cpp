@@ -37,7 +37,7 @@ std::string value_of(kvio_node_t *entity, const std::string &field, const std::s
 
 void put_values(const Call &call, const Document &document) {
     Rows rows(call);
-    const std::string wanted = call["FIELD"];
+    const std::string &wanted = call["FIELD"];
     Element entity = entity_in(document, call);
     if (!wanted.empty() && !rows.as_json()) return put(value_of(entity.node(), wanted, entity.label()) + '\n');
     if (!wanted.empty()) rows.add({{"field", wanted}, {"value", value_of(entity.node(), wanted, entity.label())}});

@@ -136,7 +136,7 @@ Pager::Pager(bool wanted) {
     decorated();  // as long as standard output is the terminal
     if (!wanted || !on_terminal()) return;
     setenv("LESS", "FRX", 0);
-    stream_ = popen(pager && *pager ? pager : "less", "we");
+    stream_ = popen(pager && *pager ? pager : "less", "we");  // NOLINT(cert-env33-c): the user's own command
     if (!stream_) return;
     std::signal(SIGPIPE, SIG_IGN);  // the user may quit the pager before the end
     dup2(fileno(stream_), 1);
@@ -163,7 +163,7 @@ std::string coloured(const char *sgr, const std::string &text) {
 }
 
 std::string format_of(const Call &call, bool xml_allowed) {
-    const std::string format = call.has('F') ? call.option('F') : "text";
+    std::string format = call.has('F') ? call.option('F') : "text";
     if (format == "text" || format == "json" || (format == "xml" && xml_allowed)) return format;
     throw Failure{misused,
                   std::string("FORMAT is text") + (xml_allowed ? ", json or xml" : " or json") + ", not " + format};

@@ -39,6 +39,17 @@ std::string text_of(xmlAttr *attribute) {
     return plain ? plain : taken(xmlNodeGetContent(reinterpret_cast<xmlNode *>(attribute)));
 }
 
+std::string group_key(const std::string &type, const std::string &name) { return '\0' + type + '\0' + name; }
+
+void count_members(Element group, const std::map<std::string, xmlNode *> &named, References &counts) {
+    const std::string entity = group.type() + '\0', container = group_key(group.type(), "");
+    for (Element member : group) {
+        std::string key = member.is("container") ? container : entity;
+        auto found = named.find(key.append(member.text()));
+        if (found != named.end()) ++counts[found->second];
+    }
+}
+
 }  // namespace
 
 std::string Element::text() const {
@@ -183,19 +194,14 @@ References references_below(Element root) {
     each_scope(root, [&](Element scope) {
         std::map<std::string, xmlNode *> named;
         for (Element child : scope) {
-            Role role = child.role();
-            if (role == Role::entity) named.emplace(child.tag() + ('\0' + child.name()), child.node());
-            if (child.is("group")) named.emplace('\0' + child.type() + '\0' + child.name(), child.node());
-            if (role == Role::entity || child.is("group")) result[child.node()] = 0;
+            bool group = child.is("group");
+            if (!group && child.role() != Role::entity) continue;
+            named.emplace(group ? group_key(child.type(), child.name()) : child.tag() + ('\0' + child.name()),
+                          child.node());
+            result[child.node()] = 0;
         }
-        for (Element group : scope) {
-            if (!group.is("group")) continue;
-            const std::string type = group.type();
-            for (Element member : group) {
-                auto found = named.find((member.is("container") ? '\0' + type : type) + '\0' + member.text());
-                if (found != named.end()) ++result[found->second];
-            }
-        }
+        for (Element group : scope)
+            if (group.is("group")) count_members(group, named, result);
     });
     return result;
 }
