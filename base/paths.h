@@ -6,7 +6,6 @@ namespace paths {
 
 // Configuration store.
 inline constexpr char config_directory[] = "/etc/kavex/conf/";
-inline constexpr char redo_prefix[] = ".kavex-redo-";
 inline constexpr char system_directory[] = "/etc/";
 inline constexpr char system_default[] = "__system_default.xml";
 inline constexpr char system_default_template[] = "/etc/__system_default.xml";

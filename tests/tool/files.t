@@ -21,6 +21,11 @@ group	user_group_object_t	office
 $ kvio save-as a.xml tidy.xml && cmp /etc/kavex/conf/a.xml /etc/kavex/conf/tidy.xml && stat -c %a /etc/kavex/conf/tidy.xml  => 600
 $ kvio save-as a.xml a.xml  => ! kvio: a.xml twice [2]
 $ kvio save-as a.xml nowhere/b.xml  => ! kvio: /etc/kavex/conf/nowhere/b.xml: No such file or directory [1]
+$ chmod 0 /etc/kavex/conf/a.xml; kvio copy a.xml unread.xml; chmod 600 /etc/kavex/conf/a.xml; ls /etc/kavex/conf
+a.xml
+small
+tidy.xml
+! kvio: a.xml to unread.xml: Permission denied
 $ mkfifo /etc/kavex/conf/pipe; kvio copy small n.xml; kvio copy pipe n.xml; rm /etc/kavex/conf/pipe; ls /etc/kavex/conf/n.xml
 ! kvio: /etc/kavex/conf/small: Is a directory
 ! kvio: /etc/kavex/conf/pipe: it is no regular file
@@ -227,7 +232,9 @@ interface_t	long
 
 There is no room for a copy: what was there stays, and nothing is left that was not.
 
-$ cp /etc/kavex/conf/small/a.xml /tmp/before.xml; kvio define a.xml interface interface_t huge f - </tmp/long; kvio define a.xml interface interface_t huger f - </tmp/long; kvio save-as a.xml small/new.xml; kvio restore small/new.xml /etc/kavex/conf/a.xml; kvio dump a.xml /etc/kavex/conf/small/new.xml; kvio backup a.xml interface /etc/kavex/conf/small/new.xml
+$ cp /etc/kavex/conf/small/a.xml /tmp/before.xml; kvio define a.xml interface interface_t huge f - </tmp/long; kvio define a.xml interface interface_t huger f - </tmp/long; for try in a.xml new.xml; do kvio copy a.xml small/$try; done; kvio save-as a.xml small/new.xml; kvio restore small/new.xml /etc/kavex/conf/a.xml; kvio dump a.xml /etc/kavex/conf/small/new.xml; kvio backup a.xml interface /etc/kavex/conf/small/new.xml
+! kvio: a.xml to small/a.xml: No space left on device
+! kvio: a.xml to small/new.xml: No space left on device
 ! kvio: /etc/kavex/conf/small/new.xml: No space left on device
 ! kvio: /etc/kavex/conf/small/new.xml: No space left on device
 ! kvio: /etc/kavex/conf/small/new.xml: No space left on device
