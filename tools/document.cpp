@@ -110,7 +110,8 @@ void store_failure(const std::string &what) {
     system_failure(what, reason);
 }
 
-std::unique_ptr<SignalsBlocked> with_lock(const Call &call, const std::function<void()> &attempt) {
+std::unique_ptr<SignalsBlocked> with_lock(const Call &call, const std::string &what,
+                                          const std::function<bool()> &attempt) {
     const char *preset = std::getenv("KVIO_WAIT");
     const std::string text = call.has('w') ? call.option('w') : (preset && *preset ? preset : "0");
     char *end;
@@ -121,8 +122,8 @@ std::unique_ptr<SignalsBlocked> with_lock(const Call &call, const std::function<
         xmlResetLastError();
         errno = 0;
         kvio_errno = KVIO_OK;
-        attempt();
-        if (kvio_errno != KVIO_LOCKED || tries <= 0) return signals;
+        if (attempt()) return signals;
+        if (kvio_errno != KVIO_LOCKED || tries <= 0) store_failure(what);
         signals.reset();
         usleep(static_cast<useconds_t>(9000 + getpid() % 16 * 200));  // not in step with others
     }
@@ -152,9 +153,11 @@ Document Document::file(const std::string &path) {
 
 Document Document::change(const Call &call) {
     Document document(path_of(call.name()));
-    document.signals_ = with_lock(call, [&] { document.owner_.reset(kvio_open_config(call.name().c_str(), 0)); });
+    document.signals_ = with_lock(call, document.path_, [&] {
+        document.owner_.reset(kvio_open_config(call.name().c_str(), 0));
+        return document.owner_ != nullptr;
+    });
     document.config_ = document.owner_.get();
-    if (!document.config_) store_failure(document.path_);
     return document;
 }
 
@@ -163,11 +166,11 @@ void Document::save() {
 }
 
 void Document::save_as(const Call &call, const std::string &name) {
-    bool saved = false;
-    auto signals = with_lock(call, [&] { saved = kvio_save_as(get(), name.c_str()) >= 0; });
-    if (!signals_) signals_ = std::move(signals);
-    if (!owner_ && saved) owner_.reset(config_);  // a snapshot has a lock now
-    if (!saved) store_failure(path_of(name));
+    auto signals = with_lock(call, path_of(name), [&] { return kvio_save_as(get(), name.c_str()) >= 0; });
+    if (!owner_) {  // a snapshot has a lock now
+        signals_ = std::move(signals);
+        owner_.reset(config_);
+    }
 }
 
 Element Document::root() const {

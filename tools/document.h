@@ -29,8 +29,9 @@ const std::string &checked_name(const std::string &name, const std::string &what
 [[noreturn]] void store_failure(const std::string &what);
 
 // Calls the store, again while another process holds the lock, for the seconds of --wait or KVIO_WAIT. Signals are
-// blocked in each attempt, and after the last one until the result is destroyed.
-std::unique_ptr<SignalsBlocked> with_lock(const Call &call, const std::function<void()> &attempt);
+// blocked in each attempt, and after the last one until the result is destroyed. Throws a store_failure() about `what`.
+std::unique_ptr<SignalsBlocked> with_lock(const Call &call, const std::string &what,
+                                          const std::function<bool()> &attempt);
 
 using Handle = Owned<kvio_iterator_t, kvio_close_table>;
 

@@ -41,10 +41,7 @@ Xml document_of(Element scope) {
 void run_on_files(int (*operation)(const char *, const char *), const Call &call) {
     const std::string &from = call.name(), &to = call["NEW"];
     if (from == to) throw Failure{misused, from + " twice"};
-    bool failed = false;
-    auto signals = with_lock(call, [&] { failed = operation(from.c_str(), to.c_str()) != 0; });
-    if (!failed) return;
-    store_failure(kvio_errno == KVIO_NO_FILE ? from : from + " to " + to);
+    with_lock(call, from + " to " + to, [&] { return operation(from.c_str(), to.c_str()) == 0; });
 }
 
 // Refuses what is there but no regular file.
@@ -111,12 +108,11 @@ void refuse_loss(const Document &source, const Document &target, const Call &cal
 // Saves under another name. A failure leaves no empty file under a new one.
 void save_under(const Call &call, Document &document, const std::string &name) {
     struct stat file;
-    const std::string path = path_of(name);
-    bool is_new = stat(path.c_str(), &file) != 0;
+    const bool is_new = stat(path_of(name).c_str(), &file) != 0;
     try {
         document.save_as(call, name);
     } catch (const Failure &) {
-        if (is_new && stat(path.c_str(), &file) == 0 && file.st_size == 0) kvio_remove_config(name.c_str());
+        if (is_new && stat(path_of(name).c_str(), &file) == 0 && file.st_size == 0) kvio_remove_config(name.c_str());
         throw;
     }
 }
@@ -142,9 +138,7 @@ void restore_whole(const Call &call, Document &source, bool broken) {
                                         " has one scope alone; --force restores it and keeps the old file as " + kept};
     if (call.has('n')) return messages::say(name + (broken ? " is not well-formed" : " is missing") + ": all is new");
     if (broken) {
-        bool failed = false;
-        auto signals = with_lock(call, [&] { failed = kvio_copy_config(name.c_str(), kept.c_str()) != 0; });
-        if (failed) store_failure(name + " to " + kept);
+        with_lock(call, name + " to " + kept, [&] { return kvio_copy_config(name.c_str(), kept.c_str()) == 0; });
         messages::say("the old file is kept as " + kept);
     }
     save_under(call, source, name);
@@ -230,9 +224,7 @@ int rename(Call &call) {
 }
 
 int remove(Call &call) {
-    bool failed = false;
-    auto signals = with_lock(call, [&] { failed = kvio_remove_config(call.name().c_str()) != 0; });
-    if (failed) store_failure(call.name());
+    with_lock(call, call.name(), [&] { return kvio_remove_config(call.name().c_str()) == 0; });
     return success;
 }
 

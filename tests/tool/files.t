@@ -5,12 +5,12 @@ Files. The order of arguments is that of cp and mv.
 
 $ kvio copy a.xml b.xml && cmp /etc/kavex/conf/a.xml /etc/kavex/conf/b.xml && stat -c %a /etc/kavex/conf/b.xml  => 600
 $ kvio copy a.xml a.xml  => ! kvio: a.xml twice [2]
-$ kvio copy ghost.xml b.xml  => ! kvio: ghost.xml: No such file or directory [1]
+$ kvio copy ghost.xml b.xml  => ! kvio: ghost.xml to b.xml: No such file or directory [1]
 $ kvio rename a.xml b.xml  => ! kvio: a.xml to b.xml: it exists already [1]
 $ kvio rename b.xml c.xml && kvio ls
 a.xml
 c.xml
-$ kvio rename b.xml d.xml  => ! kvio: b.xml: No such file or directory [1]
+$ kvio rename b.xml d.xml  => ! kvio: b.xml to d.xml: No such file or directory [1]
 $ kvio remove c.xml && kvio remove c.xml  => ! kvio: c.xml: No such file or directory [1]
 $ kvio copy a.xml small/a.xml && kvio ls small/a.xml object/user_group
 group_description_t	office
