@@ -87,7 +87,7 @@ std::string without_marks(std::string text) {
 class Report {
 public:
     explicit Report(const Call &call) : json_(format_of(call) == "json") {}
-    std::string text() const { return json_ ? "[" + text_ + "\n]\n" : text_; }
+    std::string text() const { return json_ ? json_lines(objects_) : text_; }
 
     using Text = std::pair<const std::string, std::string>;
     void removed(const Text &one) {
@@ -136,11 +136,12 @@ private:
                                                                      {"place", json_array(parts)}};
         if (before) members.emplace_back("old", json(without_marks(*before)));
         if (after) members.emplace_back("new", json(without_marks(*after)));
-        text_ += (text_.empty() ? "\n  " : ",\n  ") + json_object(members);
+        objects_.push_back(json_object(members));
     }
 
     bool json_;
     std::string text_, removed_, added_;
+    Strings objects_;
 };
 
 // A configuration of this name, or else a file.

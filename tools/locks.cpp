@@ -172,13 +172,13 @@ int lock_status(Call &call) {
     const bool as_json = format_of(call) == "json";
     std::optional<Status> failed;
     bool held = false;
-    std::string objects;
+    Strings objects;
     for (const std::string &name : names) {
         try {
             std::optional<Lock> lock = lock_of_configuration(name);
             held = held || lock;
             if (as_json)
-                objects += (objects.empty() ? "\n  " : ",\n  ") + json_report(name, lock);
+                objects.push_back(json_report(name, lock));
             else if (!messages::quiet)
                 put(report(name, lock));
         } catch (const Failure &failure) {
@@ -186,7 +186,7 @@ int lock_status(Call &call) {
             failed = failed.value_or(failure.status);
         }
     }
-    if (as_json && !messages::quiet) put('[' + objects + "\n]\n");
+    if (as_json && !messages::quiet) put(json_lines(objects));
     return failed.value_or(held ? locked : success);
 }
 

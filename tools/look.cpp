@@ -233,14 +233,14 @@ int show(Call &call) {
         shown.push_back(document.scope(call.scope()));
     else
         for (Element scope : document.root()) shown.push_back(scope);
-    std::string text;
+    Strings objects;
     for (Element element : shown) {
         if (format == "text")
             draw(element, "", "");
         else
-            text += (text.empty() ? "\n  " : ",\n  ") + json_element(element, "  ");
+            objects.push_back(json_element(element, "  "));
     }
-    if (format == "json") put("[" + text + "\n]\n");
+    if (format == "json") put(json_lines(objects));
     return success;
 }
 

@@ -117,6 +117,12 @@ std::string json_array(const Strings &values) {
     return '[' + text + ']';
 }
 
+std::string json_lines(const Strings &objects) {
+    std::string text;
+    for (const std::string &object : objects) text += (text.empty() ? "\n  " : ",\n  ") + object;
+    return '[' + text + "\n]\n";
+}
+
 void put(const std::string &text) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() && !lost) lost = errno;
 }
@@ -197,9 +203,7 @@ void Rows::finish() {
             if (i + 1 < line.size()) widths[i] = std::max(widths[i], width(line[i]));
         }
     for (const Strings &line : lines_) put_line(line, widths);
-    std::string text;
-    for (const std::string &object : objects_) text += (text.empty() ? "\n  " : ",\n  ") + object;
-    if (json_ && !silent_) put('[' + text + "\n]\n");
+    if (json_ && !silent_) put(json_lines(objects_));
 }
 
 }  // namespace kvio

@@ -32,6 +32,7 @@ std::string one_line(const std::string &text);
 std::string json(const std::string &text);
 std::string json_object(const std::vector<std::pair<const char *, std::string>> &members);
 std::string json_array(const Strings &values);
+std::string json_lines(const Strings &objects);  // an array with a line for each
 
 void put(const std::string &text);  // to standard output
 int flushed();                      // 0, or errno of the first write that failed

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <set>
 
 namespace kvio {
 namespace {
@@ -41,12 +42,14 @@ std::string text_of(xmlAttr *attribute) {
 
 std::string group_key(const std::string &type, const std::string &name) { return '\0' + type + '\0' + name; }
 
+// Counts each element that a group names once, however often it does.
 void count_members(Element group, const std::map<std::string, xmlNode *> &named, References &counts) {
     const std::string entity = group.type() + '\0', container = group_key(group.type(), "");
+    std::set<xmlNode *> seen;
     for (Element member : group) {
         std::string key = member.is("container") ? container : entity;
         auto found = named.find(key.append(member.text()));
-        if (found != named.end()) ++counts[found->second];
+        if (found != named.end() && seen.insert(found->second).second) ++counts[found->second];
     }
 }
 

@@ -243,7 +243,7 @@ std::string suggestion(const std::string &word, const Strings &known) {
     std::string best;
     for (const std::string &one : known) {
         std::size_t longer = std::max(one.size(), word.size()), shorter = std::min(one.size(), word.size());
-        if (longer - shorter >= least) continue;
+        if (longer - shorter >= least || longer > 100) continue;
         std::size_t changes = distance(one, word);
         if (changes >= least) continue;
         least = changes;

@@ -174,10 +174,14 @@ s: t y: reference is 1, groups that name it: 2
 2
 2
 
+A group that names a member twice counts once.
+
+$ echo '<kavex><s><t name="x"/><group name="g" type="t"/></s></kavex>' >/etc/kavex/conf/a.xml; for change in join 'append -f' 'leave -p 1' leave; do kvio $change a.xml s group t g $([ "${change#* }" = '-p 1' ] || echo x); kvio attr get a.xml s t x reference; done | tr '\n' ' '
+1 1 1 0 
+
 The members of a user group are users, and no entities.
 
 $ kvio create a.xml s group user_group_object_t u && kvio join a.xml s group user_group_object_t u zoe && kvio check a.xml
-s: t y: reference is 1, groups that name it: 2 [4]
 $ kvio create a.xml s group user_group_object_t v && kvio join a.xml s group user_group_object_t v adam zoe && kvio join -c a.xml s group user_group_object_t v u && kvio members -r a.xml s group user_group_object_t v
 adam
 zoe
