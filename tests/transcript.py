@@ -16,7 +16,7 @@ import sys
 
 
 def run(command, environment, with_status):
-    done = subprocess.run(["bash", "-c", command], capture_output=True, env=environment, timeout=60)
+    done = subprocess.run(["bash", "-c", command], capture_output=True, env=environment)
     out, err = (stream.decode(errors="backslashreplace") for stream in (done.stdout, done.stderr))
     lines = [line or "~" for line in out.removesuffix("\n").split("\n")] if out else []
     lines += ["! " + line for line in err.splitlines()]

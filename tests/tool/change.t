@@ -295,8 +295,8 @@ a.xml: free
 
 Changes that wait for the lock all succeed; without waiting they succeed or report the lock, and nothing else.
 
-$ kvio attr set a.xml s t y n 0; for i in $(seq 40); do kvio attr increase --wait 60 a.xml s t y n >/dev/null & done; wait; kvio attr get a.xml s t y n; for i in $(seq 40); do (KVIO_WAIT= kvio -q set a.xml s t y f $i; echo $?) & done | grep -v -e 0 -e 3; kvio lock status a.xml; kvio set -w soon a.xml s t x f 1; KVIO_WAIT=1x kvio set a.xml s t x f 1
-40
+$ kvio attr set a.xml s t y n 0; for i in $(seq 12); do kvio attr increase --wait 600 a.xml s t y n >/dev/null & done; wait; kvio attr get a.xml s t y n; for i in $(seq 12); do (KVIO_WAIT= kvio -q set a.xml s t y f $i; echo $?) & done | grep -v -e 0 -e 3; kvio lock status a.xml; kvio set -w soon a.xml s t x f 1; KVIO_WAIT=1x kvio set a.xml s t x f 1
+12
 a.xml: free
 ! kvio: SECONDS is a number, not soon
 ! kvio: SECONDS is a number, not 1x [2]
