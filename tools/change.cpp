@@ -120,7 +120,7 @@ void change_counter(const Call &call, Document &document, AttributeChange change
 // Renames an element and the members that name it.
 void rename_all(Element element, const Member &before, const std::string &name) {
     for (Element container : element.parent()) {
-        if (!before.may_stand_in(container)) continue;
+        if (!before.fits(container)) continue;
         for (Element member : container)
             if (before.is_named_by(member)) member.set_text(name);
     }

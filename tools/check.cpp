@@ -232,7 +232,7 @@ std::vector<Problem> problems_of(const Document &document) {
     Element root = document.any_root();
     if (!root.is("kavex")) found(std::string("the root element is ") + root.tag() + ", not kavex");
     std::map<std::string, int> scopes;
-    std::set<std::string> others;  // paths of what stands in scopes
+    std::set<std::string> others;  // paths of entity types and kinds
     each_scope(root, [&](Element scope) {
         const std::string path = scope.scope();
         ++scopes[path];
@@ -247,14 +247,14 @@ std::vector<Problem> problems_of(const Document &document) {
         const std::string path = scope.scope();
         std::size_t first = problems.size();
         ScopeCheck(scope, problems).run();
-        // What is missing in one of two scopes of a path may stand in the other: nothing is safe.
+        // Of two scopes with one path, either may hold what the other lacks: no repair is safe.
         if (scopes[path] > 1 || others.count(path))
             for (; first < problems.size(); ++first) problems[first].remedy = "";
     });
     return problems;
 }
 
-// From the last one on: a member stands behind the container that may be removed with it.
+// Repairs in reverse order: a container may be removed with the members in it.
 bool repair_all(const std::vector<Problem> &problems) {
     bool any = false;
     for (auto problem = problems.rbegin(); problem != problems.rend(); ++problem) {

@@ -68,7 +68,7 @@ Proposals elements(const Line &line, const std::string &what) {
     return found;
 }
 
-// What may stand in the place of a word of a usage, or of the argument of an option.
+// Proposals for a word of a usage, or for the argument of an option.
 Proposals candidates(const Line &line, const std::string &what) {
     const Verb &verb = *line.call.verb;
     if (what == "FILE") return file_names;

@@ -13,8 +13,8 @@
 namespace kvio {
 namespace {
 
-// Texts by the place where they stand: scope, type or kind, name, and field, separated by bytes of zero. XML holds
-// neither these bytes nor the marks of value 1, which keep apart what looks the same when it is printed.
+// Texts by their place: scope, type or kind, name, and field, separated by bytes of zero. XML holds neither these bytes
+// nor the marks of value 1, which keep places apart that look the same when they are printed.
 constexpr char separator = '\0', mark = '\1';
 
 class Contents {

@@ -21,7 +21,7 @@ namespace kvio {
 std::string path_of(const std::string &name);  // as kvio_open_config() builds it
 Strings configurations();                      // the names of all, sorted
 
-// Throws unless it is the name of an element or attribute; `what` says of which.
+// Throws unless it is the name of an element or attribute; `what` describes it.
 const std::string &checked_name(const std::string &name, const std::string &what);
 
 // Throws for a failed system call, or for a failed call of the store, by kvio_errno and errno: `what` and the reason.
@@ -70,12 +70,9 @@ public:
 private:
     explicit Document(const std::string &path) : path_(path) {}
     static Document snapshot(const std::string &path, const std::string &what);
-    struct Closer {
-        void operator()(kvio_config_t *config) const { kvio_close_config(config); }
-    };
     std::string path_;
-    std::unique_ptr<SignalsBlocked> signals_;       // before the handle: the lock is released first
-    std::unique_ptr<kvio_config_t, Closer> owner_;  // null for a snapshot
+    std::unique_ptr<SignalsBlocked> signals_;        // before the handle: the lock is released first
+    Owned<kvio_config_t, kvio_close_config> owner_;  // null for a snapshot
     kvio_config_t *config_ = nullptr;
 };
 

@@ -51,7 +51,7 @@ struct Call {
 
     // The argument that the usage calls so, "" if it is not given.
     const std::string &operator[](const char *what) const;
-    std::size_t index(const char *what) const;  // the position where such an argument stands, or may stand
+    std::size_t index(const char *what) const;  // the position of such an argument, given or not
     Strings from(const char *what) const;       // that argument and all behind it
     bool given(const char *what) const { return index(what) < arguments.size(); }
 
@@ -63,7 +63,7 @@ struct Call {
     const std::string &container() const { return (*this)["CONTAINER"]; }
 };
 
-// A command line as it is read, word by word: options stand anywhere up to "--".
+// Reads a command line word by word: options are accepted anywhere up to "--".
 struct Line {
     Call call;
     const Option *open = nullptr;  // its argument comes next

@@ -77,7 +77,7 @@ std::string drawn(Element element) {
     return tag + " = " + one_line(element.value());
 }
 
-// Fields and members have no parts: what stands below them is not the store's.
+// Elements below fields and members are not drawn: the store does not read them.
 void draw(Element element, const std::string &margin, const std::string &below) {
     put(margin + drawn(element) + '\n');
     if (element.role() == Role::other) return;

@@ -171,7 +171,7 @@ Element find_container(Element scope, const std::string &kind, const std::string
     return Element();
 }
 
-bool Member::may_stand_in(Element container) const {
+bool Member::fits(Element container) const {
     return (kind.empty() ? is_kind(container.tag()) : container.is(kind)) && container.has("type", type);
 }
 
@@ -181,7 +181,7 @@ bool Member::is_named_by(Element member) const {
 
 int Member::times_in(Element container) const {
     int many = 0;
-    if (may_stand_in(container))
+    if (fits(container))
         for (Element one : container) many += is_named_by(one);
     return many;
 }

@@ -51,7 +51,7 @@ public:
 
     Element parent() const;  // null for the root
     Role role() const;
-    std::string scope() const;  // the path below the root, of a scope or of what stands in one
+    std::string scope() const;  // the path below the root, of a scope or of an element in one
     std::string label() const;  // "host_t lan", "group inside of host_t"
 
     void set_text(const std::string &text) const;
@@ -80,17 +80,18 @@ struct Member {
     std::string kind, type, name;
     bool entity;
 
-    bool may_stand_in(Element container) const;
+    bool fits(Element container) const;
     bool is_named_by(Element member) const;
     int times_in(Element container) const;
 };
 
 Element container_naming(Element scope, const Member &member);  // the first one, or null
 
-// How often groups name each entity and group below an element. Updates the attributes "reference", which count that:
-// adds the difference between two such counts, or sets a missing one to the whole count where that has increased.
+// How many groups name each entity and group below an element.
 using References = std::map<xmlNode *, int>;
 References references_below(Element root);
+// Adds the difference between two such counts to the attributes "reference", which keep them. A missing attribute is set
+// to the whole count if that has increased.
 void update_references(const References &before, const References &after);
 
 }  // namespace kvio

@@ -122,7 +122,7 @@ const std::string options_of_all = "hqv";
 namespace {
 
 struct Heading {
-    const char *first;  // the verb in front of which it stands
+    const char *first;  // it is printed in front of this verb
     const char *text;
 };
 
