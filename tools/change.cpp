@@ -231,13 +231,11 @@ void insert(Call &call, Document &document) {
 
 void leave(Call &call, Document &document) {
     if (call.has('p') == call.given("MEMBER")) throw Failure{misused, "either members or --position"};
-    const std::string label = document.container(call).label();
+    const std::string label = document.container(call).label(), of_label = " of " + label;
     const Handle handle = document.handle_of(call);
     if (call.has('p') && !kvio_delete(handle.get(), number(call.option('p'), "--position"))) store_failure(label);
-    for (const std::string &name : call.from("MEMBER")) {
-        const std::string what = "member " + name + " of " + label;
-        if (!kvio_remove(handle.get(), name.c_str())) store_failure(what);
-    }
+    for (const std::string &name : call.from("MEMBER"))
+        if (!kvio_remove(handle.get(), name.c_str())) store_failure("member " + name + of_label);
 }
 
 void rename_member(Call &call, Document &document) {

@@ -1,3 +1,4 @@
+// Documents opened through the store, and the failures of its calls as messages and exit statuses.
 #include "document.h"
 
 #include <dirent.h>

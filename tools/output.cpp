@@ -1,3 +1,4 @@
+// Messages, tables and JSON on standard output and standard error.
 #include "output.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// Elements of the tree of a document, and the counts of references to them.
 #include "tree.h"
 
 #include <algorithm>

@@ -290,12 +290,12 @@ $ kvio batch a.xml </dev/null && echo '<kavex' >/etc/kavex/conf/b.xml && kvio ba
 
 Nothing of this left a lock behind, and a signal in the middle of a change does not either.
 
-$ (seq 3000 | sed 's/.*/define s t n&/') >/tmp/lines; for signal in HUP INT TERM USR1 USR2 XCPU XFSZ ALRM VTALRM PROF POLL 34; do kvio -q batch a.xml </tmp/lines & sleep 0.05; kill -$signal $! 2>/dev/null; wait $!; done 2>/dev/null; kvio lock status a.xml
+$ (seq 3000 | sed 's/.*/define s t n&/') >/tmp/lines; for signal in HUP INT TERM USR1 USR2 XCPU XFSZ ALRM VTALRM PROF POLL; do kvio -q batch a.xml </tmp/lines & sleep 0.05; kill -$signal $! 2>/dev/null; wait $!; done 2>/dev/null; kvio lock status a.xml
 a.xml: free
 
 Changes that wait for the lock all succeed; without waiting they succeed or report the lock, and nothing else.
 
-$ kvio attr set a.xml s t y n 0; for i in $(seq 12); do kvio attr increase --wait 600 a.xml s t y n >/dev/null & done; wait; kvio attr get a.xml s t y n; for i in $(seq 12); do (KVIO_WAIT= kvio -q set a.xml s t y f $i; echo $?) & done | grep -v -e 0 -e 3; kvio lock status a.xml; kvio set -w soon a.xml s t x f 1; KVIO_WAIT=1x kvio set a.xml s t x f 1
+$ kvio attr set a.xml s t y n 0; for i in $(seq 12); do kvio attr increase --wait 100 a.xml s t y n >/dev/null & done; wait; kvio attr get a.xml s t y n; for i in $(seq 12); do (KVIO_WAIT= kvio -q set a.xml s t y f $i; echo $?) & done | grep -v -e 0 -e 3; kvio lock status a.xml; kvio set -w soon a.xml s t x f 1; KVIO_WAIT=1x kvio set a.xml s t x f 1
 12
 a.xml: free
 ! kvio: SECONDS is a number, not soon
