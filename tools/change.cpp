@@ -96,6 +96,10 @@ bool has_member(Element container, const std::string &name) {
     return false;
 }
 
+std::string member_label(const std::string &name, const std::string &container) {
+    return "member " + name + " of " + container;
+}
+
 // The entity, or with --kind the container, whose attributes a verb changes.
 Element target_of(const Call &call, const Document &document) {
     if (call.has('k')) return document.container(call.scope(), call.option('k'), call.type(), call.entity());
@@ -201,7 +205,7 @@ void join(Call &call, Document &document) {
     const Handle handle = document.handle_of(call);
     const bool entities = !call.has('c');
     for (const std::string &name : call.from("MEMBER")) {
-        const std::string data = character_data(name), label = "member " + name + " of " + container.label();
+        const std::string data = character_data(name), label = member_label(name, container.label());
         // The store compares the text that it is given, which is not the name where that has an ampersand.
         if (data != name && has_member(container, name)) refuse_existing(label);
         kvio_join(handle.get(), data.c_str(), entities);
@@ -231,19 +235,19 @@ void insert(Call &call, Document &document) {
 
 void leave(Call &call, Document &document) {
     if (call.has('p') == call.given("MEMBER")) throw Failure{misused, "either members or --position"};
-    const std::string label = document.container(call).label(), of_label = " of " + label;
+    const std::string label = document.container(call).label();
     const Handle handle = document.handle_of(call);
     if (call.has('p') && !kvio_delete(handle.get(), number(call.option('p'), "--position"))) store_failure(label);
     for (const std::string &name : call.from("MEMBER"))
-        if (!kvio_remove(handle.get(), name.c_str())) store_failure("member " + name + of_label);
+        if (!kvio_remove(handle.get(), name.c_str())) store_failure(member_label(name, label));
 }
 
 void rename_member(Call &call, Document &document) {
     const Element container = document.container(call);
-    const std::string &before = call["MEMBER"], &after = call["NEW"], label = " of " + container.label();
-    if (before != after && has_member(container, after)) refuse_existing("member " + after + label);
+    const std::string &before = call["MEMBER"], &after = call["NEW"];
+    if (before != after && has_member(container, after)) refuse_existing(member_label(after, container.label()));
     if (!kvio_change_container_element(document.handle_of(call).get(), before.c_str(), character_data(after).c_str()))
-        store_failure("member " + before + label);
+        store_failure(member_label(before, container.label()));
 }
 
 // ---- attributes
