@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "base/array.h"
+#include "base/function.h"
 #include "objects/objects.h"
 
 using namespace objects;
@@ -29,8 +30,7 @@ bool is_under_way(const char *name, const Level *level) {
 
 // Calls visit(name) for each group nested in a group, depth first in member order, until one returns true. A member that
 // cannot be read ends the group that has it.
-template <class Visit>
-bool search_nested(const group_desc_t *group, const Level &level, int &expansions, Visit visit) {
+bool search_nested(const group_desc_t *group, const Level &level, int &expansions, Callback<bool(const char *)> visit) {
     if (level.depth > deepest_level || ++expansions > most_expansions) return false;
     GroupHandle opened = open_group(group, level.name);
     int count = opened ? kvio_size(opened.get()) : 0;
@@ -68,12 +68,13 @@ private:
     void read() {
         read_ = true;
         int expansions = 0;
-        search_nested(group_, {own_, nullptr, 1}, expansions, [&](const char *name) {
+        auto keep = [&](const char *name) {
             Name nested;
             copy_if_fits(nested.text, sizeof nested.text, name);
             out_of_memory_ = !nested_.push(nested);
             return out_of_memory_;
-        });
+        };
+        search_nested(group_, {own_, nullptr, 1}, expansions, keep);
     }
 
     const group_desc_t *group_;
@@ -158,10 +159,11 @@ int valid_property(const char *property, group_desc_t *group, const char *entry)
     char own[name_size];  // the visits overwrite the record's
     copy_if_fits(own, sizeof own, group->name);
     int expansions = 0;
-    return search_nested(group, {own, nullptr, 1}, expansions, [=](const char *name) {
+    auto is_owner = [=](const char *name) {
         copy_if_fits(group->name, name_size, name);
         return owner == name;
-    });
+    };
+    return search_nested(group, {own, nullptr, 1}, expansions, is_owner);
 }
 
 void *export_group(group_desc_t *group) {

@@ -63,8 +63,9 @@ bool Nesting::leads_nowhere(const xmlNode *member, std::uint32_t nested) const n
                 top_->scope, top_->kind, xml::Text::below(member).get(), top_->type);
 }
 
-template <class Take, class Meet, class Leave>
-bool Nesting::walk(Take take, Meet meet, Leave leave) noexcept {
+bool Nesting::walk(Callback<Next(std::uint32_t, const xmlNode *)> take,
+                   Callback<Next(std::uint32_t, const xmlNode *, std::uint32_t)> meet,
+                   Callback<void(std::uint32_t, std::uint32_t)> leave) noexcept {
     struct Frame {
         std::uint32_t container;
         const xmlNode *member;  // the next one
@@ -109,7 +110,8 @@ int Nesting::check_loop() noexcept {
         if (passed[nested]) result = 1;
         return std::exchange(passed[nested], true) ? Next::stop : Next::enter;
     };
-    bool done = walk(take, meet, [](std::uint32_t, std::uint32_t) {});
+    auto leave = [](std::uint32_t, std::uint32_t) {};
+    bool done = walk(take, meet, leave);
     return done || result == 1 ? result : -1;
 }
 

@@ -6,6 +6,7 @@
 #ifndef KAVEX_STORE_NESTING_H
 #define KAVEX_STORE_NESTING_H
 
+#include "base/function.h"
 #include "base/names.h"
 #include "store/store.h"
 
@@ -45,8 +46,9 @@ private:
     //   meet(container, member, nested)  a container member and the container that it names, missing or nameless
     //   leave(container, around)         the members of a container are done; `around` is none for the top
     // The results of take and meet direct the walk. Returns false when it was stopped or, with code 2, memory is short.
-    template <class Take, class Meet, class Leave>
-    bool walk(Take take, Meet meet, Leave leave) noexcept;
+    bool walk(Callback<Next(std::uint32_t, const xmlNode *)> take,
+              Callback<Next(std::uint32_t, const xmlNode *, std::uint32_t)> meet,
+              Callback<void(std::uint32_t, std::uint32_t)> leave) noexcept;
 
     bool list_containers() noexcept;
     std::uint32_t named_by(const xmlNode *member) noexcept;
