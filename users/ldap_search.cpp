@@ -17,15 +17,15 @@ namespace {
 constexpr char step[] = "do_ldapsearch";   // the search's name in the log
 constexpr std::size_t output_size = 1024;  // for one read
 
-constexpr std::int64_t milliseconds = 1'000'000;
-constexpr std::int64_t seconds = 1000 * milliseconds;
-constexpr std::int64_t output_grace = 500 * milliseconds;  // for the rest of an output that has begun to arrive
-constexpr std::int64_t exit_grace = 2 * seconds;           // between SIGTERM and SIGKILL
+// Times are milliseconds.
+constexpr std::int64_t seconds = 1000;
+constexpr std::int64_t output_grace = 500;        // for the rest of an output that has begun to arrive
+constexpr std::int64_t exit_grace = 2 * seconds;  // between SIGTERM and SIGKILL
 
 std::int64_t now() {
     timespec time{};
     clock_gettime(CLOCK_MONOTONIC, &time);
-    return time.tv_sec * seconds + time.tv_nsec;
+    return time.tv_sec * seconds + time.tv_nsec / 1'000'000;
 }
 
 // Waits until the descriptor has one of the events, or its other end is closed. 1, 0 at the deadline, or -1. Resumes
@@ -34,7 +34,7 @@ int wait_for(int fd, short events, std::int64_t deadline) {
     for (;;) {
         std::int64_t left = std::max<std::int64_t>(deadline - now(), 0);
         pollfd entry{fd, events, 0};
-        int wait = static_cast<int>(std::min<std::int64_t>((left + milliseconds - 1) / milliseconds, INT_MAX));
+        int wait = static_cast<int>(std::min<std::int64_t>(left, INT_MAX));
         int result = poll(&entry, 1, wait);
         if (result > 0) return 1;
         if (result < 0 && errno != EINTR) return -1;
