@@ -53,11 +53,24 @@ std::string first_line(const std::string &path) {
     return lines.empty() ? "" : lines[0];
 }
 
+// The key of a file's lock; -1 with errno.
+key_t key_of(const std::string &path) {
+    key_t key = ftok(path.c_str(), 0);
+    return key == IPC_PRIVATE ? ftok(path.c_str(), 1) : key;
+}
+
+// The other configurations that have the same key, which is too short to tell all files apart.
+Strings sharing_key(const std::string &name) {
+    Strings result;
+    for (const std::string &other : configurations())
+        if (other != name && key_of(path_of(other)) == key_of(path_of(name))) result.push_back(other);
+    return result;
+}
+
 // The lock of a file; no value if it is free. The semaphore grants nothing to anybody, so that semctl(2) describes it
 // to root alone; /proc describes it to all.
 std::optional<Lock> lock_of(const std::string &path) {
-    key_t key = ftok(path.c_str(), 0);
-    if (key == IPC_PRIVATE) key = ftok(path.c_str(), 1);
+    const key_t key = key_of(path);
     if (key == -1) system_failure(path, errno);
     for (const std::string &line : lines_of("/proc/sysvipc/sem")) {
         long its_key, changed;
@@ -153,6 +166,8 @@ std::string report(const std::string &name, const std::optional<Lock> &lock) {
     if (!lock) return one_line(name) + ": free\n";
     std::string text = one_line(name) + ": " + coloured("31", "held") + " since " + date(lock->since) + " by " +
                        user_name(lock->creator) + ", semaphore " + std::to_string(lock->id) + '\n';
+    for (const std::string &other : sharing_key(name))
+        text += "  " + one_line(other) + " has the same key: the lock may be that configuration's\n";
     if (!lock->stores_own) text += "  this semaphore is not the store's\n";
     bool any = false;
     for (const Process &holder : candidates(*lock)) {

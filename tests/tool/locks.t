@@ -78,3 +78,10 @@ $ kill $(sed -n 's/^pid //p' /tmp/held3); sleep 0.2; MODE=600 python3 $TESTS/too
   no process can hold it: left by one that died (see kvio lock clear)
 ! kvio: the semaphore with the key of c.xml is not the store's; --force removes the lock nevertheless
 ! kvio: the semaphore with the key of c.xml is not the store's
+
+Two configurations with one key share a lock.
+
+$ echo '<kavex/>' >/etc/kavex/conf/one.xml; cd /etc/kavex/conf; python3 -c $'import os\nwhile not os.path.exists("two.xml"):\n open("new", "w").close(); same = (os.stat("new").st_ino - os.stat("one.xml").st_ino) % 65536 == 0\n os.rename("new", "two.xml") if same else os.unlink("new")'; cd /
+$ python3 $TESTS/tool/hold.py two.xml; kvio lock status one.xml | sed -n 2p; kvio lock clear -fqy one.xml; kvio lock status two.xml; rm /etc/kavex/conf/one.xml /etc/kavex/conf/two.xml
+  two.xml has the same key: the lock may be that configuration's
+two.xml: free
