@@ -18,7 +18,7 @@ FILE *report = stderr;
 int lock = -1;
 }  // namespace
 
-// The formats are run with their arguments, the texts are nobody's.
+// Formats the messages, so that their arguments are read, and drops the texts.
 extern "C" void kvlog(int, int, int, int, int, int, int, const char *, const char *format, ...) {
     char text[64];
     va_list arguments;

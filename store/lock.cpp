@@ -25,7 +25,7 @@ ConfigPath::ConfigPath(const char *directory, const char *name) noexcept
 
 namespace {
 
-// Where the numbers of device and inode end in zeros, ftok() gives IPC_PRIVATE with id 0, which would exclude nobody.
+// Where the numbers of device and inode end in zeros, ftok() gives IPC_PRIVATE with id 0, which is no lock.
 key_t key_of(const char *path) noexcept {
     key_t key = ftok(path, 0);
     return key == IPC_PRIVATE ? ftok(path, 1) : key;

@@ -3,29 +3,29 @@
 // The file is overwritten in place, since the lock hangs on its inode. Beside it, in the same directory and named after
 // its inode, lies its redo file:
 //
-//  1. Read the old contents; where they equal the new ones, nothing is left to do.
-//  2. Sync the file: what counts as old must be on the disk.
-//  3. Write the redo file and sync it, with its directory when it is new: a header, a checksum of each old block, and
+//  1. Read the old contents and sync the file: what counts as old must be on the disk. Where the new contents are the
+//     same, this is all.
+//  2. Write the redo file and sync it, with its directory when it is new: a header, a checksum of each old block, and
 //     the new contents. This is the commit point.
-//  4. Write what goes beyond the old end, which fails on a full disk while all old contents are there, then overwrite
+//  3. Write what goes beyond the old end, which fails on a full disk while all old contents are there, then overwrite
 //     the file in place from the first difference on, and sync it. A file that becomes shorter is cut only after that,
 //     and synced again.
-//  5. Clear the header of the redo file, which may stay for the next save.
+//  4. Clear the header of the redo file, which may stay for the next save.
 //
 // After a crash the file is one of these, as a comparison block by block tells:
 //
-//  - old throughout: step 4 has not begun. The redo file is dropped.
+//  - old throughout: step 3 has not begun. The redo file is dropped.
 //  - begun, each block being old, new, or zero beyond the old end: the new contents come from the redo file.
 //  - anything else: another program has written the file since. It stays as it is, and the redo file is dropped.
 //
-// So a redo file brings nothing back over what cp(1) or an editor has put there since, nor into another file that has got
-// the number of the inode: some block is neither old nor new then. (A program that writes in place nothing but old and
-// new blocks, in another mixture, cannot be told from the save.) A copy of the directory, or a file that moved to
-// another one, has no redo file under its inode's number. One that another user could have written is not believed.
+// So a redo file brings nothing back over what cp(1) or an editor has written since, nor into another file with the same
+// inode number: some block is neither old nor new then. (A program that writes nothing but old and new blocks in place,
+// in a mixture of its own, looks like the save.) A copy of the directory, or a file that moved to another one, has no
+// redo file under its inode number. A redo file that another user could have written is ignored.
 //
 // A file without a place for a redo file (the directory cannot be written, the disk has no room for it, the writer is
-// neither root nor the owner) is overwritten all the same: a crash then can tear it. One that is saved by way of a link
-// in one directory and read by way of a link in another has its redo file in the first.
+// neither root nor the owner) is overwritten all the same: a crash then can tear it. A file that is saved through a link
+// in one directory and read through a link in another has its redo file in the first.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -47,7 +47,7 @@ namespace {
 
 using Checksum = std::uint32_t;
 
-constexpr std::size_t block_size = 512;  // what a disk writes whole
+constexpr std::size_t block_size = 512;  // bytes that a disk writes as one
 
 // A checksum against torn contents, not against forged ones.
 Checksum checksum(const void *data, std::size_t size) noexcept {
@@ -107,8 +107,8 @@ bool Target::open(const char *path, int flags) noexcept {
     return true;
 }
 
-// A redo file counts only if its owner could have written the file itself, and nobody else could have written it: in a
-// directory like /tmp anybody can make a file of this name.
+// Whether the owner of a redo file could have written the file itself, and no other user could have written the redo
+// file: in a directory like /tmp every user can make a file of this name.
 bool is_trusted(const struct stat &redo, const struct stat &file) noexcept {
     return S_ISREG(redo.st_mode) && redo.st_nlink == 1 && (redo.st_uid == 0 || redo.st_uid == file.st_uid) &&
            (redo.st_mode & (S_IWGRP | S_IWOTH)) == 0;
@@ -146,7 +146,7 @@ struct Piece {
 
 enum class State { untouched, begun, written_by_others };
 
-// A save that was committed: what the file was to contain.
+// A save that was committed: the contents that the file is to have.
 class Redo {
 public:
     // Reads a file's redo file. False with errno where it cannot be read now.

@@ -248,7 +248,7 @@ int remove_entry(const group_desc_t *group, const char *name);
  *  remove leaves the count decreased. */
 int remove_group(const group_desc_t *group, const char *name);
 
-/** Deletes a group that nobody uses: takes it out of its parent, removes its members as remove_entry() and
+/** Deletes a group that is not referenced: takes it out of its parent, removes its members as remove_entry() and
  *  remove_group() do, with the group record's callbacks, and deletes the container. Both records must be complete. A
  *  group with a count above 0: #GROUP_REFERENCE, nothing changed.
  *

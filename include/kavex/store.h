@@ -54,7 +54,7 @@
  * - **Threads.** The store starts none and takes no lock within a process. A document, and everything reached through
  *   it, is used by one thread at a time; #kvio_errno is one integer for the whole process.
  * - **Locks.** The lock on a file is a System V semaphore set (semget(2)) whose key is ftok(3) of the full path with
- *   project id 0 (id 1 where that gives 0, which is IPC_PRIVATE and would exclude nobody). It exists while the lock is
+ *   project id 0 (id 1 where that gives 0, which is IPC_PRIVATE and no lock). It exists while the lock is
  *   held; no call waits for it. Two files whose keys coincide share one lock. The lock does not end with its process: a
  *   process that dies with an open handle leaves the file locked until the semaphore is removed, with `ipcrm -S` and
  *   the file's key (ipcs(1) lists the keys). A process that is killed while it makes a new file can leave the lock of a

@@ -25,7 +25,7 @@ void fail(const char *function, int error, int nth = 1, Extent extent = once);
 // The nth read, write, pread or pwrite moves no more than this many bytes: 0 is the end of the file.
 void shorten(const char *function, size_t bytes, int nth = 1, Extent extent = once);
 
-// Right before the nth use of a function somebody else does this.
+// Runs a function right before the nth use of another one, as a second process might.
 void intrude(const char *function, std::function<void()> deed, int nth = 1);
 
 // ftok() of this path with this project id gives this key.
