@@ -86,8 +86,8 @@ int count_entity_members(const xmlNode *container) {
     return count;
 }
 
-// Returns the element child at a position. Null when there are fewer: `passed` is then their number. Prints a warning for
-// each child up to there that is no entity member.
+// Returns the element child at a position. Null when there are fewer: `passed` is then their number. Prints a warning
+// for each child up to there that is no entity member.
 xmlNode *element_at(const xmlNode *container, int position, long &passed, const char *who) {
     passed = 0;
     for (xmlNode *child = xml::first_element(container->children); child; child = xml::first_element(child->next)) {

@@ -18,14 +18,14 @@
 //  - begun, each block being old, new, or zero beyond the old end: the new contents come from the redo file.
 //  - anything else: another program has written the file since. It stays as it is, and the redo file is dropped.
 //
-// So a redo file brings nothing back over what cp(1) or an editor has written since, nor into another file with the same
-// inode number: some block is neither old nor new then. (A program that writes nothing but old and new blocks in place,
-// in a mixture of its own, looks like the save.) A copy of the directory, or a file that moved to another one, has no
-// redo file under its inode number. A redo file that another user could have written is ignored.
+// So a redo file brings nothing back over what cp(1) or an editor has written since, nor into another file with the
+// same inode number: some block is neither old nor new then. (A program that writes nothing but old and new blocks in
+// place, in a mixture of its own, looks like the save.) A copy of the directory, or a file that moved to another one,
+// has no redo file under its inode number. A redo file that another user could have written is ignored.
 //
 // A file without a place for a redo file (the directory cannot be written, the disk has no room for it, the writer is
-// neither root nor the owner) is overwritten all the same: a crash then can tear it. A file that is saved through a link
-// in one directory and read through a link in another has its redo file in the first.
+// neither root nor the owner) is overwritten all the same: a crash then can tear it. A file that is saved through a
+// link in one directory and read through a link in another has its redo file in the first.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -65,8 +65,8 @@ Checksum checksum(const void *data, std::size_t size) noexcept {
     return sum;
 }
 
-// In the byte order of the machine, which alone reads it. A cleared header is all zeros. The number of the device is left
-// out: on some file systems it changes with each mount.
+// In the byte order of the machine, which alone reads it. A cleared header is all zeros. The number of the device is
+// left out: on some file systems it changes with each mount.
 struct Header {
     char magic[8];
     std::uint64_t inode;  // of the file
@@ -245,8 +245,8 @@ bool same_contents(const Bytes &a, const Bytes &b) noexcept {
 }
 
 // Reads a file while others may save it. `settled` says whether no save has made a mixture of what was read. Where a
-// save is under way, contents that are neither old nor new may be those of a page that is just being written: they count
-// only if they are the same at a second look.
+// save is under way, contents that are neither old nor new may be those of a page that is just being written: they
+// count only if they are the same at a second look.
 bool try_to_load(const char *path, Bytes &contents, bool &settled) noexcept {
     Target target;
     Redo redo;
@@ -363,8 +363,8 @@ bool overwrite(const Target &target, const char *contents, std::size_t size, std
     return fdatasync(fd) == 0;
 }
 
-// Finishes an interrupted save of a file. New contents are written again even where the file shows them: they may not be
-// on the disk, after a sync that failed.
+// Finishes an interrupted save of a file. New contents are written again even where the file shows them: they may not
+// be on the disk, after a sync that failed.
 bool finish(Target &target) noexcept {
     Redo redo;
     Bytes now;

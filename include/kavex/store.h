@@ -134,8 +134,8 @@ enum kvio_code {
     /** The file is no well-formed XML document, or cannot be read. "%s is not well-formed\n" (path); kvio_restore():
      *  "restore failed, temporary file is broken.\n". errno is EBADMSG for what is not well-formed, of which
      *  xmlGetLastError() has line and reason; EOVERFLOW for entities that stand for too much; ENOMEM; EAGAIN if the
-     *  file changed at each of 1,000 tries to read it; EFBIG beyond 2 GiB; EISDIR or EINVAL for what is no regular file; else the reason of
-     *  open(2) or read(2). */
+     *  file changed at each of 1,000 tries to read it; EFBIG beyond 2 GiB; EISDIR or EINVAL for what is no regular file;
+     *  else the reason of open(2) or read(2). */
     KVIO_MALFORMED = 3,
     /** No key for the file: "ftok(%s) failed\n" (path). errno is that of stat(2), such as ENOENT; ENAMETOOLONG for a
      *  path of 4,096 bytes and more, EINVAL for a null or empty name. */

@@ -45,8 +45,8 @@ long blocks();
 // libraries export: "xmlStrdup < (libxml2.so.2) < (libkavex.so.1) < kvio_backup_scope".
 std::string stack_of(void *const *frames, int depth);
 
-// Keeps the call stack of every such block from now on, or no longer; those of the blocks that are left, and that of the
-// first allocation that failed in the latest call().
+// Keeps the call stack of every such block from now on, or no longer; those of the blocks that are left, and that of
+// the first allocation that failed in the latest call().
 void keep_stacks(bool wanted);
 std::set<std::string> stacks();
 std::string stack_of_failure();
@@ -60,8 +60,8 @@ struct Change {
     std::string data;  // what was written, or the name's path
 };
 
-// Records the changes that pwrite, ftruncate, open, linkat, unlink, rename, fsync and fdatasync make inside call()s from
-// now on, or no longer.
+// Records the changes that pwrite, ftruncate, open, linkat, unlink, rename, fsync and fdatasync make inside call()s
+// from now on, or no longer.
 void record(bool wanted);
 std::vector<Change> &changes();
 
