@@ -15,8 +15,9 @@ int set_integer(int (*set)(Object *, const char *, const char *), Object *object
 // Reads through the bounded getter. A null object goes to the plain one, whose name its diagnostic must have; it
 // writes no text then.
 template <class Object>
-int get_integer(int (*get)(Object *, const char *, char *), int (*get_bounded)(Object *, const char *, char *, unsigned),
-                Object *object, const char *attribute, int *value) {
+int get_integer(int (*get)(Object *, const char *, char *),
+                int (*get_bounded)(Object *, const char *, char *, unsigned), Object *object, const char *attribute,
+                int *value) {
     char text[integer_size];
     int result = object ? get_bounded(object, attribute, text, sizeof text) : get(object, attribute, text);
     if (result == 1) *value = to_int32(text);

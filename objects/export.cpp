@@ -69,7 +69,7 @@ private:
         read_ = true;
         int expansions = 0;
         auto keep = [&](const char *name) {
-            Name nested;
+            Name nested{};
             copy_if_fits(nested.text, sizeof nested.text, name);
             out_of_memory_ = !nested_.push(nested);
             return out_of_memory_;

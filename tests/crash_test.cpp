@@ -19,11 +19,11 @@
 namespace {
 
 using faults::Change;
-using Names = std::map<std::string, ino_t>;
+using Names = std::map<std::string, std::uint64_t>;
 
 // What is on a disk.
 struct Disk {
-    std::map<ino_t, std::string> files;
+    std::map<std::uint64_t, std::string> files;
     Names names;
 
     void apply(const Change &change) {
@@ -132,7 +132,7 @@ protected:
         return found;
     }
 
-    static ino_t inode(const std::string &path) {
+    static std::uint64_t inode(const std::string &path) {
         struct stat now = {};
         EXPECT_EQ(stat(path.c_str(), &now), 0) << path;
         return now.st_ino;

@@ -59,6 +59,7 @@ TEST_F(Export, MatchingTheGroupItselfOpensNothing) {
 }
 
 TEST_F(Export, AFailedSizeIsLoggedForTheGroupThatHasIt) {
+    NEEDS_FAILING_STORE_CALLS();
     load(stored("top", {"+one", "+two"}) + stored("one", {"+deep"}) + stored("two", {"+one"}) + stored("deep", {}));
     // Of top, one, deep and two it is the second.
     char name[64] = "top";
@@ -109,6 +110,7 @@ TEST_F(Export, TheSearchFindsAndLeavesWhatIsDescribed) {
 
 // Each level has two paths to the next one: a search that followed them all would open a group 2^30 times.
 TEST_F(Export, ASearchOpensNoMoreThan10000Groups) {
+    NEEDS_FAILING_STORE_CALLS();
     std::string scope;
     for (int level = 0; level < 30; ++level) {
         const std::string next = std::to_string(level + 1);

@@ -163,8 +163,8 @@ TEST_F(Records, ARefusedJoinLeavesItsCode) {
         load(before);
         g.config = h.config = group("g").config;
         int left = 0;
-        Seen seen = run([&] {
-            int result = join();
+        Seen seen = run([&, &call = join] {
+            int result = call();
             left = kvio_errno;
             return result;
         });

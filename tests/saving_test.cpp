@@ -263,8 +263,8 @@ TEST_F(Saving, NothingIsSavedThatCannotBeReadBack) {
         open_whole(before);
         kvio_node_t *entity = kvio_retrieve_entity(config, "s", "t", "e");
         ASSERT_EQ(kvio_set(entity, field, value.c_str()), 1);
-        auto refused = [&](const std::string &who, const std::string &target) {
-            return who + " error: " + culprit + " has a name, text or depth that XML cannot hold\n" +
+        auto refused = [&, place = culprit](const std::string &who, const std::string &target) {
+            return who + " error: " + place + " has a name, text or depth that XML cannot hold\n" +
                    "Problem occurred on saving XML to " + target + "\n";
         };
         EXPECT_EQ(save(), (Outcome{-1, 5, refused("kvio_save_config", path())}));

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <set>
 #include <string>
@@ -55,9 +56,9 @@ std::string stack_of_failure();
 // A change of a file, or of a name in a directory, that a call() made.
 struct Change {
     enum Kind { write, resize, sync, name, unname, sync_names } kind;
-    ino_t file;
-    size_t offset;     // of what was written, or the new size
-    std::string data;  // what was written, or the name's path
+    std::uint64_t file;  // its inode; ino_t has another size in programs without large files
+    size_t offset;       // of what was written, or the new size
+    std::string data;    // what was written, or the name's path
 };
 
 // Records the changes that pwrite, ftruncate, open, linkat, unlink, rename, fsync and fdatasync make inside call()s
