@@ -4,15 +4,10 @@
 #include <sys/shm.h>
 
 #include <cerrno>
-#include <cstddef>
 
 #include "users/users.h"
 
-static_assert(sizeof(auth_entry_t) == 40 && offsetof(auth_entry_t, user) == 4 && offsetof(auth_entry_t, method) == 36);
-static_assert(sizeof(radius_entry_t) == 128 && offsetof(radius_entry_t, user) == 4 &&
-              offsetof(radius_entry_t, type) == 100 && offsetof(radius_entry_t, lease_time) == 112 &&
-              offsetof(radius_entry_t, re_auth) == 116);
-static_assert(sizeof(auth_buffer_t) == 8400 && offsetof(auth_buffer_t, radius) == 2000);
+static_assert(sizeof(auth_entry_t) == 40 && sizeof(radius_entry_t) == 128 && sizeof(auth_buffer_t) == 8400);
 
 namespace {
 

@@ -1,11 +1,7 @@
 // The table of user types, the exported one that is made from it, and the fields that all sources fill alike.
-#include <cstddef>
-
 #include "users/users.h"
 
-static_assert(sizeof(user_profile_t) == 1184 && offsetof(user_profile_t, account) == 32 &&
-              offsetof(user_profile_t, type) == 1152 && offsetof(user_profile_t, reserved) == 1180);
-static_assert(sizeof(void *) != 4 || sizeof(user_type_def_t) == 52);
+static_assert(sizeof(user_profile_t) == 1184 && (sizeof(void *) != 4 || sizeof(user_type_def_t) == 52));
 
 namespace {
 
