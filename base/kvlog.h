@@ -13,4 +13,8 @@ extern "C" __attribute__((visibility("default"), format(printf, 9, 10))) void kv
 #define GROUP_OP 5, 7, 5, 0, 0, 0, 0, "group_op"
 #define USER_OP 3, 7, 3, 0, 0, 0, 0, "USER"
 
+// Logs a message and has the value `result`: return LOGGED_AS(-1, LIST_OP, "Can't remove %s\n", name). A macro because
+// kvlog() has no variant with a va_list, and so that the compiler checks the format.
+#define LOGGED_AS(result, ...) (kvlog(__VA_ARGS__), (result))
+
 #endif

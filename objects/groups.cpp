@@ -129,10 +129,8 @@ int create_group(const group_desc_t *parent, const group_desc_t *group) {
     if (!good_name(parent->name) || !good_name(group->name)) return 1;
     GroupHandle outer = open_group(parent);
     if (!outer) return 1;
-    if (parent->max_groups != 0 && kvio_size(outer.get()) == parent->max_groups) {
-        kvlog(GROUP_OP, "cannot create, too many groups (>%d)\n", parent->max_groups);
-        return 0;
-    }
+    if (parent->max_groups != 0 && kvio_size(outer.get()) == parent->max_groups)
+        return LOGGED_AS(0, GROUP_OP, "cannot create, too many groups (>%d)\n", parent->max_groups);
     GroupHandle created(kvio_create_group(group->config, group->scope, group->type, group->name));
     if (!created) return 1;
     if (!set_references(created.get(), 0)) return GROUP_REFERENCE;
@@ -166,10 +164,7 @@ int remove_entry(const group_desc_t *group, const char *name) {
     GroupHandle opened = open_group(group);
     if (!opened) return 1;
     kvio_node_t *entity = find_entry(group, name);
-    if (!entity) {
-        kvlog(GROUP_OP, "%s: cannot find entry %s\n", group->label, name);
-        return 1;
-    }
+    if (!entity) return LOGGED_AS(1, GROUP_OP, "%s: cannot find entry %s\n", group->label, name);
     int result = 0;
     if (group->entry_removed) {
         Buffer buffer = entry_buffer(group);

@@ -61,10 +61,7 @@ int find_or_create(const group_desc_t *group, const char *name, kvio_node_t **en
     *entity = find_entry(group, name);
     if (*entity) return get_references(*entity, count) && *count != most_references ? 0 : GROUP_REFERENCE;
     *entity = kvio_define2(group->config, group->scope, group->type, name);
-    if (!*entity) {
-        kvlog(GROUP_OP, "%s: cannot join entry\n", group->label);
-        return 1;
-    }
+    if (!*entity) return LOGGED_AS(1, GROUP_OP, "%s: cannot join entry\n", group->label);
     if (set_references(*entity, 0)) return 0;
     undefine_entry(group, name);
     return GROUP_REFERENCE;

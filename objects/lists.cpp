@@ -21,48 +21,30 @@ Entities retrieve_members(const list_desc_t *list, kvio_iterator_t *opened) {
 
 // Fills the buffer and prints it. `called` is the entry's name in messages.
 bool print_entity(const list_desc_t *list, kvio_node_t *entity, int position, void *buffer, const char *called) {
-    if (list->get_entry(entity, buffer) != 0) {
-        kvlog(LIST_OP, "can't get entry: %s!\n", called);
-        return false;
-    }
-    if (list->print_entry(position, buffer) != 0) {
-        kvlog(LIST_OP, "can't print entry: %s!\n", called);
-        return false;
-    }
+    if (list->get_entry(entity, buffer) != 0) return LOGGED_AS(false, LIST_OP, "can't get entry: %s!\n", called);
+    if (list->print_entry(position, buffer) != 0) return LOGGED_AS(false, LIST_OP, "can't print entry: %s!\n", called);
     return true;
 }
 
 bool print_one(const list_desc_t *list, const char *name) {
     if (!prints_entries(list)) return false;
     Buffer buffer = entry_buffer(list);
-    if (!buffer) {
-        kvlog(LIST_OP, "can't alloc entry: %s!\n", name);
-        return false;
-    }
+    if (!buffer) return LOGGED_AS(false, LIST_OP, "can't alloc entry: %s!\n", name);
     kvio_node_t *entity = find_entry(list, name);
-    if (!entity) {
-        kvlog(LIST_OP, "can't retrieve entry: %s!\n", name);
-        return false;
-    }
+    if (!entity) return LOGGED_AS(false, LIST_OP, "can't retrieve entry: %s!\n", name);
     return print_entity(list, entity, 1, buffer.get(), name);
 }
 
 // Prints a name and the count in the attribute "refcount", which other programs keep.
 bool print_name(const list_desc_t *list, kvio_node_t *entity, int index) {
     char name[name_size];
-    if (!kvio_name2(entity, name, sizeof name)) {
-        kvlog(LIST_OP, "can't get name for entry %d!\n", index);
-        return false;
-    }
+    if (!kvio_name2(entity, name, sizeof name))
+        return LOGGED_AS(false, LIST_OP, "can't get name for entry %d!\n", index);
     char count[16];
-    if (!kvio_getattr_entity2(entity, "refcount", count, sizeof count)) {
-        kvlog(LIST_OP, "can't get reference count: %s!\n", name);
-        return false;
-    }
-    if (list->print_name(index + 1, name, empty(count) ? -1 : to_int32(count)) != 0) {
-        kvlog(LIST_OP, "can't print entry name: %s!\n", name);
-        return false;
-    }
+    if (!kvio_getattr_entity2(entity, "refcount", count, sizeof count))
+        return LOGGED_AS(false, LIST_OP, "can't get reference count: %s!\n", name);
+    if (list->print_name(index + 1, name, empty(count) ? -1 : to_int32(count)) != 0)
+        return LOGGED_AS(false, LIST_OP, "can't print entry name: %s!\n", name);
     return true;
 }
 
@@ -79,10 +61,7 @@ bool print_all(const list_desc_t *list, kvio_iterator_t *opened) {
     Entities members = retrieve_members(list, opened);
     if (!members || !prints_entries(list)) return false;
     Buffer buffer = entry_buffer(list);
-    if (!buffer) {
-        kvlog(LIST_OP, "can't alloc entry: %s!\n", shown(list->label));
-        return false;
-    }
+    if (!buffer) return LOGGED_AS(false, LIST_OP, "can't alloc entry: %s!\n", shown(list->label));
     for (int i = 0; i < members->count; ++i)
         if (!print_entity(list, members->items[i], i + 1, buffer.get(), shown(list->label))) return false;
     return true;
@@ -103,20 +82,9 @@ int listing(const list_desc_t *list, Print print) {
 // Finds the entity and writes the caller's data into it.
 bool set_entity(const list_desc_t *list, void *data, const char *name) {
     kvio_node_t *entity = find_entry(list, name);
-    if (!entity) {
-        kvlog(LIST_OP, "Can't retrieve entry: %s!\n", shown(name));
-        return false;
-    }
-    if (list->set_entry(entity, data) >= 0) return true;
-    kvlog(LIST_OP, "Can't set entry: %s!\n", name);
-    return false;
-}
-
-// Creates the entity. An empty name is refused: kvio_append() would replace it by a number.
-bool define(const list_desc_t *list, const char *name) {
-    if (!empty(name) && kvio_define(list->config, list->scope, list->type, name)) return true;
-    kvlog(LIST_OP, "Can't define entry: %s!\n", shown(name));
-    return false;
+    if (!entity) return LOGGED_AS(false, LIST_OP, "Can't retrieve entry: %s!\n", shown(name));
+    if (list->set_entry(entity, data) < 0) return LOGGED_AS(false, LIST_OP, "Can't set entry: %s!\n", name);
+    return true;
 }
 
 }  // namespace
@@ -135,11 +103,11 @@ int append_list(const list_desc_t *list, void *data, const char *name) {
     if (!opened) return -1;
     int count = kvio_size(opened.get());
     if (count < 0) return -1;
-    if (count >= list->max_entries) {
-        kvlog(LIST_OP, "%s: list is full!\n", shown(list->label));
-        return -1;
-    }
-    if (!list->set_entry || !define(list, name)) return -1;
+    if (count >= list->max_entries) return LOGGED_AS(-1, LIST_OP, "%s: list is full!\n", shown(list->label));
+    if (!list->set_entry) return -1;
+    // kvio_append() would replace an empty name by a number.
+    if (empty(name) || !kvio_define(list->config, list->scope, list->type, name))
+        return LOGGED_AS(-1, LIST_OP, "Can't define entry: %s!\n", shown(name));
     if (!kvio_append(opened.get(), name)) {
         kvlog(LIST_OP, "Can't append entry: %s!\n", name);
         undefine_entry(list, name);
@@ -163,14 +131,8 @@ int delete_list(const list_desc_t *list, const char *name) {
     if (!complete(list)) return 0;
     ListHandle opened = open_list(list);
     if (!opened) return -1;
-    if (!undefine_entry(list, name)) {
-        kvlog(LIST_OP, "Can't undefine %s\n", shown(name));
-        return -1;
-    }
-    if (!kvio_remove(opened.get(), name)) {
-        kvlog(LIST_OP, "Can't remove %s\n", name);
-        return -1;
-    }
+    if (!undefine_entry(list, name)) return LOGGED_AS(-1, LIST_OP, "Can't undefine %s\n", shown(name));
+    if (!kvio_remove(opened.get(), name)) return LOGGED_AS(-1, LIST_OP, "Can't remove %s\n", name);
     return 0;
 }
 
@@ -178,13 +140,7 @@ int get_list(const list_desc_t *list, const char *name, void *entry) {
     ListHandle opened = open_list(list);
     if (!opened || !list->get_entry) return -1;
     kvio_node_t *entity = find_entry(list, name);
-    if (!entity) {
-        kvlog(LIST_OP, "can't retrieve entry: %s!\n", shown(name));
-        return -1;
-    }
-    if (list->get_entry(entity, entry) != 0) {
-        kvlog(LIST_OP, "can't get entry: %s!\n", name);
-        return -1;
-    }
+    if (!entity) return LOGGED_AS(-1, LIST_OP, "can't retrieve entry: %s!\n", shown(name));
+    if (list->get_entry(entity, entry) != 0) return LOGGED_AS(-1, LIST_OP, "can't get entry: %s!\n", name);
     return 0;
 }

@@ -11,9 +11,8 @@
 #include "base/paths.h"
 #include "base/text.h"
 
-// Logs a message and has the value `result`. A macro because kvlog() has no variant with a va_list, and so that the
-// compiler checks the format.
-#define LOGGED(result, ...) (kvlog(USER_OP, __VA_ARGS__), (result))
+// Logs a message of the user functions and has the value `result`.
+#define LOGGED(result, ...) LOGGED_AS(result, USER_OP, __VA_ARGS__)
 
 // A user type: its code, its word in account files and messages, and the numbers its users have by default.
 struct UserType {
