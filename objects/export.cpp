@@ -32,9 +32,8 @@ bool is_under_way(const char *name, const Level *level) {
 // cannot be read ends the group that has it.
 bool search_nested(const group_desc_t *group, const Level &level, int &expansions, Callback<bool(const char *)> visit) {
     if (level.depth > deepest_level || ++expansions > most_expansions) return false;
-    GroupHandle opened = open_group(group, level.name);
-    int count = opened ? kvio_size(opened.get()) : 0;
-    if (count < 0) kvlog(GROUP_OP, "%s: cannot get size of group\n", shown(group->label));
+    GroupHandle opened = open_group(group, group->type, level.name);
+    int count = opened ? size_of(group, opened.get()) : 0;
     for (int position = 1; position <= count; ++position) {
         char name[name_size];
         MemberKind member = read_member(opened.get(), position, name);
@@ -127,7 +126,7 @@ bool export_entry(const group_desc_t *group, kvio_node_t *entity, int index, voi
 bool export_properties(group_desc_t *group, GroupNames &groups, kvio_node_t *member, int index, void *handle) {
     char entry[name_size];
     if (!read_name(member, entry)) return false;
-    GroupHandle opened = PropertyGroup(group, entry).open();
+    GroupHandle opened = open_group(group, group->property_type, PropertyNames(group, entry).container);
     if (!opened) return false;
     Entities properties(kvio_retrieve_all(opened.get()));
     if (!properties) return false;

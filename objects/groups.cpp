@@ -5,12 +5,6 @@ using namespace objects;
 
 namespace {
 
-int size_of(const group_desc_t *group, kvio_iterator_t *opened) {
-    int count = kvio_size(opened);
-    if (count < 0) kvlog(GROUP_OP, "%s: cannot get size of group\n", group->label);
-    return count;
-}
-
 bool can_list(const group_desc_t *group) {
     return (!group->print_entry || reads_entries(group)) &&
            (!group->print_property || (group->property_type && reads_properties(group)));
@@ -32,7 +26,7 @@ bool list_entry(const group_desc_t *group, const char *name, bool *failed) {
     }
     if (group->print_property) {
         Buffer buffer = property_buffer(group);
-        kvio_node_t *property = buffer ? Property(group, name).find() : nullptr;
+        kvio_node_t *property = buffer ? find_property(group, PropertyNames(group, name)) : nullptr;
         if (!property) return false;
         if (group->get_property(property, buffer.get()) != 0 || group->print_property(buffer.get()) != 0)
             *failed = true;
@@ -69,32 +63,25 @@ int release_entry(const group_desc_t *group, kvio_node_t *entity, const char *na
     return set_references(entity, count - 1) ? 0 : GROUP_REFERENCE;
 }
 
-void log_cannot_remove(const group_desc_t *group, const char *name) {
-    kvlog(GROUP_OP, "%s: cannot remove entry %s\n", group->label, name);
-}
-
 // Deletes the properties of an entry in the group, and its property group once that is empty.
 int remove_properties(const group_desc_t *group, const char *name) {
-    Property property(group, name);
+    PropertyNames names(group, name);
     int result = 0;
     if (group->property_removed) {
-        kvio_node_t *entity = property.find();
+        kvio_node_t *entity = find_property(group, names);
         if (!entity) return 1;
         Buffer buffer = property_buffer(group);
         if (!buffer) return 1;
         if (group->get_property(entity, buffer.get()) != 0 || group->property_removed(buffer.get()) != 0) result = 1;
     }
-    if (!property.undefine()) return 1;
-    PropertyGroup properties(group, name);
-    GroupHandle opened = properties.open();
+    if (!kvio_undefine(group->config, group->scope, group->property_type, names.entity)) return 1;
+    GroupHandle opened = open_group(group, group->property_type, names.container);
     if (!opened) return 1;
-    if (!kvio_remove(opened.get(), property.name())) {
-        log_cannot_remove(group, name);
-        return 1;
-    }
+    if (!kvio_remove(opened.get(), names.entity))
+        return LOGGED_AS(1, GROUP_OP, "%s: cannot remove entry %s\n", group->label, name);
     bool empty_now = kvio_size(opened.get()) == 0;
     opened.close();
-    if (empty_now && !properties.dispose()) return 1;
+    if (empty_now && !kvio_dispose_group(group->config, group->scope, group->property_type, names.container)) return 1;
     return result;
 }
 
@@ -171,10 +158,8 @@ int remove_entry(const group_desc_t *group, const char *name) {
         if (!buffer) return 1;
         if (group->get_entry(entity, buffer.get()) != 0 || group->entry_removed(name, buffer.get()) != 0) result = 1;
     }
-    if (!kvio_remove(opened.get(), name)) {
-        log_cannot_remove(group, name);
-        return 1;
-    }
+    if (!kvio_remove(opened.get(), name))
+        return LOGGED_AS(1, GROUP_OP, "%s: cannot remove entry %s\n", group->label, name);
     if (int failure = release_entry(group, entity, name)) return failure;
     if (group->property_type && remove_properties(group, name) != 0) return 1;
     return result;
@@ -185,7 +170,7 @@ int remove_group(const group_desc_t *group, const char *name) {
     if (!good_name(group->name) || !good_name(name)) return 1;
     GroupHandle outer = open_group(group);
     if (!outer) return 1;
-    GroupHandle nested = open_group(group, name);
+    GroupHandle nested = open_group(group, group->type, name);
     if (!nested) return 1;
     int count = 0;
     if (!get_references(nested.get(), &count)) return GROUP_REFERENCE;

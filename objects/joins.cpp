@@ -6,8 +6,7 @@ using namespace objects;
 namespace {
 
 bool log_cannot_specify(const group_desc_t *group, const char *name) {
-    kvlog(GROUP_OP, "%s: cannot specify properties for entry %s\n", group->label, name);
-    return false;
+    return LOGGED_AS(false, GROUP_OP, "%s: cannot specify properties for entry %s\n", group->label, name);
 }
 
 // The same for change_entry(), which also prints the step that failed: a text that ends in a blank, or "".
@@ -18,14 +17,13 @@ bool cannot_change(const group_desc_t *group, const char *name, const char *step
 
 // Creates the property group if need be and the property entity of a new member. A failure leaves what was created.
 bool add_properties(const group_desc_t *group, const char *name, void *data) {
-    PropertyGroup properties(group, name);
-    GroupHandle opened = properties.open();
-    if (!opened) opened = properties.create();
+    PropertyNames names(group, name);
+    GroupHandle opened = open_group(group, group->property_type, names.container);
+    if (!opened) opened.reset(kvio_create_group(group->config, group->scope, group->property_type, names.container));
     if (!opened) return log_cannot_specify(group, name);
-    Property property(group, name);
-    if (!kvio_join(opened.get(), property.name(), 1)) return false;
-    if (property.find()) return log_cannot_specify(group, name);
-    kvio_node_t *entity = property.define();
+    if (!kvio_join(opened.get(), names.entity, 1)) return false;
+    if (find_property(group, names)) return log_cannot_specify(group, name);
+    kvio_node_t *entity = kvio_define2(group->config, group->scope, group->property_type, names.entity);
     if (!entity || group->set_property(entity, data, nullptr) != 0) return log_cannot_specify(group, name);
     if (!opened.close()) return log_cannot_specify(group, name);
     return true;
@@ -37,8 +35,8 @@ bool change_data(const group_desc_t *group, kvio_node_t *entity, const char *nam
            group->set_entry(entity, name, data, current.get()) == 0;
 }
 
-bool change_property(const group_desc_t *group, const char *name, void *data) {
-    kvio_node_t *entity = Property(group, name).find();
+bool change_property(const group_desc_t *group, const PropertyNames &names, const char *name, void *data) {
+    kvio_node_t *entity = find_property(group, names);
     if (!entity) return cannot_change(group, name, "kvio_retrieve_entity ");
     Buffer current = property_buffer(group);
     if (!current) return cannot_change(group, name, "3 ");
@@ -48,11 +46,12 @@ bool change_property(const group_desc_t *group, const char *name, void *data) {
 }
 
 bool change_properties(const group_desc_t *group, const char *name, void *data) {
-    GroupHandle properties = PropertyGroup(group, name).open();
-    if (!properties) return cannot_change(group, name, "kvio_open_group ");
-    bool changed = change_property(group, name, data);
-    if (!properties.close()) return cannot_change(group, name, "");
-    return changed;
+    PropertyNames names(group, name);
+    GroupHandle opened = open_group(group, group->property_type, names.container);
+    if (!opened) return cannot_change(group, name, "kvio_open_group ");
+    bool is_changed = change_property(group, names, name, data);
+    if (!opened.close()) return cannot_change(group, name, "");
+    return is_changed;
 }
 
 // Finds the entry and its count, or creates it with the count 0. Returns the result of the operation on failure, else 0.

@@ -41,8 +41,7 @@ inline Buffer property_buffer(const group_desc_t *group) {
     return Buffer(group->alloc_property(), group->free_property);
 }
 
-// Buffer sizes, with the NUL: names of entries and groups, of property groups (ENTRY_property), and of property entities
-// (GROUP_ENTRY).
+// Sizes of names, with the NUL: of entries and groups, of property groups, and of property entities.
 constexpr std::size_t name_size = 64;
 constexpr std::size_t property_group_size = 76;
 constexpr std::size_t property_size = 136;
@@ -68,15 +67,29 @@ inline bool reads_properties(const group_desc_t *group) noexcept {
     return group->alloc_property && group->get_property && group->free_property;
 }
 
-inline GroupHandle open_group(const group_desc_t *group, const char *name) {
-    return GroupHandle(kvio_open_group(group->config, group->scope, group->type, name));
+// The names of what holds an entry's properties in a group: the entry's property group, ENTRY_property, and the property
+// entity, GROUP_ENTRY. The names of group and entry have at most 63 bytes.
+struct PropertyNames {
+    PropertyNames(const group_desc_t *group, const char *entry) {
+        std::snprintf(container, sizeof container, "%s_property", entry);
+        std::snprintf(entity, sizeof entity, "%s_%s", group->name, entry);
+    }
+    char container[property_group_size], entity[property_size];
+};
+
+inline GroupHandle open_group(const group_desc_t *group, const char *type, const char *name) {
+    return GroupHandle(kvio_open_group(group->config, group->scope, type, name));
 }
 
-inline GroupHandle open_group(const group_desc_t *group) { return open_group(group, group->name); }
+inline GroupHandle open_group(const group_desc_t *group) { return open_group(group, group->type, group->name); }
 
 template <class Record>
 kvio_node_t *find_entry(const Record *record, const char *name) {
     return kvio_retrieve_entity(record->config, record->scope, record->type, name);
+}
+
+inline kvio_node_t *find_property(const group_desc_t *group, const PropertyNames &names) {
+    return kvio_retrieve_entity(group->config, group->scope, group->property_type, names.entity);
 }
 
 template <class Record>
@@ -84,45 +97,12 @@ bool undefine_entry(const Record *record, const char *name) {
     return kvio_undefine(record->config, record->scope, record->type, name) != 0;
 }
 
-// The property group of an entry: ENTRY_property. The name has at most 63 bytes, here and below.
-class PropertyGroup {
-public:
-    PropertyGroup(const group_desc_t *group, const char *entry) : group_(group) {
-        std::snprintf(name_, sizeof name_, "%s_property", entry);
-    }
-    const char *name() const noexcept { return name_; }
-    GroupHandle open() const {
-        return GroupHandle(kvio_open_group(group_->config, group_->scope, group_->property_type, name_));
-    }
-    GroupHandle create() const {
-        return GroupHandle(kvio_create_group(group_->config, group_->scope, group_->property_type, name_));
-    }
-    bool dispose() const {
-        return kvio_dispose_group(group_->config, group_->scope, group_->property_type, name_) != 0;
-    }
-
-private:
-    const group_desc_t *group_;
-    char name_[property_group_size];
-};
-
-// The property entity of an entry in a group: GROUP_ENTRY.
-class Property {
-public:
-    Property(const group_desc_t *group, const char *entry) : group_(group) {
-        std::snprintf(name_, sizeof name_, "%s_%s", group->name, entry);
-    }
-    const char *name() const noexcept { return name_; }
-    kvio_node_t *find() const {
-        return kvio_retrieve_entity(group_->config, group_->scope, group_->property_type, name_);
-    }
-    kvio_node_t *define() const { return kvio_define2(group_->config, group_->scope, group_->property_type, name_); }
-    bool undefine() const { return kvio_undefine(group_->config, group_->scope, group_->property_type, name_) != 0; }
-
-private:
-    const group_desc_t *group_;
-    char name_[property_size];
-};
+// Returns the number of members; -1, after a message, if they cannot be counted.
+inline int size_of(const group_desc_t *group, kvio_iterator_t *opened) {
+    int count = kvio_size(opened);
+    if (count < 0) kvlog(GROUP_OP, "%s: cannot get size of group\n", shown(group->label));
+    return count;
+}
 
 enum class MemberKind { entry, group, unreadable };
 
