@@ -49,10 +49,21 @@ int list_members(const group_desc_t *group, kvio_iterator_t *opened) {
     return failed ? 1 : 0;
 }
 
-// Adds to a group's count. A count that would leave the range of an int is not changed.
-int change_references(kvio_iterator_t *group, int count, int difference) {
-    if (__builtin_add_overflow(count, difference, &count)) return GROUP_REFERENCE;
-    return set_references(group, count) ? 0 : GROUP_REFERENCE;
+// Adds to a group's count if that is at least `least`. A count that would leave the range of an int is not changed.
+int change_references(kvio_iterator_t *group, int difference, int least) {
+    int count = 0;
+    if (!get_references(group, &count)) return GROUP_REFERENCE;
+    if (count < least) return 1;
+    if (__builtin_add_overflow(count, difference, &count) || !set_references(group, count)) return GROUP_REFERENCE;
+    return 0;
+}
+
+// The same for the group of a record.
+int change_use(const group_desc_t *group, int difference, int least) {
+    if (!complete(group)) return 0;
+    if (!good_name(group->name)) return 1;
+    GroupHandle opened = open_group(group);
+    return opened ? change_references(opened.get(), difference, least) : 1;
 }
 
 // Lowers the count of an entry that has left a group, or deletes the entry if it was in no other one.
@@ -124,26 +135,9 @@ int create_group(const group_desc_t *parent, const group_desc_t *group) {
     return kvio_join(outer.get(), group->name, 0) ? 0 : 1;
 }
 
-int use_group(const group_desc_t *group) {
-    if (!complete(group)) return 0;
-    if (!good_name(group->name)) return 1;
-    GroupHandle opened = open_group(group);
-    if (!opened) return 1;
-    int count = 0;
-    if (!get_references(opened.get(), &count)) return GROUP_REFERENCE;
-    return change_references(opened.get(), count, 1);
-}
+int use_group(const group_desc_t *group) { return change_use(group, +1, fewest_references); }
 
-int unuse_group(const group_desc_t *group) {
-    if (!complete(group)) return 0;
-    if (!good_name(group->name)) return 1;
-    GroupHandle opened = open_group(group);
-    if (!opened) return 1;
-    int count = 0;
-    if (!get_references(opened.get(), &count)) return GROUP_REFERENCE;
-    if (count < 1) return 1;
-    return change_references(opened.get(), count, -1);
-}
+int unuse_group(const group_desc_t *group) { return change_use(group, -1, 1); }
 
 int remove_entry(const group_desc_t *group, const char *name) {
     if (!complete(group) || !can_tell_removed(group)) return 0;
@@ -172,9 +166,7 @@ int remove_group(const group_desc_t *group, const char *name) {
     if (!outer) return 1;
     GroupHandle nested = open_group(group, group->type, name);
     if (!nested) return 1;
-    int count = 0;
-    if (!get_references(nested.get(), &count)) return GROUP_REFERENCE;
-    if (int failure = change_references(nested.get(), count, -1)) return failure;
+    if (int failure = change_references(nested.get(), -1, fewest_references)) return failure;
     return kvio_remove(outer.get(), name) ? 0 : 1;
 }
 

@@ -125,6 +125,7 @@ inline bool get_references(kvio_node_t *entry, int *count) { return get_entity_i
 inline bool set_references(kvio_iterator_t *group, int count) { return set_iterator_int(group, "reference", count); }
 inline bool set_references(kvio_node_t *entry, int count) { return set_entity_int(entry, "reference", count); }
 
+constexpr int fewest_references = std::numeric_limits<int>::min();
 constexpr int most_references = std::numeric_limits<int>::max();
 
 }  // namespace objects
