@@ -46,41 +46,20 @@ bool search_nested(const group_desc_t *group, const Level &level, int &expansion
     return false;
 }
 
-// The names of a group and of those nested in it, which are read when a name is not the group's own.
-class GroupNames {
-public:
-    explicit GroupNames(const group_desc_t *group) : group_(group) { copy_if_fits(own_, sizeof own_, group->name); }
-
-    bool contain(std::string_view name) {
-        if (name == own_) return true;
-        if (!read_) read();
-        return std::any_of(nested_.begin(), nested_.end(), [&](const Name &nested) { return name == nested.text; });
-    }
-
-    bool out_of_memory() const { return out_of_memory_; }
-
-private:
-    struct Name {
-        char text[name_size];
-    };
-
-    void read() {
-        read_ = true;
-        int expansions = 0;
-        auto keep = [&](const char *name) {
-            Name nested{};
-            copy_if_fits(nested.text, sizeof nested.text, name);
-            out_of_memory_ = !nested_.push(nested);
-            return out_of_memory_;
-        };
-        search_nested(group_, {own_, nullptr, 1}, expansions, keep);
-    }
-
-    const group_desc_t *group_;
-    char own_[name_size];
-    bool read_ = false, out_of_memory_ = false;
-    Array<Name> nested_;
+struct Name {
+    char text[name_size];
 };
+
+// Reads the names of a group and of those nested in it. False when memory is short.
+bool read_names(const group_desc_t *group, const char *own, Array<Name> &names) {
+    auto cannot_keep = [&](const char *text) {
+        Name name{};
+        copy_if_fits(name.text, sizeof name.text, text);
+        return !names.push(name);
+    };
+    int expansions = 0;
+    return !cannot_keep(own) && !search_nested(group, {own, nullptr, 1}, expansions, cannot_keep);
+}
 
 // Returns GROUP of the property name "GROUP_ENTRY"; empty if the name does not end in "_ENTRY".
 std::string_view group_of(std::string_view property, std::string_view entry) {
@@ -94,20 +73,14 @@ std::string_view group_of(std::string_view property, std::string_view entry) {
 }
 
 // Points a record's name at a buffer of its own while it lives.
-class BorrowedName {
-public:
-    explicit BorrowedName(group_desc_t *group) : group_(group), name_(group->name) { group->name = buffer_; }
+struct BorrowedName {
+    explicit BorrowedName(group_desc_t *group) : record(group), own(group->name) { group->name = buffer; }
     BorrowedName(const BorrowedName &) = delete;
-    BorrowedName &operator=(const BorrowedName &) = delete;
-    ~BorrowedName() { group_->name = name_; }
+    ~BorrowedName() { record->name = own; }
 
-    // The name has at most 63 bytes.
-    void set(std::string_view name) { *std::copy(name.begin(), name.end(), buffer_) = '\0'; }
-
-private:
-    group_desc_t *group_;
-    char *name_;
-    char buffer_[name_size] = {};
+    group_desc_t *const record;
+    char *const own;
+    char buffer[name_size] = {};
 };
 
 bool can_export(const group_desc_t *group) {
@@ -122,8 +95,15 @@ bool export_entry(const group_desc_t *group, kvio_node_t *entity, int index, voi
            group->export_entry(index, handle, name, buffer.get()) == 0;
 }
 
-// Exports those properties of an entry that belong to one of the groups.
-bool export_properties(group_desc_t *group, GroupNames &groups, kvio_node_t *member, int index, void *handle) {
+bool export_property(const group_desc_t *group, kvio_node_t *entity, int index, int property_index, void *handle) {
+    Buffer buffer = property_buffer(group);
+    return buffer && group->get_property(entity, buffer.get()) == 0 &&
+           group->export_property(index, property_index, handle, buffer.get()) == 0;
+}
+
+// Exports those properties of an entry that belong to the group or to a nested one. `names` are read when a property
+// of another group is met.
+bool export_properties(group_desc_t *group, Array<Name> &names, kvio_node_t *member, int index, void *handle) {
     char entry[name_size];
     if (!read_name(member, entry)) return false;
     GroupHandle opened = open_group(group, group->property_type, PropertyNames(group, entry).container);
@@ -135,18 +115,15 @@ bool export_properties(group_desc_t *group, GroupNames &groups, kvio_node_t *mem
         char property[property_size];
         if (!kvio_name2(properties->items[i], property, sizeof property)) return false;
         std::string_view owner = group_of(property, entry);
-        bool is_exported = groups.contain(owner);
-        if (groups.out_of_memory()) return false;
-        if (!is_exported) continue;
-        name.set(owner);
-        Buffer buffer = property_buffer(group);
-        if (!buffer || group->get_property(properties->items[i], buffer.get()) != 0 ||
-            group->export_property(index, i, handle, buffer.get()) != 0)
-            return false;
+        if (owner != name.own) {
+            if (names.empty() && !read_names(group, name.own, names)) return false;
+            auto is_owner = [=](const Name &nested) { return owner == nested.text; };
+            if (std::none_of(names.begin(), names.end(), is_owner)) continue;
+        }
+        *std::copy(owner.begin(), owner.end(), name.buffer) = '\0';
+        if (!export_property(group, properties->items[i], index, i, handle)) return false;
     }
-    if (opened.close()) return true;
-    kvlog(GROUP_OP, "cannot close property group\n");
-    return false;
+    return opened.close() || LOGGED_AS(false, GROUP_OP, "cannot close property group\n");
 }
 
 }  // namespace
@@ -173,11 +150,11 @@ void *export_group(group_desc_t *group) {
     if (!members) return nullptr;
     Buffer handle(group->export_begin(members->count), group->export_discard);
     if (!handle) return nullptr;
-    GroupNames groups(group);
+    Array<Name> names;
     for (int i = 0; i < members->count; ++i) {
         kvio_node_t *member = members->items[i];
         if (group->export_entry && !export_entry(group, member, i, handle.get())) return nullptr;
-        if (group->export_property && !export_properties(group, groups, member, i, handle.get())) return nullptr;
+        if (group->export_property && !export_properties(group, names, member, i, handle.get())) return nullptr;
     }
     members.reset();
     if (!opened.close()) kvlog(GROUP_OP, "cannot close group\n");
