@@ -12,11 +12,8 @@ std::vector<std::string> arguments;
 }
 
 // In place of the library's search: keeps the arguments that the tool would get for the first host, and fails.
-int search(const LdapSettings &settings, const char *host, const char *user, user_profile_t &) {
-    char line[command_size];
-    if (!arguments.empty() || !write_command(line, settings, host, user, settings.bind_password)) return -1;
-    Arguments cut(line);
-    arguments.assign(cut.items, cut.items + cut.count);
+int search(const Arguments &command, const char *, const char *, const char *, int, user_profile_t &) {
+    if (arguments.empty()) arguments.assign(command.items, command.items + command.count);
     return -1;
 }
 

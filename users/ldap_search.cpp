@@ -65,15 +65,14 @@ void restore_default_signals() {
 }
 
 // The child between fork() and execv(): only async-signal-safe calls, until there is something to report.
-[[noreturn]] void run_tool(char *command, const char *shown_command, const Pipe &pipe) {
+[[noreturn]] void run_tool(const Arguments &command, const char *shown_command, const Pipe &pipe) {
     if (dup2(pipe.write.get(), STDOUT_FILENO) >= 0) {
         // A tool that writes to a closed descriptor 2 would write into whatever it opened last.
         for (int fd : {STDIN_FILENO, STDERR_FILENO})
             if (fcntl(fd, F_GETFD) < 0) open("/dev/null", O_RDWR);
         restore_default_signals();
-        Arguments arguments(command);
-        if (arguments.count)
-            execv(arguments.items[0], arguments.items);
+        if (command.count)
+            execv(command.items[0], command.items);
         else
             kvlog(USER_OP, "[%s]No acceptable initial character found.", "__execv");
     }
@@ -82,7 +81,7 @@ void restore_default_signals() {
 }
 
 // The process id of the tool, or -1 with errno. No signal handler of the caller's runs in the child.
-pid_t start_tool(char *command, const char *shown_command, const Pipe &pipe) {
+pid_t start_tool(const Arguments &command, const char *shown_command, const Pipe &pipe) {
     SignalsBlocked blocked;
     pid_t pid = fork();
     if (pid == 0) run_tool(command, shown_command, pipe);
@@ -158,13 +157,8 @@ int parse_search_result(char *text, user_profile_t *profile, const char *user) {
     return 1;
 }
 
-int search(const LdapSettings &settings, const char *host, const char *user, user_profile_t &profile) {
-    char command[command_size], shown_command[command_size];
-    write_command(shown_command, settings, host, user, shown_password(settings.bind_password));
-    if (!write_command(command, settings, host, user, settings.bind_password))
-        return LOGGED(-1, "[%s]LDAP command line is too long. User:%s.", step, user);
-    kvlog(USER_OP, "ldap cmd: %s\n", shown_command);
-
+int search(const Arguments &command, const char *shown_command, const char *host, const char *user, int time_limit,
+           user_profile_t &profile) {
     Pipe pipe;
     if (!pipe.read || !pipe.write)
         return LOGGED(-1, "[%s]Cannot create pipe for ldapsearch:%s.", step, std::strerror(errno));
@@ -173,7 +167,7 @@ int search(const LdapSettings &settings, const char *host, const char *user, use
     pipe.write.close();
 
     char output[output_size + 1];
-    if (!read_output(pipe.read.get(), output, settings.time_limit, host)) return -1;
+    if (!read_output(pipe.read.get(), output, time_limit, host)) return -1;
     if (parse_search_result(output, &profile, user) == 1)
         return LOGGED(1, "[%s]LDAP server %s. Found user record.", step, host);
     return LOGGED(-1, "[%s]LDAP server %s. User:%s does not exist.", step, host, user);

@@ -99,18 +99,7 @@ private:
     auth_buffer_t *buffer_ = nullptr;
 };
 
-// The settings of the LDAP search, in buffers with room for the line feed that a value is read with.
-struct LdapSettings {
-    char host[128], port[8], base[256], login_attribute[64], bind_dn[128], bind_password[128];
-    int ssl, time_limit;
-    bool bind;  // with bind_dn and bind_password
-};
-
 constexpr std::size_t command_size = 512;
-
-// Writes the search tool's command line; false if it is longer than its buffer. The user name fits in a profile.
-bool write_command(char (&line)[command_size], const LdapSettings &settings, const char *host, const char *user,
-                   const char *password);
 
 // Cuts a command line into arguments within itself. The items end with a null pointer, for execv().
 struct Arguments {
@@ -119,15 +108,9 @@ struct Arguments {
     std::size_t count = 0;
 };
 
-// What the log shows of a bind password.
-#ifdef KAVEX_HIDE_BIND_PASSWORD
-inline const char *shown_password(const char *password) { return *password ? "********" : ""; }
-#else
-inline const char *shown_password(const char *password) { return password; }
-#endif
-
-// Asks one server for the user's entry. 1 if it was found and the profile filled, -1 otherwise, after a message. The
-// tool does not survive the call, which takes at most the time limit and 2 seconds.
-int search(const LdapSettings &settings, const char *host, const char *user, user_profile_t &profile);
+// Runs the search tool, which asks one server for the user's entry. 1 if it was found and the profile filled, -1
+// otherwise, after a message. The tool does not survive the call, which takes at most the time limit and 2 seconds.
+int search(const Arguments &command, const char *shown_command, const char *host, const char *user, int time_limit,
+           user_profile_t &profile);
 
 #endif
