@@ -32,12 +32,10 @@ char *split_setting(char *&line) {
     return space + 1;
 }
 
-// True if a host value has more than one word. The caller's text may be unterminated where no line has set it.
-bool has_several_words(const char *host) {
-    char copy[sizeof(LdapSettings::host)];
-    bounded_copy(copy, sizeof copy, host);
-    char *rest = nullptr;
-    return strtok_r(copy, " ", &rest) && strtok_r(nullptr, " ", &rest);
+bool has_several_words(const char *text) {
+    text += std::strspn(text, " ");
+    text += std::strcspn(text, " ");
+    return text[std::strspn(text, " ")];
 }
 
 // A base that no line can set: an empty one is lawful, an absent one is not.
@@ -151,12 +149,14 @@ int get_ldap_server_info(char *host, char *port, char *base, char *login_attribu
     *ssl = 0;
     *time_limit = 10;
 
+    bool several_hosts = false;
     char buffer[line_size];
     while (std::fgets(buffer, sizeof buffer, file.get())) {
         bool is_whole = read_to_end(buffer, file.get());
         char *key = buffer;
         const char *value = split_setting(key);
         if (!value) continue;
+        if (same(key, "host")) several_hosts = has_several_words(value);
         if (same(key, "ssl")) *ssl = std::strncmp(value, "yes", 3) == 0;
         if (same(key, "timelimit")) *time_limit = to_int32(value);
         for (const auto &text : texts) {
@@ -164,7 +164,7 @@ int get_ldap_server_info(char *host, char *port, char *base, char *login_attribu
             if (!is_stored) return LOGGED(-1, "LDAP setting %s is too long.", key);
         }
     }
-    return has_several_words(host) ? 1 : 0;
+    return several_hosts;
 }
 
 int get_info_from_ldap(user_profile_t *profile, const char *user) {
