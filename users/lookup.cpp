@@ -5,8 +5,6 @@
 
 namespace {
 
-using Profile = Owned<user_profile_t, free_user_profile>;
-
 // Where the profile of a user with a remote authentication method comes from.
 struct RemoteSource {
     int (*look_up)(user_profile_t *profile, const char *user);
@@ -17,17 +15,12 @@ struct RemoteSource {
 constexpr RemoteSource radius{get_info_from_radius, "radius-users", "radius-user"};
 constexpr RemoteSource ldap{get_info_from_ldap, "ldap-users", "ldap-user"};
 
-// True if the user has a local account of type "ext-user".
-bool is_local_ext_user(const char *user) {
-    user_profile_t scratch;
-    return get_info_from_local(&scratch, user, USER_TYPE_EXT_USER) == 0;
-}
-
 // Asks the source, and a local account where the source fails. A name that has a slot in the shared buffer fits in
 // both fields.
 int look_up_remote_user(const RemoteSource &source, user_profile_t &profile, const char *user) {
     int result = source.look_up(&profile, user);
-    bool has_account = is_local_ext_user(user);
+    user_profile_t scratch;
+    bool has_account = get_info_from_local(&scratch, user, USER_TYPE_EXT_USER) == 0;
     const char *account = has_account ? user : source.default_account;
     if (result < 0) {
         if (!has_account)
@@ -50,7 +43,7 @@ int look_up(int method, user_profile_t &profile, const char *user) {
 
 user_profile_t *get_user_profile(const char *user) {
     if (!user) return nullptr;
-    auto profile = zeroed<Profile>();
+    auto profile = zeroed<Owned<user_profile_t, free_user_profile>>();
     if (!profile) return LOGGED(nullptr, "[%s]Insufficient memory.", __func__);
     BufferLock lock(__func__);
     if (!lock) return nullptr;
