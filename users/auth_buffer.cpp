@@ -22,23 +22,13 @@ int change_lock(int id, short by) {
     return semop(id, &operation, 1);
 }
 
-template <class Entry>
-int find(const Entry (&slots)[AUTH_BUFFER_SLOTS], const char *user) {
-    for (int slot = 0; slot < AUTH_BUFFER_SLOTS; ++slot) {
-        const Entry &entry = slots[slot];
-        bool has_end = strnlen(entry.user, sizeof entry.user) < sizeof entry.user;
-        if (entry.in_use == 1 && has_end && same(entry.user, user)) return slot;
-    }
-    return -1;
-}
-
 // Frees the RADIUS record of a released user, in an attachment of its own. The result of the release does not depend
 // on it.
 void release_radius(const char *user) {
     constexpr char step[] = "release_radius_db";
     AttachedBuffer buffer(step, user);
     if (!buffer) return;
-    int slot = buffer.find_radius(user);
+    int slot = find_slot(buffer->radius, user);
     if (slot >= 0)
         buffer->radius[slot].in_use = 0;
     else
@@ -49,7 +39,7 @@ void release_radius(const char *user) {
 bool release_slots(const char *user, const char *function) {
     AttachedBuffer buffer(function, user);
     if (!buffer) return false;
-    int slot = buffer.find_auth(user);
+    int slot = find_slot(buffer->auth, user);
     if (slot < 0) return true;
     auth_entry_t &entry = buffer->auth[slot];
     entry.in_use = 0;
@@ -93,14 +83,11 @@ AttachedBuffer::~AttachedBuffer() {
     if (buffer_) shmdt(buffer_);
 }
 
-int AttachedBuffer::find_auth(const char *user) const { return find(buffer_->auth, user); }
-int AttachedBuffer::find_radius(const char *user) const { return find(buffer_->radius, user); }
-
 int get_auth_module(const char *user) {
     if (!user) return -1;
     AttachedBuffer buffer(__func__, user);
     if (!buffer) return -1;
-    int slot = buffer.find_auth(user);
+    int slot = find_slot(buffer->auth, user);
     return slot < 0 ? -1 : buffer->auth[slot].method;
 }
 

@@ -147,7 +147,7 @@ int parse_search_result(char *text, user_profile_t *profile, const char *user) {
     if (!set_name(*profile, user, __func__)) return 0;
     const char *type = find_value(text, "type:");
     if (!type) return LOGGED(0, "Cannot find type in LDAP search result.");
-    set_type(*profile, type_of_beginning(type));
+    set_type(*profile, type_of_word(type, false));
     const char *lease_time = find_value(text, "leaseTime:");
     if (!lease_time) return LOGGED(0, "Cannot find leaseTime in LDAP search result.");
     profile->lease_time = to_int32(lease_time);

@@ -37,19 +37,12 @@ bool fill(user_profile_t &profile, const char *user, const UserType &type, const
 // Fills a profile from a line, and cuts the line into fields.
 bool fill_from_line(user_profile_t &profile, const char *user, char *line, const char *function) {
     cut_field(line);
-    if (!fill(profile, user, type_of_beginning(cut_field(line)), function)) return false;
+    if (!fill(profile, user, type_of_word(cut_field(line), false), function)) return false;
     for (std::int32_t *number :
          {&profile.access, &profile.visibility, &profile.lease_time, &profile.re_auth, &profile.remote_admin})
         if (const char *field = cut_field(line)) *number = to_int32(field);
     if (const char *field = cut_field(line, ':')) profile.remote_access = to_int32(field);
     return true;
-}
-
-// Opens an account file; null after a message.
-File open_accounts(Descriptor descriptor, const char *function) {
-    File file = open_lines(std::move(descriptor));
-    if (!file) kvlog(USER_OP, "[%s]Open password file has failed.", function);
-    return file;
 }
 
 }  // namespace
@@ -80,15 +73,15 @@ int get_info_from_local(user_profile_t *profile, const char *user, int wanted_ty
     if (!profile || !user) return -1;
     char line[piece_size] = "";
 
-    File file = open_accounts(open_to_read(paths::passwd), __func__);
-    if (!file) return -1;
+    File file = open_lines(open_to_read(paths::passwd));
+    if (!file) return LOGGED(-1, "[%s]Open password file has failed.", __func__);
     if (get_passwd_line(file.get(), user, wanted_type, line) == 0)
         return fill_from_line(*profile, user, line, __func__) ? 0 : -1;
     kvlog(USER_OP, "[%s]User:%s does not found in local database.", __func__, user);
 
     file.reset();
-    file = open_accounts(open_trusted(paths::domain_users), __func__);
-    if (!file) return -1;
+    file = open_lines(open_trusted(paths::domain_users));
+    if (!file) return LOGGED(-1, "[%s]Open password file has failed.", __func__);
     bool is_found = get_passwd_line(file.get(), user, wanted_type, line) == 0;
     kvlog(USER_OP, "[%s]buf=%s", __func__, line);
     if (!is_found) return LOGGED(-1, "[%s]User:%s does not found in domain database.", __func__, user);

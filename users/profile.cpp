@@ -41,15 +41,12 @@ const UserType &type_of_code(std::int32_t code) {
     return guest;
 }
 
-const UserType &type_of_word(const char *text) {
-    for (const UserType &type : types)
-        if (same(text, type.word)) return &type == &ext_user ? user : type;
-    return guest;
-}
-
-const UserType &type_of_beginning(const char *text) {
-    for (const UserType &type : types)
-        if (text && std::strncmp(text, type.word, std::strlen(type.word)) == 0) return type_of_word(type.word);
+const UserType &type_of_word(const char *text, bool is_whole) {
+    for (const UserType &type : types) {
+        std::size_t length = std::strlen(type.word);
+        if (text && std::strncmp(text, type.word, is_whole ? length + 1 : length) == 0)
+            return &type == &ext_user ? user : type;
+    }
     return guest;
 }
 

@@ -1,19 +1,10 @@
 // Profiles from the RADIUS results in the shared authentication buffer.
 #include "users/users.h"
 
-namespace {
-
-// The index of the user's record, or -1.
-int find_record(const char *user) {
-    AttachedBuffer buffer("check_radius_db", user);
-    return buffer ? buffer.find_radius(user) : -1;
-}
-
-}  // namespace
-
 int get_info_from_radius(user_profile_t *profile, const char *user) {
     if (!profile || !user) return -1;
-    int slot = find_record(user);
+    int slot = -1;
+    if (AttachedBuffer searched("check_radius_db", user); searched) slot = find_slot(searched->radius, user);
     if (slot < 0) return LOGGED(-1, "[%s]User:%s does not found in RADIUS database.", __func__, user);
 
     AttachedBuffer buffer(__func__, user);

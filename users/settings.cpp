@@ -12,7 +12,7 @@ int get_remote_setting(user_profile_t *profile, const char *name) {
     // From the first missing setting on all count as empty. No more bytes are read than fit with a NUL.
     char text[16] = "";  // Longer than the longest type word, so that no longer text looks like it.
     bool is_given = kvio_get2(entity, "type", text, sizeof text);
-    profile->type = type_of_word(text).code;
+    profile->type = type_of_word(text, true).code;
     const struct {
         const char *key;
         unsigned size;

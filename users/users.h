@@ -23,10 +23,9 @@ struct UserType {
 
 // The type of a code; guest for any other number.
 const UserType &type_of_code(std::int32_t code);
-// The type whose word is the text, or whose word the text begins with. The word "ext-user" gives the type user, an
-// unknown one guest; so does a null text that has no beginning.
-const UserType &type_of_word(const char *text);
-const UserType &type_of_beginning(const char *text);
+// The type whose word the text is, or only begins with. The word "ext-user" gives the type user, an unknown one guest,
+// and so does a null text.
+const UserType &type_of_word(const char *text, bool is_whole);
 // The word of a code; "ext-user" for any other number.
 const char *word_of_code(std::int32_t code);
 // Sets type, levels and remote flags.
@@ -91,13 +90,20 @@ public:
     explicit operator bool() const { return buffer_; }
     auth_buffer_t *operator->() const { return buffer_; }
 
-    // The index of the user's first slot in the list, or -1.
-    int find_auth(const char *user) const;
-    int find_radius(const char *user) const;
-
 private:
     auth_buffer_t *buffer_ = nullptr;
 };
+
+// The index of the user's first slot in a list of the shared buffer, or -1.
+template <class Entry>
+int find_slot(const Entry (&slots)[AUTH_BUFFER_SLOTS], const char *user) {
+    for (int slot = 0; slot < AUTH_BUFFER_SLOTS; ++slot) {
+        const Entry &entry = slots[slot];
+        bool has_end = strnlen(entry.user, sizeof entry.user) < sizeof entry.user;
+        if (entry.in_use == 1 && has_end && same(entry.user, user)) return slot;
+    }
+    return -1;
+}
 
 constexpr std::size_t command_size = 512;
 
