@@ -18,40 +18,11 @@ constexpr std::size_t longest_name = 127;
 // full. Where the store has found no loop, each group is reached only once.
 constexpr int most_unchecked_groups = 10'000;
 
-using Group = Owned<kvio_iterator_t, kvio_close_group>;
-using Entities = Owned<kvio_entities_t, kvio_free_entities>;
 using UserGroup = Owned<user_group_t, free_user_group>;
 
 // Appends the members of a group to a record, with the members of nested groups in their place. The groups that are
 // being expanded are kept on a stack here: their depth is limited by memory only.
-class Expansion {
-public:
-    // Messages are logged under the function's name.
-    Expansion(kvio_config_t *document, user_group_t &record, const char *function)
-        : document_(document), record_(record), function_(function) {}
-    Expansion(const Expansion &) = delete;
-    ~Expansion() {
-        for (const Level &level : levels_) kvio_close_group(level.group);
-    }
-
-    // False, after a message, if not all members could be appended; the record then holds those before.
-    bool run(const char *name, int most_groups) {
-        asked_ = name;
-        groups_left_ = most_groups;
-        if (!enter(name)) return false;
-        while (!levels_.empty()) {
-            Level &level = levels_.top();
-            if (level.position < level.size) {
-                if (!append_member(level.group, ++level.position)) return false;
-            } else {
-                kvio_close_group(level.group);
-                levels_.pop();
-            }
-        }
-        return true;
-    }
-
-private:
+struct Expansion {
     struct Level {
         char name[longest_name + 1];
         kvio_iterator_t *group;
@@ -59,60 +30,77 @@ private:
         int position;  // of the latest member, from 1
     };
 
-    bool out_of_memory() const { return LOGGED(false, "[%s]Insufficient memory.", function_); }
+    kvio_config_t *document;
+    user_group_t &record;
+    const char *asked;     // the name of the outermost group
+    int groups_left;       // that may still be opened
+    const char *function;  // which the messages name
+    Array<Level> levels = {};
+
+    ~Expansion() {
+        for (const Level &level : levels) kvio_close_group(level.group);
+    }
+
+    // False, after a message, if not all members could be appended; the record then holds those before.
+    bool run() {
+        if (!enter(asked)) return false;
+        while (!levels.empty()) {
+            Level &level = levels.top();
+            if (level.position < level.size) {
+                if (!append_member(level.group, ++level.position)) return false;
+            } else {
+                kvio_close_group(level.group);
+                levels.pop();
+            }
+        }
+        return true;
+    }
+
+    bool out_of_memory() const { return LOGGED(false, "[%s]Insufficient memory.", function); }
 
     bool enter(const char *name) {
-        if (groups_left_-- == 0) return LOGGED(false, "[%s]Group:%s is nested too deeply.", function_, shown(asked_));
+        if (groups_left-- == 0) return LOGGED(false, "[%s]Group:%s is nested too deeply.", function, shown(asked));
         Level level{};
         copy_if_fits(level.name, sizeof level.name, shown(name));
-        level.group = kvio_open_group(document_, group_scope, group_type, name);
+        level.group = kvio_open_group(document, group_scope, group_type, name);
         if (!level.group && kvio_errno == KVIO_NO_MEMORY) return out_of_memory();
         level.size = kvio_size(level.group);
-        if (levels_.push(level)) return true;
+        if (levels.push(level)) return true;
         kvio_close_group(level.group);
         return out_of_memory();
     }
 
-    // Skips a member that has no name, and logs and skips one whose name is too long.
+    // Skips a member that has no name, and a group that is being expanded already. Logs and skips a name that is too
+    // long.
     bool append_member(kvio_iterator_t *group, int position) {
         char name[longest_name + 2];  // One byte more than a name may have, to recognise names that were cut.
         int kind = kvio_regain_index2(group, static_cast<unsigned>(position), name, sizeof name);
         if (kind < 0) return kvio_errno != KVIO_XML || out_of_memory();
-        if (kind == 1) return append_group(name);
-        if (!name_fits(name, function_)) return true;
-        if (record_.member_count >= 0 && record_.member_count < capacity)
-            return set_name(record_.members[record_.member_count++], name, function_);
-        return LOGGED(false, "[%s]Group:%s has more than %d members.", function_, asked_, capacity);
+        if (kind == 1) {
+            if (std::strlen(name) > longest_name) return LOGGED(true, "[%s]Group name is too long:%s.", function, name);
+            for (const Level &level : levels)
+                if (same(level.name, name)) return true;
+            return enter(name);
+        }
+        if (!name_fits(name, function)) return true;
+        if (record.member_count >= 0 && record.member_count < capacity)
+            return set_name(record.members[record.member_count++], name, function);
+        return LOGGED(false, "[%s]Group:%s has more than %d members.", function, asked, capacity);
     }
-
-    // Skips a group that is being expanded already.
-    bool append_group(const char *name) {
-        if (std::strlen(name) > longest_name) return LOGGED(true, "[%s]Group name is too long:%s.", function_, name);
-        for (const Level &level : levels_)
-            if (same(level.name, name)) return true;
-        return enter(name);
-    }
-
-    kvio_config_t *document_;
-    user_group_t &record_;
-    const char *function_;
-    const char *asked_ = nullptr;
-    int groups_left_ = 0;
-    Array<Level> levels_;
 };
 
 // The members of a group of the template file; null after a message. Needs the buffer lock.
 UserGroup read_group(const char *name, const char *function) {
     Snapshot document = open_template(paths::group_template);
     if (!document) return LOGGED(nullptr, "[%s]Open backup file has failed.", function);
-    Group group(kvio_open_group(document.get(), group_scope, group_type, name));
+    Owned<kvio_iterator_t, kvio_close_group> group(kvio_open_group(document.get(), group_scope, group_type, name));
     if (!group) return LOGGED(nullptr, "[%s]Open group has failed.", function);
     // Only to see that the group is sound, without loops.
-    Entities entities(kvio_retrieve_all(group.get()));
+    Owned<kvio_entities_t, kvio_free_entities> entities(kvio_retrieve_all(group.get()));
     if (!entities) return LOGGED(nullptr, "[%s]Retrieve group's entities has failed.", function);
     auto record = zeroed<UserGroup>();
     if (!record) return LOGGED(nullptr, "[%s]Insufficient memory.", function);
-    if (!Expansion(document.get(), *record, function).run(name, INT_MAX)) return nullptr;
+    if (!Expansion{document.get(), *record, name, INT_MAX, function}.run()) return nullptr;
     return record;
 }
 
@@ -128,7 +116,7 @@ user_group_t *retrieve_user_group(const char *group) {
 
 int get_member(kvio_config_t *document, const char *group, user_group_t *record) {
     StoreCodeKept kept;
-    if (record) Expansion(document, *record, __func__).run(group, most_unchecked_groups);
+    if (record) Expansion{document, *record, group, most_unchecked_groups, __func__}.run();
     return 1;
 }
 
