@@ -1,4 +1,4 @@
-// The shared authentication buffer, its lock, and the calls that need nothing else.
+// The shared authentication buffer and its lock: a user's method, the profiles of RADIUS users, the release of a user.
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
@@ -20,6 +20,43 @@ int change_lock(int id, short by) {
     operation.sem_op = by;
     operation.sem_flg = SEM_UNDO;
     return semop(id, &operation, 1);
+}
+
+// The shared buffer. The destructor detaches it. Access needs the lock.
+class AttachedBuffer {
+public:
+    // Attaches the buffer. False after a failure, which is logged under the step's name.
+    AttachedBuffer(const char *step, const char *user) {
+        key_t key = key_of(paths::auth_buffer_key);
+        int id = key == -1 ? -1 : shmget(key, sizeof(auth_buffer_t), 0);
+        void *bytes = id < 0 ? nullptr : shmat(id, nullptr, 0);
+        if (id < 0)
+            kvlog(USER_OP, "[%s]Get shared buffer has failed. User:%s.", step, user);
+        else if (bytes == reinterpret_cast<void *>(-1))
+            kvlog(USER_OP, "[%s]Attach shared buffer has failed. User:%s.", step, user);
+        else
+            buffer_ = static_cast<auth_buffer_t *>(bytes);
+    }
+    AttachedBuffer(const AttachedBuffer &) = delete;
+    ~AttachedBuffer() {
+        if (buffer_) shmdt(buffer_);
+    }
+    explicit operator bool() const { return buffer_; }
+    auth_buffer_t *operator->() const { return buffer_; }
+
+private:
+    auth_buffer_t *buffer_ = nullptr;
+};
+
+// The index of the user's first slot in a list of the buffer, or -1.
+template <class Entry>
+int find_slot(const Entry (&slots)[AUTH_BUFFER_SLOTS], const char *user) {
+    for (int slot = 0; slot < AUTH_BUFFER_SLOTS; ++slot) {
+        const Entry &entry = slots[slot];
+        bool has_end = strnlen(entry.user, sizeof entry.user) < sizeof entry.user;
+        if (entry.in_use == 1 && has_end && same(entry.user, user)) return slot;
+    }
+    return -1;
 }
 
 // Frees the RADIUS record of a released user, in an attachment of its own. The result of the release does not depend
@@ -64,31 +101,31 @@ BufferLock::BufferLock(const char *function, Reason missing) {
 
 int BufferLock::unlock() { return id_ < 0 ? 0 : change_lock(std::exchange(id_, -1), +1); }
 
-AttachedBuffer::AttachedBuffer(const char *step, const char *user) {
-    key_t key = key_of(paths::auth_buffer_key);
-    int id = key == -1 ? -1 : shmget(key, sizeof(auth_buffer_t), 0);
-    if (id < 0) {
-        kvlog(USER_OP, "[%s]Get shared buffer has failed. User:%s.", step, user);
-        return;
-    }
-    void *bytes = shmat(id, nullptr, 0);
-    if (bytes == reinterpret_cast<void *>(-1)) {
-        kvlog(USER_OP, "[%s]Attach shared buffer has failed. User:%s.", step, user);
-        return;
-    }
-    buffer_ = static_cast<auth_buffer_t *>(bytes);
-}
-
-AttachedBuffer::~AttachedBuffer() {
-    if (buffer_) shmdt(buffer_);
-}
-
 int get_auth_module(const char *user) {
     if (!user) return -1;
     AttachedBuffer buffer(__func__, user);
     if (!buffer) return -1;
     int slot = find_slot(buffer->auth, user);
     return slot < 0 ? -1 : buffer->auth[slot].method;
+}
+
+int get_info_from_radius(user_profile_t *profile, const char *user) {
+    if (!profile || !user) return -1;
+    int slot = -1;
+    if (AttachedBuffer searched("check_radius_db", user); searched) slot = find_slot(searched->radius, user);
+    if (slot < 0) return LOGGED(-1, "[%s]User:%s does not found in RADIUS database.", __func__, user);
+
+    AttachedBuffer buffer(__func__, user);
+    if (!buffer) return -1;
+    radius_entry_t entry = buffer->radius[slot];
+    entry.user[sizeof entry.user - 1] = '\0';  // It may have changed where the caller has no lock.
+    if (entry.type == -1) return LOGGED(-1, "[%s]RADIUS user:%s does not have attributes.", __func__, user);
+    if (!set_name(*profile, entry.user, __func__)) return -1;
+    set_type(*profile, type_of_code(entry.type));
+    profile->lease_time = entry.lease_time;
+    profile->re_auth = entry.re_auth;
+    if (entry.lease_time && entry.re_auth) return 0;
+    return LOGGED(-1, "[%s]Cannot retrieve lease time/reauth time for RADIUS user:%s.", __func__, user);
 }
 
 int release_auth_list(const char *user) {

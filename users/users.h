@@ -80,31 +80,6 @@ private:
     int id_;
 };
 
-// The shared buffer. The destructor detaches it. Access needs the lock.
-class AttachedBuffer {
-public:
-    // Attaches the buffer. False after a failure, which is logged under the step's name.
-    AttachedBuffer(const char *step, const char *user);
-    AttachedBuffer(const AttachedBuffer &) = delete;
-    ~AttachedBuffer();
-    explicit operator bool() const { return buffer_; }
-    auth_buffer_t *operator->() const { return buffer_; }
-
-private:
-    auth_buffer_t *buffer_ = nullptr;
-};
-
-// The index of the user's first slot in a list of the shared buffer, or -1.
-template <class Entry>
-int find_slot(const Entry (&slots)[AUTH_BUFFER_SLOTS], const char *user) {
-    for (int slot = 0; slot < AUTH_BUFFER_SLOTS; ++slot) {
-        const Entry &entry = slots[slot];
-        bool has_end = strnlen(entry.user, sizeof entry.user) < sizeof entry.user;
-        if (entry.in_use == 1 && has_end && same(entry.user, user)) return slot;
-    }
-    return -1;
-}
-
 constexpr std::size_t command_size = 512;
 
 // Cuts a command line into arguments within itself. The items end with a null pointer, for execv().
