@@ -12,9 +12,9 @@ std::vector<std::string> arguments;
 }
 
 // In place of the library's search: keeps the arguments that the tool would get for the first host, and fails.
-int search(const Arguments &command, const char *, const char *, const char *, int, user_profile_t &) {
+bool search(const Arguments &command, const char *, const char *, const char *, int, user_profile_t &) {
     if (arguments.empty()) arguments.assign(command.items, command.items + command.count);
-    return -1;
+    return false;
 }
 
 namespace {

@@ -1,4 +1,4 @@
-// Account, settings and template files: opened, and refused where another user could have written them.
+// Files opened, and refused where another user could have written them.
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -23,12 +23,4 @@ File open_lines(Descriptor descriptor) {
     File file(descriptor ? fdopen(descriptor.get(), "r") : nullptr);
     if (file) descriptor.release();
     return file;
-}
-
-Snapshot open_template(const char *path) {
-    if (open_trusted(path)) return Snapshot(kvio_restore_scope(path));
-    int error = errno;
-    std::fprintf(stderr, "%s is not well-formed\n", path);  // as the store prints it for a missing file
-    errno = error;
-    return nullptr;
 }

@@ -104,12 +104,12 @@ char *find_separator(char *text, char separator) {
     return nullptr;
 }
 
-// Asks one server for the user's entry, with the results of search().
-int ask(const LdapSettings &settings, const char *host, const char *user, user_profile_t &profile) {
+// Asks one server for the user's entry, with the result of search().
+bool ask(const LdapSettings &settings, const char *host, const char *user, user_profile_t &profile) {
     char command[command_size], shown_command[command_size];
     write_command(shown_command, settings, host, user, shown_password(settings.bind_password));
     if (!write_command(command, settings, host, user, settings.bind_password))
-        return LOGGED(-1, "[%s]LDAP command line is too long. User:%s.", "do_ldapsearch", user);
+        return LOGGED(false, "[%s]LDAP command line is too long. User:%s.", "do_ldapsearch", user);
     kvlog(USER_OP, "ldap cmd: %s\n", shown_command);
     return search(Arguments(command), shown_command, host, user, settings.time_limit, profile);
 }
@@ -175,10 +175,9 @@ int get_info_from_ldap(user_profile_t *profile, const char *user) {
     kvlog(USER_OP, "ldap info: %s %s %s %s %s %s %d %d\n", settings.host, settings.port, settings.base,
           settings.login_attribute, settings.bind_dn, shown_password(settings.bind_password), settings.ssl,
           settings.time_limit);
-    if (!several_hosts) return ask(settings, settings.host, user, *profile) < 0 ? -1 : 0;
-
+    const char *separator = several_hosts ? " " : "";  // The value of a single host is taken as it stands.
     char *rest = nullptr;
-    for (const char *host = strtok_r(settings.host, " ", &rest); host; host = strtok_r(nullptr, " ", &rest))
-        if (ask(settings, host, user, *profile) >= 0) return 0;
+    for (const char *host = strtok_r(settings.host, separator, &rest); host; host = strtok_r(nullptr, separator, &rest))
+        if (ask(settings, host, user, *profile)) return 0;
     return -1;
 }

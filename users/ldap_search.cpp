@@ -157,18 +157,18 @@ int parse_search_result(char *text, user_profile_t *profile, const char *user) {
     return 1;
 }
 
-int search(const Arguments &command, const char *shown_command, const char *host, const char *user, int time_limit,
-           user_profile_t &profile) {
+bool search(const Arguments &command, const char *shown_command, const char *host, const char *user, int time_limit,
+            user_profile_t &profile) {
     Pipe pipe;
     if (!pipe.read || !pipe.write)
-        return LOGGED(-1, "[%s]Cannot create pipe for ldapsearch:%s.", step, std::strerror(errno));
+        return LOGGED(false, "[%s]Cannot create pipe for ldapsearch:%s.", step, std::strerror(errno));
     Tool tool(start_tool(command, shown_command, pipe));
-    if (!tool) return LOGGED(-1, "[%s]Cannot fork for ldapsearch:%s.", step, std::strerror(errno));
+    if (!tool) return LOGGED(false, "[%s]Cannot fork for ldapsearch:%s.", step, std::strerror(errno));
     pipe.write.close();
 
     char output[output_size + 1];
-    if (!read_output(pipe.read.get(), output, time_limit, host)) return -1;
+    if (!read_output(pipe.read.get(), output, time_limit, host)) return false;
     if (parse_search_result(output, &profile, user) == 1)
-        return LOGGED(1, "[%s]LDAP server %s. Found user record.", step, host);
-    return LOGGED(-1, "[%s]LDAP server %s. User:%s does not exist.", step, host, user);
+        return LOGGED(true, "[%s]LDAP server %s. Found user record.", step, host);
+    return LOGGED(false, "[%s]LDAP server %s. User:%s does not exist.", step, host, user);
 }

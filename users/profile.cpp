@@ -62,7 +62,3 @@ void set_type(user_profile_t &profile, const UserType &type) {
     profile.remote_admin = type.remote_admin;
     profile.remote_access = type.remote_access;
 }
-
-bool set_name(user_profile_t &profile, const char *name, const char *function) {
-    return name_fits(name, function) && copy_if_fits(profile.name, sizeof profile.name, name);
-}

@@ -1,4 +1,4 @@
-// User groups of the template file: their members, with nested groups expanded, and their descriptions.
+// User groups, their descriptions, and the default settings for users, read from the template files.
 #include <cerrno>
 #include <climits>
 
@@ -18,7 +18,24 @@ constexpr std::size_t longest_name = 127;
 // full. Where the store has found no loop, each group is reached only once.
 constexpr int most_unchecked_groups = 10'000;
 
+using Snapshot = Owned<kvio_config_t, kvio_close_config>;
 using UserGroup = Owned<user_group_t, free_user_group>;
+
+// Restores kvio_errno, which belongs to the caller's own store calls. Declare it before the handles of the store.
+struct StoreCodeKept {
+    const int code = kvio_errno;
+    ~StoreCodeKept() { kvio_errno = code; }
+};
+
+// A snapshot of a template file; null with errno, and with the store's line on the standard error stream, if it cannot
+// be read or open_trusted() refuses it.
+Snapshot open_template(const char *path) {
+    if (open_trusted(path)) return Snapshot(kvio_restore_scope(path));
+    int error = errno;
+    std::fprintf(stderr, "%s is not well-formed\n", path);  // as the store prints it for a missing file
+    errno = error;
+    return nullptr;
+}
 
 // Appends the members of a group to a record, with the members of nested groups in their place. The groups that are
 // being expanded are kept on a stack here: their depth is limited by memory only.
@@ -143,3 +160,32 @@ int verify_user_group(const char *group) {
 }
 
 void free_user_group(user_group_t *group) { std::free(group); }
+
+int get_remote_setting(user_profile_t *profile, const char *name) {
+    if (!profile || !name) return -1;
+    StoreCodeKept kept;
+    Snapshot document = open_template(paths::user_template);
+    if (!document) return -1;
+    kvio_node_t *entity = kvio_retrieve_entity(document.get(), "system/in_user", "in_user_setting", "def_set");
+    if (!entity || !set_name(*profile, name, __func__)) return -1;
+
+    // From the first missing setting on all count as empty. No more bytes are read than fit with a NUL.
+    char text[16] = "";  // Longer than the longest type word, so that no longer text looks like it.
+    bool is_given = kvio_get2(entity, "type", text, sizeof text);
+    profile->type = type_of_word(text, true).code;
+    const struct {
+        const char *key;
+        unsigned size;
+        std::int32_t *field;
+    } numbers[] = {{"access", 6, &profile->access},
+                   {"visibility", 6, &profile->visibility},
+                   {"lease_time", 12, &profile->lease_time},
+                   {"re_auth", 12, &profile->re_auth},
+                   {"remote_admin", 2, &profile->remote_admin},
+                   {"remote_access", 2, &profile->remote_access}};
+    for (const auto &number : numbers) {
+        is_given = is_given && kvio_get2(entity, number.key, text, number.size);
+        *number.field = is_given ? to_int32(text) : 0;
+    }
+    return 0;
+}

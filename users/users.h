@@ -35,13 +35,14 @@ inline bool name_fits(const char *name, const char *function) {
     if (std::strlen(name) < sizeof(user_profile_t::name)) return true;
     return LOGGED(false, "[%s]User name is too long:%s.", function, name);
 }
-bool set_name(user_profile_t &profile, const char *name, const char *function);
+inline bool set_name(user_profile_t &profile, const char *name, const char *function) {
+    return name_fits(name, function) && copy_if_fits(profile.name, sizeof profile.name, name);
+}
 
 // fclose() itself has attributes that a template argument would lose.
 inline void close_file(std::FILE *file) { std::fclose(file); }
 
 using File = Owned<std::FILE, close_file>;
-using Snapshot = Owned<kvio_config_t, kvio_close_config>;
 
 // Opens a file of a directory in which all users may create files. Fails with ENOENT if another user than root and the
 // effective one owns the file or a symbolic link at the path, or if others may write the file.
@@ -49,17 +50,6 @@ Descriptor open_trusted(const char *path);
 
 // Turns a descriptor into a stream, to be read line by line; null with errno if there is none.
 File open_lines(Descriptor descriptor);
-
-// A snapshot of a template file; null with errno, and with the store's line on the standard error stream, if it cannot
-// be read or open_trusted() refuses it.
-Snapshot open_template(const char *path);
-
-// Restores kvio_errno, which belongs to the caller's own store calls. Declare it before the handles of the store.
-struct StoreCodeKept {
-    StoreCodeKept() : code(kvio_errno) {}
-    ~StoreCodeKept() { kvio_errno = code; }
-    const int code;
-};
 
 // The buffer lock. The destructor releases it.
 class BufferLock {
@@ -89,9 +79,9 @@ struct Arguments {
     std::size_t count = 0;
 };
 
-// Runs the search tool, which asks one server for the user's entry. 1 if it was found and the profile filled, -1
-// otherwise, after a message. The tool does not survive the call, which takes at most the time limit and 2 seconds.
-int search(const Arguments &command, const char *shown_command, const char *host, const char *user, int time_limit,
-           user_profile_t &profile);
+// Runs the search tool, which asks one server for the user's entry. True if it was found and the profile filled, false
+// after a message. The tool does not survive the call, which takes at most the time limit and 2 seconds.
+bool search(const Arguments &command, const char *shown_command, const char *host, const char *user, int time_limit,
+            user_profile_t &profile);
 
 #endif
