@@ -12,6 +12,13 @@ struct LdapSettings {
     bool bind;  // with bind_dn and bind_password
 };
 
+// A setting whose value is text.
+struct TextSetting {
+    const char *key;
+    char *buffer;
+    std::size_t size;
+};
+
 // A line of the settings file: at most 254 characters, the line feed and the NUL.
 constexpr int line_size = 256;
 
@@ -135,16 +142,12 @@ int get_ldap_server_info(char *host, char *port, char *base, char *login_attribu
     if (!host || !port || !base || !login_attribute || !bind_dn || !bind_password || !ssl || !time_limit) return -1;
     File file = open_lines(open_to_read(paths::ldap_settings));
     if (!file) return LOGGED(-1, "Open http_ldap configuration file has failed.");
-    const struct {
-        const char *key;
-        char *buffer;
-        std::size_t size;
-    } texts[] = {{"host", host, sizeof(LdapSettings::host)},
-                 {"port", port, sizeof(LdapSettings::port)},
-                 {"base", base, sizeof(LdapSettings::base)},
-                 {"pam_login_attribute", login_attribute, sizeof(LdapSettings::login_attribute)},
-                 {"binddn", bind_dn, sizeof(LdapSettings::bind_dn)},
-                 {"bindpw", bind_password, sizeof(LdapSettings::bind_password)}};
+    const TextSetting texts[] = {{"host", host, sizeof(LdapSettings::host)},
+                                 {"port", port, sizeof(LdapSettings::port)},
+                                 {"base", base, sizeof(LdapSettings::base)},
+                                 {"pam_login_attribute", login_attribute, sizeof(LdapSettings::login_attribute)},
+                                 {"binddn", bind_dn, sizeof(LdapSettings::bind_dn)},
+                                 {"bindpw", bind_password, sizeof(LdapSettings::bind_password)}};
     *bind_dn = *bind_password = '\0';
     *ssl = 0;
     *time_limit = 10;
