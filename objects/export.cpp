@@ -15,7 +15,7 @@ namespace {
 constexpr int deepest_level = 1000;      // a level costs less than a kilobyte of stack
 constexpr int most_expansions = 10'000;  // groups opened by one search
 
-// A group on the way down.
+// A group that a search is in, and the groups around it.
 struct Level {
     const char *name;
     const Level *outer;
@@ -28,8 +28,8 @@ bool is_under_way(const char *name, const Level *level) {
     return false;
 }
 
-// Calls visit(name) for each group nested in a group, depth first in member order, until one returns true. A member that
-// cannot be read ends the group that has it.
+// Calls visit(name) for each group nested in a group, depth first in member order, until one call returns true. Returns
+// whether one did. A member that cannot be read ends the search of the group that has it.
 bool search_nested(const group_desc_t *group, const Level &level, int &expansions, Callback<bool(const char *)> visit) {
     if (level.depth > deepest_level || ++expansions > most_expansions) return false;
     GroupHandle opened = open_group(group, group->type, level.name);
@@ -72,7 +72,7 @@ std::string_view group_of(std::string_view property, std::string_view entry) {
     return property == entry ? group : std::string_view();
 }
 
-// Points a record's name at a buffer of its own while it lives.
+// Points the name of a record at its own buffer. The destructor points it at the caller's string again.
 struct BorrowedName {
     explicit BorrowedName(group_desc_t *group) : record(group), own(group->name) { group->name = buffer; }
     BorrowedName(const BorrowedName &) = delete;
@@ -101,8 +101,8 @@ bool export_property(const group_desc_t *group, kvio_node_t *entity, int index, 
            group->export_property(index, property_index, handle, buffer.get()) == 0;
 }
 
-// Exports those properties of an entry that belong to the group or to a nested one. `names` are read when a property
-// of another group is met.
+// Exports those properties of an entry that belong to the group or to a nested one. `names` is empty until a property of
+// another group is met.
 bool export_properties(group_desc_t *group, Array<Name> &names, kvio_node_t *member, int index, void *handle) {
     char entry[name_size];
     if (!read_name(member, entry)) return false;
@@ -132,7 +132,7 @@ int valid_property(const char *property, group_desc_t *group, const char *entry)
     if (!property || !group || !good_name(group->name) || !good_name(entry)) return 0;
     std::string_view owner = group_of(property, entry);
     if (owner == group->name) return 1;
-    char own[name_size];  // the visits overwrite the record's
+    char own[name_size];  // is_owner() overwrites that of the record
     copy_if_fits(own, sizeof own, group->name);
     int expansions = 0;
     auto is_owner = [=](const char *name) {

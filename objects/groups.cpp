@@ -49,7 +49,8 @@ int list_members(const group_desc_t *group, kvio_iterator_t *opened) {
     return failed ? 1 : 0;
 }
 
-// Adds to a group's count if that is at least `least`. A count that would leave the range of an int is not changed.
+// Adds to a group's count. Returns the result of the operation: 1 for a count below `least`, GROUP_REFERENCE for one that
+// would leave the range of an int; neither is changed.
 int change_references(kvio_iterator_t *group, int difference, int least) {
     int count = 0;
     if (!get_references(group, &count)) return GROUP_REFERENCE;
@@ -58,7 +59,7 @@ int change_references(kvio_iterator_t *group, int difference, int least) {
     return 0;
 }
 
-// The same for the group of a record.
+// Opens the group of a record and adds to its count.
 int change_use(const group_desc_t *group, int difference, int least) {
     if (!complete(group)) return 0;
     if (!good_name(group->name)) return 1;
@@ -96,7 +97,7 @@ int remove_properties(const group_desc_t *group, const char *name) {
     return result;
 }
 
-// Removes as many members as there were, each time the first. 1 if one of them could not be read.
+// Removes the first member `count` times. Returns 1 if a member could not be read, else 0.
 int remove_members(const group_desc_t *group, kvio_iterator_t *opened, int count) {
     int result = 0;
     for (int i = 0; i < count; ++i) {

@@ -9,13 +9,13 @@ bool log_cannot_specify(const group_desc_t *group, const char *name) {
     return LOGGED_AS(false, GROUP_OP, "%s: cannot specify properties for entry %s\n", group->label, name);
 }
 
-// The same for change_entry(), which also prints the step that failed: a text that ends in a blank, or "".
+// Logs the message for change_entry(), and prints it behind the step that failed: a text that ends in a blank, or "".
 bool cannot_change(const group_desc_t *group, const char *name, const char *step) {
     std::fprintf(stderr, "%% %s%s: cannot specify properties for entry %s\n", step, group->label, name);
     return log_cannot_specify(group, name);
 }
 
-// Creates the property group if need be and the property entity of a new member. A failure leaves what was created.
+// Creates the property entity of a new member, and the property group if there is none. A failure undoes nothing.
 bool add_properties(const group_desc_t *group, const char *name, void *data) {
     PropertyNames names(group, name);
     GroupHandle opened = open_group(group, group->property_type, names.container);
@@ -66,7 +66,7 @@ int find_or_create(const group_desc_t *group, const char *name, kvio_node_t **en
     return GROUP_REFERENCE;
 }
 
-// Deletes an entity that was created, or never counted. The code remains that of the failure.
+// Deletes an entity that has the count 0, and keeps the code of the failure before.
 void undo_entry(const group_desc_t *group, const char *name) {
     int code = kvio_errno;
     undefine_entry(group, name);

@@ -19,7 +19,7 @@ Entities retrieve_members(const list_desc_t *list, kvio_iterator_t *opened) {
     return members;
 }
 
-// Fills the buffer and prints it. `called` is the entry's name in messages.
+// Fills the buffer and prints it. `called` is the name in the messages.
 bool print_entity(const list_desc_t *list, kvio_node_t *entity, int position, void *buffer, const char *called) {
     if (list->get_entry(entity, buffer) != 0) return LOGGED_AS(false, LIST_OP, "can't get entry: %s!\n", called);
     if (list->print_entry(position, buffer) != 0) return LOGGED_AS(false, LIST_OP, "can't print entry: %s!\n", called);

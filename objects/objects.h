@@ -51,13 +51,13 @@ inline bool good_name(const char *name) noexcept {
     return length > 0 && length < name_size;
 }
 
-// Whether the basic fields of a record are there.
+// Whether a record has its basic fields.
 template <class Record>
 bool complete(const Record *record) noexcept {
     return record && record->config && record->scope && record->type && record->name && record->label;
 }
 
-// Whether the callbacks are there that reading an entry, or its properties, into a buffer needs.
+// Whether a record has the callbacks that read an entry, or a property entity, into a buffer.
 template <class Record>
 bool reads_entries(const Record *record) noexcept {
     return record->alloc_entry && record->get_entry && record->free_entry;
@@ -67,8 +67,8 @@ inline bool reads_properties(const group_desc_t *group) noexcept {
     return group->alloc_property && group->get_property && group->free_property;
 }
 
-// The names of what holds an entry's properties in a group: the entry's property group, ENTRY_property, and the property
-// entity, GROUP_ENTRY. The names of group and entry have at most 63 bytes.
+// The names for an entry's properties in a group: of the entry's property group, ENTRY_property, and of the property
+// entity, GROUP_ENTRY. The names of entry and group have at most 63 bytes.
 struct PropertyNames {
     PropertyNames(const group_desc_t *group, const char *entry) {
         std::snprintf(container, sizeof container, "%s_property", entry);

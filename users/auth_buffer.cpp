@@ -11,10 +11,10 @@ static_assert(sizeof(auth_entry_t) == 40 && sizeof(radius_entry_t) == 128 && siz
 
 namespace {
 
-// -1 if there is no such file. semget() and shmget() would take that for a key.
+// Returns the key of a file; -1 if there is no such file, which semget() and shmget() would take for a key.
 key_t key_of(const char *path) { return ftok(path, 83); }
 
-// 0, or -1 with errno.
+// Adds to the semaphore; waits while that would make it negative. 0, or -1 with errno.
 int change_lock(int id, short by) {
     sembuf operation{};
     operation.sem_op = by;
@@ -118,7 +118,7 @@ int get_info_from_radius(user_profile_t *profile, const char *user) {
     AttachedBuffer buffer(__func__, user);
     if (!buffer) return -1;
     radius_entry_t entry = buffer->radius[slot];
-    entry.user[sizeof entry.user - 1] = '\0';  // It may have changed where the caller has no lock.
+    entry.user[sizeof entry.user - 1] = '\0';  // It may have changed if the caller does not hold the lock.
     if (entry.type == -1) return LOGGED(-1, "[%s]RADIUS user:%s does not have attributes.", __func__, user);
     if (!set_name(*profile, entry.user, __func__)) return -1;
     set_type(*profile, type_of_code(entry.type));

@@ -30,7 +30,7 @@ bool read_to_end(const char *line, std::FILE *file) {
     return false;
 }
 
-// Cuts a line at the space behind its key. The value behind that space, with its line feed; null without a space.
+// Moves `line` to its key and cuts it at the space behind. Returns the value, with its line feed; null without a space.
 char *split_setting(char *&line) {
     line += std::strspn(line, " ");
     char *space = std::strchr(line, ' ');
@@ -45,7 +45,7 @@ bool has_several_words(const char *text) {
     return text[std::strspn(text, " ")];
 }
 
-// A base that no line can set: an empty one is lawful, an absent one is not.
+// Stands for a missing base, which is refused: an empty one is valid, and no line has two line feeds.
 constexpr char absent[] = "\n\n";
 
 // Reads the settings for a search. 1 for several hosts, 0 for one, -1 if the file cannot be used or a required setting
@@ -68,7 +68,7 @@ const char *shown_password(const char *password) {
 }
 
 // Writes a user name so that the filter compares it literally (RFC 4515, section 3) and its argument does not end in
-// it. A backslash before a double quote is the splitter's own and stays.
+// it. Leaves a backslash before a double quote to the splitter of arguments.
 void write_escaped(char *text, const char *name) {
     for (const char *c = name; *c; ++c) {
         bool is_escaped = c != name && c[-1] == '\\';

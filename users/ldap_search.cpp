@@ -67,7 +67,7 @@ void restore_default_signals() {
 // The child between fork() and execv(): only async-signal-safe calls, until there is something to report.
 [[noreturn]] void run_tool(const Arguments &command, const char *shown_command, const Pipe &pipe) {
     if (dup2(pipe.write.get(), STDOUT_FILENO) >= 0) {
-        // A tool that writes to a closed descriptor 2 would write into whatever it opened last.
+        // With descriptor 2 closed, the tool's diagnostics would go into the next file that it opens.
         for (int fd : {STDIN_FILENO, STDERR_FILENO})
             if (fcntl(fd, F_GETFD) < 0) open("/dev/null", O_RDWR);
         restore_default_signals();
@@ -95,7 +95,7 @@ public:
     Tool(const Tool &) = delete;
 
     // Sends SIGTERM, and SIGKILL after a while. Waits for this process id only: the caller may have other children.
-    // Where the caller ignores SIGCHLD, or its handler reaps, there is no child to wait for, and none must be killed.
+    // Where the caller ignores SIGCHLD, or its handler reaps, no child is left to wait for, and no process is killed.
     ~Tool() {
         if (pid_ < 0 || has_ended()) return;
         kill(pid_, SIGTERM);

@@ -14,8 +14,8 @@ constexpr char group_type[] = "user_group_object_t";
 constexpr int capacity = sizeof(user_group_t::members) / sizeof(user_profile_t);
 constexpr std::size_t longest_name = 127;
 
-// Two groups that nest each other twice on every level double on each, and without members the record never becomes
-// full. Where the store has found no loop, each group is reached only once.
+// Bounds expansions that the store has not checked for loops: groups that each nest the next one twice double their
+// number on every level, and without members the record never becomes full.
 constexpr int most_unchecked_groups = 10'000;
 
 using Snapshot = Owned<kvio_config_t, kvio_close_config>;
@@ -112,7 +112,7 @@ UserGroup read_group(const char *name, const char *function) {
     if (!document) return LOGGED(nullptr, "[%s]Open backup file has failed.", function);
     Owned<kvio_iterator_t, kvio_close_group> group(kvio_open_group(document.get(), group_scope, group_type, name));
     if (!group) return LOGGED(nullptr, "[%s]Open group has failed.", function);
-    // Only to see that the group is sound, without loops.
+    // Checks that the group is sound and has no loops.
     Owned<kvio_entities_t, kvio_free_entities> entities(kvio_retrieve_all(group.get()));
     if (!entities) return LOGGED(nullptr, "[%s]Retrieve group's entities has failed.", function);
     auto record = zeroed<UserGroup>();
