@@ -35,6 +35,9 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
     // The library's diagnostics go into a buffer and then nowhere; the fuzzer writes to the true one.
     stderr = std::fopen("/dev/null", "w");
     kvio_initialize();
+    fuzz::write_file(paths::auth_lock_key, "");
+    lock = semget(ftok(paths::auth_lock_key, 83), 1, IPC_CREAT | 0600);
+    MUST(lock >= 0 && semctl(lock, 0, SETVAL, 1) == 0);
     return 0;
 }
 
@@ -53,9 +56,10 @@ std::string_view cut(std::string_view &rest) {
     return part;
 }
 
-std::string text_of(std::string_view part) {
-    std::string text(part.substr(0, part.find('\0')));
-    text.shrink_to_fit();
+std::unique_ptr<char[]> text_of(std::string_view part) {
+    part = part.substr(0, part.find('\0'));
+    auto text = std::make_unique<char[]>(part.size() + 1);
+    part.copy(text.get(), part.size());
     return text;
 }
 
@@ -64,20 +68,14 @@ void write_file(const char *path, std::string_view bytes) {
     MUST(fd >= 0 && write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()) && close(fd) == 0);
 }
 
-void make_lock() {
-    write_file(paths::auth_lock_key, "");
-    lock = semget(ftok(paths::auth_lock_key, 83), 1, IPC_CREAT | 0600);
-    MUST(lock >= 0 && semctl(lock, 0, SETVAL, 1) == 0);
-}
-
 int lock_value() { return semctl(lock, 0, GETVAL); }
 
-char *make_buffer() {
+auth_buffer_t *make_buffer() {
     write_file(paths::auth_buffer_key, "");
     int id = shmget(ftok(paths::auth_buffer_key, 83), sizeof(auth_buffer_t), IPC_CREAT | 0600);
     void *bytes = shmat(id, nullptr, 0);
     MUST(bytes != reinterpret_cast<void *>(-1));
-    return static_cast<char *>(bytes);
+    return static_cast<auth_buffer_t *>(bytes);
 }
 
 }  // namespace fuzz

@@ -7,7 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <memory>
 #include <string_view>
 
 // What must hold for any input. The fuzzer keeps the input for which it does not.
@@ -21,14 +21,15 @@ namespace fuzz {
 std::string_view cut(std::string_view &rest);
 
 // The same as a C string, up to the first NUL, in a block of exactly its size so that every byte beyond is noticed.
-std::string text_of(std::string_view part);
+std::unique_ptr<char[]> text_of(std::string_view part);
 
 void write_file(const char *path, std::string_view bytes);
 
-// The lock of the shared buffer and the buffer, made once for the whole run. The lock is free (1) between two calls.
-void make_lock();
+// The value of the buffer lock, which is made before the first input. It is 1, free, between two calls.
 int lock_value();
-char *make_buffer();
+
+// Makes the shared buffer, once for the whole run.
+auth_buffer_t *make_buffer();
 
 }  // namespace fuzz
 

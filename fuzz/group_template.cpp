@@ -1,13 +1,10 @@
 // The template files of the user functions. The input is both "/tmp/template_group.xml" and "/tmp/template_user.xml".
 #include <cstring>
-#include <memory>
 
 #include "base/paths.h"
 #include "fuzz/fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static const bool prepared = (fuzz::make_lock(), true);
-    (void)prepared;
     std::string_view input(reinterpret_cast<const char *>(data), size);
     fuzz::write_file(paths::group_template, input);
     fuzz::write_file(paths::user_template, input);

@@ -1,7 +1,7 @@
 // The LDAP settings and the search tool's command line. Input: user name and settings file, separated by a line "%%".
 //
-// The sources of the settings and of the command line are compiled in (see CMakeLists.txt); no tool is started.
-#include <memory>
+// The source of both is compiled in (see CMakeLists.txt); no tool is started.
+#include <string>
 #include <vector>
 
 #include "fuzz/fuzz.h"
@@ -30,7 +30,7 @@ std::vector<std::string> searched_for(const char *user) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::string_view rest(reinterpret_cast<const char *>(data), size);
-    std::string user = fuzz::text_of(fuzz::cut(rest));
+    auto user = fuzz::text_of(fuzz::cut(rest));
     fuzz::write_file(paths::ldap_settings, rest);
 
     // Buffers of exactly the documented sizes. Those of the required settings may hold anything before.
@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     MUST(result >= -1 && result <= 1);
 
     // A user name stays within one argument, and changes nothing of the filter but the value.
-    std::vector<std::string> plain = searched_for("x"), hostile = searched_for(user.c_str());
+    std::vector<std::string> plain = searched_for("x"), hostile = searched_for(user.get());
     if (plain.empty() || hostile.empty()) return 0;
     MUST(plain[0] == paths::ldap_search);
     MUST(plain.size() == hostile.size() || rest.find_first_of("\"\\") != rest.npos);
