@@ -86,9 +86,7 @@ int kvio_rollback_checkpoint(kvio_config_t *config, const char *scope, kvio_chec
     if (!element) return 0;
     if (!checkpoint) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL checkpoint\n", __func__);
     xmlAddNextSibling(element, checkpoint);
-    xmlUnlinkNode(element);
-    xmlFreeNode(element);
-    return succeed(1);
+    return store::discard(element);
 }
 
 void kvio_release_checkpoint(kvio_checkpoint_t *checkpoint) { xmlFreeNode(checkpoint); }

@@ -78,9 +78,7 @@ int kvio_container_dispose_template(const char *kind, kvio_config_t *config, con
     if (!element)
         return fail(0, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", __func__, config->path,
                     scope, kind, shown(name), shown(type));
-    xmlUnlinkNode(element);
-    xmlFreeNode(element);
-    return succeed(1);
+    return store::discard(element);
 }
 
 int close_container(kvio_iterator_t *iterator) {

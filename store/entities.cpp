@@ -44,8 +44,7 @@ bool replace_text(xmlNode *element, const char *value) {
     if (!text) return false;
     if (joined && !xml::done([&] { return xmlNodeAddContent(text.get(), xml::str(value)), true; })) return false;
     if (joined) xmlFreeNode(xmlReplaceNode(last, text.release()));
-    xmlUnlinkNode(first);
-    xmlFreeNode(first);
+    store::discard(first);
     if (!joined) xmlAddChild(element, text.release());
     return true;
 }
@@ -58,40 +57,32 @@ bool add_value(xmlNode *entity, const char *field, const char *value) {
 }
 
 int set_value(xmlNode *entity, const char *field, const char *value, const char *who) {
-    if (!entity) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
+    if (!store::is_given(entity, who)) return 0;
     xmlNode *element = find_value(entity, field);
     bool stored = value && (element ? replace_text(element, value) : add_value(entity, field, value));
     if (!stored) return fail(0, KVIO_XML, "%s() error on xmlNewTextChild()\n", who);
     return succeed(1);
 }
 
-// Calls use(name) with the entity's name.
-template <class Use>
-int read_name(const xmlNode *entity, const char *who, Use use) {
-    if (!entity) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
+int read_name(const xmlNode *entity, const store::Buffer &buffer, const char *who) {
+    if (!store::is_given(entity, who)) return 0;
     const xmlAttr *name = xml::name_of(entity);
     if (!name) return fail(0, KVIO_BAD_SCOPE, "%s() fatal error: attribute 'name' is missed\n", who);
-    xml::Text text = xml::Text::of(name);
-    if (!text) return fail(0, KVIO_XML);
-    use(text.get());
-    return succeed(1);
+    return buffer.take(xml::Text::of(name));
 }
 
-// Calls use(text, has_content) with a value and whether its element has any content.
-template <class Use>
-int read_value(const xmlNode *entity, const char *field, const char *who, Use use) {
-    if (!entity) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
+// Returns the value element of a field that is to be read; null with code and line.
+const xmlNode *value_of(const xmlNode *entity, const char *field, const char *who) {
+    if (!store::is_given(entity, who)) return nullptr;
     const xmlNode *element = find_value(entity, field);
-    if (!element) return fail(0, KVIO_NOT_FOUND, "%s() error: element '%s' is not found\n", who, shown(field));
-    const xmlNode *content = element->children;
-    if (!content) {
-        use("", false);
-        return succeed(1);
-    }
-    xml::Text text = xml::Text::content_of(content);
-    if (!text) return fail(0, KVIO_XML);
-    use(text.get(), true);
-    return succeed(1);
+    if (!element) return fail(element, KVIO_NOT_FOUND, "%s() error: element '%s' is not found\n", who, shown(field));
+    return element;
+}
+
+int read_value(const xmlNode *entity, const char *field, const store::Buffer &buffer, const char *who) {
+    const xmlNode *element = value_of(entity, field, who);
+    if (!element) return 0;
+    return element->children ? buffer.take(xml::Text::content_of(element->children)) : buffer.take_nothing();
 }
 
 }  // namespace
@@ -105,27 +96,20 @@ kvio_node_t *kvio_define2(kvio_config_t *config, const char *scope, const char *
 }
 
 int kvio_undefine(kvio_config_t *config, const char *scope, const char *type, const char *name) {
-    if (!config) return fail(0, KVIO_NULL_CONFIG);
-    store::Found found = store::find_entities(config->doc, scope, type, name, __func__);
-    if (!found.ok) return 0;
-    if (found.count == 0) return fail(0, KVIO_NOT_FOUND, "%s error: entity not existed\n", __func__);
-    if (found.count > 1) return fail(0, KVIO_BAD_SCOPE, "%s fatal error: multiple instances\n", __func__);
-    xmlUnlinkNode(found.only);
-    xmlFreeNode(found.only);
-    return succeed(1);
+    xmlNode *entity = store::find_entity(config, scope, type, name, __func__);
+    if (!entity && kvio_errno == KVIO_NOT_FOUND) say("%s error: entity not existed\n", __func__);
+    return entity ? store::discard(entity) : 0;
 }
 
 int kvio_compare_name(kvio_node_t *entity, const char *name) {
-    if (!entity) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", __func__);
+    if (!store::is_given(entity, __func__)) return 0;
     return succeed(name && xml::is_named(entity, name) ? 1 : 0);
 }
 
-int kvio_name(kvio_node_t *entity, char *buffer) {
-    return read_name(entity, __func__, [&](const char *name) { std::strcpy(buffer, name); });
-}
+int kvio_name(kvio_node_t *entity, char *buffer) { return read_name(entity, {buffer}, __func__); }
 
 int kvio_name2(kvio_node_t *entity, char *buffer, unsigned int size) {
-    return read_name(entity, __func__, [&](const char *name) { bounded_copy(buffer, size, name); });
+    return read_name(entity, {buffer, size}, __func__);
 }
 
 int kvio_set(kvio_node_t *entity, const char *field, const char *value) {
@@ -149,19 +133,18 @@ int kvio_set2(kvio_node_t *entity, const char *field, const char *value) {
 int kvio_unset(kvio_node_t *entity, const char *field) { return kvio_set(entity, field, ""); }
 
 int kvio_get(kvio_node_t *entity, const char *field, char *buffer) {
-    return read_value(entity, field, __func__, [&](const char *text, bool) { std::strcpy(buffer, text); });
+    return read_value(entity, field, {buffer}, __func__);
 }
 
 int kvio_get2(kvio_node_t *entity, const char *field, char *buffer, unsigned int size) {
-    return read_value(entity, field, __func__, [&](const char *text, bool has_content) {
-        if (has_content)
-            bounded_copy(buffer, size, text);
-        else if (size)
-            *buffer = '\0';
-    });
+    return read_value(entity, field, {buffer, size}, __func__);
 }
 
 int kvio_getlen(kvio_node_t *entity, const char *field, uint32_t *length) {
-    return read_value(entity, field, __func__,
-                      [&](const char *text, bool) { *length = static_cast<uint32_t>(std::strlen(text)); });
+    const xmlNode *element = value_of(entity, field, __func__);
+    if (!element) return 0;
+    xml::Text text = xml::Text::content_of(element->children);
+    if (!text) return fail(0, KVIO_XML);
+    *length = static_cast<uint32_t>(std::strlen(text.get()));
+    return succeed(1);
 }

@@ -51,17 +51,8 @@ void for_each_scope(const xmlDoc *document, const char *scope, Visit visit) {
     for_each_on_path(reinterpret_cast<const xmlNode *>(document), "kavex", below_root);
 }
 
-struct Selection {
-    enum Status { done, no_context, failed } status = done;
-    std::size_t count = 0;
-    xmlNode *only = nullptr;  // the node, if exactly one is selected and it is an element below the root
-    bool is_root = false;     // exactly one is selected and it is the root
-};
-
-// Whether a node is an element below the root. Namespace nodes are not; they are freed with the result that has them.
-bool is_below_root(const xmlNode *node) noexcept {
-    return xml::is_element(node) && node->parent && xml::is_element(node->parent);
-}
+// Whether an element is the root.
+bool is_root(const xmlNode *element) noexcept { return element && !xml::is_element(element->parent); }
 
 // Returns the value of the variable $name, which is the only one.
 xmlXPathObject *name_variable(void *value, const xmlChar *variable, const xmlChar *) noexcept {
@@ -89,83 +80,76 @@ xml::Result evaluate_expression(const char *expression, xmlXPathContext *context
 // Evaluates "/kavex/SCOPE", "/kavex/SCOPE/TYPE" or "/kavex/SCOPE/TYPE[@name=$name]". The name is a variable because a
 // quote in it would end a literal. With "[1]" behind the root the meaning is the same, but libxml2 does not match the
 // expression as a pattern, which would hide a shortage of memory.
-Selection evaluate(xmlDoc *document, const char *scope, const char *type, const char *name) noexcept {
+Found evaluate(xmlDoc *document, const char *scope, const char *type = nullptr, const char *name = nullptr) noexcept {
     char *text = nullptr;
     const char *predicate = name ? "[@name=$name]" : "";
     if (asprintf(&text, "/kavex[1]/%s%s%s%s", scope, type ? "/" : "", type ? type : "", predicate) < 0)
-        return {Selection::failed};
+        return {Found::failed};
     Block<char> expression(text);
     auto context = xml::guarded<xml::Context>([&] { return xmlXPathNewContext(document); });
-    if (!context) return {Selection::no_context};
+    if (!context) return {Found::no_context};
     if (name) xmlXPathRegisterVariableLookup(context.get(), name_variable, const_cast<char *>(name));
     xml::Result result = evaluate_expression(expression.get(), context.get());
-    if (!result) return {Selection::failed};
+    if (!result) return {Found::failed};
     const xmlNodeSet *nodes = result->type == XPATH_NODESET ? result->nodesetval : nullptr;
     if (!nodes) return {};
-    Selection all{Selection::done, static_cast<std::size_t>(nodes->nodeNr)};
-    if (all.count == 1 && is_below_root(nodes->nodeTab[0])) all.only = nodes->nodeTab[0];
-    all.is_root = all.count == 1 && nodes->nodeTab[0] == xmlDocGetRootElement(document);
-    return all;
+    xmlNode *only = nodes->nodeNr == 1 && xml::is_element(nodes->nodeTab[0]) ? nodes->nodeTab[0] : nullptr;
+    return {Found::ok, nodes->nodeNr, only};
 }
 
 bool is_usable(const char *scope) noexcept { return scope && strnlen(scope, max_scope + 1) <= max_scope; }
 
-// Finds what the expression of a plain scope and a plain type selects.
-Found walk(const xmlDoc *document, const char *scope, const char *type, const char *name) noexcept {
-    Found found{true};
-    for_each_scope(document, scope, [&](const xmlNode *parent) {
-        for (xmlNode *child = parent->children; child; child = child->next) {
-            if (child->ns || !is_entity(child, type, name)) continue;
-            ++found.count;
-            found.only = child;
-        }
-    });
-    return found;
-}
-
-Found find(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept {
-    // Below the root there are scopes, not entities.
-    if (!is_usable(scope) || (!is_plain(scope) && evaluate(document, scope, nullptr, nullptr).is_root))
-        return fail(Found{}, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n", who);
-    if (!type) return {true};
-    if (is_plain(scope) && is_plain(type) && !std::strchr(type, '/')) return walk(document, scope, type, name);
-    Selection all = evaluate(document, scope, type, name);
-    if (all.status == Selection::no_context) return fail(Found{}, KVIO_XML, "%s error on xmlXPathNewContext()\n", who);
-    if (all.status == Selection::failed) return fail(Found{}, KVIO_XML, "%s error on xmlXPathEvalExpression()\n", who);
-    return {true, all.count, all.only};
-}
-
-Selection select_scope(const kvio_config_t *config, const char *scope) noexcept {
+Found select_scope(const kvio_config_t *config, const char *scope) noexcept {
     if (!is_usable(scope)) return {};
-    if (!is_plain(scope)) return evaluate(config->doc, scope, nullptr, nullptr);
-    Selection selected;
-    for_each_scope(config->doc, scope, [&](xmlNode *element) { selected.only = selected.count++ ? nullptr : element; });
-    return selected;
+    if (!is_plain(scope)) return evaluate(config->doc, scope);
+    Found found;
+    for_each_scope(config->doc, scope, [&](xmlNode *element) { found.add(element); });
+    return found;
 }
 
 }  // namespace
 
 xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *who) noexcept {
-    Selection selected = select_scope(config, scope);
-    if (selected.status == Selection::no_context)
-        return fail(nullptr, KVIO_XML, "%s error on xmlXPathNewContext()\n", who);
-    if (!selected.only)
+    Found found = select_scope(config, scope);
+    if (found.status == Found::no_context) return fail(nullptr, KVIO_XML, "%s error on xmlXPathNewContext()\n", who);
+    if (!found.only || is_root(found.only))
         return fail(nullptr, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n", who);
-    return selected.only;
+    return found.only;
 }
 
 xmlNode *scope_or_null(const kvio_config_t *config, const char *scope) noexcept {
-    return select_scope(config, scope).only;
+    Found found = select_scope(config, scope);
+    return is_root(found.only) ? nullptr : found.only;
 }
 
 Found find_entities(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept {
-    Found found = find(document, scope, name ? type : nullptr, name, who);
-    if (found.count == 1 && !found.only) found.count = 0;
-    return found;
+    // Below the root there are scopes, not entities.
+    if (!is_usable(scope) || (!is_plain(scope) && is_root(evaluate(document, scope).only)))
+        return fail(Found{Found::failed}, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n",
+                    who);
+    Found found;
+    if (!type) return found;
+    if (is_plain(scope) && is_plain(type) && !std::strchr(type, '/')) {
+        for_each_scope(document, scope, [&](const xmlNode *parent) {
+            for (xmlNode *child = parent->children; child; child = child->next)
+                if (!child->ns && is_entity(child, type, name)) found.add(child);
+        });
+        return found;
+    }
+    found = evaluate(document, scope, type, name);
+    if (is_root(found.only)) found.only = nullptr;
+    if (found.status == Found::ok) return found;
+    const char *call = found.status == Found::failed ? "xmlXPathEvalExpression" : "xmlXPathNewContext";
+    return fail(found, KVIO_XML, "%s error on %s()\n", who, call);
 }
 
-Found find_all(xmlDoc *document, const char *scope, const char *type, const char *who) noexcept {
-    return find(document, scope, type, nullptr, who);
+xmlNode *find_entity(const kvio_config_t *config, const char *scope, const char *type, const char *name,
+                     const char *who) noexcept {
+    if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
+    Found found = find_entities(config->doc, scope, name ? type : nullptr, name, who);
+    if (found.status != Found::ok) return nullptr;
+    if (found.count > 1) return fail(nullptr, KVIO_BAD_SCOPE, "%s fatal error: multiple instances\n", who);
+    return found.only ? succeed(found.only) : fail(nullptr, KVIO_NOT_FOUND);
 }
 
 bool is_container(const xmlNode *node, const char *kind, const char *type) noexcept {
@@ -181,13 +165,43 @@ xmlNode *find_container(const xmlNode *scope, const char *kind, const char *type
     return nullptr;
 }
 
-xmlNode *container_of(const kvio_iterator_t *iterator, Access access, const char *who,
-                      const char *unattached) noexcept {
+int discard(xmlNode *node) noexcept {
+    xmlUnlinkNode(node);
+    xmlFreeNode(node);
+    return succeed(1);
+}
+
+void Buffer::copy(const char *text) const noexcept {
+    if (size == SIZE_MAX)
+        std::strcpy(bytes, text);
+    else
+        bounded_copy(bytes, size, text);
+}
+
+int Buffer::take(const xml::Text &text) const noexcept {
+    if (!text) return fail(0, KVIO_XML);
+    copy(text.get());
+    return succeed(1);
+}
+
+int Buffer::take_nothing() const noexcept {
+    if (size) *bytes = '\0';
+    return succeed(1);
+}
+
+bool is_given(const xmlNode *entity, const char *who) noexcept {
+    return entity || fail(false, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
+}
+
+xmlNode *readable(const kvio_iterator_t *iterator, const char *who, const char *unattached) noexcept {
     if (!iterator) return fail(nullptr, KVIO_BAD_ITERATOR, "%s() error: NULL iterator\n", who);
-    if (access == Access::write && iterator->readonly)
-        return fail(nullptr, KVIO_READ_ONLY, "%s() error: read-only iterator\n", who);
     if (!iterator->node) return fail(nullptr, KVIO_BAD_ITERATOR, "%s%s\n", who, unattached);
     return iterator->node;
+}
+
+xmlNode *writable(const kvio_iterator_t *iterator, const char *who, const char *unattached) noexcept {
+    if (iterator && iterator->readonly) return fail(nullptr, KVIO_READ_ONLY, "%s() error: read-only iterator\n", who);
+    return readable(iterator, who, unattached);
 }
 
 }  // namespace store

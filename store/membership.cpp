@@ -9,8 +9,10 @@
 
 namespace {
 
-using store::Access;
-using store::container_of;
+// The line about a handle without a container is spelled in three ways.
+constexpr const char *assoiciated = "() error: bad iterator, no container assoiciated";
+constexpr const char *assoicaited = "() error: bad iterator, no container assoicaited";
+constexpr const char *spaced = " () error: bad iterator, no container assoicaited";
 
 xmlNode *find_member(const xmlNode *container, const char *name) {
     if (!name) return nullptr;
@@ -58,16 +60,11 @@ xml::Detached new_member(const xmlNode *container, const char *kind, const char 
     return member;
 }
 
-int append_member(xmlNode *container, xml::Detached member, const char *who) {
+// Adds a member before another one, or at the end if `next` is null.
+int add_member(xmlNode *container, xmlNode *next, xml::Detached member, const char *who) {
     if (!member) return 0;
-    if (!xmlAddChild(container, member.get())) return fail(0, KVIO_XML, "%s error on xmlAddChild()\n", who);
-    member.release();
-    return succeed(1);
-}
-
-int insert_before(xmlNode *next, xml::Detached member, const char *who) {
-    if (!member) return 0;
-    if (!xmlAddPrevSibling(next, member.get())) return fail(0, KVIO_XML, "%s error on xmlAddPrevSibling()\n", who);
+    if (!(next ? xmlAddPrevSibling(next, member.get()) : xmlAddChild(container, member.get())))
+        return fail(0, KVIO_XML, "%s error on %s()\n", who, next ? "xmlAddPrevSibling" : "xmlAddChild");
     member.release();
     return succeed(1);
 }
@@ -86,13 +83,13 @@ int count_entity_members(const xmlNode *container) {
     return count;
 }
 
-// Returns the element child at a position. Null when there are fewer: `passed` is then their number. Prints a warning
-// for each child up to there that is no entity member.
-xmlNode *element_at(const xmlNode *container, int position, long &passed, const char *who) {
-    passed = 0;
-    for (xmlNode *child = xml::first_element(container->children); child; child = xml::first_element(child->next)) {
+// Returns the element child at a position. Null when there are fewer: `position` is then counted down by their number.
+// Prints a warning for each child up to there that is no entity member.
+xmlNode *element_at(const xmlNode *container, unsigned &position, const char *who) {
+    for (xmlNode *child = container->children; child; child = child->next) {
+        if (!xml::is_element(child)) continue;
         if (!store::is_entity_member(child)) say("%s() warning: check data integrity\n", who);
-        if (++passed == position) return child;
+        if (--position == 0) return child;
     }
     return nullptr;
 }
@@ -100,28 +97,23 @@ xmlNode *element_at(const xmlNode *container, int position, long &passed, const 
 }  // namespace
 
 int kvio_join(kvio_iterator_t *iterator, const char *name, int is_entity) {
-    xmlNode *container =
-        container_of(iterator, Access::write, __func__, "() error: bad iterator, no container assoiciated");
+    xmlNode *container = store::writable(iterator, __func__, assoiciated);
     if (!container) return 0;
     if (find_member(container, name)) return fail(0, KVIO_EXISTS, "%s error: %s is already existed\n", __func__, name);
     const char *kind = is_entity ? "entity" : "container";
-    return append_member(container, new_member(container, kind, name, __func__), __func__);
+    return add_member(container, nullptr, new_member(container, kind, name, __func__), __func__);
 }
 
 int kvio_remove(kvio_iterator_t *iterator, const char *name) {
-    xmlNode *container =
-        container_of(iterator, Access::write, __func__, "() error: bad iterator, no container assoiciated");
+    xmlNode *container = store::writable(iterator, __func__, assoiciated);
     if (!container) return 0;
     xmlNode *member = find_member(container, name);
     if (!member) return fail(0, KVIO_NOT_FOUND, "%s() error: %s is not existed\n", __func__, shown(name));
-    xmlUnlinkNode(member);
-    xmlFreeNode(member);
-    return succeed(1);
+    return store::discard(member);
 }
 
 int kvio_change_container_element(kvio_iterator_t *iterator, const char *old_name, const char *new_name) {
-    xmlNode *container =
-        container_of(iterator, Access::write, __func__, " () error: bad iterator, no container assoicaited");
+    xmlNode *container = store::writable(iterator, __func__, spaced);
     if (!container) return 0;
     xmlNode *member = find_member(container, old_name);
     if (!member) return fail(0, KVIO_NOT_FOUND);
@@ -134,8 +126,7 @@ int kvio_change_container_element(kvio_iterator_t *iterator, const char *old_nam
 }
 
 int kvio_append(kvio_iterator_t *iterator, const char *name) {
-    xmlNode *container =
-        container_of(iterator, Access::write, __func__, " () error: bad iterator, no container assoicaited");
+    xmlNode *container = store::writable(iterator, __func__, spaced);
     if (!container) return 0;
     DefaultName fallback;
     if (empty(name)) name = make_name(fallback, count_entity_members(container) + 1);
@@ -145,30 +136,25 @@ int kvio_append(kvio_iterator_t *iterator, const char *name) {
     auto text = xml::guarded<xml::Detached>([&] { return xmlNewDocText(member->doc, xml::str(name)); });
     if (!text) return fail(0, KVIO_XML, "%s error on xmlEncodeSpecialChars()\n", __func__);
     xmlAddChild(member.get(), text.release());
-    return append_member(container, std::move(member), __func__);
+    return add_member(container, nullptr, std::move(member), __func__);
 }
 
 int kvio_insert(kvio_iterator_t *iterator, const char *name, int position) {
-    xmlNode *container =
-        container_of(iterator, Access::write, __func__, "() error: bad iterator, no container assoicaited");
+    xmlNode *container = store::writable(iterator, __func__, assoicaited);
     if (!container) return 0;
-    long passed;
-    xmlNode *next = element_at(container, position, passed, __func__);
-    if (!next && passed + 1 != position) return fail(0, KVIO_OUT_OF_RANGE, "%s() error: out of range\n", __func__);
+    unsigned left = static_cast<unsigned>(position);
+    xmlNode *next = element_at(container, left, __func__);
+    if (!next && left != 1) return fail(0, KVIO_OUT_OF_RANGE, "%s() error: out of range\n", __func__);
     DefaultName fallback;
     if (empty(name)) name = make_name(fallback, position);
-    xml::Detached member = new_member(container, "entity", name, __func__);
-    if (next) return insert_before(next, std::move(member), __func__);
-    return append_member(container, std::move(member), __func__);
+    return add_member(container, next, new_member(container, "entity", name, __func__), __func__);
 }
 
 int kvio_delete(kvio_iterator_t *iterator, int position) {
-    xmlNode *container = container_of(iterator, Access::write, __func__);
+    xmlNode *container = store::writable(iterator, __func__);
     if (!container) return 0;
-    long passed;
-    xmlNode *member = element_at(container, position, passed, __func__);
+    unsigned left = static_cast<unsigned>(position);
+    xmlNode *member = element_at(container, left, __func__);
     if (!member) return fail(0, KVIO_OUT_OF_RANGE, "%s() error: out of range\n", __func__);
-    xmlUnlinkNode(member);
-    xmlFreeNode(member);
-    return succeed(1);
+    return store::discard(member);
 }

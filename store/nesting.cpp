@@ -1,207 +1,296 @@
-// The walk over nested containers, and what check_loop(), real_size() and collect() do on the way.
-#include "store/nesting.h"
-
+// What a container leads to through its container members: loops, sizes, and the entities in order.
+//
+// Every operation is a walk over the tree with an explicit stack: the nesting of a stored document may be deeper than
+// the stack of a thread. The containers of the scope are listed by name once, so that following a member does not search
+// the scope.
 #include <algorithm>
 #include <climits>
 
-namespace store {
+#include "base/names.h"
+#include "store/store.h"
 
 namespace {
 
-// The number of entity members that a container leads to; -1 if they cannot be counted.
-struct Size {
-    enum { unseen, under_way, counted } state;
-    int code;  // left in kvio_errno by counting
-    long long count;
+struct Container {
+    const xmlNode *element;
+    enum { unseen, under_way, done } state;
+    int code;          // left in kvio_errno by counting
+    long long amount;  // the entity members it leads to, -1 if they cannot be counted; or the entities at its start
 
     void add(long long more) noexcept {
         constexpr long long too_many = static_cast<long long>(INT_MAX) + 1;
-        count = std::min(count + std::max(more, 0LL), too_many);
+        amount = std::min(amount + std::max(more, 0LL), too_many);
     }
 };
 
-}  // namespace
+class Nesting {
+public:
+    explicit Nesting(const kvio_iterator_t *top) noexcept : top_(top) {}
+
+    // Returns 1 when a container is reached a second time, 0 when none is; -1 when a direct member of the top has no
+    // name or names no container, and, with code 2, when memory is short. Prints the line of every member that names no
+    // container.
+    int check_loop() noexcept;
+
+    // Counts the entity members, once for each path that leads to them; -1 with the code. Prints like check_loop().
+    int real_size() noexcept;
+
+    // Appends the entities in order of their first occurrence; false with the code.
+    bool collect(Array<xmlNode *> &entities) noexcept;
+
+    // Whether real_size() met a container more than once: the size can be far beyond what is collected.
+    bool is_shared() const noexcept { return shared_; }
+
+private:
+    // What the walk, depth first in member order, comes to: an entity member, a container member that names a container
+    // (nested_) or none (which is reported), or the end of the members of a container. It ends early, with code 2, when
+    // memory is short.
+    enum class Step { entity, container, nowhere, left, end };
+
+    struct Frame {
+        Container *container;
+        const xmlNode *member;  // the next one
+    };
+
+    Step begin() noexcept;
+    Step next() noexcept;
+    void enter(Container *container) noexcept {
+        container->state = Container::under_way;
+        has_memory_ = has_memory_ && stack_.push({container, container->element->children});
+    }
+    void skip_rest() noexcept { stack_.top().member = nullptr; }
+    bool is_at_top() const noexcept { return current_ == containers_.begin(); }
+
+    bool list_containers() noexcept;
+    Step follow() noexcept;
+    bool take_entity(const char *name, xmlNode *&entity) noexcept;
+    bool take_member(Array<xmlNode *> &entities) noexcept;
+
+    const kvio_iterator_t *top_;
+    Array<Container> containers_;  // the top, and those of the scope that a member can name
+    NameTable<std::uint32_t> container_names_;
+    bool has_memory_ = true;
+    bool shared_ = false;
+
+    Array<Frame> stack_;
+    Container *current_ = nullptr;  // the container whose member the walk is at
+    const xmlNode *member_ = nullptr;
+    Container *nested_ = nullptr;  // the container that this member names
+
+    // The scope's entities are searched up to next_; these are the ones passed over, null once taken.
+    xmlNode *next_ = nullptr;
+    NameTable<xmlNode *> passed_;
+};
 
 // Lists the containers that members can name, unless there are no container members. The first one of a name counts.
 bool Nesting::list_containers() noexcept {
-    if (!containers_.empty()) return true;
-    if (!containers_.push(top_->node)) return false;
+    if (!containers_.push({top_->node, Container::unseen, KVIO_OK, 0})) return false;
     const xmlNode *member = top_->node->children;
-    while (member && !is_container_member(member)) member = member->next;
-    const xmlNode *scope = member ? scope_or_null(top_->config, top_->scope) : nullptr;
+    while (member && !store::is_container_member(member)) member = member->next;
+    const xmlNode *scope = member ? store::scope_or_null(top_->config, top_->scope) : nullptr;
     for (const xmlNode *child = scope ? scope->children : nullptr; child; child = child->next) {
-        const xmlAttr *name = is_container(child, top_->kind, top_->type) ? xml::name_of(child) : nullptr;
+        const xmlAttr *name = store::is_container(child, top_->kind, top_->type) ? xml::name_of(child) : nullptr;
         if (!name) continue;
         xml::Text text = xml::Text::of(name);
         if (!text) return false;
         std::uint32_t hash = hash_of(text.get());
-        auto is_named = [&](std::uint32_t number) { return xml::is_named(containers_[number], text.get()); };
+        auto is_named = [&](std::uint32_t at) { return xml::is_named(containers_[at].element, text.get()); };
         if (container_names_.find(hash, is_named)) continue;
         bool is_top = child == top_->node;
         if (!container_names_.add(hash, is_top ? 0 : static_cast<std::uint32_t>(containers_.size()))) return false;
-        if (!is_top && !containers_.push(child)) return false;
+        if (!is_top && !containers_.push({child, Container::unseen, KVIO_OK, 0})) return false;
     }
     return true;
 }
 
-// Returns the container that a member names; missing, nameless, or no_memory.
-std::uint32_t Nesting::named_by(const xmlNode *member) noexcept {
-    xml::Text name = xml::Text::below(member);
-    if (!name) return no_memory;
-    if (!*name.get()) return nameless;
-    auto is_named = [&](std::uint32_t number) { return xml::is_named(containers_[number], name.get()); };
-    const std::uint32_t *number = container_names_.find(hash_of(name.get()), is_named);
-    return number ? *number : missing;
-}
-
-// Whether a member names no container. If it has a name sets the code and prints the line of an open that fails.
-bool Nesting::leads_nowhere(const xmlNode *member, std::uint32_t nested) const noexcept {
-    if (nested != missing) return nested == nameless;
+// Finds the container that a member names. If there is none sets the code and prints the line of an open that fails.
+Nesting::Step Nesting::follow() noexcept {
+    xml::Text name = xml::Text::below(member_);
+    has_memory_ = static_cast<bool>(name);
+    if (!has_memory_) return next();
+    if (!*name.get()) {
+        if (is_at_top()) kvio_errno = KVIO_EMPTY_ITEM;
+        return Step::nowhere;
+    }
+    auto is_named = [&](std::uint32_t at) { return xml::is_named(containers_[at].element, name.get()); };
+    if (const std::uint32_t *at = container_names_.find(hash_of(name.get()), is_named)) {
+        nested_ = &containers_[*at];
+        return Step::container;
+    }
     const char *who = "kvio_container_create_template";
-    if (!find_scope(top_->config, top_->scope, who)) return true;
-    return fail(true, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", who, top_->config->path,
-                top_->scope, top_->kind, xml::Text::below(member).get(), top_->type);
+    if (!store::find_scope(top_->config, top_->scope, who)) return Step::nowhere;
+    return fail(Step::nowhere, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", who,
+                top_->config->path, top_->scope, top_->kind, name.get(), top_->type);
 }
 
-bool Nesting::walk(Callback<Next(std::uint32_t, const xmlNode *)> take,
-                   Callback<Next(std::uint32_t, const xmlNode *, std::uint32_t)> meet,
-                   Callback<void(std::uint32_t, std::uint32_t)> leave) noexcept {
-    struct Frame {
-        std::uint32_t container;
-        const xmlNode *member;  // the next one
-    };
-    Array<Frame> stack;
-    if (!stack.push({0, top_->node->children})) return fail(false, KVIO_NO_MEMORY);
-    while (!stack.empty()) {
-        const auto [container, member] = stack.top();
-        if (!member) {
-            stack.pop();
-            leave(container, stack.empty() ? none : stack.top().container);
-            continue;
+Nesting::Step Nesting::begin() noexcept {
+    has_memory_ = !containers_.empty() || list_containers();
+    for (Container &container : containers_) container = {container.element, Container::unseen, KVIO_OK, 0};
+    if (has_memory_) enter(&containers_[0]);
+    return next();
+}
+
+Nesting::Step Nesting::next() noexcept {
+    while (has_memory_ && !stack_.empty()) {
+        current_ = stack_.top().container;
+        member_ = stack_.top().member;
+        if (!member_) {
+            stack_.pop();
+            return Step::left;
         }
-        stack.top().member = member->next;
-        std::uint32_t nested = none;
-        Next next = Next::go_on;
-        if (is_entity_member(member)) {
-            next = take(container, member);
-        } else if (is_container_member(member)) {
-            nested = named_by(member);
-            next = nested == no_memory ? fail(Next::stop, KVIO_NO_MEMORY) : meet(container, member, nested);
-        }
-        if (next == Next::stop) return false;
-        if (next == Next::leave) stack.top().member = nullptr;
-        if (next == Next::enter && !stack.push({nested, containers_[nested]->children}))
-            return fail(false, KVIO_NO_MEMORY);
+        stack_.top().member = member_->next;
+        if (store::is_entity_member(member_)) return Step::entity;
+        if (store::is_container_member(member_)) return follow();
     }
-    return true;
+    return has_memory_ ? Step::end : fail(Step::end, KVIO_NO_MEMORY);
 }
 
 int Nesting::check_loop() noexcept {
-    Array<bool> passed;
-    if (!list_containers() || !passed.fill(containers_.size(), false)) return fail(-1, KVIO_NO_MEMORY);
-    passed[0] = true;
     int result = 0;
-    auto take = [](std::uint32_t, const xmlNode *) { return Next::go_on; };
-    auto meet = [&](std::uint32_t container, const xmlNode *member, std::uint32_t nested) {
-        if (leads_nowhere(member, nested)) {
-            if (container == 0) result = -1;
-            return Next::leave;
+    for (Step step = begin(); step != Step::end; step = next()) {
+        if (step == Step::container) {
+            if (nested_->state != Container::unseen) return 1;
+            enter(nested_);
+        } else if (step == Step::nowhere) {
+            if (is_at_top()) result = -1;
+            skip_rest();
         }
-        if (passed[nested]) result = 1;
-        return std::exchange(passed[nested], true) ? Next::stop : Next::enter;
-    };
-    auto leave = [](std::uint32_t, std::uint32_t) {};
-    bool done = walk(take, meet, leave);
-    return done || result == 1 ? result : -1;
+    }
+    return has_memory_ ? result : -1;
 }
 
 int Nesting::real_size() noexcept {
-    Array<Size> sizes;
-    if (!list_containers() || !sizes.fill(containers_.size(), {Size::unseen, KVIO_OK, 0}))
-        return fail(-1, KVIO_NO_MEMORY);
-    sizes[0].state = Size::under_way;
-    auto take = [&](std::uint32_t container, const xmlNode *) {
-        sizes[container].add(1);
-        return Next::go_on;
-    };
-    auto meet = [&](std::uint32_t container, const xmlNode *member, std::uint32_t nested) {
-        if (nested == nameless && container == 0) kvio_errno = KVIO_EMPTY_ITEM;
-        if (leads_nowhere(member, nested)) {
-            sizes[container].count = -1;
-            return Next::leave;
+    for (Step step = begin(); step != Step::end; step = next()) {
+        if (step == Step::entity) {
+            current_->add(1);
+        } else if (step == Step::container) {
+            if (nested_->state == Container::under_way) return fail(-1, KVIO_LOOP);
+            kvio_errno = nested_->code;
+            current_->add(nested_->amount);
+            if (nested_->state == Container::done)
+                shared_ = true;
+            else
+                enter(nested_);
+        } else if (step == Step::nowhere) {
+            current_->amount = -1;
+            skip_rest();
+        } else {
+            *current_ = {current_->element, Container::done, kvio_errno, current_->amount};
+            if (!stack_.empty()) stack_.top().container->add(current_->amount);
         }
-        Size &size = sizes[nested];
-        if (size.state == Size::under_way) return fail(Next::stop, KVIO_LOOP);
-        kvio_errno = size.code;
-        sizes[container].add(size.count);
-        shared_ = shared_ || size.state == Size::counted;
-        if (size.state == Size::counted) return Next::go_on;
-        size.state = Size::under_way;
-        return Next::enter;
-    };
-    auto leave = [&](std::uint32_t container, std::uint32_t around) {
-        sizes[container] = {Size::counted, kvio_errno, sizes[container].count};
-        if (around != none) sizes[around].add(sizes[container].count);
-    };
-    if (!walk(take, meet, leave)) return -1;
-    return sizes[0].count > INT_MAX ? fail(-1, KVIO_NO_MEMORY) : static_cast<int>(sizes[0].count);
+    }
+    if (!has_memory_) return -1;
+    const long long size = containers_[0].amount;
+    return size > INT_MAX ? fail(-1, KVIO_NO_MEMORY) : static_cast<int>(size);
 }
 
 // Returns the first entity of this name that no member has taken; null if there is none. Goes on in the scope where the
 // search before ended: members in the order of their entities, as appending leaves them, need no table. False when
 // memory is short.
 bool Nesting::take_entity(const char *name, xmlNode *&entity) noexcept {
-    auto is_named = [&](const Passed &passed) {
-        if (!passed.element) return false;
-        return passed.name ? same(passed.name, name) : xml::is_named(passed.element, name);
-    };
-    Passed *passed = passed_.empty() ? nullptr : passed_.find(hash_of(name), is_named);
-    entity = passed ? std::exchange(passed->element, nullptr) : nullptr;
+    auto is_named = [&](const xmlNode *passed) { return passed && xml::is_named(passed, name); };
+    xmlNode **passed = passed_.empty() ? nullptr : passed_.find(hash_of(name), is_named);
+    entity = passed ? std::exchange(*passed, nullptr) : nullptr;
     while (!entity && next_) {
         xmlNode *child = std::exchange(next_, next_->next);
-        const xmlAttr *at = is_entity(child, top_->type, nullptr) ? xml::name_of(child) : nullptr;
+        const xmlAttr *at = store::is_entity(child, top_->type, nullptr) ? xml::name_of(child) : nullptr;
         if (!at) continue;
         xml::Text text = xml::Text::of(at);
         if (!text) return false;
         if (same(text, name))
             entity = child;
-        else if (!passed_.add(hash_of(text.get()), {child, text.in_place()}))
+        else if (!passed_.add(hash_of(text.get()), child))
             return false;
     }
     return true;
 }
 
+// Appends the entity that a member names, if there is one; false with the code.
+bool Nesting::take_member(Array<xmlNode *> &entities) noexcept {
+    xml::Text name = xml::Text::below(member_);
+    if (name && !*name.get()) return fail(false, KVIO_UNRESOLVED);
+    xmlNode *entity = nullptr;
+    bool taken = name && take_entity(name.get(), entity) && (!entity || entities.push(entity));
+    return taken || fail(false, KVIO_NO_MEMORY);
+}
+
 // A container that is reached again can take further entities of the same names. When a visit adds none, later visits
 // cannot either, and the container is skipped from then on.
 bool Nesting::collect(Array<xmlNode *> &entities) noexcept {
-    struct State {
-        enum { ready, under_way, used_up } is;
-        std::size_t before;  // entities when it was entered
-    };
-    Array<State> states;
-    if (!list_containers() || !states.fill(containers_.size(), {State::ready, 0})) return fail(false, KVIO_NO_MEMORY);
-    states[0].is = State::under_way;
     next_ = top_->node->parent->children;
-    auto take = [&](std::uint32_t, const xmlNode *member) {
-        xml::Text name = xml::Text::below(member);
-        if (name && !*name.get()) return fail(Next::stop, KVIO_UNRESOLVED);
-        xmlNode *entity = nullptr;
-        if (!name || !take_entity(name.get(), entity)) return fail(Next::stop, KVIO_NO_MEMORY);
-        if (entity && !entities.push(entity)) return fail(Next::stop, KVIO_NO_MEMORY);
-        return Next::go_on;
-    };
-    auto meet = [&](std::uint32_t, const xmlNode *member, std::uint32_t nested) {
-        if (leads_nowhere(member, nested)) return fail(Next::stop, KVIO_UNRESOLVED);
-        if (states[nested].is == State::under_way) return fail(Next::stop, KVIO_LOOP);
-        if (states[nested].is == State::used_up) return Next::go_on;
-        states[nested] = {State::under_way, entities.size()};
-        return Next::enter;
-    };
-    auto leave = [&](std::uint32_t container, std::uint32_t) {
-        State &state = states[container];
-        state.is = state.before == entities.size() ? State::used_up : State::ready;
-    };
-    return walk(take, meet, leave);
+    for (Step step = begin(); step != Step::end; step = next()) {
+        const auto collected = static_cast<long long>(entities.size());
+        if (step == Step::entity) {
+            if (!take_member(entities)) return false;
+        } else if (step == Step::container) {
+            if (nested_->state == Container::under_way) return fail(false, KVIO_LOOP);
+            if (nested_->state == Container::done) continue;
+            nested_->amount = collected;
+            enter(nested_);
+        } else if (step == Step::nowhere) {
+            return fail(false, KVIO_UNRESOLVED);
+        } else {
+            current_->state = current_->amount == collected ? Container::done : Container::unseen;
+        }
+    }
+    return has_memory_;
 }
 
-}  // namespace store
+bool is_table(const kvio_iterator_t *iterator) { return iterator && same(iterator->kind, "table"); }
+
+// Collects the entities into an array with a slot for each of `size` members, or for more entities if a table counted
+// fewer. There can be so many paths to a container that no memory holds `size` slots: then it has as many as are needed.
+// Null with the code.
+kvio_entities_t *collect(Nesting &nesting, int size) {
+    Array<xmlNode *> found;
+    if (!nesting.collect(found)) return nullptr;
+    const int count = static_cast<int>(found.size());
+    store::Entities array(kvio_alloc_entities(std::max(size, count)));
+    if (!array && nesting.is_shared()) array.reset(kvio_alloc_entities(count));
+    if (!array) return fail(nullptr, KVIO_NO_MEMORY);
+    std::copy(found.begin(), found.end(), array->items);
+    array->count = count;
+    return succeed(array.release());
+}
+
+kvio_entities_t *retrieve(kvio_iterator_t *iterator, bool check_loop) {
+    // The function that reads the handle first is named in the message about it.
+    const char *reader = is_table(iterator) ? "kvio_size" : check_loop ? "do_kvio_check_loop" : "kvio_real_size";
+    if (!store::readable(iterator, reader)) return fail(nullptr, check_loop ? KVIO_LOOP : KVIO_UNRESOLVED);
+    Nesting nesting(iterator);
+    kvio_errno = KVIO_OK;
+    if (check_loop && nesting.check_loop() != 0)
+        return fail(nullptr, kvio_errno == KVIO_NO_MEMORY ? KVIO_NO_MEMORY : KVIO_LOOP);
+    int size = is_table(iterator) ? kvio_size(iterator) : nesting.real_size();
+    if (size >= 0) return collect(nesting, size);
+    bool has_code = kvio_errno == KVIO_LOOP || kvio_errno == KVIO_NO_MEMORY;
+    return has_code ? nullptr : fail(nullptr, KVIO_UNRESOLVED);
+}
+
+}  // namespace
+
+int kvio_size(kvio_iterator_t *iterator) {
+    const xmlNode *container = store::readable(iterator, __func__);
+    if (!container) return -1;
+    int count = 0;
+    for (const xmlNode *child = container->children; child; child = child->next) {
+        if (store::is_member(child))
+            ++count;
+        else if (xml::is_element(child))
+            say("%s() warning: check data integrity\n", __func__);
+    }
+    return succeed(count);
+}
+
+int kvio_real_size(kvio_iterator_t *iterator) {
+    if (is_table(iterator)) return kvio_size(iterator);
+    return store::readable(iterator, __func__) ? Nesting(iterator).real_size() : -1;
+}
+
+int kvio_check_loop(kvio_iterator_t *iterator) {
+    return succeed(store::readable(iterator, "do_kvio_check_loop") ? Nesting(iterator).check_loop() : -1);
+}
+
+kvio_entities_t *kvio_retrieve_all(kvio_iterator_t *iterator) { return retrieve(iterator, !is_table(iterator)); }
+
+kvio_entities_t *kvio_retrieve_all2(kvio_iterator_t *iterator) { return retrieve(iterator, false); }

@@ -108,20 +108,23 @@ xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *
 // The same without a line and a code.
 xmlNode *scope_or_null(const kvio_config_t *config, const char *scope) noexcept;
 
-// The number of nodes that a look-up selects, and the element if it is exactly one.
+// What a look-up selects.
 struct Found {
-    bool ok = false;  // false: the code is set and the line is printed
-    std::size_t count = 0;
-    xmlNode *only = nullptr;
+    enum Status { ok, no_context, failed } status = ok;
+    int count = 0;            // the nodes selected
+    xmlNode *only = nullptr;  // the element, if exactly one node is selected and it is an element
+
+    void add(xmlNode *element) noexcept { only = count++ ? nullptr : element; }
 };
 
-// Finds what "/kavex/SCOPE/TYPE[@name=NAME]" selects, whatever bytes the name holds; a null name or type selects
-// nothing. A single node that is no element below the root is no entity. Fails with code 7 for a null or over-long scope
-// and one that selects the root, and with code 8 for an expression that cannot be evaluated.
+// Finds what "/kavex/SCOPE/TYPE[@name=NAME]" selects, whatever bytes the name holds, or "/kavex/SCOPE/TYPE" for a null
+// name, or nothing for a null type. The root is no entity. If the status is not ok, code and line tell: code 7 for a
+// null or over-long scope and one that selects the root, code 8 for an expression that cannot be evaluated.
 Found find_entities(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept;
 
-// The same without a name: finds all nodes that "/kavex/SCOPE/TYPE" selects.
-Found find_all(xmlDoc *document, const char *scope, const char *type, const char *who) noexcept;
+// Returns the entity of this name. Null with the code, and with its line if there are several or the look-up failed.
+xmlNode *find_entity(const kvio_config_t *config, const char *scope, const char *type, const char *name,
+                     const char *who) noexcept;
 
 // Whether a child of a scope is an entity of this type and, unless null, of this name.
 inline bool is_entity(const xmlNode *node, const char *type, const char *name) noexcept {
@@ -139,12 +142,34 @@ inline bool is_entity_member(const xmlNode *node) noexcept { return xml::is_elem
 inline bool is_container_member(const xmlNode *node) noexcept { return xml::is_element(node, "container"); }
 inline bool is_member(const xmlNode *node) noexcept { return is_entity_member(node) || is_container_member(node); }
 
-// Returns the container element of a handle. Null with line and code for a null handle, a read-only one that is to be
-// written, and one without an element: `unattached` is the line for this, behind the function's name, since its
-// spelling differs between functions.
-enum class Access { read, write };
-xmlNode *container_of(const kvio_iterator_t *iterator, Access access, const char *who,
-                      const char *unattached = "() error: bad iterator, no container associated") noexcept;
+// Unlinks and frees a node with all below it. Succeeds with 1.
+int discard(xmlNode *node) noexcept;
+
+// The buffer of a getter: for a bounded copy if there is a size, as where the getter's name ends in "2", else for the
+// whole text.
+struct Buffer {
+    char *bytes;
+    std::size_t size = SIZE_MAX;
+
+    void copy(const char *text) const noexcept;
+
+    // Copies a text or, where there is none, writes only the first byte. 1, or 0 with the code when memory for the text
+    // was short.
+    int take(const xml::Text &text) const noexcept;
+    int take_nothing() const noexcept;
+};
+
+// Whether an entity was passed; false with code and line if not.
+bool is_given(const xmlNode *entity, const char *who) noexcept;
+
+// Returns the container element of a handle. Null with code and line for a null handle and one without an element:
+// `unattached` is the line for this, behind the function's name, since its spelling differs between functions.
+xmlNode *readable(const kvio_iterator_t *iterator, const char *who,
+                  const char *unattached = "() error: bad iterator, no container associated") noexcept;
+
+// The same for a container that is to be written: fails also for a read-only handle.
+xmlNode *writable(const kvio_iterator_t *iterator, const char *who,
+                  const char *unattached = "() error: bad iterator, no container associated") noexcept;
 
 }  // namespace store
 

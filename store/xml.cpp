@@ -11,6 +11,7 @@ void Text::put_together(const xmlNode *node) noexcept {
 
 Text Text::content_of(const xmlNode *node) noexcept {
     Text text;
+    if (!node) return text;
     switch (node->type) {
         case XML_ELEMENT_NODE:
             return below(node);

@@ -66,11 +66,6 @@ inline bool is_element(const xmlNode *node, const char *name) noexcept {
     return is_element(node) && same(node->name, name);
 }
 
-inline xmlNode *first_element(xmlNode *node) noexcept {
-    while (node && !is_element(node)) node = node->next;
-    return node;
-}
-
 // The text of a node or attribute: in place if it is a single text node, as nearly always, else a copy put together
 // from several nodes.
 class Text {
@@ -80,16 +75,13 @@ public:
     static Text of(const xmlAttr *attribute) noexcept {
         return Text(reinterpret_cast<const xmlNode *>(attribute), attribute->children);
     }
-    // The text that a node of any type stands for: the content of a text node, the texts below an element.
+    // The text that a node of any type stands for: the content of a text node, the texts below an element; "" for null.
     static Text content_of(const xmlNode *node) noexcept;
 
     // False when memory was short; the text is "" then.
     explicit operator bool() const noexcept { return text_ != nullptr; }
     const char *get() const noexcept { return text_ ? text_ : ""; }
     friend bool same(const Text &text, const char *wanted) noexcept { return text && same(text.text_, wanted); }
-
-    // The text if it is in place, where it stays as long as its node; else null.
-    const char *in_place() const noexcept { return owned_ ? nullptr : text_; }
 
 private:
     Text() = default;
