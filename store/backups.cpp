@@ -10,9 +10,6 @@ xml::Detached copy_node(xmlNode *node, int depth) {
 constexpr int whole_tree = 1;
 constexpr int attributes_only = 2;
 
-// Hangs a copy below a new parent; false if it cannot be, and the copy is gone then.
-bool adopt(xmlNode *parent, xml::Detached child) { return xmlAddChild(parent, child.get()) && child.release(); }
-
 // A copy of the scope inside bare copies of its ancestors up to the root, which is left out; null with code and line.
 xml::Detached copy_with_ancestors(xmlNode *scope, const char *who) {
     xml::Detached copy = copy_node(scope, whole_tree);
@@ -20,7 +17,7 @@ xml::Detached copy_with_ancestors(xmlNode *scope, const char *who) {
     for (xmlNode *ancestor = scope->parent; xml::is_element(ancestor->parent); ancestor = ancestor->parent) {
         xml::Detached around = copy_node(ancestor, attributes_only);
         if (!around) return fail(nullptr, KVIO_XML, "%s error on xmlCopyNode()\n", who);
-        if (!adopt(around.get(), std::move(copy))) return fail(nullptr, KVIO_XML, "%s error on xmlAddChild()\n", who);
+        if (!store::append(around.get(), std::move(copy), who)) return nullptr;
         copy = std::move(around);
     }
     return copy;
@@ -56,7 +53,6 @@ kvio_config_t *kvio_restore_scope(const char *path) {
 }
 
 int kvio_backup_scope(kvio_config_t *config, const char *scope, const char *path) {
-    if (!config) return fail(0, KVIO_NULL_CONFIG);
     xmlNode *element = store::find_scope(config, scope, __func__);
     if (!element) return 0;
     auto backup = xml::guarded<xml::Document>([] { return xmlNewDoc(xml::str("1.0")); });
@@ -67,12 +63,11 @@ int kvio_backup_scope(kvio_config_t *config, const char *scope, const char *path
     if (!root) return fail(0, KVIO_XML, "%s error on xmlNewNode()\n", __func__);
     xmlNode *top = root.release();
     xmlDocSetRootElement(backup.get(), top);
-    if (!adopt(top, std::move(copy))) return fail(0, KVIO_XML, "%s error on xmlAddChild()\n", __func__);
+    if (!store::append(top, std::move(copy), __func__)) return 0;
     return store::save(backup.get(), path, 0666, store::RedoFile::is_removed, __func__) >= 0;
 }
 
 kvio_checkpoint_t *kvio_create_checkpoint(kvio_config_t *config, const char *scope) {
-    if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
     xmlNode *element = store::find_scope(config, scope, __func__);
     if (!element) return nullptr;
     xml::Detached copy = copy_node(element, whole_tree);
@@ -81,7 +76,6 @@ kvio_checkpoint_t *kvio_create_checkpoint(kvio_config_t *config, const char *sco
 }
 
 int kvio_rollback_checkpoint(kvio_config_t *config, const char *scope, kvio_checkpoint_t *checkpoint) {
-    if (!config) return fail(0, KVIO_NULL_CONFIG);
     xmlNode *element = store::find_scope(config, scope, __func__);
     if (!element) return 0;
     if (!checkpoint) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL checkpoint\n", __func__);

@@ -11,19 +11,14 @@ bool exists(const xmlNode *scope, const char *type, const char *name) {
 
 xmlNode *define(const kvio_config_t *config, const char *scope, const char *type, const char *name) {
     const char *who = "do_kvio_define";
-    if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
     xmlNode *parent = store::find_scope(config, scope, who);
     if (!parent) return nullptr;
     if (type && name && exists(parent, type, name))
         return fail(nullptr, KVIO_EXISTS, "%s(%s): scope:[%s] type:[%s] name:[%s] is existed\n", who, config->path,
                     scope, type, name);
-    xml::Detached entity;
-    if (!empty(type)) entity = xml::guarded<xml::Detached>([&] { return xmlNewNode(nullptr, xml::str(type)); });
-    if (!entity) return fail(nullptr, KVIO_XML, "%s error on xmlNewNode(): no memory?\n", who);
-    if (!xml::set_attribute(entity.get(), "name", name))
-        return fail(nullptr, KVIO_XML, "%s error on xmlNewProp(): no memory?\n", who);
-    if (!xmlAddChild(parent, entity.get())) return fail(nullptr, KVIO_XML, "%s error on xmlAddChild()\n", who);
-    return succeed(entity.release());
+    xml::Detached entity = store::new_element(type, name, who);
+    xmlNode *defined = entity ? store::append(parent, std::move(entity), who) : nullptr;
+    return defined ? succeed(defined) : nullptr;
 }
 
 // Finds the value element of a field. Other nodes are skipped: a text node is named "text".
@@ -39,10 +34,12 @@ xmlNode *find_value(const xmlNode *entity, const char *field) {
 bool replace_text(xmlNode *element, const char *value) {
     xmlNode *first = element->children, *last = element->last;
     bool joined = last != first && last->type == XML_TEXT_NODE;
-    const xmlChar *begin = joined ? last->content : xml::str(value);
-    auto text = xml::guarded<xml::Detached>([&] { return xmlNewDocText(element->doc, begin); });
+    auto text = xml::guarded<xml::Detached>([&] {
+        xmlNode *made = xmlNewDocText(element->doc, joined ? last->content : xml::str(value));
+        if (made && joined) xmlNodeAddContent(made, xml::str(value));
+        return made;
+    });
     if (!text) return false;
-    if (joined && !xml::done([&] { return xmlNodeAddContent(text.get(), xml::str(value)), true; })) return false;
     if (joined) xmlFreeNode(xmlReplaceNode(last, text.release()));
     store::discard(first);
     if (!joined) xmlAddChild(element, text.release());
@@ -62,6 +59,13 @@ int set_value(xmlNode *entity, const char *field, const char *value, const char 
     bool stored = value && (element ? replace_text(element, value) : add_value(entity, field, value));
     if (!stored) return fail(0, KVIO_XML, "%s() error on xmlNewTextChild()\n", who);
     return succeed(1);
+}
+
+// Returns a copy of a text; null with the line.
+Block<char> duplicate(const char *text, const char *what) {
+    Block<char> copy(text ? strdup(text) : nullptr);
+    if (!copy) say("can not alloc memory for %s\n", what);
+    return copy;
 }
 
 int read_name(const xmlNode *entity, const store::Buffer &buffer, const char *who) {
@@ -117,16 +121,9 @@ int kvio_set(kvio_node_t *entity, const char *field, const char *value) {
 }
 
 int kvio_set2(kvio_node_t *entity, const char *field, const char *value) {
-    Block<char> field_copy(field ? strdup(field) : nullptr);
-    if (!field_copy) {
-        say("can not alloc memory for name\n");
-        return 0;
-    }
-    Block<char> value_copy(value ? strdup(value) : nullptr);
-    if (!value_copy) {
-        say("can not alloc memory for value\n");
-        return 0;
-    }
+    Block<char> field_copy = duplicate(field, "name");
+    Block<char> value_copy = field_copy ? duplicate(value, "value") : nullptr;
+    if (!value_copy) return 0;
     return set_value(entity, field_copy.get(), value_copy.get(), __func__);
 }
 

@@ -110,6 +110,7 @@ Found select_scope(const kvio_config_t *config, const char *scope) noexcept {
 }  // namespace
 
 xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *who) noexcept {
+    if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
     Found found = select_scope(config, scope);
     if (found.status == Found::no_context) return fail(nullptr, KVIO_XML, "%s error on xmlXPathNewContext()\n", who);
     if (!found.only || is_root(found.only))
@@ -165,43 +166,27 @@ xmlNode *find_container(const xmlNode *scope, const char *kind, const char *type
     return nullptr;
 }
 
-int discard(xmlNode *node) noexcept {
-    xmlUnlinkNode(node);
-    xmlFreeNode(node);
-    return succeed(1);
+xmlNode *find_container(const kvio_config_t *config, const char *kind, const char *scope, const char *type,
+                        const char *name, const char *who) noexcept {
+    const xmlNode *parent = find_scope(config, scope, who);
+    xmlNode *container = parent ? find_container(parent, kind, type, name) : nullptr;
+    if (!parent || container) return container;
+    return fail(nullptr, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", who, config->path,
+                scope, kind, shown(name), shown(type));
 }
 
-void Buffer::copy(const char *text) const noexcept {
-    if (size == SIZE_MAX)
-        std::strcpy(bytes, text);
-    else
-        bounded_copy(bytes, size, text);
+xml::Detached new_element(const char *kind, const char *who) noexcept {
+    xml::Detached element;
+    if (!empty(kind)) element = xml::guarded<xml::Detached>([&] { return xmlNewNode(nullptr, xml::str(kind)); });
+    if (!element) return fail(nullptr, KVIO_XML, "%s error on xmlNewNode(): no memory?\n", who);
+    return element;
 }
 
-int Buffer::take(const xml::Text &text) const noexcept {
-    if (!text) return fail(0, KVIO_XML);
-    copy(text.get());
-    return succeed(1);
-}
-
-int Buffer::take_nothing() const noexcept {
-    if (size) *bytes = '\0';
-    return succeed(1);
-}
-
-bool is_given(const xmlNode *entity, const char *who) noexcept {
-    return entity || fail(false, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
-}
-
-xmlNode *readable(const kvio_iterator_t *iterator, const char *who, const char *unattached) noexcept {
-    if (!iterator) return fail(nullptr, KVIO_BAD_ITERATOR, "%s() error: NULL iterator\n", who);
-    if (!iterator->node) return fail(nullptr, KVIO_BAD_ITERATOR, "%s%s\n", who, unattached);
-    return iterator->node;
-}
-
-xmlNode *writable(const kvio_iterator_t *iterator, const char *who, const char *unattached) noexcept {
-    if (iterator && iterator->readonly) return fail(nullptr, KVIO_READ_ONLY, "%s() error: read-only iterator\n", who);
-    return readable(iterator, who, unattached);
+xml::Detached new_element(const char *kind, const char *name, const char *who) noexcept {
+    xml::Detached element = new_element(kind, who);
+    if (element && !xml::set_attribute(element.get(), "name", name))
+        return fail(nullptr, KVIO_XML, "%s error on xmlNewProp(): no memory?\n", who);
+    return element;
 }
 
 }  // namespace store

@@ -45,16 +45,10 @@ bool set_character_data(xmlNode *member, const char *text) {
     return true;
 }
 
-xml::Detached new_element(const xmlNode *container, const char *kind, const char *who) {
-    auto member =
-        xml::guarded<xml::Detached>([&] { return xmlNewDocNode(container->doc, nullptr, xml::str(kind), nullptr); });
-    if (!member) return fail(nullptr, KVIO_XML, "%s error on xmlNewNode(): no memory?\n", who);
-    return member;
-}
-
 // Creates a member outside the tree; null with code and line.
 xml::Detached new_member(const xmlNode *container, const char *kind, const char *name, const char *who) {
-    xml::Detached member = new_element(container, kind, who);
+    xml::Detached member = store::new_element(kind, who);
+    if (member) member->doc = container->doc;
     if (member && !set_character_data(member.get(), name))
         return fail(nullptr, KVIO_XML, "%s error on xmlNodeSetContent()\n", who);
     return member;
@@ -130,10 +124,10 @@ int kvio_append(kvio_iterator_t *iterator, const char *name) {
     if (!container) return 0;
     DefaultName fallback;
     if (empty(name)) name = make_name(fallback, count_entity_members(container) + 1);
-    xml::Detached member = new_element(container, "entity", __func__);
+    xml::Detached member = store::new_element("entity", __func__);
     if (!member) return 0;
     // Has the result of escaping the name and setting it as character data, at a third of the cost.
-    auto text = xml::guarded<xml::Detached>([&] { return xmlNewDocText(member->doc, xml::str(name)); });
+    auto text = xml::guarded<xml::Detached>([&] { return xmlNewDocText(container->doc, xml::str(name)); });
     if (!text) return fail(0, KVIO_XML, "%s error on xmlEncodeSpecialChars()\n", __func__);
     xmlAddChild(member.get(), text.release());
     return add_member(container, nullptr, std::move(member), __func__);

@@ -38,9 +38,6 @@ public:
     // Appends the entities in order of their first occurrence; false with the code.
     bool collect(Array<xmlNode *> &entities) noexcept;
 
-    // Whether real_size() met a container more than once: the size can be far beyond what is collected.
-    bool is_shared() const noexcept { return shared_; }
-
 private:
     // What the walk, depth first in member order, comes to: an entity member, a container member that names a container
     // (nested_) or none (which is reported), or the end of the members of a container. It ends early, with code 2, when
@@ -59,18 +56,16 @@ private:
         has_memory_ = has_memory_ && stack_.push({container, container->element->children});
     }
     void skip_rest() noexcept { stack_.top().member = nullptr; }
-    bool is_at_top() const noexcept { return current_ == containers_.begin(); }
 
     bool list_containers() noexcept;
     Step follow() noexcept;
-    bool take_entity(const char *name, xmlNode *&entity) noexcept;
-    bool take_member(Array<xmlNode *> &entities) noexcept;
+    bool measure(bool is_once) noexcept;
+    xmlNode *take_entity(const char *name) noexcept;
 
     const kvio_iterator_t *top_;
     Array<Container> containers_;  // the top, and those of the scope that a member can name
     NameTable<std::uint32_t> container_names_;
     bool has_memory_ = true;
-    bool shared_ = false;
 
     Array<Frame> stack_;
     Container *current_ = nullptr;  // the container whose member the walk is at
@@ -109,7 +104,7 @@ Nesting::Step Nesting::follow() noexcept {
     has_memory_ = static_cast<bool>(name);
     if (!has_memory_) return next();
     if (!*name.get()) {
-        if (is_at_top()) kvio_errno = KVIO_EMPTY_ITEM;
+        if (current_ == containers_.begin()) kvio_errno = KVIO_EMPTY_ITEM;
         return Step::nowhere;
     }
     auto is_named = [&](std::uint32_t at) { return xml::is_named(containers_[at].element, name.get()); };
@@ -117,10 +112,9 @@ Nesting::Step Nesting::follow() noexcept {
         nested_ = &containers_[*at];
         return Step::container;
     }
-    const char *who = "kvio_container_create_template";
-    if (!store::find_scope(top_->config, top_->scope, who)) return Step::nowhere;
-    return fail(Step::nowhere, KVIO_NOT_FOUND, "%s(%s): scope:[%s] %s:[%s] type:[%s] is not existed\n", who,
-                top_->config->path, top_->scope, top_->kind, name.get(), top_->type);
+    store::find_container(top_->config, top_->kind, top_->scope, top_->type, name.get(),
+                          "kvio_container_create_template");
+    return Step::nowhere;
 }
 
 Nesting::Step Nesting::begin() noexcept {
@@ -145,32 +139,18 @@ Nesting::Step Nesting::next() noexcept {
     return has_memory_ ? Step::end : fail(Step::end, KVIO_NO_MEMORY);
 }
 
-int Nesting::check_loop() noexcept {
-    int result = 0;
-    for (Step step = begin(); step != Step::end; step = next()) {
-        if (step == Step::container) {
-            if (nested_->state != Container::unseen) return 1;
-            enter(nested_);
-        } else if (step == Step::nowhere) {
-            if (is_at_top()) result = -1;
-            skip_rest();
-        }
-    }
-    return has_memory_ ? result : -1;
-}
-
-int Nesting::real_size() noexcept {
+// Counts the entity members of all containers. False, with the code, when a container contains itself or, if each is to
+// be reached once, when one is reached again, and when memory is short.
+bool Nesting::measure(bool is_once) noexcept {
     for (Step step = begin(); step != Step::end; step = next()) {
         if (step == Step::entity) {
             current_->add(1);
         } else if (step == Step::container) {
-            if (nested_->state == Container::under_way) return fail(-1, KVIO_LOOP);
+            const bool is_new = nested_->state == Container::unseen;
+            if (!is_new && (is_once || nested_->state == Container::under_way)) return fail(false, KVIO_LOOP);
             kvio_errno = nested_->code;
             current_->add(nested_->amount);
-            if (nested_->state == Container::done)
-                shared_ = true;
-            else
-                enter(nested_);
+            if (is_new) enter(nested_);
         } else if (step == Step::nowhere) {
             current_->amount = -1;
             skip_rest();
@@ -179,39 +159,36 @@ int Nesting::real_size() noexcept {
             if (!stack_.empty()) stack_.top().container->add(current_->amount);
         }
     }
-    if (!has_memory_) return -1;
+    return has_memory_;
+}
+
+int Nesting::check_loop() noexcept {
+    if (!measure(true)) return has_memory_ ? 1 : -1;
+    return containers_[0].amount < 0 ? -1 : 0;
+}
+
+int Nesting::real_size() noexcept {
+    if (!measure(false)) return -1;
     const long long size = containers_[0].amount;
     return size > INT_MAX ? fail(-1, KVIO_NO_MEMORY) : static_cast<int>(size);
 }
 
-// Returns the first entity of this name that no member has taken; null if there is none. Goes on in the scope where the
-// search before ended: members in the order of their entities, as appending leaves them, need no table. False when
-// memory is short.
-bool Nesting::take_entity(const char *name, xmlNode *&entity) noexcept {
+// Returns the first entity of this name that no member has taken; null if there is none or memory is short. Goes on in
+// the scope where the search before ended: members in the order of their entities, as appending leaves them, need no
+// table.
+xmlNode *Nesting::take_entity(const char *name) noexcept {
     auto is_named = [&](const xmlNode *passed) { return passed && xml::is_named(passed, name); };
     xmlNode **passed = passed_.empty() ? nullptr : passed_.find(hash_of(name), is_named);
-    entity = passed ? std::exchange(*passed, nullptr) : nullptr;
-    while (!entity && next_) {
+    if (passed) return std::exchange(*passed, nullptr);
+    while (next_ && has_memory_) {
         xmlNode *child = std::exchange(next_, next_->next);
         const xmlAttr *at = store::is_entity(child, top_->type, nullptr) ? xml::name_of(child) : nullptr;
         if (!at) continue;
         xml::Text text = xml::Text::of(at);
-        if (!text) return false;
-        if (same(text, name))
-            entity = child;
-        else if (!passed_.add(hash_of(text.get()), child))
-            return false;
+        if (same(text, name)) return child;
+        has_memory_ = text && passed_.add(hash_of(text.get()), child);
     }
-    return true;
-}
-
-// Appends the entity that a member names, if there is one; false with the code.
-bool Nesting::take_member(Array<xmlNode *> &entities) noexcept {
-    xml::Text name = xml::Text::below(member_);
-    if (name && !*name.get()) return fail(false, KVIO_UNRESOLVED);
-    xmlNode *entity = nullptr;
-    bool taken = name && take_entity(name.get(), entity) && (!entity || entities.push(entity));
-    return taken || fail(false, KVIO_NO_MEMORY);
+    return nullptr;
 }
 
 // A container that is reached again can take further entities of the same names. When a visit adds none, later visits
@@ -221,7 +198,10 @@ bool Nesting::collect(Array<xmlNode *> &entities) noexcept {
     for (Step step = begin(); step != Step::end; step = next()) {
         const auto collected = static_cast<long long>(entities.size());
         if (step == Step::entity) {
-            if (!take_member(entities)) return false;
+            xml::Text name = xml::Text::below(member_);
+            if (name && !*name.get()) return fail(false, KVIO_UNRESOLVED);
+            xmlNode *entity = name ? take_entity(name.get()) : nullptr;
+            has_memory_ = has_memory_ && name && (!entity || entities.push(entity));
         } else if (step == Step::container) {
             if (nested_->state == Container::under_way) return fail(false, KVIO_LOOP);
             if (nested_->state == Container::done) continue;
@@ -246,7 +226,7 @@ kvio_entities_t *collect(Nesting &nesting, int size) {
     if (!nesting.collect(found)) return nullptr;
     const int count = static_cast<int>(found.size());
     store::Entities array(kvio_alloc_entities(std::max(size, count)));
-    if (!array && nesting.is_shared()) array.reset(kvio_alloc_entities(count));
+    if (!array) array.reset(kvio_alloc_entities(count));
     if (!array) return fail(nullptr, KVIO_NO_MEMORY);
     std::copy(found.begin(), found.end(), array->items);
     array->count = count;

@@ -57,7 +57,6 @@ kvio_node_t *kvio_retrieve_index(kvio_iterator_t *iterator, unsigned int positio
 }
 
 kvio_entities_t *kvio_list_entities(kvio_config_t *config, const char *scope, const char *type) {
-    if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
     const xmlNode *parent = store::find_scope(config, scope, __func__);
     if (!parent) return nullptr;
     auto is_listed = [&](const xmlNode *child) { return type && xml::is_element(child, type); };

@@ -101,8 +101,8 @@ int save(xmlDoc *document, const char *path, mode_t mode, RedoFile redo, const c
 // The longest scope: with "/kavex/" in front it makes 255 bytes.
 inline constexpr std::size_t max_scope = 255 - (sizeof "/kavex/" - 1);
 
-// Finds the one element that "/kavex/SCOPE" selects. Null with the documented line and code if it selects none or
-// several.
+// Finds the one element that "/kavex/SCOPE" selects. Null with code and line if it selects none or several, and with the
+// code for a null config.
 xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *who) noexcept;
 
 // The same without a line and a code.
@@ -137,13 +137,31 @@ bool is_container(const xmlNode *node, const char *kind, const char *type) noexc
 // Returns the first container of this identity in a scope; null if there is none.
 xmlNode *find_container(const xmlNode *scope, const char *kind, const char *type, const char *name) noexcept;
 
+// The same for a scope that is to be found. Null with the code and, but for a null config, the line.
+xmlNode *find_container(const kvio_config_t *config, const char *kind, const char *scope, const char *type,
+                        const char *name, const char *who) noexcept;
+
 // The members of a container.
 inline bool is_entity_member(const xmlNode *node) noexcept { return xml::is_element(node, "entity"); }
 inline bool is_container_member(const xmlNode *node) noexcept { return xml::is_element(node, "container"); }
 inline bool is_member(const xmlNode *node) noexcept { return is_entity_member(node) || is_container_member(node); }
 
+// Creates an element outside the tree, the second one with the attribute "name". Null with code and line.
+xml::Detached new_element(const char *kind, const char *who) noexcept;
+xml::Detached new_element(const char *kind, const char *name, const char *who) noexcept;
+
+// Hangs an element below a parent, as the last child. Null with code and line; it is gone then.
+inline xmlNode *append(xmlNode *parent, xml::Detached child, const char *who) noexcept {
+    if (!xmlAddChild(parent, child.get())) return fail(nullptr, KVIO_XML, "%s error on xmlAddChild()\n", who);
+    return child.release();
+}
+
 // Unlinks and frees a node with all below it. Succeeds with 1.
-int discard(xmlNode *node) noexcept;
+inline int discard(xmlNode *node) noexcept {
+    xmlUnlinkNode(node);
+    xmlFreeNode(node);
+    return succeed(1);
+}
 
 // The buffer of a getter: for a bounded copy if there is a size, as where the getter's name ends in "2", else for the
 // whole text.
@@ -151,25 +169,47 @@ struct Buffer {
     char *bytes;
     std::size_t size = SIZE_MAX;
 
-    void copy(const char *text) const noexcept;
+    void copy(const char *text) const noexcept {
+        if (size == SIZE_MAX)
+            std::strcpy(bytes, text);
+        else
+            bounded_copy(bytes, size, text);
+    }
 
-    // Copies a text or, where there is none, writes only the first byte. 1, or 0 with the code when memory for the text
-    // was short.
-    int take(const xml::Text &text) const noexcept;
-    int take_nothing() const noexcept;
+    // Copies a text. 1, or 0 with the code when memory for the text was short.
+    int take(const xml::Text &text) const noexcept {
+        if (!text) return fail(0, KVIO_XML);
+        copy(text.get());
+        return succeed(1);
+    }
+
+    // There is no text: writes only the first byte.
+    int take_nothing() const noexcept {
+        if (size) *bytes = '\0';
+        return succeed(1);
+    }
 };
 
 // Whether an entity was passed; false with code and line if not.
-bool is_given(const xmlNode *entity, const char *who) noexcept;
+inline bool is_given(const xmlNode *entity, const char *who) noexcept {
+    return entity || fail(false, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
+}
 
 // Returns the container element of a handle. Null with code and line for a null handle and one without an element:
 // `unattached` is the line for this, behind the function's name, since its spelling differs between functions.
-xmlNode *readable(const kvio_iterator_t *iterator, const char *who,
-                  const char *unattached = "() error: bad iterator, no container associated") noexcept;
+inline xmlNode *readable(const kvio_iterator_t *iterator, const char *who,
+                         const char *unattached = "() error: bad iterator, no container associated") noexcept {
+    if (!iterator) return fail(nullptr, KVIO_BAD_ITERATOR, "%s() error: NULL iterator\n", who);
+    if (!iterator->node) return fail(nullptr, KVIO_BAD_ITERATOR, "%s%s\n", who, unattached);
+    return iterator->node;
+}
 
 // The same for a container that is to be written: fails also for a read-only handle.
-xmlNode *writable(const kvio_iterator_t *iterator, const char *who,
-                  const char *unattached = "() error: bad iterator, no container associated") noexcept;
+inline xmlNode *writable(const kvio_iterator_t *iterator, const char *who,
+                         const char *unattached = "() error: bad iterator, no container associated") noexcept {
+    if (iterator && iterator->readonly) return fail(nullptr, KVIO_READ_ONLY, "%s() error: read-only iterator\n", who);
+    return readable(iterator, who, unattached);
+}
 
 }  // namespace store
 

@@ -49,13 +49,6 @@ Owner guarded(Make make) noexcept {
     return object;
 }
 
-// Does a change through libxml2; false when it reports a failure or memory ran out on the way.
-template <class Change>
-bool done(Change change) noexcept {
-    xmlResetLastError();
-    return change() && !out_of_memory();
-}
-
 inline bool is_element(const xmlNode *node) noexcept { return node->type == XML_ELEMENT_NODE; }
 
 using ::same;
