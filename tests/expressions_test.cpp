@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "tests/open_document.h"
+#include "tests/support/appliance.h"
 
 namespace {
 

@@ -10,76 +10,30 @@ import re
 import subprocess
 import sys
 
-
-def readelf(*arguments):
-    return subprocess.run(["readelf", "-W", *arguments], check=True, capture_output=True, text=True).stdout
+library, export_map, *headers = [argument for argument in sys.argv[1:] if argument != "--any-needed"]
 
 
-def dynamic_symbols(library):
-    """Two sets: the names the library defines, the names it expects from others."""
-    defined, undefined = set(), set()
-    for line in readelf("--dyn-syms", library).splitlines():
-        row = line.split()
-        if len(row) < 8 or row[4] not in ("GLOBAL", "WEAK") or row[6] == "ABS":
-            continue
-        (undefined if row[6] == "UND" else defined).add(row[7].split("@")[0])
-    return defined, undefined
+def readelf(option):
+    return subprocess.run(["readelf", "-W", option, library], check=True, capture_output=True, text=True).stdout
 
 
-def listed(path):
-    text = re.sub(r"#.*", "", open(path).read())
-    return set(re.findall(r"([^\s;]+)\s*;", re.search(r"global:(.*?)local:", text, re.S).group(1)))
+def without_comments(path):
+    return re.sub(r"/\*.*?\*/|#[^\n]*", "", open(path).read(), flags=re.S)
 
 
-def declared(path):
-    text = re.sub(r"/\*.*?\*/|//[^\n]*", " ", open(path).read(), flags=re.S)
-    text = re.sub(r"\\\n", " ", text)
-    text = re.sub(r"^[ \t]*#.*$", "", text, flags=re.M)
-    text = re.sub(r'extern\s+"C"\s*\{', "", text)
-    text = re.sub(r"static inline[^{;]*(?=\{)", "", text)
-    while re.search(r"\{[^{}]*\}", text):
-        text = re.sub(r"\{[^{}]*\}", "", text)
-    text = re.sub(r"__attribute__\s*\(\((?:[^()]|\([^()]*\))*\)\)", "", text)
-    names = set()
-    for statement in text.split(";"):
-        statement = " ".join(statement.replace("}", "").split())
-        if not statement or re.match(r"(typedef|static)\b", statement):
-            continue
-        function = re.match(r"[^(]*?(\w+)\s*\(", statement)
-        data = re.match(r"extern\b.*?(\w+)\s*(\[[^]]*\]\s*)*$", statement)
-        if function or data:
-            names.add((function or data).group(1))
-        elif not re.match(r"(struct|union|enum)\b\s*\w*$", statement):
-            sys.exit(f"{path}: cannot read the declaration: {statement}")
-    return names
-
-
-def main(library, export_map, headers, any_needed):
-    problems = []
-
-    def compare(what, names, other, others):
-        problems.extend(f"{name}: {what}, but not {other}" for name in sorted(names - others))
-
-    exported, undefined = dynamic_symbols(library)
-    declarations = set().union(*(declared(header) for header in headers))
-    compare("exported", exported, "listed in the map", listed(export_map))
-    compare("listed in the map", listed(export_map), "exported", exported)
-    compare("exported", exported, "declared in a header", declarations)
-    compare("declared in a header", declarations, "exported", exported)
-
-    if "kvlog" not in undefined:
-        problems.append("kvlog: not left to the log library")
-    dynamic = readelf("-d", library)
-    if not re.search(r"SONAME.*\[libkavex\.so\.\d+\]", dynamic):
-        problems.append("no versioned SONAME")
-    needed = re.findall(r"NEEDED.*\[(.*?)\]", dynamic)
-    if not any_needed:
-        problems.extend(f"needs {name}" for name in needed
-                        if not re.match(r"(libc|libxml2|libkvsh_log|ld-linux.*)\.so", name))
-    print("\n".join(problems) or f"{len(declarations)} names, needing {' '.join(needed)}")
-    return bool(problems)
-
-
-if __name__ == "__main__":
-    arguments = [argument for argument in sys.argv[1:] if argument != "--any-needed"]
-    sys.exit(main(arguments[0], arguments[1], arguments[2:], "--any-needed" in sys.argv))
+symbols = re.findall(r"(?:GLOBAL|WEAK) +\w+ +(\w+) (\w+)", readelf("--dyn-syms"))
+exported = {name for place, name in symbols if place not in ("UND", "ABS")}
+listed = set(re.findall(r"(\w+);", re.search(r"global:(.*?)local:", without_comments(export_map), re.S)[1]))
+# Every declaration of a header begins at the margin.
+declared = {name for header in headers for name in re.findall(
+    r"^(?!typedef|struct|static)\w[\w *]*?(\w+)(?:\(|;|\[)", without_comments(header), re.M)}
+dynamic = readelf("-d")
+needed = re.findall(r"NEEDED.*\[(.*?)\]", dynamic)
+problems = [f"{name}: not both exported and listed in the map" for name in sorted(exported ^ listed)]
+problems += [f"{name}: not both exported and declared in a header" for name in sorted(exported ^ declared)]
+problems += [] if ("UND", "kvlog") in symbols else ["kvlog: not left to the log library"]
+problems += [] if re.search(r"SONAME.*\[libkavex\.so\.\d+\]", dynamic) else ["no versioned SONAME"]
+if "--any-needed" not in sys.argv:
+    problems += [f"needs {name}" for name in needed if not re.match(r"(libc|libxml2|libkvsh_log|ld-linux.*)\.so", name)]
+print("\n".join(problems) or f"{len(declared)} names, needing {' '.join(needed)}")
+sys.exit(bool(problems))

@@ -1,13 +1,10 @@
 // The test bench: a fixture that looks at what a test leaves behind, one outcome for every call of the library,
 // files at their real paths, and faults that strike inside a call.
 //
-//     TEST_F(Entities, SetReplacesTheText) {
-//         write_config("a.xml", "<kavex><s><t name=\"x\"><f>1</f></t></s></kavex>");
-//         kvio_config_t *config = nullptr;
-//         call([&] { return config = kvio_open_config("a.xml", 0); });
+//     TEST_F(Entities, AMissingOneIsTold) {
+//         open("<t name='x'/>");
 //         EXPECT_EQ(call([&] { return kvio_undefine(config, "s", "t", "y"); }),
 //                   (Outcome{0, 22, "kvio_undefine error: entity not existed\n"}));
-//         call([&] { return kvio_close_config(config); });
 //     }
 #ifndef KAVEX_TESTS_SUPPORT_APPLIANCE_H
 #define KAVEX_TESTS_SUPPORT_APPLIANCE_H
@@ -22,21 +19,39 @@
 #include <set>
 #include <string>
 #include <type_traits>
-#include <utility>
 
 #include "tests/support/faults.h"
 
 // Makes one test after the other start alike and checks in its end that it left nothing: no semaphore set, no shared
-// memory segment, the same descriptors, no child and no process of its children. A test that makes System V objects
-// on purpose removes them before, in its own TearDown() or body.
+// memory segment, the same descriptors, no child and no process of its children.
 class ApplianceTest : public testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
 
 private:
-    std::set<std::string> descriptors_;
-    std::set<std::string> processes_;
+    std::set<std::string> descriptors_, processes_;
+};
+
+// The same with one open document: the elements of its scope "s" are written in the test.
+class OpenDocument : public ApplianceTest {
+protected:
+    void TearDown() override;
+
+    // Each closes the document before; a snapshot comes from another file and has no lock.
+    void open(const std::string &scope);
+    void open_whole(const std::string &document);
+    void open_snapshot(const std::string &scope);
+    void close();
+    void close_container();
+
+    // The scope as it would be saved, without indentation.
+    std::string scope() const;
+
+    static std::string path() { return "/etc/kavex/conf/a.xml"; }
+
+    kvio_config_t *config = nullptr;
+    kvio_iterator_t *iterator = nullptr;
 };
 
 // ------------------------------------------------------------------------------------------------------- outcomes
@@ -52,7 +67,6 @@ struct Outcome {
     std::string log = {};  // the system log, as "list_op 5,7,5,0,0,0,0: text\n", one after the other
 };
 bool operator==(const Outcome &a, const Outcome &b);
-bool operator!=(const Outcome &a, const Outcome &b);
 void PrintTo(const Outcome &outcome, std::ostream *out);
 
 namespace support {
@@ -60,10 +74,8 @@ Outcome observe(const std::function<long()> &body);
 
 template <class T>
 long number(T result) {
-    if constexpr (std::is_null_pointer_v<T>)
-        return 0;
-    else if constexpr (std::is_pointer_v<T>)
-        return result ? 1 : 0;
+    if constexpr (std::is_null_pointer_v<T> || std::is_pointer_v<T>)
+        return result != nullptr;
     else
         return static_cast<long>(result);
 }
@@ -88,19 +100,16 @@ std::string read_file(const std::string &path);  // fails the test when there is
 bool file_exists(const std::string &path);
 mode_t file_mode(const std::string &path);  // the permission bits
 
-std::string config_path(const std::string &name);  // "/etc/kavex/conf/" and the name
-bool is_redo_file(const std::string &path);        // what the store keeps beside a file that it has saved
-std::string small_disk(const std::string &name);   // the name of a configuration on a full-size file system of 256 KiB
+// In the directory of the configurations, where "small" has a full-size file system of 256 KiB.
+std::string config_path(const std::string &name);
 void write_config(const std::string &name, const std::string &text);
 std::string read_config(const std::string &name);
+bool is_redo_file(const std::string &path);  // what the store keeps beside a file that it has saved
 
 // ---------------------------------------------------------------------------------------------------------- locks
 
 // Looks at the semaphore itself: is there one for the key of the file at this path?
 bool locked(const std::string &path);
-
-// The number of semaphore sets of the private root, and of shared memory segments.
-int lock_count();
-int segment_count();
+int lock_count();  // the semaphore sets of the private root
 
 #endif

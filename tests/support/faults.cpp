@@ -1,3 +1,4 @@
+#undef _FORTIFY_SOURCE
 #include "tests/support/faults.h"
 
 #include <dlfcn.h>
@@ -13,48 +14,30 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-
-// Both names of every function that has a variant for large files are defined below, so that nothing may be renamed.
-#if defined(_FILE_OFFSET_BITS) && _FILE_OFFSET_BITS == 64
-#error "compile this file without _FILE_OFFSET_BITS"
-#endif
+#include <map>
 
 namespace faults {
 namespace {
 
 struct Plan {
-    const char *function;
-    int error;
-    size_t bytes;  // how far a transfer is shortened, when error is 0
+    std::string function;
+    int error;     // or 0:
+    size_t bytes;  // how far a transfer is shortened
     int nth;
     Extent extent;
+    std::function<void()> deed;
 };
 
-struct Key {
-    char path[4096];
-    int project;
-    key_t key;
-};
-
-// Fixed storage: the functions that look here must not allocate.
-Plan plans[8];
-size_t plan_count;
-Plan intrusion;  // plans' function and number, for the deed
-std::function<void()> deed;
-Key keys[4];
-size_t key_count;
-bool active;
-bool was_planned;
-bool fired;
-bool latest_struck;
+std::vector<Plan> plans;
+std::map<std::pair<std::string, int>, key_t> keys;
+bool active, was_planned, fired, latest_struck, records;
+std::vector<Change> recorded;
+int fatal_allocation;  // counts from 1; 0 is none
 
 #ifdef KAVEX_TEST_ALLOCATIONS
-int fatal_allocation;  // counts from 1; 0 is none
 Extent allocation_extent;
 int allocation_count;
 long block_count;
@@ -76,116 +59,99 @@ Block *kept_block(const void *address) {
 }
 #endif
 
-bool records;
-std::vector<Change> recorded;
-
+// 0 where there is no file; errno stays.
 ino_t inode_of(const char *path) {
+    const int error = errno;
     struct stat now;
-    return lstat(path, &now) == 0 ? now.st_ino : 0;
+    const ino_t inode = lstat(path, &now) == 0 ? now.st_ino : 0;
+    errno = error;
+    return inode;
 }
 
-// Notes what has been done to an open file; a negative result means that nothing has.
-void note(long result, Change::Kind kind, int fd, size_t offset = 0, const void *data = nullptr) {
+void note(Change change) {
+    if (change.file) recorded.push_back(std::move(change));
+}
+
+// Notes what has been done to an open file; gives the result, which is negative where nothing has.
+template <class Result>
+Result noted(Result result, Change::Kind kind, int fd, off_t offset = 0, const void *data = nullptr) {
     struct stat now;
-    if (!active || !records || result < 0 || fstat(fd, &now) != 0) return;
+    if (!active || !records || result < 0 || fstat(fd, &now) != 0) return result;
     Pause pause;
     if (kind == Change::sync && S_ISDIR(now.st_mode)) kind = Change::sync_names;
-    recorded.push_back({kind, now.st_ino, offset, data ? std::string(static_cast<const char *>(data), result) : ""});
+    const std::string bytes(static_cast<const char *>(data), data ? static_cast<size_t>(result) : 0);
+    note({kind, now.st_ino, static_cast<size_t>(offset), bytes});
+    return result;
 }
 
-void note_name(Change::Kind kind, const char *path, ino_t file) {
-    if (!active || !records || !file) return;
+// The same of names: that of a file which may be gone, and that of one which may be new.
+int noted(int result, const char *old_name, ino_t old_file, const char *new_name = nullptr) {
+    if (!active || !records || result < 0) return result;
     Pause pause;
-    recorded.push_back({kind, file, 0, path});
+    if (old_name) note({Change::unname, old_file, 0, old_name});
+    if (new_name) note({Change::name, inode_of(new_name), 0, new_name});
+    return result;
 }
 
-void plan(const Plan &entry) {
-    if (plan_count == std::size(plans)) std::abort();
-    plans[plan_count++] = entry;
-}
-
-// A variant counts as the function itself: "open64" is a use of "open", "pipe2" one of "pipe".
-bool is_use_of(const char *planned, const char *name) {
-    size_t length = std::strlen(planned);
-    return std::strncmp(planned, name, length) == 0 && (!name[length] || std::isdigit(name[length]));
-}
-
-// The plan that strikes at this use of the function, or null.
+// The plan that strikes at this use of the function.
 const Plan *due(const char *function) {
     if (!active) return nullptr;
-    if (intrusion.nth && is_use_of(intrusion.function, function) && --intrusion.nth == 0) {
-        Pause pause;
-        deed();
-        fired = true;
-    }
-    for (Plan *entry = plans; entry != plans + plan_count; ++entry) {
-        if (!is_use_of(entry->function, function) || entry->nth == 0) continue;
-        if (entry->nth > 1) {
-            --entry->nth;
+    for (Plan &plan : plans) {
+        if (plan.function != function || plan.nth == 0) continue;
+        if (plan.nth > 1) {
+            --plan.nth;
             continue;
         }
-        if (entry->extent == once) entry->nth = 0;
+        if (plan.extent == once) plan.nth = 0;
         fired = true;
-        return entry;
+        if (!plan.deed) return &plan;
+        Pause pause;
+        plan.deed();
     }
     return nullptr;
 }
 
-bool fails(const char *function) {
-    const Plan *entry = due(function);
-    if (entry) errno = entry->error;
-    return entry;
-}
-
-// The C library's own function behind the one of this name below.
+// The C library's own function behind the one of this name below, the variant for large files if there is one.
 template <auto Function>
 auto next(const char *name) {
-    static const auto found = reinterpret_cast<decltype(Function)>(dlsym(RTLD_NEXT, name));
-    if (!found) std::abort();
+    static const auto found = [=] {
+        void *large = dlsym(RTLD_NEXT, (std::string(name) + "64").c_str());
+        return reinterpret_cast<decltype(Function)>(large ? large : dlsym(RTLD_NEXT, name));
+    }();
     return found;
 }
 
-template <auto Function, class Result, class... Arguments>
+template <auto Function, class Result = int, class... Arguments>
 Result run(const char *name, Result failure, Arguments... arguments) {
     const auto real = next<Function>(name);  // first, as it may set errno
-    return fails(name) ? failure : real(arguments...);
-}
-
-template <auto Open>
-int open_file(const char *name, const char *path, int flags, mode_t mode) {
-    bool is_new = (flags & O_CREAT) && !inode_of(path);
-    int fd = run<Open>(name, -1, path, flags, mode);
-    if (is_new && fd >= 0) note_name(Change::name, path, inode_of(path));
-    return fd;
+    const Plan *plan = due(name);
+    if (!plan) return real(arguments...);
+    errno = plan->error;
+    return failure;
 }
 
 // A transfer either fails, or goes on with what is left of its size.
 template <auto Function, class Data, class... Offset>
 ssize_t transfer(const char *name, int fd, Data *data, size_t size, Offset... offset) {
     const auto real = next<Function>(name);
-    const Plan *entry = due(name);
-    if (entry && entry->error) return errno = entry->error, -1;
-    return real(fd, data, entry ? std::min(size, entry->bytes) : size, offset...);
+    const Plan *plan = due(name);
+    if (!plan || !plan->error) return real(fd, data, plan ? std::min(size, plan->bytes) : size, offset...);
+    errno = plan->error;
+    return -1;
 }
 
 }  // namespace
 
-void fail(const char *function, int error, int nth, Extent extent) { plan({function, error, 0, nth, extent}); }
-
-void shorten(const char *function, size_t bytes, int nth, Extent extent) { plan({function, 0, bytes, nth, extent}); }
-
-void intrude(const char *function, std::function<void()> what, int nth) {
-    intrusion = {function, 0, 0, nth, once};
-    deed = std::move(what);
+void fail(const char *function, int error, int nth, Extent extent) {
+    plans.push_back({function, error, 0, nth, extent, {}});
 }
-
-void set_key(const char *path, int project, key_t key) {
-    if (key_count == std::size(keys)) std::abort();
-    Key &entry = keys[key_count++];
-    std::snprintf(entry.path, sizeof entry.path, "%s", path);
-    entry.project = project;
-    entry.key = key;
+void shorten(const char *function, size_t bytes, int nth, Extent extent) {
+    plans.push_back({function, 0, bytes, nth, extent, {}});
 }
+void intrude(const char *function, std::function<void()> deed, int nth) {
+    plans.push_back({function, 0, 0, nth, once, std::move(deed)});
+}
+void set_key(const char *path, int project, key_t key) { keys[{path, project}] = key; }
 
 #ifdef KAVEX_TEST_ALLOCATIONS
 void fail_allocation(int nth, Extent extent) {
@@ -233,23 +199,18 @@ void record(bool wanted) {
 }
 
 std::vector<Change> &changes() { return recorded; }
-
 bool struck() { return latest_struck; }
 
 void clear() {
-    plan_count = key_count = 0;
-    intrusion = {};
-    active = latest_struck = false;
-#ifdef KAVEX_TEST_ALLOCATIONS
-    fatal_allocation = 0;
-#endif
+    end();
+    keys.clear();
+    latest_struck = false;
 }
 
 void begin() {
-    was_planned = plan_count > 0 || intrusion.nth;
+    was_planned = !plans.empty() || fatal_allocation > 0;
     fired = false;
 #ifdef KAVEX_TEST_ALLOCATIONS
-    was_planned = was_planned || fatal_allocation > 0;
     allocation_count = 0;
 #endif
     active = true;
@@ -258,11 +219,8 @@ void begin() {
 void end() {
     active = false;
     if (was_planned) latest_struck = fired;
-    plan_count = 0;
-    intrusion = {};
-#ifdef KAVEX_TEST_ALLOCATIONS
+    plans.clear();
     fatal_allocation = 0;
-#endif
 }
 
 Pause::Pause() : active_(active) { active = false; }
@@ -272,6 +230,10 @@ Pause::~Pause() { active = active_; }
 
 // ---------------------------------------------------------------------------------- the functions of the C library
 
+// Compiled for large files: open() is open64(), pread() is pread64() and so on, as the library uses them.
+using faults::Change;
+using faults::inode_of;
+using faults::noted;
 using faults::run;
 using faults::transfer;
 
@@ -280,101 +242,58 @@ extern "C" {
 int open(const char *path, int flags, ...) {
     va_list arguments;
     va_start(arguments, flags);
-    mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
+    const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return faults::open_file<&open>("open", path, flags, mode);
-}
-
-int open64(const char *path, int flags, ...) {
-    va_list arguments;
-    va_start(arguments, flags);
-    mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
-    return faults::open_file<&open64>("open64", path, flags, mode);
+    const bool is_new = (flags & O_CREAT) && !inode_of(path);
+    return noted(run<&open>("open", -1, path, flags, mode), nullptr, 0, is_new ? path : nullptr);
 }
 
 ssize_t read(int fd, void *data, size_t size) { return transfer<&read>("read", fd, data, size); }
 ssize_t write(int fd, const void *data, size_t size) { return transfer<&write>("write", fd, data, size); }
-
-ssize_t pread(int fd, void *data, size_t size, off_t offset) {
-    return transfer<&pread>("pread", fd, data, size, offset);
-}
-
-ssize_t pread64(int fd, void *data, size_t size, off64_t offset) {
-    return transfer<&pread64>("pread64", fd, data, size, offset);
-}
-
-ssize_t pwrite(int fd, const void *data, size_t size, off_t offset) {
-    ssize_t written = transfer<&pwrite>("pwrite", fd, data, size, offset);
-    faults::note(written, faults::Change::write, fd, static_cast<size_t>(offset), data);
-    return written;
-}
-
-ssize_t pwrite64(int fd, const void *data, size_t size, off64_t offset) {
-    ssize_t written = transfer<&pwrite64>("pwrite64", fd, data, size, offset);
-    faults::note(written, faults::Change::write, fd, static_cast<size_t>(offset), data);
-    return written;
+ssize_t pread(int fd, void *data, size_t size, off_t at) { return transfer<&pread>("pread", fd, data, size, at); }
+ssize_t pwrite(int fd, const void *data, size_t size, off_t at) {
+    return noted(transfer<&pwrite>("pwrite", fd, data, size, at), Change::write, fd, at, data);
 }
 
 // A close that fails has closed the descriptor all the same.
 int close(int fd) {
-    int result = faults::next<&close>("close")(fd);
-    return faults::fails("close") ? -1 : result;
+    const int result = faults::next<&close>("close")(fd);
+    const faults::Plan *plan = faults::due("close");
+    if (!plan) return result;
+    errno = plan->error;
+    return -1;
 }
 
-static int noted(int result, faults::Change::Kind kind, int fd, off64_t length = 0) noexcept {
-    faults::note(result, kind, fd, static_cast<size_t>(length));
-    return result;
+int fdatasync(int fd) { return noted(run<&fdatasync>("fdatasync", -1, fd), Change::sync, fd); }
+int fsync(int fd) { return noted(run<&fsync>("fsync", -1, fd), Change::sync, fd); }
+int ftruncate(int fd, off_t size) noexcept {
+    return noted(run<&ftruncate>("ftruncate", -1, fd, size), Change::resize, fd, size);
 }
-
-int fdatasync(int fd) { return noted(run<&fdatasync>("fdatasync", -1, fd), faults::Change::sync, fd); }
-int fsync(int fd) { return noted(run<&fsync>("fsync", -1, fd), faults::Change::sync, fd); }
-
-int ftruncate(int fd, off_t length) noexcept {
-    return noted(run<&ftruncate>("ftruncate", -1, fd, length), faults::Change::resize, fd, length);
-}
-
-int ftruncate64(int fd, off64_t length) noexcept {
-    return noted(run<&ftruncate64>("ftruncate64", -1, fd, length), faults::Change::resize, fd, length);
-}
-
 int linkat(int from, const char *path, int to, const char *name, int flags) noexcept {
-    int result = run<&linkat>("linkat", -1, from, path, to, name, flags);
-    if (result == 0) faults::note_name(faults::Change::name, name, faults::inode_of(name));
-    return result;
+    return noted(run<&linkat>("linkat", -1, from, path, to, name, flags), nullptr, 0, name);
 }
-
 int rename(const char *from, const char *to) noexcept {
-    ino_t file = faults::inode_of(from);
-    int result = run<&rename>("rename", -1, from, to);
-    if (result == 0)
-        faults::note_name(faults::Change::unname, from, file), faults::note_name(faults::Change::name, to, file);
-    return result;
+    const ino_t file = inode_of(from);
+    return noted(run<&rename>("rename", -1, from, to), from, file, to);
+}
+int unlink(const char *path) noexcept {
+    const ino_t file = inode_of(path);
+    return noted(run<&unlink>("unlink", -1, path), path, file);
 }
 
-int unlink(const char *path) noexcept {
-    ino_t file = faults::inode_of(path);
-    int result = run<&unlink>("unlink", -1, path);
-    if (result == 0) faults::note_name(faults::Change::unname, path, file);
-    return result;
-}
 int semget(key_t key, int count, int flags) noexcept { return run<&semget>("semget", -1, key, count, flags); }
 int semop(int id, sembuf *operations, size_t count) noexcept { return run<&semop>("semop", -1, id, operations, count); }
 int shmget(key_t key, size_t size, int flags) noexcept { return run<&shmget>("shmget", -1, key, size, flags); }
-
 void *shmat(int id, const void *address, int flags) noexcept {
     return run<&shmat>("shmat", reinterpret_cast<void *>(-1), id, address, flags);
 }
-
-int pipe(int *ends) noexcept { return run<&pipe>("pipe", -1, ends); }
 int pipe2(int *ends, int flags) noexcept { return run<&pipe2>("pipe2", -1, ends, flags); }
 pid_t fork() noexcept { return run<&fork>("fork", -1); }
-
 key_t ftok(const char *path, int project) noexcept {
-    if (faults::fails("ftok")) return -1;
-    for (const faults::Key *key = faults::keys; key != faults::keys + faults::key_count; ++key)
-        if (path && key->project == project && std::strcmp(key->path, path) == 0) return key->key;
-    return faults::next<&ftok>("ftok")(path, project);
+    const key_t key = run<&ftok>("ftok", -1, path, project);
+    faults::Pause pause;
+    const auto set = faults::keys.find({path ? path : "", project});
+    return key == -1 || set == faults::keys.end() ? key : set->second;
 }
 
 }  // extern "C"

@@ -1,7 +1,5 @@
-// Faults that strike inside the next call(), and only there, so that a test's own work never fails.
-//
-// The test program itself defines the functions concerned; the library and the libraries below it find these
-// definitions first.
+// Faults that strike inside the next call(), and only there, so that a test's own work never fails. The test program
+// itself defines the functions concerned: the library and those below it find these definitions first.
 #ifndef KAVEX_TESTS_SUPPORT_FAULTS_H
 #define KAVEX_TESTS_SUPPORT_FAULTS_H
 
@@ -18,9 +16,7 @@ namespace faults {
 
 enum Extent { once, from_then_on };
 
-// The nth (1 is the next) use of a function fails with this errno. Known names: open, read, write, pread, pwrite,
-// close, fdatasync, fsync, ftruncate, linkat, rename, unlink, semget, semop, ftok, pipe, fork,
-// shmget, shmat. An open or a pipe counts as that whichever variant is called (open, open64; pipe, pipe2).
+// The nth (1 is the next) use of a function fails with this errno. Known are those that faults.cpp defines.
 void fail(const char *function, int error, int nth = 1, Extent extent = once);
 
 // The nth read, write, pread or pwrite moves no more than this many bytes: 0 is the end of the file.
@@ -36,10 +32,9 @@ void set_key(const char *path, int project, key_t key);
 // The nth allocation fails (malloc, calloc, realloc, also those of the XML library and of libc).
 void fail_allocation(int nth, Extent extent = once);
 
-// The number of allocations that the latest call() asked for.
+// The number of allocations that the latest call() asked for, and that of the blocks allocated inside call()s and not
+// released inside any: 0 when a series of calls left nothing behind.
 int allocations();
-
-// Blocks allocated inside call()s and not released inside any: 0 when a series of calls left nothing behind.
 long blocks();
 
 // The libraries' functions in a call stack as backtrace() gives it, the innermost first, with the names that the
@@ -56,13 +51,12 @@ std::string stack_of_failure();
 // A change of a file, or of a name in a directory, that a call() made.
 struct Change {
     enum Kind { write, resize, sync, name, unname, sync_names } kind;
-    std::uint64_t file;  // its inode; ino_t has another size in programs without large files
+    std::uint64_t file;  // its inode
     size_t offset;       // of what was written, or the new size
     std::string data;    // what was written, or the name's path
 };
 
-// Records the changes that pwrite, ftruncate, open, linkat, unlink, rename, fsync and fdatasync make inside call()s
-// from now on, or no longer.
+// Records the changes made inside call()s from now on, or no longer.
 void record(bool wanted);
 std::vector<Change> &changes();
 
@@ -88,14 +82,7 @@ private:
     bool active_;
 };
 
-// Runs the body with 1, 2, 3, ... until the latest planned fault did not strike, or the test failed:
-//
-//     faults::each([&](int nth) {
-//         ... make the start ...
-//         faults::fail_allocation(nth);
-//         Outcome outcome = call([&] { return kvio_set(entity, "f", "new"); });
-//         if (faults::struck()) ... nothing has changed ... else ... it has ...
-//     });
+// Runs a body, which plans the nth fault for its call, with 1, 2, 3, ... until no fault struck, or the test failed.
 template <class Body>
 void each(Body &&body) {
     for (int nth = 1;; ++nth) {
