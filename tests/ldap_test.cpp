@@ -200,7 +200,7 @@ TEST_F(Ldap, WhateverTheToolDoesTheCallReturnsInTime) {
 }
 
 TEST_F(Ldap, WhatTheSystemRefusesIsLogged) {
-    for (const auto &[function, message] : {std::pair("pipe", "Cannot create pipe for ldapsearch:Permission denied."),
+    for (const auto &[function, message] : {std::pair("pipe2", "Cannot create pipe for ldapsearch:Permission denied."),
                                             {"fork", "Cannot fork for ldapsearch:Permission denied."},
                                             {"read", "LDAP server h. Read return: -1(Permission denied)."}}) {
         faults::fail(function, EACCES);

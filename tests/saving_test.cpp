@@ -122,6 +122,7 @@ TEST_F(Saving, EveryStepFails) {
         faults::shorten("pwrite", 7);
         EXPECT_TRUE(check(false));
     }
+    std::printf("%d injected errors\n", points);
     EXPECT_GE(points, 200);
 }
 
