@@ -32,12 +32,10 @@ std::int64_t now() {
 // an interrupted wait.
 int wait_for(int fd, short events, std::int64_t deadline) {
     for (;;) {
-        std::int64_t left = std::max<std::int64_t>(deadline - now(), 0);
         pollfd entry{fd, events, 0};
-        int wait = static_cast<int>(std::min<std::int64_t>(left, INT_MAX));
-        int result = poll(&entry, 1, wait);
-        if (result > 0) return 1;
-        if (result < 0 && errno != EINTR) return -1;
+        std::int64_t left = std::clamp<std::int64_t>(deadline - now(), 0, INT_MAX);
+        int result = poll(&entry, 1, static_cast<int>(left));
+        if (result > 0 || (result < 0 && errno != EINTR)) return result;
         if (result == 0 && now() >= deadline) return 0;
     }
 }
@@ -80,18 +78,15 @@ void restore_default_signals() {
     _exit(1);
 }
 
-// The process id of the tool, or -1 with errno. No signal handler of the caller's runs in the child.
-pid_t start_tool(const Arguments &command, const char *shown_command, const Pipe &pipe) {
-    SignalsBlocked blocked;
-    pid_t pid = fork();
-    if (pid == 0) run_tool(command, shown_command, pipe);
-    return pid;
-}
-
 // The running tool. It does not outlive this object.
 class Tool {
 public:
-    explicit Tool(pid_t pid) : pid_(pid) {}
+    // Starts the tool; false with errno. No signal handler of the caller's runs in the child.
+    Tool(const Arguments &command, const char *shown_command, const Pipe &pipe) {
+        SignalsBlocked blocked;
+        pid_ = fork();
+        if (pid_ == 0) run_tool(command, shown_command, pipe);
+    }
     Tool(const Tool &) = delete;
 
     // Sends SIGTERM, and SIGKILL after a while. Waits for this process id only: the caller may have other children.
@@ -162,7 +157,7 @@ bool search(const Arguments &command, const char *shown_command, const char *hos
     Pipe pipe;
     if (!pipe.read || !pipe.write)
         return LOGGED(false, "[%s]Cannot create pipe for ldapsearch:%s.", step, std::strerror(errno));
-    Tool tool(start_tool(command, shown_command, pipe));
+    Tool tool(command, shown_command, pipe);
     if (!tool) return LOGGED(false, "[%s]Cannot fork for ldapsearch:%s.", step, std::strerror(errno));
     pipe.write.close();
 

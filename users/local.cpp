@@ -10,8 +10,7 @@ constexpr int piece_size = 255;
 bool belongs_to(const char *line, const char *user) {
     line += std::strspn(line, ":");
     std::size_t length = std::strcspn(line, ":");
-    if (length == 0 || line[0] == '\n') return false;
-    return std::strlen(user) == length && std::memcmp(line, user, length) == 0;
+    return length && line[0] != '\n' && std::strlen(user) == length && std::memcmp(line, user, length) == 0;
 }
 
 // Cuts the next field off a text, in place, as strtok(3) does: a run of '&' counts as one. The field ends at the
