@@ -128,18 +128,19 @@ TEST_F(Hostile, UnusualDocumentsAreReadAndKept) {
 
 // What the parser would not take back is refused by everything that writes, and named; the file and the document stay.
 TEST_F(Hostile, NothingIsSavedThatCannotBeReadBack) {
-    const std::string named = "/kavex/s/t/@ has a name, text or depth that XML cannot hold\n",
-                      limits = "it would not be read back\n";
+    auto named = [](const std::string &field) {
+        return " error: /kavex/s/t/" + field + " has a name, text or depth that XML cannot hold\n";
+    };
     const std::tuple<const char *, std::string, std::string> rows[] = {
-        {"f", "Latin-1 \xe9", named},
-        {"f", "a control character \x01", named},
-        {"f", "an overlong A \xc1\x81", named},
-        {"f", "a surrogate \xed\xa0\x80", named},
-        {"f", "cut off \xe2\x82", named},
-        {"my field", "v", named},
-        {"-f", "v", named},
-        {"f<", "v", named},
-        {"f", std::string(10'000'001, 'x'), limits},
+        {"f", "Latin-1 \xe9", named("f")},
+        {"f", "a control character \x01", named("f")},
+        {"f", "an overlong A \xc1\x81", named("f")},
+        {"f", "a surrogate \xed\xa0\x80", named("f")},
+        {"f", "cut off \xe2\x82", named("f")},
+        {"my field", "v", named("my field")},
+        {"-f", "v", named("-f")},
+        {"f<", "v", named("f<")},
+        {"f", std::string(10'000'001, 'x'), " error: it would not be read back\n"},
         {"\xc3\xa9.-1", "\t\n\r \x7f \xe2\x82\xac \xf0\x9f\x98\x80 ]]> <&>", ""},
         {"f", std::string(10'000'000, 'x'), ""},
     };
@@ -154,9 +155,7 @@ TEST_F(Hostile, NothingIsSavedThatCannotBeReadBack) {
         for (const auto &[who, write] : writers) {
             const Outcome outcome = call(write);
             EXPECT_EQ(outcome.code, refusal.empty() ? 0 : 5);
-            const std::string line = refusal.substr(0, refusal.find('@')) + (refusal == named ? field : "") +
-                                     refusal.substr(refusal == named ? refusal.find('@') + 1 : refusal.size());
-            EXPECT_EQ(outcome.err.substr(0, outcome.err.find("Prob")), refusal.empty() ? "" : who + " error: " + line);
+            EXPECT_EQ(outcome.err.substr(0, outcome.err.find("Prob")), refusal.empty() ? "" : who + refusal);
         }
         EXPECT_EQ(file_exists("/tmp/dump.xml"), refusal.empty());
         EXPECT_TRUE(refusal.empty() || read_config("a.xml") == body);
@@ -196,7 +195,7 @@ TEST_F(Hostile, NothingOutsideTheFileIsRead) {
     ::close(watch);
 }
 
-// A name is nothing but a path; pipes and directories are no files; where a directory is read-only its files are not.
+// A name is nothing but a path; pipes and directories are no files.
 TEST_F(Hostile, NamesAndPlacesThatAreUnusual) {
     const std::filesystem::path here = std::filesystem::current_path();
     std::filesystem::create_directories("/tmp/names/http:/host");
@@ -221,17 +220,6 @@ TEST_F(Hostile, NamesAndPlacesThatAreUnusual) {
     }
     EXPECT_EQ(call([] { return kvio_copy_config("b.xml", "directory"); }).code, KVIO_IO);
     EXPECT_EQ(call([] { return kvio_remove_config("directory"); }).code, KVIO_IO);
-    chmod("/etc/kavex/conf", 0555);
-    kvio_set(entity(), "f", "2");
-    for (mode_t mode : {0400, 0600}) {
-        chmod(path().c_str(), mode);
-        EXPECT_EQ(save().code, mode == 0400 ? KVIO_IO : 0);
-        EXPECT_EQ(read_config("a.xml") == body, mode == 0400);
-    }
-    EXPECT_EQ(call([&] { return kvio_save_as(config, "new.xml"); }).code, KVIO_NO_KEY);
-    EXPECT_EQ(call([] { return kvio_rename_config("b.xml", "c.xml"); }).code, KVIO_NO_KEY);
-    EXPECT_EQ(call([] { return kvio_remove_config("b.xml"); }).code, KVIO_IO);
-    chmod("/etc/kavex/conf", 0755);
 }
 
 TEST_F(Hostile, FilesThatChangeBetweenTwoSteps) {
