@@ -1,148 +1,52 @@
-$ $EXAMPLES/make-configuration >/etc/kavex/conf/good.xml; kvio check good.xml
-$ cat >/etc/kavex/conf/a.xml <<'XML'
-> <kavex><s><t name="x" reference="1"/><t name="x"/><t name="y" reference="0"/><t name="z" reference="5"/><u name="x" reference="many"/>
-> <group name="g" type="t" reference="-1"><entity>x</entity><entity>ghost</entity><entity>y</entity><entity/><container>nowhere</container><entity>y</entity><other>y</other></group>
-> <group name="h" type="t"><container>g</container><container>i</container><entity>y</entity></group>
-> <group name="i" type="t" reference="0"><container>h</container></group>
-> <group name="self" type="u"><container>self</container><entity>x</entity></group>
-> <group name="self" type="t"/>
-> <list name="l" type="t"><entity>y</entity><entity>y</entity><container>g</container></list>
-> <table name="twice" type="t"><entity>ghost</entity></table><table name="twice" type="t"/>
-> <list name="untyped" type=""><entity>y</entity></list><list type="t"/>
-> <group name="users" type="user_group_object_t"><entity>alice</entity></group>
-> </s><two><t name="a" reference="0"/><group name="g" type="t"><entity>a</entity><entity>b</entity></group></two><two/></kavex>
+$ cd /etc/kavex/conf; $EXAMPLES/make-configuration >good; kvio check good; cat >a <<'XML'; cp a /tmp/a
+> <kavex><s><t name="x" reference="1"/><t name="x"/><t name="y" reference="0"/><t name="z" reference="5"/><t name="v"/>
+> <t name="w" reference="-1"/><t name="o" reference="0"/><u name="x" reference="many"/><t name="q"/>
+> <t name="d" a="1" b="2"><f>1</f></t><t name="d" b="2" a="1"><f>1</f></t><t name="e" a="1"/><t name="e" a="2"/>
+> <t name="f"><f>1</f></t><t name="f"><f>2</f></t><t name="g"/><list name="d" type="t"><entity>no</entity></list>
+> <list name="d" type="t"><entity>no</entity></list><table name="2" type="t"/><table name="2" type="u"/><list type="t"/>
+> <group name="g" type="t" reference="-1"><entity>x</entity><entity>no</entity><entity>y</entity><entity/>
+> <container>no</container><entity>y</entity><other>y</other><entity>g</entity><container>g</container></group>
+> <group name="h" type="t" reference="0"><container>g</container><container>i</container><entity>y</entity>
+> <entity>v</entity><entity>#1</entity><entity>#</entity></group>
+> <group name="i" type="t" reference="0"><container>j</container></group>
+> <group name="j" type="t" reference="1"><entity>v</entity><entity>q</entity></group>
+> <group name="k" type="u"><container>k</container></group><list name="n" type=""><entity>y</entity></list>
+> <group name="p" type="t"><container>i</container><container>r</container></group>
+> <group name="r" type="t"><container>p</container></group>
+> <group name="m" type="user_group_object_t"><entity>al</entity></group><deep name="x"/><deep/></s>
+> <two><group name="g" type="t"><entity>b</entity></group></two><two/></kavex>
 > XML
-$ cp /etc/kavex/conf/a.xml /tmp/a.xml
-$ kvio check a.xml
-two: the scope occurs 2 times
-s: t x occurs 2 times
-s: group g: member 2 names no t: ghost
-s: group g: member 4 has no name
-s: group g: member 5 names no group: nowhere
-s: group g: member 6 is there already: y
-s: group g: member 7 is neither entity nor container: other
-s: list untyped has no type
-s: list of t has no name
-s: list l: member 3 names no list: g
-s: table twice of t occurs 2 times
-s: table twice: member 1 names no t: ghost
-s: group h contains itself: h > i > h
-s: group self contains itself: self > self
-s: t y: reference is 0, groups that name it: 2
-s: t z: reference is 5, groups that name it: 0
-s: u x: reference is many, no number, groups that name it: 1
-s: group g: reference is -1, groups that name it: 1
-two: group g: member 2 names no t: b
-two: t a: reference is 0, groups that name it: 1 [4]
-$ kvio check -R a.xml | grep -c '(repair: '
-9
-! kvio: nothing is repaired; --yes repairs it without a question
-$ kvio check --yes a.xml  => ! kvio: --yes goes with --repair [2]
-$ cmp /tmp/a.xml /etc/kavex/conf/a.xml
-$ kvio check --repair --yes a.xml | grep repaired
-s: group g: member 2 names no t: ghost (repaired: remove the member)
-s: group g: member 4 has no name (repaired: remove the member)
-s: group g: member 5 names no group: nowhere (repaired: remove the member)
-s: group g: member 6 is there already: y (repaired: remove the member)
-s: list l: member 3 names no list: g (repaired: remove the member)
-s: table twice: member 1 names no t: ghost (repaired: remove the member)
-s: t y: reference is 0, groups that name it: 2 (repaired: set it to 2)
-s: u x: reference is many, no number, groups that name it: 1 (repaired: set it to 1)
-s: group g: reference is -1, groups that name it: 1 (repaired: set it to 1)
-! kvio: 9 repaired, 11 left
-$ kvio check a.xml
-two: the scope occurs 2 times
-s: t x occurs 2 times
-s: group g: member 3 is neither entity nor container: other
-s: list untyped has no type
-s: list of t has no name
-s: table twice of t has an identical duplicate
-s: group h contains itself: h > i > h
-s: group self contains itself: self > self
-s: t z: reference is 5, groups that name it: 0
-two: group g: member 2 names no t: b
-two: t a: reference is 0, groups that name it: 1 [4]
-$ kvio show a.xml s | sed -n '/group g/,/group i/p'
-  group g of t [reference=1]
-    x
-    y
-    y (other)
-  group h of t
-    g (container)
-    i (container)
-    y
-  group i of t [reference=0]
+$ kvio check -R a | sed 's/(repair: remove the member/(-/; s/(repair: set it to/(=/'; kvio check --yes a
+> cmp /tmp/a a; kvio check -F json a | tail -3; tty() { echo $1 | script -qec "kvio check -R a
+> echo status \$?" /dev/null | grep -o -e 'status .' -e 'Rep.*?' -e '[0-9]* rep.*left'; }; tty n; kvio check -q a
+> kvio check -Ry a | grep -c '(repaired: '; tty Y; kvio check --repair --yes a | tail -1; ls -i a >/tmp/inode
+> kvio check -qyR a; ls -i a | cmp /tmp/inode; kvio show a s; cp /tmp/a a; tty Y
+kvio: nothing is repaired; --yes repairs it without a question|s/deep: the scope has the name of a type beside it|two:
+ the scope occurs 2 times|s: t d has an identical duplicate (repair: remove it)|s: t e occurs 2 times|s: t f occurs 2
+ times|s: t x occurs 2 times|s: group g: member 2 names no t: no (-)|s: group g: member 4 has no name (-)|s: group g:
+ member 5 names no group: no (-)|s: group g: member 6 is there already: y (-)|s: group g: member 7 is neither entity
+ nor container: other|s: group g: member 9 is there already: g|s: group h: member 6 names no t: # (-)|s: list n has no
+ type|s: list of t has no name|s: list d of t has an identical duplicate (repair: remove it)|s: list d: member 1 names
+ no t: no (-)|s: group g contains itself: g > g|s: group p contains itself: p > r > p|s: group k contains itself: k >
+ k|s: t v: reference is missing, groups that name it: 2 (= 2)|s: t w: reference is -1, groups that name it: 0 (= 0)|s:
+ t y: reference is 0, groups that name it: 2 (= 2)|s: t z: reference is 5, groups that name it: 0|s: u x: reference is
+ many, no number, groups that name it: 0 (= 0)|s: group g: reference is -1, groups that name it: 2 (= 2)|s: group i:
+ reference is 0, groups that name it: 2 (= 2)|two: group g: member 1 names no t: b [4]|kvio: --yes goes with --repair
+ [2]|  {"problem": "two: group g: member 1 names no t: b"}|] [4]|Repair what can be repaired (14)?|status 4 [4]|14
+|status 4 [4] [4]|s/|  t x [reference=1]|  t x|  t y [reference=2]|  t z [reference=5]|  t v [reference=2]|  t w
+ [reference=0]|  t o [reference=0]|  u x [reference=0]|  t q|  t d [a=1, b=2]|    f = 1|  t e [a=1]|  t e [a=2]|  t f|
+    f = 1|  t f|    f = 2|  t g|  list d of t|  table 2 of t|  table 2 of u|  list  of t|  group g of t [reference=2]|
+    x|    y|    y (other)|    g|    g (container)|  group h of t [reference=0]|    g (container)|    i (container)|
+    y|    v|    #1|  group i of t [reference=2]|    j (container)|  group j of t [reference=1]|    v|    q|  group k
+ of u|    k (container)|  list n of |    y|  group p of t|    i (container)|    r (container)|  group r of t|    p
+ (container)|  group m of user_group_object_t|    al|  deep x|  deep/|Repair what can be repaired (14)?|14 repaired,
+ 14 left|status 4
 
-$ $EXAMPLES/make-configuration | sed 's/ reference="1"/ reference="0"/' >/etc/kavex/conf/counts.xml; kvio check -R counts.xml | head -2; kvio check -Ry counts.xml >/dev/null && kvio check counts.xml && kvio refs counts.xml object/address address_object_t floor-10 && kvio attr get counts.xml object/address address_object_t floor-10 reference
-object/address: address_object_t floor-10: reference is 0, groups that name it: 1 (repair: set it to 1)
-object/address: address_object_t floor-11: reference is 0, groups that name it: 1 (repair: set it to 1)
-group	address_object_t	lower-floors
-1
-! kvio: nothing is repaired; --yes repairs it without a question
-! kvio: 14 repaired, 0 left
-
-A repair needs the lock; looking does not. Nothing to repair, nothing written.
-
-$ python3 $TESTS/tool/hold.py a.xml; kvio check a.xml >/dev/null; kvio check -R a.xml >/dev/null; kvio check -Ry a.xml; kvio lock clear -y a.xml; kvio check -Ry a.xml >/dev/null
-! kvio: nothing is repaired; --yes repairs it without a question
-! kvio: /etc/kavex/conf/a.xml: another process holds it (see kvio lock status)
-! kvio: 1 repaired, 10 left [4]
-$ kvio check -q broken.xml; echo '<kavex>' >/etc/kavex/conf/broken.xml; kvio check broken.xml; echo '<x/>' >/etc/kavex/conf/broken.xml; kvio check broken.xml
-the root element is x, not kavex
-! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag kavex line 1 [4]
-
-What is offered is done, and what cannot be addressed or is not clear is not offered.
-
-$ echo '<kavex><s><group type="t" reference="x"/><t name="web" reference="1"/><list name="l" type="t"><entity>gone</entity></list><group name="web" type="t" reference="1"/><group name="o" type="t"><entity>web</entity><container>web</container></group></s></kavex>' >/etc/kavex/conf/a.xml; kvio check -R a.xml; kvio check -Ry a.xml | grep repaired; kvio check a.xml
-s: group of t has no name
-s: group o: member 2 is there already: web
-s: list l: member 1 names no t: gone (repair: remove the member)
-s: list l: member 1 names no t: gone (repaired: remove the member)
-s: group of t has no name
-s: group o: member 2 is there already: web
-! kvio: nothing is repaired; --yes repairs it without a question
-! kvio: 1 repaired, 2 left [4]
-
-A name that two things have; counts that are none; members with a default name, which name nothing.
-
-$ echo '<kavex><s><t name="x"/><deep name="y"/><deep/><t name="n" reference="12x"/><t name="m" reference="-1"/><list name="l" type="t"><entity>#1</entity><entity>#x</entity></list><group name="g" type="t"><entity>x</entity></group><group name="h" type="t"><entity>x</entity></group><group name="u" type="user_group_object_t"><container>v</container></group><group name="v" type="user_group_object_t"/></s></kavex>' >/etc/kavex/conf/a.xml; kvio check -R a.xml; kvio check -Ry a.xml >/dev/null; kvio check a.xml
-s/deep: the scope has the name of a type beside it
-s: list l: member 2 names no t: #x (repair: remove the member)
-s: t m: reference is -1, groups that name it: 0 (repair: set it to 0)
-s: t n: reference is 12x, no number, groups that name it: 0 (repair: set it to 0)
-s: t x: reference is missing, groups that name it: 2 (repair: set it to 2)
-s/deep: the scope has the name of a type beside it
-! kvio: nothing is repaired; --yes repairs it without a question
-! kvio: 4 repaired, 1 left [4]
-
-Duplicates that are identical; the question on a terminal.
-
-$ echo '<kavex><s><t name="x" a="1" b="2"><f>1</f></t><t name="x" b="2" a="1"><f>1</f></t><t name="y"/><t name="y"><f/></t><list name="l" type="t"><entity>gone</entity></list><list name="l" type="t"><entity>gone</entity></list></s></kavex>' >/etc/kavex/conf/a.xml; kvio check --format json -R a.xml
-[
-  {"problem": "s: t x has an identical duplicate", "repair": "remove it"},
-  {"problem": "s: t y occurs 2 times"},
-  {"problem": "s: list l of t has an identical duplicate", "repair": "remove it"},
-  {"problem": "s: list l: member 1 names no t: gone", "repair": "remove the member"}
-]
-! kvio: nothing is repaired; --yes repairs it without a question [4]
-$ echo n | script -qec 'kvio check -R a.xml; echo status $?' /dev/null | tr -d '\r' | tail -3; echo y | script -qec 'kvio check -R a.xml; echo status $?' /dev/null | tr -d '\r' | tail -2; kvio show a.xml; kvio check -q a.xml
-s: list l: member 1 names no t: gone (repair: remove the member)
-Repair what can be repaired (3)? [y/N] kvio: nothing is repaired; --yes repairs it without a question
-status 4
-Repair what can be repaired (3)? [y/N] kvio: 3 repaired, 1 left
-status 4
-s/
-  t x [a=1, b=2]
-    f = 1
-  t y
-  t y
-    f = 
-  list l of t [4]
-
-Thirty thousand nested groups.
-
-$ (echo '<kavex><s><t name="x"/>'; seq 30000 | awk '{ print "<group name=\"g" $1 "\" type=\"t\"><container>g" $1 + 1 "</container></group>" }'; echo '<group name="g30001" type="t"><entity>x</entity></group></s></kavex>') >/etc/kavex/conf/a.xml; kvio check a.xml && kvio members -r a.xml s group t g1 && kvio dispose -f a.xml s group t g30001 && kvio check a.xml; kvio lock status a.xml
-x
-s: group g30000: member 1 names no group: g30001
-a.xml: free
-$ sed -i 's/"t"/"user_group_object_t"/' /etc/kavex/conf/a.xml; kvio members -r a.xml s group user_group_object_t g1
+Thirty thousand nested groups; what is no configuration.
+$ awk 'BEGIN { print "<kavex><s><t name=\"x\"/>"; for (i = 0; i < 30000; ++i)
+> print "<group name=\"g" i "\" type=\"t\"><container>g" i + 1 "</container></group>"
+> print "<group name=\"g30000\" type=\"t\"><entity>x</entity></group></s></kavex>" }' >b; kvio check b
+> kvio members -r b s group t g0; kvio dispose -f b s group t g30000; kvio check b
+> sed -i 's/"t"/"user_group_object_t"/' b; kvio members -r b s group user_group_object_t g0; echo '<x><s/></x>' >c
+> kvio check c; kvio check -q no
+x|s: group g29999: member 1 names no group: g30000 [4]|the root element is x, not kavex [4] [1]

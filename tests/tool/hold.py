@@ -1,17 +1,18 @@
-"""hold.py NAME [SECONDS [FILE]]: takes the lock of a configuration as the library does and ends without releasing it, at
-once or after SECONDS, during which it has FILE mapped. With MODE in the environment the semaphore has that mode."""
+"""hold.py NAME [LIBRARY]: takes the lock of a configuration as the library does and ends without releasing it, or says
+so and waits with LIBRARY mapped. MODE and MANY in the environment make a set of semaphores that is not the library's."""
 import ctypes
 import mmap
 import os
+import signal
 import sys
-import time
 
+name, *library = sys.argv[1:]
 libc = ctypes.CDLL(None)
-key = libc.ftok(b"/etc/kavex/conf/" + sys.argv[1].encode(), 0) or 1
-assert libc.semget(key, 1, 0o3000 | int(os.environ.get("MODE", "0"), 8)) >= 0  # IPC_CREAT | IPC_EXCL
-if len(sys.argv) > 3:
-    library = open(sys.argv[3], "rb")
-    view = mmap.mmap(library.fileno(), 0, prot=mmap.PROT_READ)
-if len(sys.argv) > 2:
-    print(f"pid {os.getpid()}\nheld", flush=True)
-    time.sleep(float(sys.argv[2]))
+if library:
+    with open(library[0], "rb") as file:
+        view = mmap.mmap(file.fileno(), 0, prot=mmap.PROT_READ)
+flags = 0o3000 | int(os.environ.get("MODE", "0"), 8)  # IPC_CREAT | IPC_EXCL
+assert libc.semget(libc.ftok(name.encode(), 0) or 1, int(os.environ.get("MANY", "1")), flags) >= 0
+if library:
+    print("held", flush=True)
+    signal.pause()

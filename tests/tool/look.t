@@ -1,319 +1,101 @@
-The configuration of all the transcripts here: every kind of element, an order of each kind, texts that need care.
-
-$ cat >/etc/kavex/conf/a.xml <<'XML'
-> <kavex version="7"><system><version>1.2</version><empty/></system><object note="n"><address>
-> <host_t name="lan" reference="2" colour="red"><ip>10.0.0.1</ip><note>a &lt; b &amp; c	tab
-> line</note><ip>twice</ip><none/></host_t>
-> <host_t name="wan" reference="0"><ip>10.9.0.1</ip></host_t>
-> <host_t name="dmz &quot;2&quot;" reference="1"/>
-> <net_t name="lan"><ip>10.0.0.0</ip></net_t>
-> <group name="inside" type="host_t" reference="1"><entity>lan</entity><entity>dmz "2"</entity></group>
-> <group name="all" type="host_t" reference="0"><container>inside</container><entity>lan</entity></group>
-> <list name="order" type="host_t"><entity>wan</entity><entity>lan</entity><entity>wan</entity></list>
-> <table name="order" type="net_t"><entity>lan</entity></table>
-> </address></object></kavex>
+$ cd /etc/kavex/conf; mkdir dir; touch .kavex-redo-1; cat >b <<'XML'
+> <kavex a="0"><s n="&#9;\&quot;"><t name="x" a="1&#10;"><f>a "b" \	c
+> d</f><f>2</f><g><below>x</below></g></t><list name="l" type="t" b="2"><entity>x</entity></list><u>text</u></s></kavex>
 > XML
+$ kvio show b; kvio show --format json b | fold -w 118; kvio show -Fxml b s/u
+> on() { TERM=$1 script -qec "$2" /dev/null | tr -d '\r' | sed 's/\x1b/^/g'; }; on xterm 'kvio show b'
+> NO_COLOR=1 on xterm 'kvio show b s/u'; on dumb 'kvio show b s/u'
+s/ [n=\t\\"]|  t x [a=1\n]|    f = a "b" \\\tc\nd|    f = 2|    g = x|  list l of t [b=2]|    x|  u/ text|[|
+  {"scope": "s", "attributes": {"n": "\u0009\\\""}, "entities": [|    {"type": "t", "name": "x", "attributes": {"a":
+ "1\u000a"}, "fields": {"f": "a \"b\" \\\u0009c\u000ad", "g": "x"}}]|, "containers": [|    {"kind": "list", "type":
+ "t", "name": "l", "attributes": {"b": "2"}, "members": [{"entity": "x"}]}], "scopes": [|    {"scope": "s/u",
+ "attributes": {}, "text": "text", "entities": [], "containers": [], "scopes": []}]}|]|<?xml version="1.0"?>|<kavex>|
+  <s n="&#9;\&quot;">|    <u>text</u>|  </s>|</kavex>|^[1;34ms/^[0m^[2m [n=\t\\"]^[0m|├─ ^[32mt^[0m ^[1mx^[0m^[2m
+ [a=1\n]^[0m|│  ├─ f = a "b" \\\tc\nd|│  ├─ f = 2|│  └─ g = x|├─ ^[1;35mlist l^[0m of t^[2m [b=2]^[0m|│  └─ x|└─
+ ^[1;34mu/^[0m text|u/ text|u/ text
 
-$ kvio ls  => a.xml
-$ kvio ls a.xml
-system
-system/version
-system/empty
-object
-object/address
-$ kvio ls a.xml object  => address/
-$ kvio ls a.xml object/address
-host_t	lan
-host_t	wan
-host_t	dmz "2"
-net_t	lan
-group	host_t	inside
-group	host_t	all
-list	host_t	order
-table	net_t	order
-$ kvio ls a.xml object/address host_t
-lan
-wan
-dmz "2"
-$ kvio ls a.xml object/address ghost_t
-$ kvio ls a.xml object/nowhere  => ! kvio: no scope object/nowhere in /etc/kavex/conf/a.xml [1]
-$ kvio ls b.xml  => ! kvio: /etc/kavex/conf/b.xml: No such file or directory [1]
-
-$ kvio show a.xml
-system/
-  version/ 1.2
-  empty/
-object/ [note=n]
-  address/
-    host_t lan [reference=2, colour=red]
-      ip = 10.0.0.1
-      note = a < b & c\ttab\nline
-      ip = twice
-      none = 
-    host_t wan [reference=0]
-      ip = 10.9.0.1
-    host_t dmz "2" [reference=1]
-    net_t lan
-      ip = 10.0.0.0
-    group inside of host_t [reference=1]
-      lan
-      dmz "2"
-    group all of host_t [reference=0]
-      inside (container)
-      lan
-    list order of host_t
-      wan
-      lan
-      wan
-    table order of net_t
-      lan
-$ kvio show a.xml system
-system/
-  version/ 1.2
-  empty/
-$ kvio show --format json a.xml
-[
-  {"scope": "system", "attributes": {}, "entities": [], "containers": [], "scopes": [
-    {"scope": "system/version", "attributes": {}, "text": "1.2", "entities": [], "containers": [], "scopes": []},
-    {"scope": "system/empty", "attributes": {}, "entities": [], "containers": [], "scopes": []}]},
-  {"scope": "object", "attributes": {"note": "n"}, "entities": [], "containers": [], "scopes": [
-    {"scope": "object/address", "attributes": {}, "entities": [
-      {"type": "host_t", "name": "lan", "attributes": {"reference": "2", "colour": "red"}, "fields": {"ip": "10.0.0.1", "note": "a < b & c\u0009tab\u000aline", "none": ""}},
-      {"type": "host_t", "name": "wan", "attributes": {"reference": "0"}, "fields": {"ip": "10.9.0.1"}},
-      {"type": "host_t", "name": "dmz \"2\"", "attributes": {"reference": "1"}, "fields": {}},
-      {"type": "net_t", "name": "lan", "attributes": {}, "fields": {"ip": "10.0.0.0"}}], "containers": [
-      {"kind": "group", "type": "host_t", "name": "inside", "attributes": {"reference": "1"}, "members": [{"entity": "lan"}, {"entity": "dmz \"2\""}]},
-      {"kind": "group", "type": "host_t", "name": "all", "attributes": {"reference": "0"}, "members": [{"container": "inside"}, {"entity": "lan"}]},
-      {"kind": "list", "type": "host_t", "name": "order", "attributes": {}, "members": [{"entity": "wan"}, {"entity": "lan"}, {"entity": "wan"}]},
-      {"kind": "table", "type": "net_t", "name": "order", "attributes": {}, "members": [{"entity": "lan"}]}], "scopes": []}]}
-]
-$ kvio show -F json a.xml object/address | python3 -m json.tool >/dev/null && echo valid  => valid
-$ kvio show -Fxml a.xml system
-<?xml version="1.0"?>
-<kavex>
-  <system>
-    <version>1.2</version>
-    <empty/>
-  </system>
-</kavex>
-$ kvio show --format=yaml a.xml  => ! kvio: FORMAT is text, json or xml, not yaml [2]
-$ kvio show a.xml //address  => ! kvio: no scope //address in /etc/kavex/conf/a.xml [1]
-$ kvio show a.xml '*'  => ! kvio: there are 2 scopes * [4]
-$ TERM=xterm script -qec 'kvio show a.xml object/address' /dev/null | tr -d '\r' | sed 's/\x1b/^/g' | head -4
-^[1;34maddress/^[0m
-├─ ^[32mhost_t^[0m ^[1mlan^[0m^[2m [reference=2, colour=red]^[0m
-│  ├─ ip = 10.0.0.1
-│  ├─ note = a < b & c\ttab\nline
-$ NO_COLOR=1 TERM=xterm script -qec 'kvio show a.xml system' /dev/null | tr -d '\r'
-system/
-  version/ 1.2
-  empty/
-
-$ kvio get a.xml object/address host_t lan
-ip	10.0.0.1
-note	a < b & c\ttab\nline
-ip	twice
-none	
-$ kvio get a.xml object/address host_t lan note
-a < b & c	tab
-line
-$ kvio get a.xml object/address host_t lan none  => ~
-$ kvio get a.xml object/address net_t lan ip  => 10.0.0.0
-$ kvio get a.xml object/address host_t 'dmz "2"'
-$ kvio get a.xml object/address host_t 'dmz "2"' ip  => ! kvio: field ip of host_t dmz "2": not found [1]
-$ kvio get a.xml object/address host_t nobody ip  => ! kvio: no host_t nobody in object/address [1]
-$ kvio get a.xml object/address host_t nobody  => ! kvio: no host_t nobody in object/address [1]
-$ kvio get a.xml nowhere host_t lan ip  => ! kvio: no scope nowhere in /etc/kavex/conf/a.xml [1]
-$ kvio get -q a.xml nowhere host_t lan ip  => [1]
-$ kvio get --default 0.0.0.0 a.xml object/address host_t nobody ip  => 0.0.0.0
-$ kvio get -d '' a.xml object/address host_t lan mask  => ~
-$ kvio get -d x b.xml object/address host_t lan mask  => ! kvio: /etc/kavex/conf/b.xml: No such file or directory [1]
-$ kvio -v set a.xml object/address net_t lan ip 10.0.0.0 2>&1 | sed 's/[0-9][0-9]* is/N is/'
-kvio_open_config success. (/etc/kavex/conf/a.xml, 0)
-Semaphore N is removed
-
-$ kvio members a.xml object/address group host_t all
-container	inside
-entity	lan
-$ kvio members --recursive a.xml object/address group host_t all
-lan
-dmz "2"
-$ kvio members -r a.xml object/address list host_t order
-wan
-lan
-$ kvio members a.xml object/address list net_t order  => ! kvio: no list order of net_t in object/address [1]
-$ kvio members a.xml object/address set host_t order  => ! kvio: KIND is table, list or group, not set [2]
-$ kvio members -r a.xml object/address list net_t order  => ! kvio: no list order of net_t in object/address [1]
-
-$ kvio find a.xml '10.*'
-object/address	host_t	lan	ip	10.0.0.1
-object/address	host_t	wan	ip	10.9.0.1
-object/address	net_t	lan	ip	10.0.0.0
-$ kvio find a.xml lan object
-object/address	host_t	lan
-object/address	net_t	lan
-object/address	group of host_t	inside	entity	lan
-object/address	group of host_t	all	entity	lan
-object/address	list of host_t	order	entity	lan
-object/address	table of net_t	order	entity	lan
-$ kvio find -t net_t a.xml '*lan*'
-object/address	net_t	lan
-object/address	table of net_t	order	entity	lan
-$ kvio find --field ip --type host_t a.xml '*'
-object/address	host_t	lan	ip	10.0.0.1
-object/address	host_t	lan	ip	twice
-object/address	host_t	wan	ip	10.9.0.1
-$ kvio find a.xml nothing  => [1]
-$ kvio count a.xml object/address host_t  => 3
-$ kvio count a.xml object/address ghost_t  => 0
-$ kvio count a.xml '*' host_t  => ! kvio: there are 2 scopes * [4]
-$ kvio count a.xml object address; kvio count a.xml object/address '*'; kvio count a.xml . object
-0
-! kvio: type * is not an XML name
-! kvio: no scope . in /etc/kavex/conf/a.xml [1]
-$ kvio refs a.xml object/address host_t lan
-group	host_t	inside
-group	host_t	all
-list	host_t	order
-$ kvio refs --kind group a.xml object/address host_t inside  => group	host_t	all
-$ kvio refs a.xml object/address host_t inside  => [1]
-$ kvio refs a.xml object/address net_t lan  => table	net_t	order
-$ kvio attr get a.xml object/address host_t lan colour  => red
-$ kvio attr get -k group a.xml object/address host_t inside reference  => 1
-$ kvio attr get a.xml object/address host_t wan colour  => ! kvio: no attribute colour of host_t wan [1]
-$ kvio attr get --default none a.xml object/address host_t wan colour  => none
-$ kvio get -d none a.xml object/address host_t nobody; kvio get -d none a.xml nowhere host_t lan; kvio attr get -d none a.xml nowhere host_t lan colour; kvio attr get -d none -k list a.xml object/address host_t all colour; kvio attr get -d none -k heap a.xml object/address host_t all colour
-none
-none
-none
-none
-! kvio: KIND is table, list or group, not heap [2]
-
-JSON; names that are nearly right; quiet.
-
-$ for call in 'get a.xml object/address net_t lan' 'get a.xml object/address net_t lan ip' ls 'ls a.xml object' 'refs a.xml object/address net_t lan' 'members a.xml object/address group host_t all' 'find a.xml 10.0.0.0'; do kvio $call --format=json | tr -d '\n'; echo; done; kvio ls -F xml
-[  {"field": "ip", "value": "10.0.0.0"}]
-[  {"field": "ip", "value": "10.0.0.0"}]
-[  {"name": "a.xml"}]
-[  {"scope": "address"}]
-[  {"kind": "table", "type": "net_t", "name": "order"}]
-[  {"member": "container", "name": "inside"},  {"member": "entity", "name": "lan"}]
-[  {"scope": "object/address", "type": "net_t", "name": "lan", "field": "ip", "value": "10.0.0.0"}]
-! kvio: FORMAT is text or json, not xml [2]
-$ kvio shwo; kvio gets; kvio ls a.xml objekt/address; kvio get a.xml object/address hots_t lan; kvio get a.xml object/address host_t lam; kvio members a.xml object/address group host_t insid
-! kvio: no verb shwo; did you mean show?
-! kvio: no verb gets; did you mean get?
-! kvio: no scope objekt/address in /etc/kavex/conf/a.xml; did you mean object/address?
-! kvio: no hots_t lan in object/address; did you mean host_t?
-! kvio: no host_t lam in object/address; did you mean lan?
-! kvio: no group insid of host_t in object/address; did you mean inside? [1]
-$ kvio -q gets; kvio get -q a.xml; kvio set -q --frob; kvio find -q a.xml '10.*'; kvio find -q a.xml nothing; kvio refs -q a.xml object/address net_t lan && kvio -V | sed 's/[0-9.]*$/N/'
-kvio N
-$ TERM=xterm script -qec "kvio ls a.xml object/address; PAGER='cat -n' kvio ls --pager a.xml object/address host_t" /dev/null | tr -d '\r'
-host_t  lan
-host_t  wan
-host_t  dmz "2"
-net_t   lan
-group   host_t  inside
-group   host_t  all
-list    host_t  order
-table   net_t   order
-     1	lan
-     2	wan
-     3	dmz "2"
-
-Types are names, not expressions; names are what they are.
-
-$ kvio count a.xml object/address 'host_t | net_t'; kvio get a.xml object/address 'host_t[1]' lan; kvio get a.xml object/address 'host_t[1]' lan ip; kvio get a.xml object/address host_t "lan'] | host_t[@name='wan"
-! kvio: type host_t | net_t is not an XML name
-! kvio: type host_t[1] is not an XML name
-! kvio: type host_t[1] is not an XML name
-! kvio: no host_t lan'] | host_t[@name='wan in object/address [1]
-$ cat >/etc/kavex/conf/names.xml <<'XML'
-> <!DOCTYPE kavex [<!ENTITY e "expanded">]>
-> <kavex><s><t name="it's"><f>1</f></t><t name="&quot;it&quot;"><f>2</f></t><t name="&quot;it's&quot;"><f>3</f></t><t name="e"><f>&e;</f></t><t name="twice"><f>4</f></t><t name="twice"><f>5</f></t></s>
-> <many/><many><t name="one"><f/></t></many><many><t name="one"><below><x>7</x></below><f><x/>8</f></t></many></kavex>
+Every kind of element; names that need care, one of them to be kept from terminals.
+$ name=$(printf '\033[1mb\302\205\302\237\177\\\r'); cat >a <<'XML'
+> <kavex version="7"><system><version>1.2</version></system><o note="n"><a>
+> <host name="lan" colour="red"><ip>10.0.0.1</ip><ip>twice</ip><none/></host><host name="wän"><ip>10.9.0.1</ip></host>
+> <host name="&quot;2's&quot;"/><net name="lan"/><net name="two"><ip>1</ip></net><net name="two"/>
+> <group name="in" type="host" reference="1"><entity>lan</entity><entity>"2's"</entity></group>
+> <group name="all" type="host"><container>in</container><entity>lan</entity></group>
+> <list name="order" type="host"><entity>wän</entity><entity>lan</entity><entity>wän</entity></list>
+> <table name="o&#127;&#155;" type="net"><entity>lan</entity></table><table type="net"/></a></o><many/><many/></kavex>
 > XML
-$ for name in "it's" '"it"' "\"it's\"" e twice; do kvio get names.xml s t "$name"; done
-f	1
-f	2
-f	3
-f	expanded
-! kvio: t twice in s: the name is not unique [4]
-$ kvio get names.xml 'many[3]' t one; kvio get names.xml 'many[3]' t one below; kvio get names.xml many t one; kvio get names.xml many t two; kvio get names.xml s t "'\""; kvio get -d none names.xml s t "'\""; rm /etc/kavex/conf/names.xml
-below	7
-f	
-7
-none
-! kvio: there are 3 scopes many
-! kvio: there are 3 scopes many
-! kvio: no t '" in s
-$ kvio ls a.xml ''; kvio count a.xml '' host_t; kvio lock; kvio attr frobnicate; kvio frobnicate; kvio lock --help | head -1; kvio help count | head -1; kvio help | head -1; kvio --version | sed 's/[0-9.]*$/N/'
-Usage: kvio VERB [OPTION]... [ARGUMENT]...
-Usage: kvio count NAME SCOPE TYPE
-Usage: kvio VERB [OPTION]... [ARGUMENT]...
-kvio N
-! kvio: the scope is empty
-! kvio: the scope is empty
-! kvio: the verb is one of lock status, lock clear
-! kvio: the verb is one of attr get, attr set, attr unset, attr increase, attr decrease
-! kvio: no verb frobnicate; kvio --help lists them
+$ kvio ls; kvio ls a; kvio ls a o; kvio ls a o/a host; kvio ls a o/a group; kvio ls a o/a; on dumb 'kvio ls a o/a
+> PAGER="cat -n" kvio ls --pager a o/a net' | sed '1d;4,6d;8d;11d;12d'; kvio get a o/a host lan
+> kvio get a o/a host lan none; kvio get b s t x f; kvio get a o/a host "\"2's\""; kvio get a o/a host "\"2's\"" ip
+> kvio get a o/a host "lan'] | host[@name='wän"; kvio get a o/a 'host[1]' lan
+a|b|system|system/version|o|o/a|many|many|a/|lan|wän|"2's"|host	lan|host	wän|host	"2's"|net	lan|net	two|net	two
+|group	host	in|group	host	all|list	host	order|table	net	o\u007f\u009b|table	net	|host   wän|host   "2's"|group  host
+  in|list   host  order|table  net   o\u007f\u009b|     2	two|     3	two|ip	10.0.0.1|ip	twice|none	||a "b" \	c|d|kvio:
+ field ip of host "2's": not found [1]|kvio: no host lan'] | host[@name='wän in o/a [1]|kvio: type host[1] is not an
+ XML name [2]
+$ for call in 'a o/a host no ip' 'a o/a host lan no' 'a no host lan' 'ghost s t e' 'a o/a net two'
+> do kvio get --default D $call; done
+> for call in 'a o/a host lan colour' '-k group a o/a host in reference' '-d D a no host lan x' 'a o/a host lan x'
+> do kvio attr get $call; done; for kind in list heap; do kvio attr get -dD -k $kind a o/a host in x; done
+D|D|D|kvio: /etc/kavex/conf/ghost: No such file or directory [1]|kvio: net two in o/a: the name is not unique [4]|red
+|1|D|kvio: no attribute x of host lan [1]|D|kvio: KIND is table, list or group, not heap [2]
+$ for call in 'group host all' '-r group host all' '-r list host order'; do kvio members a o/a $call; done
+> kvio find a '1*'; kvio find --type net a '*lan*'; kvio find -e ip -t host a '*'; kvio find -e entity a lan
+> kvio find a lan o; kvio find -q a '1*'; kvio find -q a none; kvio refs -q a o/a net lan; kvio count a o/a host
+> kvio count a o/a group; kvio refs -k group a o/a host in; kvio refs a o/a host in
+container	in|entity	lan|lan|"2's"|wän|lan|o/a	host	lan	ip	10.0.0.1|o/a	host	wän	ip	10.9.0.1|o/a	net	two	ip	1
+|o/a	net	lan|o/a	table of net	o\u007f\u009b	entity	lan|o/a	host	lan	ip	10.0.0.1|o/a	host	lan	ip	twice
+|o/a	host	wän	ip	10.9.0.1 [1]|o/a	host	lan|o/a	net	lan|o/a	group of host	in	entity	lan|o/a	group of
+ host	all	entity	lan|o/a	list of host	order	entity	lan|o/a	table of net	o\u007f\u009b	entity	lan [1]|3|0
+|group	host	all [1]
+$ for call in 'get a o/a host lan none' 'get a o/a host wän' ls 'ls a o' 'ls a o/a list' 'refs a o/a net lan'
+> do kvio $call --format=json; done; kvio find -Fjson a 1; kvio members -Fjson a o/a group host all
+> kvio find -Fjson a nothing
+[|  {"field": "none", "value": ""}|]|[|  {"field": "ip", "value": "10.9.0.1"}|]|[|  {"name": "a"},|  {"name": "b"}|]|[
+|  {"scope": "a"}|]|[|]|[|  {"kind": "table", "type": "net", "name": "o"}|]|[|  {"scope": "o/a", "type": "net",
+ "name": "two", "field": "ip", "value": "1"}|]|[|  {"member": "container", "name": "in"},|  {"member": "entity",
+ "name": "lan"}|]|[|] [1]
 
-Somebody else holds the file: whoever only looks does not mind.
+What is not there, or nearly so; usage. Of several mistakes the first one is told.
+$ for scope in many '//a' '' . 'o/a/net[1]' 's['; do kvio count a "$scope" host; done; kvio get a o/a hots lan
+> kvio get a o/a host lam; kvio members a o/a group host inn; kvio shwo; kvio gets; kvio u; kvio attr; kvio
+> kvio get a 1 2; kvio get a 1 2 3 4 5; kvio lock; kvio show -Z --frob a; kvio show a --format; kvio show --pager=x a
+> kvio ls -- -q; kvio ls -F xml
+kvio: there are 2 scopes many [4]|kvio: no scope //a in /etc/kavex/conf/a; did you mean o/a? [1]|kvio: the scope is
+ empty [2]|kvio: no scope . in /etc/kavex/conf/a [1]|kvio: o/a/net[1] is an entity or container, no scope [1]|kvio: no
+ scope s[ in /etc/kavex/conf/a [1]|kvio: no hots lan in o/a; did you mean host? [1]|kvio: no host lam in o/a; did you
+ mean lan? [1]|kvio: no group inn of host in o/a; did you mean in? [1]|kvio: no verb shwo; did you mean show? [2]
+|kvio: no verb gets; did you mean get? [2]|kvio: no verb u; kvio --help lists them [2]|kvio: the verb is one of attr
+ get, attr set, attr unset, attr increase, attr decrease [2]|kvio: no verb; see kvio --help [2]|kvio: usage: kvio get
+ [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]|kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]
+|kvio: the verb is one of lock status, lock clear [2]|kvio: no option -Z; see kvio show --help [2]|kvio: no argument
+ for --format; see kvio show --help [2]|kvio: no option --pager; see kvio show --help [2]|kvio: /etc/kavex/conf/-q: No
+ such file or directory [1]|kvio: FORMAT is text or json, not xml [2]
+$ kvio -q gets; kvio get -q a; kvio set -q --frob; command kvio get a o/a net two ip 2>/dev/null; kvio help count
+> (kvio -h; for verb in $(kvio --complete ''); do kvio $verb -h; done) | grep -v Example | grep '.\{80\}'
+> for way in -V --version version; do kvio $way; done | tr -s 0-9 N; kvio -v set b s t x f 1 | tr -s 0-9 N
+[2] [2] [2]|Usage: kvio count NAME SCOPE TYPE||Count the entities of a type||  -h, --help            describe the verb
+|  -q, --quiet           print no messages and questions|  -v, --verbose         print the library's diagnostics too|
+|Example: kvio count appliance.xml object/address address_object_t|kvio N.N.N|kvio N.N.N|kvio N.N.N|kvio_open_config
+ success. (/etc/kavex/conf/b, N)|Semaphore N is removed
 
-$ python3 $TESTS/tool/hold.py a.xml; kvio get a.xml object/address host_t wan ip; kvio count a.xml object/address net_t; kvio set a.xml object/address host_t wan ip x; kvio lock clear -y a.xml
-10.9.0.1
-1
-! kvio: /etc/kavex/conf/a.xml: another process holds it (see kvio lock status)
+Files that are none, or too much; short memory is never told as a fault of the file.
+$ echo '<kavex><a>' >broken; echo '<other/>' >other; touch closed; chmod 0 closed
+> (echo '<!DOCTYPE kavex [<!ENTITY e "'; head -c 99999 /dev/zero | tr '\0' x; echo '">]><kavex><s><t name="x"><f>'
+> yes '&e;' | head -600; echo '</f></t></s></kavex>') >bomb; for file in broken other closed ghost dir a/b bomb
+> do kvio ls $file; done; for file in broken other closed ghost dir a/b bomb; do kvio set -q $file s t e f 1; done
+> for room in $(seq 30000 2000 60000); do (ulimit -v $room; kvio show a) 2>&1; done | grep -c formed
+kvio: /etc/kavex/conf/broken:2: not well-formed: Premature end of data in tag a line 1 [4]|kvio:
+ /etc/kavex/conf/other: no configuration, its root element is not kavex [4]|kvio: /etc/kavex/conf/closed: Permission
+ denied [6]|kvio: /etc/kavex/conf/ghost: No such file or directory [1]|kvio: /etc/kavex/conf/dir: Is a directory [5]
+|kvio: /etc/kavex/conf/a/b: Not a directory [1]|kvio: /etc/kavex/conf/bomb: its entities expand to too much text [4]
+ [4] [4] [6] [1] [5] [1] [4]|0
 
-Usage.
-
-$ kvio  => ! kvio: no verb; see kvio --help [2]
-$ kvio get a.xml  => ! kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]
-$ kvio get a.xml 1 2 3 4 5  => ! kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]
-$ kvio attr  => ! kvio: the verb is one of attr get, attr set, attr unset, attr increase, attr decrease [2]
-$ kvio show --frobnicate a.xml  => ! kvio: no option --frobnicate; see kvio show --help [2]
-$ kvio show -Z a.xml  => ! kvio: no option -Z; see kvio show --help [2]
-$ kvio show a.xml --format  => ! kvio: no argument for --format; see kvio show --help [2]
-$ kvio ls -- -q  => ! kvio: /etc/kavex/conf/-q: No such file or directory [1]
-$ kvio attr get --help
-Usage: kvio attr get [--kind KIND] [--default VALUE] NAME SCOPE TYPE ENTITY
-       ATTRIBUTE
-~
-Print an attribute of an entity or container
-~
-  -k, --kind KIND       ENTITY is a container: a table, list or group
-  -d, --default VALUE   print this, with success, if there is no such value
-  -h, --help            describe the verb
-  -q, --quiet           print no messages and questions
-  -v, --verbose         print the library's diagnostics too
-~
-Example: kvio attr get appliance.xml interface interface_t lan reference
-$ kvio user types >/dev/full; kvio ls a.xml >/dev/full
-! kvio: standard output: No space left on device
-! kvio: standard output: No space left on device [5]
-
-Files that are none.
-
-$ echo '<kavex><a>' >/etc/kavex/conf/broken.xml; kvio ls broken.xml
-! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag a line 1 [4]
-$ touch /etc/kavex/conf/closed.xml; chmod 0 /etc/kavex/conf/closed.xml; kvio ls closed.xml  => ! kvio: /etc/kavex/conf/closed.xml: Permission denied [6]
-$ kvio set closed.xml a b c d e  => ! kvio: /etc/kavex/conf/closed.xml: Permission denied [6]
-$ kvio set broken.xml a b c d e  => ! kvio: /etc/kavex/conf/broken.xml:2: not well-formed: Premature end of data in tag a line 1 [4]
-$ kvio set ghost.xml a b c d e  => ! kvio: /etc/kavex/conf/ghost.xml: No such file or directory [1]
-$ kvio ls .  => ! kvio: /etc/kavex/conf/.: Is a directory [5]
-$ echo '<other><s><t name="x"/></s></other>' >/etc/kavex/conf/other.xml; kvio ls other.xml; kvio get other.xml s t x f; kvio show other.xml s; kvio restore a.xml - s </etc/kavex/conf/other.xml
-! kvio: /etc/kavex/conf/other.xml: no configuration, its root element is not kavex
-! kvio: /etc/kavex/conf/other.xml: no configuration, its root element is not kavex
-! kvio: /etc/kavex/conf/other.xml: no configuration, its root element is not kavex
-! kvio: -: no configuration, its root element is not kavex [4]
-
-What would give orders to a terminal does not get there.
-
-$ name=$(printf '\033[1mbold\302\205\177\\'); echo '<kavex><s><t name="&#155;m&#127;"/></s></kavex>' >"/etc/kavex/conf/$name"; kvio ls | grep bold; kvio show "$name"; kvio get "$name" s t "$name"; kvio lock status "$name"; kvio ls "$name$name"; rm "/etc/kavex/conf/$name"
-\u001b[1mbold\u0085\u007f\\
-s/
-  t \u009bm\u007f
-\u001b[1mbold\u0085\u007f\\: free
-! kvio: no t \u001b[1mbold\u0085\u007f\ in s
-! kvio: /etc/kavex/conf/\u001b[1mbold\u0085\u007f\\u001b[1mbold\u0085\u007f\: No such file or directory
+Nothing that gives orders to a terminal gets there; what does not get to standard output is missed.
+$ echo '<kavex><s><t name="&#155;m&#127;"/></s></kavex>' >"$name"; kvio ls | head -1; kvio show "$name" s | tail -1
+> kvio get "$name" s t "$name"; kvio lock status "$name"; echo '<kavex><s/></kavex>' >d; kvio diff "$name" d
+> for call in 'show b' 'show -F json b' 'show -F xml b' 'dump b' 'backup b s' 'user types' '--complete u'
+> do command kvio $call 2>&1 >/dev/full; echo $?; done | sort | uniq -c
+\u001b[1mb\u0085\u009f\u007f\\\r|  t \u009bm\u007f|kvio: no t \u001b[1mb\u0085\u009f\u007f\\r in s [1]
+|\u001b[1mb\u0085\u009f\u007f\\\r: free|- s t \u009bm\u007f [1]|      7 5|      6 kvio: standard output: No space left
+ on device
