@@ -17,7 +17,6 @@
 #include <fstream>
 #include <iterator>
 #include <ostream>
-#include <regex>
 
 #include "base/kvlog.h"
 
@@ -75,9 +74,7 @@ extern "C" void kvlog(int a, int b, int c, int d, int e, int f, int g, const cha
     errno = error;
 }
 
-// ----------------------------------------------------------------------------------------------------------- outcomes
-
-Outcome support::observe(const std::function<long()> &body) {
+Outcome observe(const std::function<long()> &body) {
     Outcome outcome;
     log_text.clear();
     kvio_errno = untouched;
@@ -101,16 +98,14 @@ Outcome support::observe(const std::function<long()> &body) {
     return outcome;
 }
 
-bool operator==(const Outcome &a, const Outcome &b) {
-    return a.result == b.result && a.code == b.code && a.err == b.err && a.log == b.log;
+bool Outcome::operator==(const Outcome &other) const {
+    return result == other.result && code == other.code && err == other.err && log == other.log;
 }
 
 void PrintTo(const Outcome &outcome, std::ostream *out) {
     *out << "{" << outcome.result << ", " << (outcome.code == untouched ? "untouched" : std::to_string(outcome.code))
          << ", " << testing::PrintToString(outcome.err) << ", " << testing::PrintToString(outcome.log) << "}";
 }
-
-// -------------------------------------------------------------------------------------------------------------- files
 
 void write_file(const std::string &path, const std::string &text, mode_t mode) {
     std::error_code ignored;
@@ -147,8 +142,6 @@ bool locked(const std::string &path) {
     return key != -1 && semget(key, 0, 0) >= 0;
 }
 
-// ----------------------------------------------------------------------------------------------------------- fixtures
-
 void ApplianceTest::SetUp() {
     if (!std::getenv("KAVEX_PRIVATE_ROOT")) {
         std::fprintf(stderr, "These tests write the appliance's real paths: run them with scripts/appliance-root\n");
@@ -179,8 +172,6 @@ void OpenDocument::TearDown() {
     ApplianceTest::TearDown();
 }
 
-void OpenDocument::open(const std::string &scope) { open_whole("<kavex><s>" + scope + "</s></kavex>"); }
-
 void OpenDocument::open_whole(const std::string &document) {
     close();
     write_config("a.xml", document);
@@ -203,10 +194,4 @@ void OpenDocument::close() {
 void OpenDocument::close_container() {
     kvio_close_list(iterator);
     iterator = nullptr;
-}
-
-std::string OpenDocument::scope() const {
-    kvio_dump(config, "/tmp/saved.xml");
-    const std::string text = std::regex_replace(read_file("/tmp/saved.xml"), std::regex(">[ \n]+(?=<|$)"), ">");
-    return std::regex_replace(text, std::regex("^<[?].*?[?]>(<kavex><s/></kavex>|<kavex><s>|)|</s></kavex>$"), "");
 }

@@ -1,11 +1,5 @@
-// The test bench: a fixture that looks at what a test leaves behind, one outcome for every call of the library,
-// files at their real paths, and faults that strike inside a call.
-//
-//     TEST_F(Entities, AMissingOneIsTold) {
-//         open("<t name='x'/>");
-//         EXPECT_EQ(call([&] { return kvio_undefine(config, "s", "t", "y"); }),
-//                   (Outcome{0, 22, "kvio_undefine error: entity not existed\n"}));
-//     }
+// The test bench: fixtures that look at what a test leaves behind, one outcome for every call of the library, files at
+// their real paths, and faults that strike inside a call.
 #ifndef KAVEX_TESTS_SUPPORT_APPLIANCE_H
 #define KAVEX_TESTS_SUPPORT_APPLIANCE_H
 
@@ -39,22 +33,16 @@ protected:
     void TearDown() override;
 
     // Each closes the document before; a snapshot comes from another file and has no lock.
-    void open(const std::string &scope);
+    void open(const std::string &scope) { open_whole("<kavex><s>" + scope + "</s></kavex>"); }
     void open_whole(const std::string &document);
     void open_snapshot(const std::string &scope);
     void close();
     void close_container();
-
-    // The scope as it would be saved, without indentation.
-    std::string scope() const;
-
     static std::string path() { return "/etc/kavex/conf/a.xml"; }
 
     kvio_config_t *config = nullptr;
     kvio_iterator_t *iterator = nullptr;
 };
-
-// ------------------------------------------------------------------------------------------------------- outcomes
 
 // What kvio_errno holds before each call: an outcome with this code left it alone.
 constexpr int untouched = 4711;
@@ -65,35 +53,27 @@ struct Outcome {
     int code = 0;
     std::string err = {};  // what was written to descriptor 2, with what child processes logged
     std::string log = {};  // the system log, as "list_op 5,7,5,0,0,0,0: text\n", one after the other
+
+    bool operator==(const Outcome &other) const;
 };
-bool operator==(const Outcome &a, const Outcome &b);
 void PrintTo(const Outcome &outcome, std::ostream *out);
 
-namespace support {
 Outcome observe(const std::function<long()> &body);
-
-template <class T>
-long number(T result) {
-    if constexpr (std::is_null_pointer_v<T> || std::is_pointer_v<T>)
-        return result != nullptr;
-    else
-        return static_cast<long>(result);
-}
-}  // namespace support
 
 // Runs one call with kvio_errno set to `untouched` and gives its outcome. To keep a pointer, assign it inside:
 // call([&] { return node = kvio_define2(...); }).
 template <class Body>
 Outcome call(Body &&body) {
-    return support::observe([&]() -> long {
-        if constexpr (std::is_void_v<decltype(body())>)
+    return observe([&]() -> long {
+        using Result = decltype(body());
+        if constexpr (std::is_void_v<Result>)
             return body(), 0;
+        else if constexpr (std::is_pointer_v<Result>)
+            return body() != nullptr;
         else
-            return support::number(body());
+            return static_cast<long>(body());
     });
 }
-
-// ---------------------------------------------------------------------------------------------------------- files
 
 void write_file(const std::string &path, const std::string &text, mode_t mode = 0600);
 std::string read_file(const std::string &path);  // fails the test when there is none
@@ -106,10 +86,7 @@ void write_config(const std::string &name, const std::string &text);
 std::string read_config(const std::string &name);
 bool is_redo_file(const std::string &path);  // what the store keeps beside a file that it has saved
 
-// ---------------------------------------------------------------------------------------------------------- locks
-
-// Looks at the semaphore itself: is there one for the key of the file at this path?
-bool locked(const std::string &path);
-int lock_count();  // the semaphore sets of the private root
+bool locked(const std::string &path);  // looks for the semaphore of the file itself
+int lock_count();                      // the semaphore sets of the private root
 
 #endif

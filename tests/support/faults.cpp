@@ -3,7 +3,6 @@
 
 #include <dlfcn.h>
 #include <errno.h>
-#include <execinfo.h>
 #include <fcntl.h>
 #include <malloc.h>
 #include <stdarg.h>
@@ -14,9 +13,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <map>
 
 namespace faults {
@@ -24,40 +21,19 @@ namespace {
 
 struct Plan {
     std::string function;
-    int error;     // or 0:
-    size_t bytes;  // how far a transfer is shortened
     int nth;
     Extent extent;
+    int error;     // or 0:
+    size_t bytes;  // how far a transfer is shortened
     std::function<void()> deed;
 };
 
 std::vector<Plan> plans;
 std::map<std::pair<std::string, int>, key_t> keys;
-bool active, was_planned, fired, latest_struck, records;
 std::vector<Change> recorded;
-int fatal_allocation;  // counts from 1; 0 is none
-
-#ifdef KAVEX_TEST_ALLOCATIONS
-Extent allocation_extent;
+bool active, was_planned, fired, latest_struck, records;
 int allocation_count;
 long block_count;
-
-struct Block {
-    const void *address;
-    void *stack[16];
-    int depth;
-};
-Block kept[4096];
-size_t kept_count;
-bool keeps;
-Block latest_failure;
-
-Block *kept_block(const void *address) {
-    Block *end = kept + kept_count;
-    Block *found = std::find_if(kept, end, [=](const Block &entry) { return entry.address == address; });
-    return found == end ? nullptr : found;
-}
-#endif
 
 // 0 where there is no file; errno stays.
 ino_t inode_of(const char *path) {
@@ -68,10 +44,6 @@ ino_t inode_of(const char *path) {
     return inode;
 }
 
-void note(Change change) {
-    if (change.file) recorded.push_back(std::move(change));
-}
-
 // Notes what has been done to an open file; gives the result, which is negative where nothing has.
 template <class Result>
 Result noted(Result result, Change::Kind kind, int fd, off_t offset = 0, const void *data = nullptr) {
@@ -80,7 +52,7 @@ Result noted(Result result, Change::Kind kind, int fd, off_t offset = 0, const v
     Pause pause;
     if (kind == Change::sync && S_ISDIR(now.st_mode)) kind = Change::sync_names;
     const std::string bytes(static_cast<const char *>(data), data ? static_cast<size_t>(result) : 0);
-    note({kind, now.st_ino, static_cast<size_t>(offset), bytes});
+    recorded.push_back({kind, now.st_ino, static_cast<size_t>(offset), bytes});
     return result;
 }
 
@@ -88,22 +60,19 @@ Result noted(Result result, Change::Kind kind, int fd, off_t offset = 0, const v
 int noted(int result, const char *old_name, ino_t old_file, const char *new_name = nullptr) {
     if (!active || !records || result < 0) return result;
     Pause pause;
-    if (old_name) note({Change::unname, old_file, 0, old_name});
-    if (new_name) note({Change::name, inode_of(new_name), 0, new_name});
+    if (old_name && old_file) recorded.push_back({Change::unname, old_file, 0, old_name});
+    if (new_name) recorded.push_back({Change::name, inode_of(new_name), 0, new_name});
     return result;
 }
 
-// The plan that strikes at this use of the function.
+// The plan that strikes at this use of the function, with its errno.
 const Plan *due(const char *function) {
     if (!active) return nullptr;
     for (Plan &plan : plans) {
-        if (plan.function != function || plan.nth == 0) continue;
-        if (plan.nth > 1) {
-            --plan.nth;
-            continue;
-        }
+        if (plan.function != function || plan.nth == 0 || (plan.nth > 1 && plan.nth--)) continue;
         if (plan.extent == once) plan.nth = 0;
         fired = true;
+        errno = plan.error ? plan.error : errno;
         if (!plan.deed) return &plan;
         Pause pause;
         plan.deed();
@@ -124,10 +93,7 @@ auto next(const char *name) {
 template <auto Function, class Result = int, class... Arguments>
 Result run(const char *name, Result failure, Arguments... arguments) {
     const auto real = next<Function>(name);  // first, as it may set errno
-    const Plan *plan = due(name);
-    if (!plan) return real(arguments...);
-    errno = plan->error;
-    return failure;
+    return due(name) ? failure : real(arguments...);
 }
 
 // A transfer either fails, or goes on with what is left of its size.
@@ -135,84 +101,33 @@ template <auto Function, class Data, class... Offset>
 ssize_t transfer(const char *name, int fd, Data *data, size_t size, Offset... offset) {
     const auto real = next<Function>(name);
     const Plan *plan = due(name);
-    if (!plan || !plan->error) return real(fd, data, plan ? std::min(size, plan->bytes) : size, offset...);
-    errno = plan->error;
-    return -1;
+    return plan && plan->error ? -1 : real(fd, data, plan ? std::min(size, plan->bytes) : size, offset...);
 }
 
 }  // namespace
 
 void fail(const char *function, int error, int nth, Extent extent) {
-    plans.push_back({function, error, 0, nth, extent, {}});
+    plans.push_back({function, nth, extent, error, 0, {}});
 }
 void shorten(const char *function, size_t bytes, int nth, Extent extent) {
-    plans.push_back({function, 0, bytes, nth, extent, {}});
+    plans.push_back({function, nth, extent, 0, bytes, {}});
 }
 void intrude(const char *function, std::function<void()> deed, int nth) {
-    plans.push_back({function, 0, 0, nth, once, std::move(deed)});
+    plans.push_back({function, nth, once, 0, 0, std::move(deed)});
 }
 void set_key(const char *path, int project, key_t key) { keys[{path, project}] = key; }
-
-#ifdef KAVEX_TEST_ALLOCATIONS
-void fail_allocation(int nth, Extent extent) {
-    fatal_allocation = nth;
-    allocation_extent = extent;
-}
-
-int allocations() { return allocation_count; }
-long blocks() { return block_count; }
-
-void keep_stacks(bool wanted) {
-    void *frame;
-    backtrace(&frame, 1);  // the first one allocates
-    kept_count = 0;
-    keeps = wanted;
-}
-
-std::string stack_of_failure() { return stack_of(latest_failure.stack, latest_failure.depth); }
-
-std::string stack_of(void *const *frames, int depth) {
-    Dl_info program, frame;
-    dladdr(&kept, &program);
-    std::string stack, latest;
-    for (int i = 0; i < depth; ++i) {
-        if (!dladdr(frames[i], &frame) || frame.dli_fbase == program.dli_fbase) continue;
-        const std::string library = std::filesystem::path(frame.dli_fname).filename();
-        const std::string function = frame.dli_sname ? frame.dli_sname : "(" + library + ")";
-        if (function != latest) stack += (stack.empty() ? "" : " < ") + function;
-        latest = function;
-    }
-    return stack;
-}
-
-std::set<std::string> stacks() {
-    std::set<std::string> found;
-    for (const Block *block = kept; block != kept + kept_count; ++block)
-        found.insert(stack_of(block->stack, block->depth));
-    return found;
-}
-#endif
+bool struck() { return latest_struck; }
 
 void record(bool wanted) {
     records = wanted;
     recorded.clear();
 }
-
 std::vector<Change> &changes() { return recorded; }
-bool struck() { return latest_struck; }
-
-void clear() {
-    end();
-    keys.clear();
-    latest_struck = false;
-}
 
 void begin() {
-    was_planned = !plans.empty() || fatal_allocation > 0;
+    was_planned = !plans.empty();
     fired = false;
-#ifdef KAVEX_TEST_ALLOCATIONS
     allocation_count = 0;
-#endif
     active = true;
 }
 
@@ -220,7 +135,12 @@ void end() {
     active = false;
     if (was_planned) latest_struck = fired;
     plans.clear();
-    fatal_allocation = 0;
+}
+
+void clear() {
+    end();
+    keys.clear();
+    latest_struck = false;
 }
 
 Pause::Pause() : active_(active) { active = false; }
@@ -247,23 +167,17 @@ int open(const char *path, int flags, ...) {
     const bool is_new = (flags & O_CREAT) && !inode_of(path);
     return noted(run<&open>("open", -1, path, flags, mode), nullptr, 0, is_new ? path : nullptr);
 }
-
 ssize_t read(int fd, void *data, size_t size) { return transfer<&read>("read", fd, data, size); }
 ssize_t write(int fd, const void *data, size_t size) { return transfer<&write>("write", fd, data, size); }
 ssize_t pread(int fd, void *data, size_t size, off_t at) { return transfer<&pread>("pread", fd, data, size, at); }
 ssize_t pwrite(int fd, const void *data, size_t size, off_t at) {
     return noted(transfer<&pwrite>("pwrite", fd, data, size, at), Change::write, fd, at, data);
 }
-
-// A close that fails has closed the descriptor all the same.
+// One that fails has closed the descriptor all the same.
 int close(int fd) {
     const int result = faults::next<&close>("close")(fd);
-    const faults::Plan *plan = faults::due("close");
-    if (!plan) return result;
-    errno = plan->error;
-    return -1;
+    return faults::due("close") ? -1 : result;
 }
-
 int fdatasync(int fd) { return noted(run<&fdatasync>("fdatasync", -1, fd), Change::sync, fd); }
 int fsync(int fd) { return noted(run<&fsync>("fsync", -1, fd), Change::sync, fd); }
 int ftruncate(int fd, off_t size) noexcept {
@@ -280,7 +194,6 @@ int unlink(const char *path) noexcept {
     const ino_t file = inode_of(path);
     return noted(run<&unlink>("unlink", -1, path), path, file);
 }
-
 int semget(key_t key, int count, int flags) noexcept { return run<&semget>("semget", -1, key, count, flags); }
 int semop(int id, sembuf *operations, size_t count) noexcept { return run<&semop>("semop", -1, id, operations, count); }
 int shmget(key_t key, size_t size, int flags) noexcept { return run<&shmget>("shmget", -1, key, size, flags); }
@@ -296,66 +209,38 @@ key_t ftok(const char *path, int project) noexcept {
     return key == -1 || set == faults::keys.end() ? key : set->second;
 }
 
-}  // extern "C"
-
 #ifdef KAVEX_TEST_ALLOCATIONS
-extern "C" {
-
 void *__libc_malloc(size_t size);
 void *__libc_calloc(size_t count, size_t size);
 void *__libc_realloc(void *block, size_t size);
 void __libc_free(void *block);
 
 static bool no_memory() {
-    using namespace faults;
-    if (!active) return false;
-    ++allocation_count;
-    if (!fatal_allocation || allocation_count < fatal_allocation) return false;
-    if (allocation_count > fatal_allocation && allocation_extent == once) return false;
-    if (keeps && allocation_count == fatal_allocation)
-        latest_failure.depth = backtrace(latest_failure.stack, std::size(latest_failure.stack));
-    fired = true;
-    errno = ENOMEM;
-    return true;
+    faults::allocation_count += faults::active;
+    return faults::due("malloc");
 }
-
 static void *counted(void *block) {
-    using namespace faults;
-    if (!active || !block) return block;
-    ++block_count;
-    if (keeps && kept_count < std::size(kept)) {
-        Block &entry = kept[kept_count++];
-        entry.address = block;
-        entry.depth = backtrace(entry.stack, std::size(entry.stack));
-    }
+    faults::block_count += faults::active && block;
     return block;
 }
-
-// What uses a block after this finds no text and no address in it.
-static void forget(void *block) {
-    using namespace faults;
-    --block_count;
-    std::memset(block, 0xa5, malloc_usable_size(block));
-    Block *entry = kept_block(block);
-    if (entry) *entry = kept[--kept_count];
-}
-
 void *malloc(size_t size) noexcept { return no_memory() ? nullptr : counted(__libc_malloc(size)); }
 void *calloc(size_t count, size_t size) noexcept { return no_memory() ? nullptr : counted(__libc_calloc(count, size)); }
-
 void *realloc(void *block, size_t size) noexcept {
     if (no_memory()) return nullptr;
-    void *grown = __libc_realloc(block, size);
-    if (!block) return counted(grown);
-    faults::Block *entry = faults::kept_block(block);
-    if (entry) entry->address = grown;
-    return grown;
+    return block ? __libc_realloc(block, size) : counted(__libc_realloc(block, size));
 }
-
+// What uses a block after this finds no text and no address in it.
 void free(void *block) noexcept {
-    if (faults::active && block) forget(block);
+    if (faults::active && block) std::memset(block, 0xa5, malloc_usable_size(block));
+    faults::block_count -= faults::active && block;
     __libc_free(block);
 }
+#endif
 
 }  // extern "C"
+
+#ifdef KAVEX_TEST_ALLOCATIONS
+void faults::fail_allocation(int nth, Extent extent) { fail("malloc", ENOMEM, nth, extent); }
+int faults::allocations() { return allocation_count; }
+long faults::blocks() { return block_count; }
 #endif
