@@ -66,15 +66,15 @@ Strings lines_of(const std::string &text) {
 }
 
 void apply(Call &call, Document &document) {
-    call.verb->change(call, document);
-    if (call.verb->change != set && call.verb->change != unset) document.structure_changed = true;
+    call.verb->action.change(call, document);
+    if (call.verb->action.change != set && call.verb->action.change != unset) document.structure_changed = true;
 }
 
 void run_line(const std::string &line, const std::string &name, Document &document) {
     Strings words = split(line);
     if (words.empty()) return;
     Call call = parse(words, name.c_str());
-    if (!call.verb || !call.verb->change || call.has('h')) throw Failure{misused, words[0] + " is no change"};
+    if (!call.verb || !call.verb->action.change || call.has('h')) throw Failure{misused, words[0] + " is no change"};
     read_value(call);
     apply(call, document);
 }

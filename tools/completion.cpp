@@ -17,14 +17,15 @@ bool begins(const std::string &text, const std::string &prefix) { return text.co
 
 bool is_wanted_container(const Line &line, const std::string &what) {
     const Verb &verb = *line.call.verb;
-    bool of_container = what == "MEMBER" && (verb.change == leave || verb.change == rename_member);
+    bool of_container = what == "MEMBER" && (verb.action.change == leave || verb.action.change == rename_member);
     return what == "CONTAINER" || of_container || line.call.has('k') || line.call.has('c');
 }
 
 void add_parts(Proposals &found, const Line &line, const std::string &what, Element child) {
     const Call &call = line.call;
     const std::string &whose = call.given("CONTAINER") ? call.container() : call.entity();
-    bool any = whose.empty() || call.verb->change == define;  // a new entity gets the fields of others of its type
+    bool any =
+        whose.empty() || call.verb->action.change == define;  // a new entity gets the fields of others of its type
     if (!any && child.name() != whose) return;
     if (what == "ATTRIBUTE")
         for (const auto &attribute : child.attributes()) found.insert(attribute.first);
@@ -74,8 +75,8 @@ Proposals candidates(const Line &line, const std::string &what) {
     if (what == "FILE") return file_names;
     if (what == "KIND") return {"group", "list", "table"};
     if (what == "FORMAT") return {"json", "text", "xml"};
-    if ((what == "NEW" || what == "OLD") && verb.change)
-        return elements(line, verb.change == rename_container ? "CONTAINER" : "ENTITY");
+    if ((what == "NEW" || what == "OLD") && verb.action.change)
+        return elements(line, verb.action.change == rename_container ? "CONTAINER" : "ENTITY");
     if (what == "NAME" || what == "NEW" || what == "OLD") {
         Strings names = configurations();
         return {names.begin(), names.end()};

@@ -28,15 +28,26 @@ struct Option {
     const char *summary;
 };
 
+using Run = int(Call &);
+using Change = void(Call &, Document &);
+Run run_change;  // opens NAME, makes the change of its verb, saves and closes
+
+// What a verb does. A batch makes the changes of its lines itself.
+struct Action {
+    Action(Run *verb) : run(verb) {}
+    Action(Change *verb) : run(run_change), change(verb) {}
+    Run *run;
+    Change *change = nullptr;
+};
+
 struct Verb {
     const char *name;     // one word, or two for the families attr, lock and user
     const char *usage;    // its arguments; Call finds them by these words
     const char *options;  // letters
     const char *summary;
     const char *example;  // arguments
-    // A change has both: run_change() opens NAME, changes, saves and closes; batch calls the change itself.
-    int (*run)(Call &);
-    void (*change)(Call &, Document &);
+    Action action;
+    const char *heading = nullptr;  // of the group of verbs that begins here
 };
 
 // One call of a verb. The arguments begin with NAME also where a batch line leaves it out.
@@ -92,9 +103,7 @@ std::string suggestion(const std::string &word, const Strings &known);
 std::string complete(Strings words);
 
 // ---- one function for each verb, in the source of its subject
-using Run = int(Call &);
-using Change = void(Call &, Document &);
-Run run_change, show, get, ls, members, find, count, refs, attr_get, batch, edit;
+Run show, get, ls, members, find, count, refs, attr_get, batch, edit;
 Run copy, rename, remove, save_as, dump, backup, restore, diff, check, lock_status, lock_clear;
 Run user_show, user_method, user_release, user_groups, user_types;
 Change set, unset, define, undefine, rename_entity, create_scope, create, dispose, rename_container;

@@ -27,7 +27,7 @@ int run(Strings words) {
     }
     if (!call.has('v')) messages::silence_library();
     Pager pager(call.has('P'));
-    return call.verb->run(call);
+    return call.verb->action.run(call);
 }
 
 int guarded(const Strings &words) {

@@ -31,106 +31,90 @@ const std::vector<Option> options = {
 
 const std::vector<Verb> verbs = {
     {"show", "NAME [SCOPE]", "FP", "print a configuration or a scope as a tree", "appliance.xml object/address", show,
-     nullptr},
+     "Look at a configuration"},
     {"get", "NAME SCOPE TYPE ENTITY [FIELD]", "dFP", "print a value, or all values of an entity",
-     "appliance.xml interface interface_t lan address", get, nullptr},
+     "appliance.xml interface interface_t lan address", get},
     {"ls", "[NAME] [SCOPE] [TYPE]", "FP", "list configurations, scopes, the contents of a scope, or entities",
-     "appliance.xml object/address address_object_t", ls, nullptr},
+     "appliance.xml object/address address_object_t", ls},
     {"members", "NAME SCOPE KIND TYPE CONTAINER", "rFP", "list the members of a container",
-     "--recursive appliance.xml object/service group service_object_t outgoing", members, nullptr},
+     "--recursive appliance.xml object/service group service_object_t outgoing", members},
     {"find", "NAME PATTERN [SCOPE]", "teFP", "search names, values and members; * and ? stand for any text",
-     "appliance.xml '192.168.*'", find, nullptr},
+     "appliance.xml '192.168.*'", find},
     {"count", "NAME SCOPE TYPE", "", "count the entities of a type", "appliance.xml object/address address_object_t",
-     count, nullptr},
+     count},
     {"refs", "NAME SCOPE TYPE ENTITY", "kFP", "list the containers that name an entity or container",
-     "appliance.xml object/address address_object_t mail-server", refs, nullptr},
-
+     "appliance.xml object/address address_object_t mail-server", refs},
     {"set", "NAME SCOPE TYPE ENTITY FIELD VALUE [FIELD VALUE]...", "nw", "set values; - reads one from standard input",
-     "appliance.xml interface interface_t lan mtu 1492", run_change, set},
+     "appliance.xml interface interface_t lan mtu 1492", set, "Change entities"},
     {"unset", "NAME SCOPE TYPE ENTITY FIELD...", "nw", "remove fields",
-     "appliance.xml interface interface_t lan description", run_change, unset},
+     "appliance.xml interface interface_t lan description", unset},
     {"define", "NAME SCOPE TYPE ENTITY [FIELD VALUE]...", "fnw", "create an entity, with or without values",
-     "appliance.xml object/address address_object_t scanner kind host", run_change, define},
+     "appliance.xml object/address address_object_t scanner kind host", define},
     {"undefine", "NAME SCOPE TYPE ENTITY", "fnw", "delete an entity that no container names",
-     "appliance.xml object/address address_object_t printer", run_change, undefine},
+     "appliance.xml object/address address_object_t printer", undefine},
     {"rename-entity", "NAME SCOPE TYPE OLD NEW", "fnw", "rename an entity, in the containers that name it too",
-     "appliance.xml object/address address_object_t printer copier", run_change, rename_entity},
-
+     "appliance.xml object/address address_object_t printer copier", rename_entity},
     {"create", "NAME SCOPE KIND TYPE CONTAINER", "fnw", "create an empty container",
-     "appliance.xml object/address group address_object_t outside", run_change, create},
+     "appliance.xml object/address group address_object_t outside", create, "Change containers"},
     {"dispose", "NAME SCOPE KIND TYPE CONTAINER", "fnw", "delete a container that no container names, not its entities",
-     "appliance.xml object/service list service_object_t recently-used", run_change, dispose},
+     "appliance.xml object/service list service_object_t recently-used", dispose},
     {"rename-container", "NAME SCOPE KIND TYPE OLD NEW", "fnw", "rename a container, in those that name it too",
-     "appliance.xml object/address group address_object_t servers dmz", run_change, rename_container},
+     "appliance.xml object/address group address_object_t servers dmz", rename_container},
     {"join", "NAME SCOPE KIND TYPE CONTAINER MEMBER...", "cfnw", "add members at the end, each name once",
-     "appliance.xml object/address group address_object_t servers printer", run_change, join},
+     "appliance.xml object/address group address_object_t servers printer", join},
     {"append", "NAME SCOPE KIND TYPE CONTAINER [MEMBER]", "fnw", "add an entity member at the end, also a second time",
-     "appliance.xml object/service list service_object_t recently-used http/tcp", run_change, append},
+     "appliance.xml object/service list service_object_t recently-used http/tcp", append},
     {"insert", "NAME SCOPE KIND TYPE CONTAINER NUMBER [MEMBER]", "fnw", "add an entity member in front of a position",
-     "appliance.xml object/service list service_object_t recently-used 1 smtp/tcp", run_change, insert},
+     "appliance.xml object/service list service_object_t recently-used 1 smtp/tcp", insert},
     {"leave", "NAME SCOPE KIND TYPE CONTAINER [MEMBER]...", "pnw", "remove members by name, or one by its position",
-     "appliance.xml object/address group address_object_t servers web-server", run_change, leave},
+     "appliance.xml object/address group address_object_t servers web-server", leave},
     {"rename-member", "NAME SCOPE KIND TYPE CONTAINER MEMBER NEW", "fnw", "replace the name of one member",
-     "appliance.xml object/user_group group user_group_object_t staff bob robert", run_change, rename_member},
-
+     "appliance.xml object/user_group group user_group_object_t staff bob robert", rename_member},
     {"attr get", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "kd", "print an attribute of an entity or container",
-     "appliance.xml interface interface_t lan reference", attr_get, nullptr},
+     "appliance.xml interface interface_t lan reference", attr_get, "Attributes"},
     {"attr set", "NAME SCOPE TYPE ENTITY ATTRIBUTE VALUE", "kfnw", "set an attribute of an entity or container",
-     "appliance.xml interface interface_t lan note 'do not touch'", run_change, attr_set},
+     "appliance.xml interface interface_t lan note 'do not touch'", attr_set},
     {"attr unset", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "kfnw", "remove an attribute of an entity or container",
-     "appliance.xml interface interface_t lan note", run_change, attr_unset},
+     "appliance.xml interface interface_t lan note", attr_unset},
     {"attr increase", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "fnw", "add 1 to a counter of an entity and print it",
-     "appliance.xml interface interface_t lan reference", run_change, attr_increase},
+     "appliance.xml interface interface_t lan reference", attr_increase},
     {"attr decrease", "NAME SCOPE TYPE ENTITY ATTRIBUTE", "fnw", "subtract 1 from a counter above 0 and print it",
-     "appliance.xml interface interface_t lan reference", run_change, attr_decrease},
-
+     "appliance.xml interface interface_t lan reference", attr_decrease},
     {"batch", "NAME", "fnw", "run the changes on standard input, one a line without NAME", "appliance.xml <changes",
-     batch, nullptr},
+     batch, "Many changes"},
     {"edit", "NAME [SCOPE]", "fnwyF", "edit a configuration or a scope with $VISUAL or $EDITOR",
-     "appliance.xml interface", edit, nullptr},
+     "appliance.xml interface", edit},
     {"create-scope", "NAME SCOPE", "nw", "create an empty scope, and the scopes around it",
-     "appliance.xml object/schedule", run_change, create_scope},
-    {"copy", "NAME NEW", "w", "copy a configuration onto another one", "appliance.xml spare.xml", copy, nullptr},
-    {"rename", "NAME NEW", "w", "rename a configuration; NEW must not exist", "spare.xml old.xml", rename, nullptr},
-    {"remove", "NAME", "w", "delete a configuration", "old.xml", remove, nullptr},
+     "appliance.xml object/schedule", create_scope, "Scopes and whole files"},
+    {"copy", "NAME NEW", "w", "copy a configuration onto another one", "appliance.xml spare.xml", copy},
+    {"rename", "NAME NEW", "w", "rename a configuration; NEW must not exist", "spare.xml old.xml", rename},
+    {"remove", "NAME", "w", "delete a configuration", "old.xml", remove},
     {"save-as", "NAME NEW", "w", "write a configuration, freshly formatted, to another one", "appliance.xml tidy.xml",
-     save_as, nullptr},
+     save_as},
     {"dump", "NAME [FILE]", "", "write a configuration to a file or standard output",
-     "appliance.xml appliance-backup.xml", dump, nullptr},
+     "appliance.xml appliance-backup.xml", dump},
     {"backup", "NAME SCOPE [FILE]", "", "write one scope to a file or standard output",
-     "appliance.xml object/address addresses.xml", backup, nullptr},
+     "appliance.xml object/address addresses.xml", backup},
     {"restore", "NAME FILE [SCOPE]", "fnw", "put back what dump or backup wrote, all or one scope of it",
-     "appliance.xml addresses.xml object/address", restore, nullptr},
-    {"diff", "OLD NEW", "FP", "show how two configurations or files differ", "before.xml appliance.xml", diff, nullptr},
+     "appliance.xml addresses.xml object/address", restore},
+    {"diff", "OLD NEW", "FP", "show how two configurations or files differ", "before.xml appliance.xml", diff,
+     "Compare and check"},
     {"check", "NAME", "RyFPw", "look for broken references, duplicates, loops and wrong counts",
-     "--repair appliance.xml", check, nullptr},
-
+     "--repair appliance.xml", check},
     {"lock status", "[NAME]...", "aF", "show whether configurations are held, since when and by whom", "--all",
-     lock_status, nullptr},
-    {"lock clear", "NAME", "yf", "remove the lock that a dead process left", "appliance.xml", lock_clear, nullptr},
-
-    {"user show", "USER", "F", "print the profile of a user who has logged in", "alice", user_show, nullptr},
-    {"user method", "USER", "F", "print the method by which a user was authenticated", "alice", user_method, nullptr},
-    {"user release", "USER", "", "forget that a user has logged in", "alice", user_release, nullptr},
+     lock_status, "Locks"},
+    {"lock clear", "NAME", "yf", "remove the lock that a dead process left", "appliance.xml", lock_clear},
+    {"user show", "USER", "F", "print the profile of a user who has logged in", "alice", user_show, "Users"},
+    {"user method", "USER", "F", "print the method by which a user was authenticated", "alice", user_method},
+    {"user release", "USER", "", "forget that a user has logged in", "alice", user_release},
     {"user groups", "GROUP [USER]", "F", "list the members of a user group, or test for one", "office alice",
-     user_groups, nullptr},
-    {"user types", "", "F", "list the built-in user types", "", user_types, nullptr},
+     user_groups},
+    {"user types", "", "F", "list the built-in user types", "", user_types},
 };
 
 const std::string options_of_all = "hqv";
 
 namespace {
-
-struct Heading {
-    const char *first;  // it is printed in front of this verb
-    const char *text;
-};
-
-constexpr Heading headings[] = {
-    {"show", "Look at a configuration"}, {"set", "Change entities"}, {"create", "Change containers"},
-    {"attr get", "Attributes"},          {"batch", "Many changes"},  {"create-scope", "Scopes and whole files"},
-    {"diff", "Compare and check"},       {"lock status", "Locks"},   {"user show", "Users"},
-};
 
 struct Usage {
     Strings words;
@@ -369,8 +353,7 @@ std::string help(const Verb *verb) {
         "/etc/kavex/conf, SCOPE a path of element names such as object/address, KIND\n"
         "table, list or group. -- ends the options.\n";
     for (const Verb &one : verbs) {
-        for (const Heading &heading : headings)
-            if (heading.first == std::string(one.name)) text += std::string("\n") + heading.text + ":\n";
+        if (one.heading) text += std::string("\n") + one.heading + ":\n";
         text += entry(std::string("  ") + one.name, one.summary, 18);
     }
     return text + "\nOptions of all verbs:\n" + option_lines(options_of_all) +
