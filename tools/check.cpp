@@ -160,7 +160,7 @@ private:
     struct Step {
         std::string key;
         Element container;
-        Element::Iterator next;
+        Element next;  // member
     };
 
     void enter(const std::string &key, Element container, std::vector<Step> &path) {
@@ -170,13 +170,13 @@ private:
 
     void step(std::vector<Step> &path) {
         Step &last = path.back();
-        if (!(last.next != last.container.end())) {
+        if (!last.next) {
             states_[last.key] = State::left;
             path.pop_back();
             return;
         }
-        Element member = *last.next;
-        ++last.next;
+        const Element member = last.next;
+        last.next = member.next();
         if (!member.is("container")) return;
         const std::string key = key_of(last.container.tag(), last.container.type(), member.text());
         auto named = containers_.find(key);

@@ -131,8 +131,8 @@ bool is_broken(const std::string &name) {
 // needs --force; its bytes are kept.
 void restore_whole(const Call &call, Document &source, bool broken) {
     const std::string &name = call.name(), kept = name + ".broken";
-    Element root = source.root();
-    bool one_scope = !(++root.begin() != root.end());
+    const Element first = source.root().begin();
+    bool one_scope = !first || !first.next();
     if (broken && one_scope && !call.has('f'))
         throw Failure{inconsistent, name + " is not well-formed, and " + call["FILE"] +
                                         " has one scope alone; --force restores it and keeps the old file as " + kept};

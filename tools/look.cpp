@@ -81,13 +81,12 @@ std::string drawn(Element element) {
 void draw(Element element, const std::string &margin, const std::string &below) {
     put(margin + drawn(element) + '\n');
     if (element.role() == Role::other) return;
-    for (Element::Iterator at = element.begin(), next = at; at != element.end(); at = next) {
-        ++next;
-        bool last = !(next != element.end());
+    for (Element child : element) {
+        bool last = !child.next();
         if (decorated())
-            draw(*at, below + (last ? "└─ " : "├─ "), below + (last ? "   " : "│  "));
+            draw(child, below + (last ? "└─ " : "├─ "), below + (last ? "   " : "│  "));
         else
-            draw(*at, below + "  ", below + "  ");
+            draw(child, below + "  ", below + "  ");
     }
 }
 
@@ -154,20 +153,19 @@ void put_names(Element container, Rows &rows) {
         if (one.is(container.tag()) && one.has("type", container.type())) groups.emplace(one.name(), one);
     std::set<std::string> names;
     groups.erase(container.name());
-    std::vector<std::pair<Element, Element::Iterator>> open = {{container, container.begin()}};
+    std::vector<Element> open = {container.begin()};  // the next member of each group
     while (!open.empty()) {
-        auto &[group, next] = open.back();
-        if (!(next != group.end())) {
+        const Element member = open.back();
+        if (!member) {
             open.pop_back();
             continue;
         }
-        Element member = *next;
-        ++next;
+        open.back() = member.next();
         const std::string name = member.text();
         if (member.is("entity") && names.insert(name).second) rows.add({{"entity", name}});
         auto nested = member.is("container") ? groups.find(name) : groups.end();
         if (nested == groups.end()) continue;
-        open.emplace_back(nested->second, nested->second.begin());
+        open.push_back(nested->second.begin());
         groups.erase(nested);
     }
 }

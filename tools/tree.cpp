@@ -3,43 +3,13 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <new>
 #include <set>
 
+#include "store/xml.h"
+
 namespace kvio {
 namespace {
-
-const xmlChar *bytes(const std::string &text) { return reinterpret_cast<const xmlChar *>(text.c_str()); }
-
-std::string taken(xmlChar *text) {
-    std::unique_ptr<xmlChar, void (*)(void *)> owner(text, xmlFree);
-    return text ? reinterpret_cast<const char *>(text) : "";
-}
-
-xmlNode *first_element(xmlNode *node) {
-    while (node && node->type != XML_ELEMENT_NODE) node = node->next;
-    return node;
-}
-
-// The text of a list of children that is nothing or one piece of text; null if it has to be put together.
-const char *in_place(const xmlNode *children) {
-    if (!children) return "";
-    bool plain = !children->next && children->type == XML_TEXT_NODE && children->content;
-    return plain ? reinterpret_cast<const char *>(children->content) : nullptr;
-}
-
-xmlAttr *find_attribute(const xmlNode *node, const char *name) {
-    for (xmlAttr *one = node->properties; one; one = one->next)
-        if (!one->ns && std::strcmp(reinterpret_cast<const char *>(one->name), name) == 0) return one;
-    return nullptr;
-}
-
-std::string text_of(xmlAttr *attribute) {
-    const char *plain = in_place(attribute->children);
-    return plain ? plain : taken(xmlNodeGetContent(reinterpret_cast<xmlNode *>(attribute)));
-}
 
 std::string group_key(const std::string &type, const std::string &name) { return '\0' + type + '\0' + name; }
 
@@ -56,44 +26,32 @@ void count_members(Element group, const std::map<std::string, xmlNode *> &named,
 
 }  // namespace
 
-std::string Element::text() const {
-    const char *plain = in_place(node_->children);
-    return plain ? plain : taken(xmlNodeGetContent(node_));
-}
+std::string Element::text() const { return xml::Text::below(node_).get(); }
 
-bool Element::has_text(const std::string &text_wanted) const {
-    const char *plain = in_place(node_->children);
-    return plain ? text_wanted == plain : text_wanted == text();
-}
+bool Element::has_text(const std::string &wanted) const { return same(xml::Text::below(node_), wanted.c_str()); }
 
-std::string Element::value() const { return node_->children ? taken(xmlNodeGetContent(node_->children)) : ""; }
+std::string Element::value() const { return node_->children ? xml::Text::content_of(node_->children).get() : ""; }
 
 std::optional<std::string> Element::attribute(const std::string &name) const {
-    xmlAttr *found = find_attribute(node_, name.c_str());
-    if (!found) return std::nullopt;
-    return text_of(found);
+    const xmlAttr *found = xml::attribute(node_, name.c_str());
+    return found ? std::optional<std::string>(xml::Text::of(found).get()) : std::nullopt;
 }
 
 bool Element::has(const char *attribute_name, const std::string &value) const {
-    xmlAttr *found = find_attribute(node_, attribute_name);
-    if (!found) return false;
-    const char *plain = in_place(found->children);
-    return plain ? value == plain : value == text_of(found);
+    const xmlAttr *found = xml::attribute(node_, attribute_name);
+    return found && xml::same(found, value.c_str());
 }
 
 std::vector<std::pair<std::string, std::string>> Element::attributes() const {
     std::vector<std::pair<std::string, std::string>> result;
     for (xmlAttr *one = node_->properties; one; one = one->next)
-        result.emplace_back(reinterpret_cast<const char *>(one->name), text_of(one));
+        result.emplace_back(xml::str(one->name), xml::Text::of(one).get());
     return result;
 }
 
-Element::Iterator &Element::Iterator::operator++() {
-    node_ = first_element(node_->next);
-    return *this;
-}
+Element Element::begin() const { return Element(xml::first_element(node_->children)); }
 
-Element::Iterator Element::begin() const { return Iterator(first_element(node_->children)); }
+Element Element::next() const { return Element(xml::first_element(node_->next)); }
 
 Element Element::parent() const {
     xmlNode *above = node_->parent;
@@ -106,8 +64,8 @@ Role Element::role() const {
     Element above = parent();
     if (!above || !above.parent()) return above ? Role::scope : Role::other;
     if (above.role() != Role::scope) return Role::other;
-    bool named = find_attribute(node_, "name");
-    if (is_kind(tag()) && (named || find_attribute(node_, "type"))) return Role::container;
+    bool named = xml::attribute(node_, "name");
+    if (is_kind(tag()) && (named || xml::attribute(node_, "type"))) return Role::container;
     return named ? Role::entity : Role::scope;
 }
 
@@ -125,16 +83,16 @@ std::string Element::label() const {
 
 void Element::set_text(const std::string &text) const {
     xmlNodeSetContent(node_, nullptr);
-    xmlNodeAddContent(node_, bytes(text));
+    xmlNodeAddContent(node_, xml::str(text.c_str()));
     if (!has_text(text)) throw std::bad_alloc();
 }
 
 void Element::set_attribute(const char *name, const std::string &value) const {
-    if (!xmlSetProp(node_, bytes(name), bytes(value))) throw std::bad_alloc();
+    if (!xmlSetProp(node_, xml::str(name), xml::str(value.c_str()))) throw std::bad_alloc();
 }
 
 Element Element::add(const std::string &tag_name) const {
-    xmlNode *added = xmlNewChild(node_, nullptr, bytes(tag_name), nullptr);
+    xmlNode *added = xmlNewChild(node_, nullptr, xml::str(tag_name.c_str()), nullptr);
     if (!added) throw std::bad_alloc();
     return Element(added);
 }

@@ -25,29 +25,23 @@ public:
 
     const char *tag() const { return reinterpret_cast<const char *>(node_->name); }
     bool is(const std::string &tag_name) const { return tag_name == tag(); }
-    std::string text() const;                      // of all descendants
-    bool has_text(const std::string &text) const;  // equals text() without a copy where that is one piece
-    std::string value() const;                     // as the store reads values: the text of the first child
+    std::string text() const;  // of all descendants
+    bool has_text(const std::string &wanted) const;
+    std::string value() const;  // as the store reads values: the text of the first child
     std::optional<std::string> attribute(const std::string &name) const;
     bool has(const char *attribute_name, const std::string &value) const;
     std::string name() const { return attribute("name").value_or(""); }
     std::string type() const { return attribute("type").value_or(""); }
     std::vector<std::pair<std::string, std::string>> attributes() const;
 
-    // for (Element child : element) visits the child elements.
-    class Iterator {
-    public:
-        explicit Iterator(xmlNode *node) : node_(node) {}
-        Element operator*() const { return Element(node_); }
-        Iterator &operator++();
-        bool operator!=(const Iterator &other) const { return node_ != other.node_; }
-
-    private:
-        xmlNode *node_;
-    };
-    Iterator begin() const;
-    Iterator end() const { return Iterator(nullptr); }
-    bool is_empty() const { return !(begin() != end()); }
+    // for (Element child : element) visits the child elements: an element is the iterator that stands at it.
+    Element begin() const;
+    Element end() const { return Element(); }
+    bool is_empty() const { return !begin(); }
+    Element operator*() const { return *this; }
+    Element &operator++() { return *this = next(); }
+    Element next() const;  // the next child of its parent
+    bool operator!=(Element other) const { return node_ != other.node_; }
 
     Element parent() const;  // null for the root
     Role role() const;
