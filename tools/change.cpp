@@ -81,11 +81,15 @@ void set_fields(kvio_node_t *entity, const Strings &pairs) {
     }
 }
 
-void refuse_if_named(const Call &call, const Document &document, const Member &member) {
-    Element container = call.has('f') ? Element() : container_naming(document.scope(call.scope()), member);
-    if (container)
-        throw Failure{inconsistent, container.tag() + (' ' + container.name()) + " names " + member.name +
-                                        "; remove it from there first, or use --force"};
+// Deletes an entity or container that no container names.
+void remove_unnamed(const Call &call, Document &document) {
+    const Element element = document.find(call);
+    const std::vector<Element> named = members_naming(element.parent(), element.identity());
+    if (!named.empty() && !call.has('f'))
+        throw Failure{inconsistent, named[0].parent().tag() + (' ' + named[0].parent().name()) + " names " +
+                                        element.name() + "; remove it from there first, or use --force"};
+    document.references.erase(element.node());
+    element.remove();
 }
 
 [[noreturn]] void refuse_existing(const std::string &what) { throw Failure{not_found, what + ": it exists already"}; }
@@ -100,45 +104,41 @@ std::string member_label(const std::string &name, const std::string &container) 
     return "member " + name + " of " + container;
 }
 
-// The entity, or with --kind the container, whose attributes a verb changes.
-Element target_of(const Call &call, const Document &document) {
-    if (call.has('k')) return document.container(call.scope(), call.option('k'), call.type(), call.entity());
-    return Element(document.entity(call));
-}
-
 using AttributeChange = int (*)(kvio_node_t *, const char *, uint32_t *);
 
 // The store counts from 0 after the largest number, and after a text that is no number.
 void change_counter(const Call &call, Document &document, AttributeChange change, bool up) {
     const std::string &attribute = checked_name(call["ATTRIBUTE"], "attribute");
-    kvio_node_t *entity = document.entity(call);
-    const std::string text = Element(entity).attribute(attribute).value_or("");
+    const Element entity = document.find(call);
+    const std::string text = entity.attribute(attribute).value_or("");
     bool countable = text.size() <= 10 && text.find_first_not_of("0123456789") == std::string::npos;
     if (!countable || (up && std::strtoull(text.c_str(), nullptr, 10) >= UINT32_MAX))
         throw Failure{inconsistent, "attribute " + attribute + " is " + text + ", which cannot be counted on"};
     uint32_t value = 0;
-    if (!change(entity, attribute.c_str(), &value)) store_failure("attribute " + attribute);
+    if (!change(entity.node(), attribute.c_str(), &value)) store_failure("attribute " + attribute);
     document.output += std::to_string(value) + '\n';
 }
 
-// Renames an element and the members that name it.
-void rename_all(Element element, const Member &before, const std::string &name) {
-    for (Element container : element.parent()) {
-        if (!before.fits(container)) continue;
-        for (Element member : container)
-            if (before.is_named_by(member)) member.set_text(name);
-    }
-    element.set_attribute("name", name);
+// Renames an entity or container and the members that name it.
+void rename_all(const Call &call, Document &document, const std::string &kind) {
+    Identity identity = {kind, call.type(), call["OLD"]};
+    const Element element = document.find(call.scope(), identity);
+    const std::vector<Element> named = members_naming(element.parent(), identity);
+    identity.name = checked_label(call["NEW"]);
+    for (Element other : element.parent())
+        if (other.is(identity)) refuse_existing((kind.empty() ? identity.type : kind) + ' ' + identity.name);
+    for (Element member : named) member.set_text(identity.name);
+    element.set_attribute("name", identity.name);
 }
 
 }  // namespace
 
 // ---- entities and scopes
 
-void set(Call &call, Document &document) { set_fields(document.entity(call), call.from("FIELD")); }
+void set(Call &call, Document &document) { set_fields(document.find(call).node(), call.from("FIELD")); }
 
 void unset(Call &call, Document &document) {
-    Element entity(document.entity(call));
+    const Element entity = document.find(call);
     for (const std::string &field : call.from("FIELD")) {
         if (!field_of(entity, field)) throw Failure{not_found, "no field " + field + " of " + entity.label()};
         while (Element found = field_of(entity, field)) found.remove();
@@ -155,19 +155,10 @@ void define(Call &call, Document &document) {
 
 void undefine(Call &call, Document &document) {
     checked_type(call.type());
-    kvio_node_t *entity = document.entity(call);
-    refuse_if_named(call, document, {"", call.type(), call.entity(), true});
-    document.references.erase(entity);
-    if (!kvio_undefine(document.get(), call.scope().c_str(), call.type().c_str(), call.entity().c_str()))
-        store_failure(call.type() + ' ' + call.entity() + " in " + call.scope());
+    remove_unnamed(call, document);
 }
 
-void rename_entity(Call &call, Document &document) {
-    const std::string &type = call.type(), &old = call["OLD"], &name = checked_label(call["NEW"]);
-    Element entity(document.entity(call.scope(), type, old));
-    if (find_entity(entity.parent(), type, name)) refuse_existing(type + ' ' + name);
-    rename_all(entity, {"", type, old, true}, name);
-}
+void rename_entity(Call &call, Document &document) { rename_all(call, document, ""); }
 
 void create_scope(Call &call, Document &document) {
     if (!made_scope(document, call.scope())) refuse_existing(call.scope());
@@ -184,24 +175,12 @@ void create(Call &call, Document &document) {
     if (!made) store_failure(call.kind() + ' ' + call.container() + " of " + call.type() + " in " + call.scope());
 }
 
-void dispose(Call &call, Document &document) {
-    Element container = document.container(call);
-    refuse_if_named(call, document, {call.kind(), call.type(), call.container(), false});
-    document.references.erase(container.node());
-    auto dispose_it = kind_of(call.kind()).dispose;
-    if (!dispose_it(document.get(), call.scope().c_str(), call.type().c_str(), call.container().c_str()))
-        store_failure(call.kind() + ' ' + call.container());
-}
+void dispose(Call &call, Document &document) { remove_unnamed(call, document); }
 
-void rename_container(Call &call, Document &document) {
-    const std::string &kind = call.kind(), &type = call.type(), &old = call["OLD"], &name = checked_label(call["NEW"]);
-    Element container = document.container(call.scope(), kind, type, old);
-    if (find_container(container.parent(), kind, type, name)) refuse_existing(kind + ' ' + name);
-    rename_all(container, {kind, type, old, false}, name);
-}
+void rename_container(Call &call, Document &document) { rename_all(call, document, kind_of(call.kind()).name); }
 
 void join(Call &call, Document &document) {
-    const Element container = document.container(call);
+    const Element container = document.find(call);
     const Handle handle = document.handle_of(call);
     const bool entities = !call.has('c');
     for (const std::string &name : call.from("MEMBER")) {
@@ -211,10 +190,8 @@ void join(Call &call, Document &document) {
         kvio_join(handle.get(), data.c_str(), entities);
         if (kvio_errno) store_failure(label);
         if (call.has('f')) continue;
-        if (!entities)
-            document.container(call.scope(), call.kind(), call.type(), name);
-        else if (holds_entities(call.type()))
-            document.entity(call.scope(), call.type(), name);
+        if (!entities || holds_entities(call.type()))
+            document.find(call.scope(), {entities ? "" : call.kind(), call.type(), name});
     }
     if (entities || call.has('f')) return;
     Owned<kvio_entities_t, kvio_free_entities> found(kvio_retrieve_all2(handle.get()));
@@ -223,19 +200,19 @@ void join(Call &call, Document &document) {
 
 void append(Call &call, Document &document) {
     const char *name = call.given("MEMBER") ? checked_label(call["MEMBER"]).c_str() : nullptr;
-    if (!kvio_append(document.handle_of(call).get(), name)) store_failure(document.container(call).label());
+    if (!kvio_append(document.handle_of(call).get(), name)) store_failure(document.find(call).label());
 }
 
 void insert(Call &call, Document &document) {
     int position = number(call["NUMBER"], "the position");
     std::string name = call.given("MEMBER") ? character_data(call["MEMBER"]) : "";
     if (!kvio_insert(document.handle_of(call).get(), name.c_str(), position))
-        store_failure(document.container(call).label());
+        store_failure(document.find(call).label());
 }
 
 void leave(Call &call, Document &document) {
     if (call.has('p') == call.given("MEMBER")) throw Failure{misused, "either members or --position"};
-    const std::string label = document.container(call).label();
+    const std::string label = document.find(call).label();
     const Handle handle = document.handle_of(call);
     if (call.has('p') && !kvio_delete(handle.get(), number(call.option('p'), "--position"))) store_failure(label);
     for (const std::string &name : call.from("MEMBER"))
@@ -243,7 +220,7 @@ void leave(Call &call, Document &document) {
 }
 
 void rename_member(Call &call, Document &document) {
-    const Element container = document.container(call);
+    const Element container = document.find(call);
     const std::string &before = call["MEMBER"], &after = call["NEW"];
     if (before != after && has_member(container, after)) refuse_existing(member_label(after, container.label()));
     if (!kvio_change_container_element(document.handle_of(call).get(), before.c_str(), character_data(after).c_str()))
@@ -258,7 +235,7 @@ void attr_set(Call &call, Document &document) {
     if (attribute == "name") checked_label(value);
     if (attribute == "type" && call.has('k')) checked_name(value, "type");
     if (attribute == "xmlns") throw Failure{misused, "the attribute xmlns cannot be set: it would hide the element"};
-    Element target = target_of(call, document);
+    Element target = document.find(call);
     if (!kvio_setattr_entity(target.node(), attribute.c_str(), value.c_str())) store_failure(target.label());
 }
 
@@ -266,7 +243,7 @@ void attr_unset(Call &call, Document &document) {
     const std::string &attribute = call["ATTRIBUTE"];
     if (attribute == "name" || (attribute == "type" && call.has('k')))
         throw Failure{misused, "the attribute " + attribute + " cannot be removed"};
-    Element target = target_of(call, document);
+    Element target = document.find(call);
     if (!kvio_unsetattr_entity(target.node(), attribute.c_str())) store_failure(target.label());
 }
 

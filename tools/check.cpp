@@ -20,12 +20,6 @@ struct Problem {
     std::string count;   // the count that it sets; empty: it removes the target
 };
 
-// What elements of one kind share, in the order in which problems are reported: type and name of an entity; kind, type
-// and name of a container. XML texts have no byte zero.
-std::string key_of(const std::string &tag, const std::string &type, const std::string &name) {
-    return tag + (type.empty() && !is_kind(tag) ? "" : '\0' + type) + '\0' + name;
-}
-
 bool is_number(const std::string &text) {
     std::size_t digits = !text.empty() && text[0] == '-' ? 1 : 0;
     return text.size() > digits && text.find_first_not_of("0123456789", digits) == std::string::npos;
@@ -52,28 +46,22 @@ std::string contents_of(Element element) {
 class ScopeCheck {
 public:
     ScopeCheck(Element scope, std::vector<Problem> &problems) : scope_(scope.scope()), problems_(problems) {
-        for (Element child : scope) {
-            Role role = child.role();
-            if (role == Role::entity) entities_[key_of(child.tag(), "", child.name())].push_back(child);
-            if (role == Role::container) containers_[key_of(child.tag(), child.type(), child.name())].push_back(child);
-        }
+        for (Element child : scope)
+            if (child.role() != Role::scope) elements_[child.identity()].push_back(child);
     }
 
     void run() {
-        for (auto &[key, same] : entities_) check_unique(same, short_label(same[0]));
-        for (auto &[key, same] : containers_) {
-            check_unique(same, same[0].label());
+        for (auto &[identity, same] : elements_) {
+            check_unique(same, identity.label());
+            if (identity.kind.empty()) continue;
             for (Element container : same) check_container(container);
         }
         look_for_loops();
-        for (const auto &[key, same] : entities_) check_count(same, key, false);
-        for (const auto &[key, same] : containers_)
-            if (same[0].is("group")) check_count(same, key, true);
+        for (const auto &[identity, same] : elements_)
+            if (identity.kind.empty() || identity.kind == "group") check_count(same, identity);
     }
 
 private:
-    using Found = std::map<std::string, std::vector<Element>>;
-
     Problem &found(const std::string &text, const std::string &fault) {
         problems_.push_back({scope_ + ": " + text, fault.empty() ? "" : scope_ + ": " + fault, "", Element(), ""});
         return problems_.back();
@@ -117,7 +105,7 @@ private:
             if (!is_new) fault = "is there already: " + name;
             if (!member.is(first->second)) removable = false;  // an entity and a group: it is not clear which is meant
         }
-        if (group && known && (fault.empty() || !removable)) ++references_[named_by(container, member, name)];
+        if (group && known && (fault.empty() || !removable)) ++references_[named_by(container, member)];
         if (fault.empty()) return;
         const std::string what = short_label(container);
         Problem &problem =
@@ -127,84 +115,74 @@ private:
         problem.target = member;
     }
 
-    static std::string named_by(Element container, Element member, const std::string &name) {
-        return member.is("entity") ? key_of(container.type(), "", name) : key_of("group", container.type(), name);
-    }
-
     std::string member_fault(Element container, Element member, const std::string &name) const {
         const std::string type = container.type(), tag = member.tag();
         if (tag != "entity" && tag != "container") return "is neither entity nor container: " + tag;
         if (name.empty()) return "has no name";
-        if (type.empty()) return "";
-        if (tag == "container") {
-            bool there = containers_.count(key_of(container.tag(), type, name)) != 0;
-            return there ? "" : std::string("names no ") + container.tag() + ": " + name;
-        }
-        if (!holds_entities(type) || is_default_name(name)) return "";
-        return entities_.count(key_of(type, "", name)) ? "" : "names no " + type + ": " + name;
+        if (type.empty() || elements_.count(named_by(container, member))) return "";
+        if (tag == "entity" && (!holds_entities(type) || is_default_name(name))) return "";
+        return "names no " + (tag == "entity" ? type : container.tag()) + ": " + name;
     }
 
     // Walks from each container through those that it names, each one once:
     // 1. A container on the path that is met again is a loop.
     // 2. One that was left is not walked again.
     void look_for_loops() {
-        for (const auto &[key, same] : containers_) {
-            if (states_[key] != State::unseen) continue;
+        for (const auto &[identity, same] : elements_) {
+            if (identity.kind.empty() || states_[identity] != State::unseen) continue;
             std::vector<Step> path;
-            enter(key, same[0], path);
+            enter(same[0], path);
             while (!path.empty()) step(path);
         }
     }
 
     enum class State { unseen, on_path, left };
     struct Step {
-        std::string key;
         Element container;
         Element next;  // member
     };
 
-    void enter(const std::string &key, Element container, std::vector<Step> &path) {
-        states_[key] = State::on_path;
-        path.push_back({key, container, container.begin()});
+    void enter(Element container, std::vector<Step> &path) {
+        states_[container.identity()] = State::on_path;
+        path.push_back({container, container.begin()});
     }
 
     void step(std::vector<Step> &path) {
         Step &last = path.back();
         if (!last.next) {
-            states_[last.key] = State::left;
+            states_[last.container.identity()] = State::left;
             path.pop_back();
             return;
         }
         const Element member = last.next;
         last.next = member.next();
         if (!member.is("container")) return;
-        const std::string key = key_of(last.container.tag(), last.container.type(), member.text());
-        auto named = containers_.find(key);
-        if (named == containers_.end()) return;
-        State state = states_[key];
-        if (state == State::unseen) enter(key, named->second[0], path);
-        if (state == State::on_path) report_loop(path, key);
+        auto named = elements_.find(named_by(last.container, member));
+        if (named == elements_.end()) return;
+        State state = states_[named->first];
+        if (state == State::unseen) enter(named->second[0], path);
+        if (state == State::on_path) report_loop(path, named->second[0]);
     }
 
-    void report_loop(const std::vector<Step> &path, const std::string &key) {
+    void report_loop(const std::vector<Step> &path, Element container) {
         std::size_t first = path.size() - 1;
-        while (path[first].key != key) --first;
+        while (path[first].container != container) --first;
         std::string text;
         for (std::size_t i = first; i < path.size(); ++i) text += path[i].container.name() + " > ";
-        const std::string name = path[first].container.name();
-        text = short_label(path[first].container) + " contains itself: " + text + name;
+        text = short_label(container) + " contains itself: " + text + container.name();
         found(text, text);
     }
 
     // Programs read 0 where the attribute is missing. One group may name an element that no program counts; with a
     // second one the count is too low. Nor do programs count the parent in which they create a group.
     // A count that is too low lets a program delete what is in use, so a repair raises it.
-    void check_count(const std::vector<Element> &same, const std::string &key, bool is_group) {
+    void check_count(const std::vector<Element> &same, const Identity &identity) {
         const Element element = same[0];
         std::optional<std::string> text = element.attribute("reference");
-        int named = references_[key];
+        const bool is_group = !identity.kind.empty();
+        const int named = references_[identity];
         if (same.size() != 1 || (!text && named < 2)) return;
-        if (is_group && (element.type().empty() || element.name().empty())) return;
+        if (is_group && (identity.type.empty() || identity.name.empty())) return;
         bool number = !text || is_number(*text);
         long counted = text ? std::strtol(text->c_str(), nullptr, 10) : 0;
         if (text && number && (counted == named || (is_group && counted == named - 1))) return;
@@ -221,9 +199,9 @@ private:
 
     std::string scope_;
     std::vector<Problem> &problems_;
-    Found entities_, containers_;
-    std::map<std::string, int> references_;
-    std::map<std::string, State> states_;
+    std::map<Identity, std::vector<Element>> elements_;  // entities and containers
+    std::map<Identity, int> references_;
+    std::map<Identity, State> states_;
 };
 
 std::vector<Problem> problems_of(const Document &document) {

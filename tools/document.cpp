@@ -201,36 +201,36 @@ Element Document::scope(const std::string &path) const {
     return Element(first);
 }
 
-kvio_node_t *Document::entity(const std::string &scope_path, const std::string &type, const std::string &name) const {
-    kvio_node_t *node = kvio_retrieve_entity(get(), scope_path.c_str(), type.c_str(), name.c_str());
-    if (node) return node;
-    Element parent = scope(scope_path);
-    if (kvio_errno == KVIO_NOT_FOUND) {
-        Strings types, names;
-        for (Element child : parent)
-            if (child.role() == Role::entity)
-                (child.is(type) ? names : types).push_back(child.is(type) ? child.name() : child.tag());
-        throw Failure{not_found, "no " + type + " " + name + " in " + scope_path +
-                                     (names.empty() ? suggestion(type, types) : suggestion(name, names))};
+Element Document::find(const std::string &scope_path, const Identity &wanted) const {
+    const Element parent = scope(scope_path);
+    Strings types, names;
+    Element found;
+    for (Element child : parent) {
+        if (child.is(wanted) && found && wanted.kind.empty())
+            throw Failure{inconsistent, wanted.label() + " in " + scope_path + ": the name is not unique"};
+        if (child.is(wanted) && !found) found = child;
     }
-    store_failure(type + " " + name + " in " + scope_path);
+    if (found) return found;
+    for (Element child : parent) {
+        const Identity other = child.identity();
+        if (other.kind != wanted.kind || other.name.empty()) continue;
+        types.push_back(other.type);
+        if (other.type == wanted.type) names.push_back(other.name);
+    }
+    throw Failure{not_found, "no " + wanted.label() + " in " + scope_path +
+                                 (names.empty() ? suggestion(wanted.type, types) : suggestion(wanted.name, names))};
 }
 
-Element Document::container(const std::string &scope_path, const std::string &kind, const std::string &type,
-                            const std::string &name) const {
-    Element parent = scope(scope_path), found = find_container(parent, kind_of(kind).name, type, name);
-    if (found) return found;
-    Strings known;
-    for (Element child : parent)
-        if (child.is(kind) && child.has("type", type)) known.push_back(child.name());
-    throw Failure{not_found, "no " + kind + " " + name + " of " + type + " in " + scope_path + suggestion(name, known)};
+Identity identity_of(const Call &call) {
+    if (call.given("KIND")) return {kind_of(call.kind()).name, call.type(), call.container()};
+    return {call.has('k') ? kind_of(call.option('k')).name : "", call.type(), call.entity()};
 }
 
 const Kind &kind_of(const std::string &name) {
     static const Kind kinds[] = {
-        {"table", kvio_create_table, kvio_open_table, kvio_dispose_table},
-        {"list", kvio_create_list, kvio_open_list, kvio_dispose_list},
-        {"group", kvio_create_group, kvio_open_group, kvio_dispose_group},
+        {"table", kvio_create_table, kvio_open_table},
+        {"list", kvio_create_list, kvio_open_list},
+        {"group", kvio_create_group, kvio_open_group},
     };
     for (const Kind &kind : kinds)
         if (kind.name == name) return kind;
@@ -238,7 +238,7 @@ const Kind &kind_of(const std::string &name) {
 }
 
 Handle Document::handle_of(const Call &call) const {
-    Element found = container(call);
+    Element found = find(call);
     Handle handle(
         kind_of(call.kind()).open(get(), call.scope().c_str(), call.type().c_str(), call.container().c_str()));
     if (!handle) store_failure(found.label());

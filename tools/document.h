@@ -35,6 +35,9 @@ std::unique_ptr<SignalsBlocked> with_lock(const Call &call, const std::string &w
 
 using Handle = Owned<kvio_iterator_t, kvio_close_table>;
 
+// What a call is about: its CONTAINER, its ENTITY, or with --kind the container of that name.
+Identity identity_of(const Call &call);
+
 class Document {
 public:
     static Document look(const std::string &name) { return snapshot(path_of(name), path_of(name)); }  // no lock
@@ -54,13 +57,8 @@ public:
     Element root() const;  // throws unless it is kavex
     // These throw a Failure that names what is missing or not unique.
     Element scope(const std::string &path) const;
-    kvio_node_t *entity(const std::string &scope, const std::string &type, const std::string &name) const;
-    kvio_node_t *entity(const Call &call) const { return entity(call.scope(), call.type(), call.entity()); }
-    Element container(const std::string &scope, const std::string &kind, const std::string &type,
-                      const std::string &name) const;
-    Element container(const Call &call) const {
-        return container(call.scope(), call.kind(), call.type(), call.container());
-    }
+    Element find(const std::string &scope, const Identity &wanted) const;
+    Element find(const Call &call) const { return find(call.scope(), identity_of(call)); }
     Handle handle_of(const Call &call) const;  // of its container
 
     std::string output;              // of a change, to be printed once it is saved
@@ -104,7 +102,6 @@ struct Kind {
     const char *name;
     kvio_iterator_t *(*create)(kvio_config_t *, const char *, const char *, const char *);
     kvio_iterator_t *(*open)(kvio_config_t *, const char *, const char *, const char *);
-    int (*dispose)(kvio_config_t *, const char *, const char *, const char *);
 };
 const Kind &kind_of(const std::string &name);
 

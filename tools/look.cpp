@@ -11,10 +11,6 @@
 namespace kvio {
 namespace {
 
-Element entity_in(const Document &document, const Call &call) {
-    return Element(document.entity(call.scope(), checked_name(call.type(), "type"), call.entity()));
-}
-
 // With --default, in the place of what is not there.
 template <class Print>
 void or_default(const Call &call, Print print) {
@@ -38,7 +34,7 @@ std::string value_of(kvio_node_t *entity, const std::string &field, const std::s
 void put_values(const Call &call, const Document &document) {
     Rows rows(call);
     const std::string &wanted = call["FIELD"];
-    Element entity = entity_in(document, call);
+    Element entity = document.find(call);
     if (!wanted.empty() && !rows.as_json()) return put(value_of(entity.node(), wanted, entity.label()) + '\n');
     if (!wanted.empty()) rows.add({{"field", wanted}, {"value", value_of(entity.node(), wanted, entity.label())}});
     if (wanted.empty())
@@ -172,7 +168,7 @@ void put_names(Element container, Rows &rows) {
 
 void put_entities(Document &document, const Call &call, Rows &rows) {
     Owned<kvio_entities_t, kvio_free_entities> found(kvio_retrieve_all2(document.handle_of(call).get()));
-    if (!found) store_failure(document.container(call).label());
+    if (!found) store_failure(document.find(call).label());
     for (int i = 0; i < found->count; ++i) rows.add({{"entity", Element(found->items[i]).name()}});
 }
 
@@ -281,7 +277,7 @@ int ls(Call &call) {
 int members(Call &call) {
     Document document = Document::look(call.name());
     Rows rows(call);
-    Element container = document.container(call);
+    Element container = document.find(call);
     if (!call.has('r'))
         for (Element member : container) rows.add({{"member", member.tag()}, {"name", member.text()}});
     else if (holds_entities(call.type()))
@@ -313,22 +309,22 @@ int count(Call &call) {
 int refs(Call &call) {
     Document document = Document::look(call.name());
     Rows rows(call, true);
-    Member member = {call.has('k') ? kind_of(call.option('k')).name : "", call.type(), call.entity(), !call.has('k')};
-    bool found = false;
-    for (Element container : document.scope(call.scope())) {
-        if (member.times_in(container) == 0) continue;
-        rows.add({{"kind", container.tag()}, {"type", container.type()}, {"name", container.name()}});
-        found = true;
+    const std::vector<Element> found = members_naming(document.scope(call.scope()), identity_of(call));
+    Element last;
+    for (Element member : found) {
+        const Element container = member.parent();
+        if (container != last)
+            rows.add({{"kind", container.tag()}, {"type", container.type()}, {"name", container.name()}});
+        last = container;
     }
     rows.finish();
-    return found ? success : not_found;
+    return found.empty() ? not_found : success;
 }
 
 int attr_get(Call &call) {
     Document document = Document::look(call.name());
     or_default(call, [&] {
-        Element element = call.has('k') ? document.container(call.scope(), call.option('k'), call.type(), call.entity())
-                                        : entity_in(document, call);
+        const Element element = document.find(call);
         std::optional<std::string> value = element.attribute(call["ATTRIBUTE"]);
         if (!value) throw Failure{not_found, "no attribute " + call["ATTRIBUTE"] + " of " + element.label()};
         put(*value + '\n');

@@ -5,26 +5,29 @@
 #include <cstdlib>
 #include <new>
 #include <set>
+#include <tuple>
 
 #include "store/xml.h"
 
 namespace kvio {
 namespace {
 
-std::string group_key(const std::string &type, const std::string &name) { return '\0' + type + '\0' + name; }
-
 // Counts each element that a group names once, however often it does.
-void count_members(Element group, const std::map<std::string, xmlNode *> &named, References &counts) {
-    const std::string entity = group.type() + '\0', container = group_key(group.type(), "");
+void count_members(Element group, const std::map<Identity, xmlNode *> &known, References &counts) {
     std::set<xmlNode *> seen;
     for (Element member : group) {
-        std::string key = member.is("container") ? container : entity;
-        auto found = named.find(key.append(member.text()));
-        if (found != named.end() && seen.insert(found->second).second) ++counts[found->second];
+        auto found = known.find(named_by(group, member));
+        if (found != known.end() && seen.insert(found->second).second) ++counts[found->second];
     }
 }
 
 }  // namespace
+
+bool Identity::operator<(const Identity &other) const {
+    return std::tie(kind, type, name) < std::tie(other.kind, other.type, other.name);
+}
+
+std::string Identity::label() const { return kind.empty() ? type + ' ' + name : kind + ' ' + name + " of " + type; }
 
 std::string Element::text() const { return xml::Text::below(node_).get(); }
 
@@ -76,9 +79,13 @@ std::string Element::scope() const {
     return outer.empty() ? tag() : outer + '/' + tag();
 }
 
-std::string Element::label() const {
-    std::string text = tag() + (' ' + name());
-    return role() == Role::container ? text + " of " + type() : text;
+Identity Element::identity() const {
+    return role() == Role::container ? Identity{tag(), type(), name()} : Identity{"", tag(), name()};
+}
+
+bool Element::is(const Identity &wanted) const {
+    if (!is(wanted.kind.empty() ? wanted.type : wanted.kind) || !has("name", wanted.name)) return false;
+    return wanted.kind.empty() || has("type", wanted.type);
 }
 
 void Element::set_text(const std::string &text) const {
@@ -118,52 +125,33 @@ bool holds_entities(const std::string &type) { return type != "user_group_object
 
 bool is_kind(const std::string &tag) { return tag == "table" || tag == "list" || tag == "group"; }
 
-Element find_entity(Element scope, const std::string &type, const std::string &name) {
-    for (Element child : scope)
-        if (child.is(type) && child.has("name", name)) return child;
-    return Element();
+Identity named_by(Element container, Element member) {
+    return {member.is("container") ? container.tag() : "", container.type(), member.text()};
 }
 
-Element find_container(Element scope, const std::string &kind, const std::string &type, const std::string &name) {
-    for (Element child : scope)
-        if (child.is(kind) && child.has("name", name) && child.has("type", type)) return child;
-    return Element();
-}
-
-bool Member::fits(Element container) const {
-    return (kind.empty() ? is_kind(container.tag()) : container.is(kind)) && container.has("type", type);
-}
-
-bool Member::is_named_by(Element member) const {
-    return member.is(entity ? "entity" : "container") && member.has_text(name);
-}
-
-int Member::times_in(Element container) const {
-    int many = 0;
-    if (fits(container))
-        for (Element one : container) many += is_named_by(one);
-    return many;
-}
-
-Element container_naming(Element scope, const Member &member) {
-    for (Element container : scope)
-        if (member.times_in(container) > 0) return container;
-    return Element();
+std::vector<Element> members_naming(Element scope, const Identity &named) {
+    const bool entity = named.kind.empty();
+    std::vector<Element> found;
+    for (Element container : scope) {
+        if (!(entity ? is_kind(container.tag()) : container.is(named.kind)) || !container.has("type", named.type))
+            continue;
+        for (Element member : container)
+            if (member.is(entity ? "entity" : "container") && member.has_text(named.name)) found.push_back(member);
+    }
+    return found;
 }
 
 References references_below(Element root) {
     References result;
     each_scope(root, [&](Element scope) {
-        std::map<std::string, xmlNode *> named;
+        std::map<Identity, xmlNode *> known;
         for (Element child : scope) {
-            bool group = child.is("group");
-            if (!group && child.role() != Role::entity) continue;
-            named.emplace(group ? group_key(child.type(), child.name()) : child.tag() + ('\0' + child.name()),
-                          child.node());
+            if (!child.is("group") && child.role() != Role::entity) continue;
+            known.emplace(child.identity(), child.node());
             result[child.node()] = 0;
         }
         for (Element group : scope)
-            if (group.is("group")) count_members(group, named, result);
+            if (group.is("group")) count_members(group, known, result);
     });
     return result;
 }

@@ -16,6 +16,14 @@ namespace kvio {
 
 enum class Role { scope, entity, container, other };
 
+// What tells the entities and containers of a scope apart. An entity is of the kind "".
+struct Identity {
+    std::string kind, type, name;
+
+    bool operator<(const Identity &other) const;
+    std::string label() const;  // "host_t lan", "group inside of host_t"
+};
+
 class Element {
 public:
     explicit Element(xmlNode *node = nullptr) : node_(node) {}
@@ -46,7 +54,9 @@ public:
     Element parent() const;  // null for the root
     Role role() const;
     std::string scope() const;  // the path below the root, of a scope or of an element in one
-    std::string label() const;  // "host_t lan", "group inside of host_t"
+    Identity identity() const;
+    bool is(const Identity &wanted) const;
+    std::string label() const { return identity().label(); }
 
     void set_text(const std::string &text) const;
     void set_attribute(const char *name, const std::string &value) const;
@@ -63,23 +73,12 @@ void each_scope(Element parent, const std::function<void(Element)> &visit);
 // Members of user groups are names of users, which are no entities of the configuration.
 bool holds_entities(const std::string &type);
 
-// The first with this identity in a scope, or null.
-Element find_entity(Element scope, const std::string &type, const std::string &name);
-Element find_container(Element scope, const std::string &kind, const std::string &type, const std::string &name);
-
 bool is_kind(const std::string &tag);  // table, list or group
 
-// What containers of one type, and of one kind unless that is empty, may name.
-struct Member {
-    std::string kind, type, name;
-    bool entity;
-
-    bool fits(Element container) const;
-    bool is_named_by(Element member) const;
-    int times_in(Element container) const;
-};
-
-Element container_naming(Element scope, const Member &member);  // the first one, or null
+// The entity or container that a member names.
+Identity named_by(Element container, Element member);
+// The members that name it, of the containers of a scope.
+std::vector<Element> members_naming(Element scope, const Identity &named);
 
 // How many groups name each entity and group below an element.
 using References = std::map<xmlNode *, int>;
