@@ -88,7 +88,7 @@ private:
     void check_container(Element container) {
         bool typed = !container.type().empty(), named = !container.name().empty();
         if (!typed) found(short_label(container) + " has no type", short_label(container) + " has no type");
-        const std::string nameless = container.tag() + (" of " + container.type()) + " has no name";
+        const std::string nameless = container.identity().full_type() + " has no name";
         if (!named) found(nameless, nameless);
         std::map<std::string, std::string> seen;  // names of a group's members, and what they are of
         int position = 0;

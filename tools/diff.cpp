@@ -53,11 +53,10 @@ private:
     }
 
     void add_part(Element element, const std::string &scope) {
-        bool container = element.role() == Role::container;
-        const std::string tag = container ? element.tag() + (" of " + element.type()) : element.tag();
-        const std::string place = add(scope + separator + tag + separator + element.name(), "");
+        const Identity identity = element.identity();
+        const std::string place = add(scope + separator + identity.full_type() + separator + identity.name, "");
         add_attributes(element, place);
-        if (container)
+        if (!identity.kind.empty())
             add_members(element, place);
         else
             for (Element field : element) add(place + separator + field.tag(), field.value());

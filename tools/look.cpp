@@ -179,41 +179,33 @@ public:
     Search(const Call &call, Rows &rows)
         : pattern_(call["PATTERN"]), type_(call.option('t')), field_(call.option('e')), rows_(rows) {}
 
-    bool in_scope(Element scope) {
-        const std::string path = scope.scope();
+    void in_scope(Element scope) {
         for (Element child : scope) {
-            Role role = child.role();
-            if (role == Role::scope) in_scope(child);
-            if (role == Role::entity && (type_.empty() || child.is(type_))) in_parts(child, child.tag(), path);
-            if (role == Role::container && field_.empty() && (type_.empty() || child.has("type", type_)))
-                in_parts(child, child.tag() + (" of " + child.type()), path);
+            if (child.role() == Role::scope)
+                in_scope(child);
+            else
+                in_parts(child, child.identity(), scope.scope());
         }
-        return found_;
     }
 
 private:
     bool matches(const std::string &text) const { return fnmatch(pattern_.c_str(), text.c_str(), 0) == 0; }
 
     // The name of an entity or container, its fields or members.
-    void in_parts(Element element, const std::string &type, const std::string &path) {
-        const std::string name = element.name();
-        bool container = element.role() == Role::container;
-        if (field_.empty() && matches(name)) {
-            rows_.add({{"scope", path}, {"type", type}, {"name", name}});
-            found_ = true;
-        }
+    void in_parts(Element element, const Identity &identity, const std::string &scope) {
+        const bool container = !identity.kind.empty();
+        if ((container && !field_.empty()) || (!type_.empty() && type_ != identity.type)) return;
+        const std::string type = identity.full_type(), &name = identity.name;
+        if (field_.empty() && matches(name)) rows_.add({{"scope", scope}, {"type", type}, {"name", name}});
         for (Element part : element) {
-            if (!field_.empty() && !part.is(field_)) continue;
             const std::string value = container ? part.text() : part.value();
-            if (!matches(value)) continue;
-            rows_.add({{"scope", path}, {"type", type}, {"name", name}, {"field", part.tag()}, {"value", value}});
-            found_ = true;
+            if ((field_.empty() || part.is(field_)) && matches(value))
+                rows_.add({{"scope", scope}, {"type", type}, {"name", name}, {"field", part.tag()}, {"value", value}});
         }
     }
 
     std::string pattern_, type_, field_;
     Rows &rows_;
-    bool found_ = false;
 };
 
 }  // namespace
@@ -249,14 +241,12 @@ int ls(Call &call) {
     Rows rows(call);
     if (!call.given("NAME")) {
         for (const std::string &name : configurations()) rows.add({{"name", name}});
-        rows.finish();
-        return success;
+        return rows.finish();
     }
     Document document = Document::look(call.name());
     if (!call.given("SCOPE")) {
         each_scope(document.root(), [&](Element scope) { rows.add({{"scope", scope.scope()}}); });
-        rows.finish();
-        return success;
+        return rows.finish();
     }
     for (Element child : document.scope(call.scope())) {
         Role role = child.role();
@@ -270,8 +260,7 @@ int ls(Call &call) {
             rows.add({{"type", child.tag()}, {"name", child.name()}});
         }
     }
-    rows.finish();
-    return success;
+    return rows.finish();
 }
 
 int members(Call &call) {
@@ -284,17 +273,15 @@ int members(Call &call) {
         put_entities(document, call, rows);
     else
         put_names(container, rows);
-    rows.finish();
-    return success;
+    return rows.finish();
 }
 
 int find(Call &call) {
     Document document = Document::look(call.name());
     Rows rows(call, true);
     Search search(call, rows);
-    bool found = search.in_scope(call.given("SCOPE") ? document.scope(call.scope()) : document.root());
-    rows.finish();
-    return found ? success : not_found;
+    search.in_scope(call.given("SCOPE") ? document.scope(call.scope()) : document.root());
+    return rows.finish(not_found);
 }
 
 int count(Call &call) {
@@ -309,16 +296,14 @@ int count(Call &call) {
 int refs(Call &call) {
     Document document = Document::look(call.name());
     Rows rows(call, true);
-    const std::vector<Element> found = members_naming(document.scope(call.scope()), identity_of(call));
     Element last;
-    for (Element member : found) {
+    for (Element member : members_naming(document.scope(call.scope()), identity_of(call))) {
         const Element container = member.parent();
         if (container != last)
             rows.add({{"kind", container.tag()}, {"type", container.type()}, {"name", container.name()}});
         last = container;
     }
-    rows.finish();
-    return found.empty() ? not_found : success;
+    return rows.finish(not_found);
 }
 
 int attr_get(Call &call) {

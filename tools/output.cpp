@@ -176,10 +176,8 @@ std::string format_of(const Call &call, bool xml_allowed) {
                   std::string("FORMAT is text") + (xml_allowed ? ", json or xml" : " or json") + ", not " + format};
 }
 
-Rows::Rows(const Call &call, bool explains_status)
-    : json_(format_of(call) == "json"), silent_(explains_status && messages::quiet) {}
-
 void Rows::add(const std::vector<std::pair<const char *, std::string>> &row) {
+    empty_ = false;
     if (silent_) return;
     if (json_) {
         auto quoted = row;
@@ -195,7 +193,7 @@ void Rows::add(const std::vector<std::pair<const char *, std::string>> &row) {
         put_line(line, {});
 }
 
-void Rows::finish() {
+Status Rows::finish(Status if_empty) {
     std::vector<std::size_t> widths;
     for (const Strings &line : lines_)
         for (std::size_t i = 0; i < line.size(); ++i) {
@@ -205,6 +203,7 @@ void Rows::finish() {
         }
     for (const Strings &line : lines_) put_line(line, widths);
     if (json_ && !silent_) put(json_lines(objects_));
+    return empty_ ? if_empty : success;
 }
 
 }  // namespace kvio

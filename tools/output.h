@@ -60,13 +60,14 @@ std::string format_of(const Call &call, bool xml_allowed = false);
 class Rows {
 public:
     // With --quiet, rows that only explain the exit status are not printed.
-    explicit Rows(const Call &call, bool explains_status = false);
+    explicit Rows(const Call &call, bool explains_status = false)
+        : json_(format_of(call) == "json"), silent_(explains_status && messages::quiet) {}
     void add(const std::vector<std::pair<const char *, std::string>> &row);
-    void finish();  // prints what add() has not printed yet
+    Status finish(Status if_empty = success);  // prints what add() has not printed yet; the status of the verb
     bool as_json() const { return json_; }
 
 private:
-    bool json_, silent_;
+    bool json_, silent_, empty_ = true;
     Strings objects_;
     std::vector<Strings> lines_;
 };

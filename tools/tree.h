@@ -22,6 +22,7 @@ struct Identity {
 
     bool operator<(const Identity &other) const;
     std::string label() const;  // "host_t lan", "group inside of host_t"
+    std::string full_type() const { return kind.empty() ? type : kind + " of " + type; }
 };
 
 class Element {

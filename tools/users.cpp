@@ -58,8 +58,7 @@ int user_show(Call &call) {
     put_row("re_auth", std::to_string(profile->re_auth));
     put_row("remote_admin", std::to_string(profile->remote_admin));
     put_row("remote_access", std::to_string(profile->remote_access));
-    rows.finish();
-    return success;
+    return rows.finish();
 }
 
 // Reads one slot of the buffer without the lock, which only the look-ups of the library take.
@@ -68,8 +67,7 @@ int user_method(Call &call) {
     int method = logged_in(call["USER"]);
     Rows rows(call);
     rows.add({{"method", method_word(method)}, {"number", std::to_string(method)}});
-    rows.finish();
-    return success;
+    return rows.finish();
 }
 
 int user_release(Call &call) {
@@ -88,8 +86,7 @@ int user_groups(Call &call) {
     } else if (Group group{retrieve_user_group(name.c_str())}) {
         Rows rows(call);
         for (int i = 0; i < group->member_count; ++i) rows.add({{"user", group->members[i].name}});
-        rows.finish();
-        return success;
+        return rows.finish();
     }
     int known = verify_user_group(name.c_str());
     if (known == 0) throw Failure{not_found, "no user group " + name};
@@ -112,8 +109,7 @@ int user_types(Call &call) {
                   {"visibility", std::to_string(row->visibility)},
                   {"remote_admin", std::to_string(row->remote_admin)},
                   {"remote_access", std::to_string(row->remote_access)}});
-    rows.finish();
-    return success;
+    return rows.finish();
 }
 
 }  // namespace kvio
