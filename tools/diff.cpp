@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <map>
+#include <optional>
 
 #include "base/paths.h"
 #include "document.h"
@@ -17,19 +19,23 @@ namespace {
 // nor the marks of value 1, which keep places apart that look the same when they are printed.
 constexpr char separator = '\0', mark = '\1';
 
+enum Side { old_side, new_side };
+using Text = std::optional<std::string>;
+using Texts = std::map<std::string, std::array<Text, 2>>;
+
+// Adds the texts of one document.
 class Contents {
 public:
-    explicit Contents(const Document &document) {
+    Contents(const Document &document, Side side, Texts &texts) : side_(side), texts_(texts) {
         for (Element scope : document.root()) add_scope(scope);
     }
-    const std::map<std::string, std::string> &texts() const { return texts_; }
 
 private:
     // Adds a text and returns its place, which gets a number where an equal one comes again.
     std::string add(const std::string &place, const std::string &text) {
         int times = ++times_[place];
         std::string unique = times == 1 ? place : place + mark + " (" + std::to_string(times) + ')';
-        texts_[unique] = text;
+        texts_[unique][side_] = text;
         return unique;
     }
 
@@ -74,7 +80,8 @@ private:
         if (!container.is("group")) add(place + separator + "members", order);
     }
 
-    std::map<std::string, std::string> texts_;
+    Side side_;
+    Texts &texts_;
     std::map<std::string, int> times_;
 };
 
@@ -83,20 +90,19 @@ std::string without_marks(std::string text) {
     return text;
 }
 
+std::string shown(const std::string &text) { return one_line(without_marks(text)); }
+
 class Report {
 public:
     explicit Report(const Call &call) : json_(format_of(call) == "json") {}
     std::string text() const { return json_ ? json_lines(objects_) : text_; }
 
-    using Text = std::pair<const std::string, std::string>;
-    void removed(const Text &one) {
-        if (is_new(one.first, removed_)) print("removed", "- ", "31", one.first, &one.second, nullptr);
-    }
-    void added(const Text &one) {
-        if (is_new(one.first, added_)) print("added", "+ ", "32", one.first, nullptr, &one.second);
-    }
-    void changed(const Text &before, const Text &after) {
-        print("changed", "~ ", "33", before.first, &before.second, &after.second);
+    void add(const std::string &place, const Text &before, const Text &after) {
+        if (!(before && after) && !is_new(place, missing_[before ? new_side : old_side])) return;
+        if (json_)
+            objects_.push_back(object(place, before, after));
+        else
+            text_ += coloured(!after ? "31" : !before ? "32" : "33", line(place, before, after)) + '\n';
     }
 
 private:
@@ -110,36 +116,29 @@ private:
         return true;
     }
 
-    void print(const char *change, const char *sign, const char *colour, const std::string &place,
-               const std::string *before, const std::string *after) {
-        if (json_) return print_json(change, place, before, after);
-        std::string line = sign;
-        for (char c : place) line += c == separator ? ' ' : c;
-        const std::string texts[] = {before ? one_line(without_marks(*before)) : "",
-                                     after ? one_line(without_marks(*after)) : ""};
-        line = one_line(without_marks(line));
-        if (before && after)
-            line += ": " + texts[0] + " -> " + texts[1];
-        else if (!texts[0].empty() || !texts[1].empty())
-            line += ": " + texts[0] + texts[1];
-        text_ += coloured(colour, line) + '\n';
+    static std::string line(std::string place, const Text &before, const Text &after) {
+        std::replace(place.begin(), place.end(), separator, ' ');
+        std::string text = shown(before.value_or("")) + (before && after ? " -> " : "") + shown(after.value_or(""));
+        if (!text.empty()) text.insert(0, ": ");
+        return (!after ? "- " : !before ? "+ " : "~ ") + shown(place) + text;
     }
 
-    void print_json(const char *change, const std::string &place, const std::string *before, const std::string *after) {
+    static std::string object(const std::string &place, const Text &before, const Text &after) {
         Strings parts;
         for (std::size_t begin = 0, end; begin <= place.size(); begin = end + 1) {
             end = std::min(place.find(separator, begin), place.size());
             parts.push_back(json(without_marks(place.substr(begin, end - begin))));
         }
+        const char *change = !after ? "removed" : !before ? "added" : "changed";
         std::vector<std::pair<const char *, std::string>> members = {{"change", json(change)},
                                                                      {"place", json_array(parts)}};
         if (before) members.emplace_back("old", json(without_marks(*before)));
         if (after) members.emplace_back("new", json(without_marks(*after)));
-        objects_.push_back(json_object(members));
+        return json_object(members);
     }
 
     bool json_;
-    std::string text_, removed_, added_;
+    std::string text_, missing_[2];  // the latest place that each side lacks
     Strings objects_;
 };
 
@@ -156,21 +155,15 @@ Document configuration_or_file(const std::string &name) {
 }  // namespace
 
 bool differences(const Call &call, const Document &before, const Document &after, std::string &text) {
-    const Contents old_contents(before), new_contents(after);
+    Texts texts;
+    Contents(before, old_side, texts);
+    Contents(after, new_side, texts);
     Report report(call);
     bool different = false;
-    auto old = old_contents.texts().begin(), old_end = old_contents.texts().end();
-    auto now = new_contents.texts().begin(), now_end = new_contents.texts().end();
-    while (old != old_end || now != now_end) {
-        bool only_old = now == now_end || (old != old_end && old->first < now->first);
-        bool only_new = !only_old && (old == old_end || now->first < old->first);
-        if (only_old) report.removed(*old);
-        if (only_new) report.added(*now);
-        bool changed = !only_old && !only_new && old->second != now->second;
-        if (changed) report.changed(*old, *now);
-        different = different || only_old || only_new || changed;
-        if (!only_new) ++old;
-        if (!only_old) ++now;
+    for (const auto &[place, sides] : texts) {
+        if (sides[old_side] == sides[new_side]) continue;
+        report.add(place, sides[old_side], sides[new_side]);
+        different = true;
     }
     text = report.text();
     return different;
