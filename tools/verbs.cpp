@@ -139,26 +139,14 @@ Usage usage_of(const Verb &verb) {
     return usage;
 }
 
-const Verb *find_verb(const std::string &name) {
-    for (const Verb &verb : verbs)
-        if (verb.name == name) return &verb;
-    return nullptr;
+std::string with_argument(const Option &option) {
+    return option.argument ? std::string(option.name) + ' ' + option.argument : option.name;
 }
 
 std::string synopsis(const Verb &verb) {
     std::string text = std::string("kvio ") + verb.name;
-    for (char letter : std::string(verb.options)) {
-        const Option &option = *find_option(letter);
-        text += std::string(" [--") + option.name + (option.argument ? std::string(" ") + option.argument : "") + ']';
-    }
+    for (char letter : std::string(verb.options)) text += " [--" + with_argument(*find_option(letter)) + ']';
     return text + (*verb.usage ? std::string(" ") + verb.usage : "");
-}
-
-void check_count(const Verb &verb, std::size_t given) {
-    const Usage usage = usage_of(verb);
-    if (given >= usage.required && (given <= usage.words.size() || usage.repeated > 0)) return;
-    throw Failure{misused,
-                  std::string("usage: kvio ") + verb.name + (*verb.options ? " [OPTION]... " : " ") + verb.usage};
 }
 
 [[noreturn]] void refuse_verb(const std::string &first) {
@@ -176,19 +164,17 @@ void check_count(const Verb &verb, std::size_t given) {
 
 // How many characters have to be changed, added, removed or swapped with the next to make one word of the other.
 std::size_t distance(const std::string &one, const std::string &other) {
-    std::vector<std::size_t> earlier, before, row(other.size() + 1);
-    for (std::size_t i = 0; i < row.size(); ++i) row[i] = i;
-    for (std::size_t i = 0; i < one.size(); ++i) {
-        earlier = before;
-        before = row;
-        row[0] = i + 1;
-        for (std::size_t j = 0; j < other.size(); ++j) {
-            row[j + 1] = std::min({before[j] + (one[i] != other[j]), row[j] + 1, before[j + 1] + 1});
-            if (i > 0 && j > 0 && one[i] == other[j - 1] && one[i - 1] == other[j])
-                row[j + 1] = std::min(row[j + 1], earlier[j - 1] + 1);
+    std::vector<std::vector<std::size_t>> of(one.size() + 1, std::vector<std::size_t>(other.size() + 1));
+    for (std::size_t i = 0; i <= one.size(); ++i) {
+        for (std::size_t j = 0; j <= other.size(); ++j) {
+            of[i][j] = i + j;
+            if (i == 0 || j == 0) continue;
+            of[i][j] = std::min({of[i - 1][j - 1] + (one[i - 1] != other[j - 1]), of[i - 1][j] + 1, of[i][j - 1] + 1});
+            if (i > 1 && j > 1 && one[i - 1] == other[j - 2] && one[i - 2] == other[j - 1])
+                of[i][j] = std::min(of[i][j], of[i - 2][j - 2] + 1);
         }
     }
-    return row.back();
+    return of.back().back();
 }
 
 // A text behind a label, in lines of at most 79 columns.
@@ -208,15 +194,13 @@ std::string entry(const std::string &label, const std::string &text, std::size_t
     return result + line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
 }
 
-std::string option_line(char letter) {
-    const Option &option = *find_option(letter);
-    std::string label = std::string("  -") + option.letter + ", --" + option.name;
-    return entry(label + (option.argument ? std::string(" ") + option.argument : ""), option.summary, 24);
-}
-
 std::string option_lines(const std::string &letters) {
     std::string text;
-    for (char letter : letters) text += option_line(letter);
+    for (char letter : letters) {
+        const Option &option = *find_option(letter);
+        const std::string label = std::string("  -") + letter + ", --" + with_argument(option);
+        text += entry(label, option.summary, 24);
+    }
     return text;
 }
 
@@ -226,9 +210,8 @@ std::string suggestion(const std::string &word, const Strings &known) {
     std::size_t least = std::min<std::size_t>(word.size() / 3 + 1, 4);  // more changes make another word
     std::string best;
     for (const std::string &one : known) {
-        std::size_t longer = std::max(one.size(), word.size()), shorter = std::min(one.size(), word.size());
-        if (longer - shorter >= least || longer > 100) continue;
-        std::size_t changes = distance(one, word);
+        if (one.size() > 100 || one.size() >= word.size() + least || word.size() >= one.size() + least) continue;
+        const std::size_t changes = distance(one, word);
         if (changes >= least) continue;
         least = changes;
         best = one;
@@ -242,11 +225,11 @@ const Option *find_option(char letter) {
 }
 
 const Verb *take_verb(Strings &words) {
-    for (std::ptrdiff_t count : {2, 1}) {
-        if (static_cast<std::ptrdiff_t>(words.size()) < count) continue;
-        const Verb *verb = find_verb(count == 2 ? words[0] + ' ' + words[1] : words[0]);
-        if (verb) words.erase(words.begin(), words.begin() + count);
-        if (verb) return verb;
+    const std::string one = words.empty() ? "" : words[0], two = words.size() < 2 ? "" : one + ' ' + words[1];
+    for (const Verb &verb : verbs) {
+        if (verb.name != one && verb.name != two) continue;
+        words.erase(words.begin(), words.begin() + (verb.name == two ? 2 : 1));
+        return &verb;
     }
     return nullptr;
 }
@@ -335,7 +318,11 @@ Call parse(const Strings &words, const char *name_in_batch) {
     if (!first.empty() && !call.verb) refuse_verb(first);
     if (line.open) line.mistake = std::string("no argument for --") + line.open->name;
     if (!line.mistake.empty()) throw Failure{misused, line.mistake + help_line};
-    check_count(*call.verb, call.arguments.size());
+    const Usage usage = usage_of(*call.verb);
+    const std::size_t given = call.arguments.size();
+    if (given < usage.required || (given > usage.words.size() && usage.repeated == 0))
+        throw Failure{misused, std::string("usage: kvio ") + call.verb->name +
+                                   (*call.verb->options ? " [OPTION]... " : " ") + call.verb->usage};
     return call;
 }
 
