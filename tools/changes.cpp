@@ -55,16 +55,6 @@ Strings split(const std::string &line) {
     return words;
 }
 
-Strings lines_of(const std::string &text) {
-    Strings lines;
-    for (std::size_t begin = 0, end; begin < text.size(); begin = end + 1) {
-        end = std::min(text.find('\n', begin), text.size());
-        bool carriage_return = end > begin && text[end - 1] == '\r';
-        lines.push_back(text.substr(begin, end - begin - carriage_return));
-    }
-    return lines;
-}
-
 void apply(Call &call, Document &document) {
     call.verb->action.change(call, document);
     if (call.verb->action.change != set && call.verb->action.change != unset) document.structure_changed = true;

@@ -50,16 +50,6 @@ constexpr Meaning meanings[] = {
     throw Failure{inconsistent, what + line + ": not well-formed" + (reason.empty() ? "" : ": " + reason)};
 }
 
-Descriptor memory_copy(int from, const std::string &what) {
-    Descriptor memory(memfd_create("kvio", MFD_CLOEXEC));
-    char block[65536];
-    off_t end = 0;
-    for (ssize_t size; (size = read(from, block, sizeof block)) != 0; end += size)
-        if (size < 0 || !write_all(memory.get(), block, static_cast<std::size_t>(size), end))
-            system_failure(what, errno);
-    return memory;
-}
-
 }  // namespace
 
 std::string path_of(const std::string &name) {
@@ -146,9 +136,12 @@ Document Document::snapshot(const std::string &path, const std::string &what) {
 Document Document::file(const std::string &path) {
     struct stat file;
     if (path != "-" && (stat(path.c_str(), &file) != 0 || !S_ISFIFO(file.st_mode))) return snapshot(path, path);
-    Descriptor pipe(path == "-" ? fcntl(0, F_DUPFD_CLOEXEC, 3) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor pipe(path == "-" ? fcntl(0, F_DUPFD_CLOEXEC, 3) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!pipe) system_failure(path, errno);
-    Descriptor memory = memory_copy(pipe.get(), path);
+    std::string bytes;
+    Descriptor memory(memfd_create("kvio", MFD_CLOEXEC));
+    if (!read_to_end(pipe.get(), bytes) || !write_all(memory.get(), bytes.data(), bytes.size(), 0))
+        system_failure(path, errno);
     return snapshot(DescriptorName(memory.get()).text, path);
 }
 

@@ -1,5 +1,6 @@
 // `lock status` and `lock clear`: the lock of a configuration as the system shows it.
 #include <dirent.h>
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -38,18 +39,17 @@ struct Process {
     }
 };
 
-// A file of /proc, line by line; errno is set if it cannot be opened.
-Strings lines_of(const std::string &path) {
-    Strings lines;
+// The lines of a file of /proc; errno is set if it cannot be opened.
+Strings lines_at(const std::string &path) {
+    std::string text;
     errno = 0;
-    std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "re"), std::fclose);
-    char line[4096];
-    while (file && std::fgets(line, sizeof line, file.get())) lines.emplace_back(line, std::strcspn(line, "\n"));
-    return lines;
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file) read_to_end(file.get(), text);
+    return lines_of(text);
 }
 
 std::string first_line(const std::string &path) {
-    const Strings lines = lines_of(path);
+    const Strings lines = lines_at(path);
     return lines.empty() ? "" : lines[0];
 }
 
@@ -72,7 +72,7 @@ Strings sharing_key(const std::string &name) {
 std::optional<Lock> lock_of(const std::string &path) {
     const key_t key = key_of(path);
     if (key == -1) system_failure(path, errno);
-    for (const std::string &line : lines_of("/proc/sysvipc/sem")) {
+    for (const std::string &line : lines_at("/proc/sysvipc/sem")) {
         long its_key, changed;
         int id;
         unsigned mode, many, creator;
@@ -109,7 +109,7 @@ double start_of(const std::string &pid) {
 
 // Whether a process has the library mapped; no value if it does not show that. One that has ended has not.
 std::optional<bool> maps_library(const std::string &pid) {
-    for (const std::string &line : lines_of("/proc/" + pid + "/maps"))
+    for (const std::string &line : lines_at("/proc/" + pid + "/maps"))
         if (line.find("/libkavex.so") != std::string::npos) return true;
     if (errno == EACCES || errno == EPERM) return std::nullopt;
     return false;

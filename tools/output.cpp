@@ -85,14 +85,28 @@ bool confirmed(const std::string &question) {
     return std::fgets(answer, sizeof answer, stdin) && (answer[0] == 'y' || answer[0] == 'Y');
 }
 
+bool read_to_end(int file, std::string &text) {
+    char piece[65536];
+    ssize_t got;
+    while ((got = read(file, piece, sizeof piece)) > 0) text.append(piece, static_cast<std::size_t>(got));
+    return got == 0;
+}
+
 std::string standard_input() {
     std::string text;
-    char piece[4096];
-    ssize_t got;
-    while ((got = read(0, piece, sizeof piece)) > 0) text.append(piece, static_cast<std::size_t>(got));
-    if (got < 0) throw Failure{io_error, std::string("standard input: ") + std::strerror(errno)};
+    if (!read_to_end(0, text)) throw Failure{io_error, std::string("standard input: ") + std::strerror(errno)};
     if (text.find('\0') != std::string::npos) throw Failure{misused, "standard input has a zero byte"};
     return text;
+}
+
+Strings lines_of(const std::string &text) {
+    Strings lines;
+    for (std::size_t begin = 0, end; begin < text.size(); begin = end + 1) {
+        end = std::min(text.find('\n', begin), text.size());
+        bool carriage_return = end > begin && text[end - 1] == '\r';
+        lines.push_back(text.substr(begin, end - begin - carriage_return));
+    }
+    return lines;
 }
 
 std::string one_line(const std::string &text) { return without_control(text, true); }

@@ -22,7 +22,10 @@ void silence_library();  // from now on descriptor 2, where the library writes d
 // Asks on the terminal. Throws where there is none, or with --quiet: --yes answers in advance.
 bool confirmed(const std::string &question);
 
-std::string standard_input();  // up to its end, read once more after a single Ctrl-D
+// Appends what is left of a file or pipe; false with errno.
+bool read_to_end(int file, std::string &text);
+std::string standard_input();               // up to its end
+Strings lines_of(const std::string &text);  // which end with a line feed, or carriage return and line feed
 
 // A text in one line: backslash, tab, line feed and carriage return as \\, \t, \n and \r, other control characters as
 // \u001b.
