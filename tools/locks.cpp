@@ -12,6 +12,7 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <optional>
 
 #include "document.h"
 #include "output.h"
@@ -20,6 +21,7 @@ namespace kvio {
 namespace {
 
 struct Lock {
+    key_t key;
     int id;
     uid_t creator;
     std::time_t since;
@@ -27,30 +29,24 @@ struct Lock {
 };
 
 struct Process {
-    pid_t pid;
-    std::string name;
+    std::string pid, name;
     bool unreadable;  // it does not show what it has mapped
     bool is_younger;  // it started after the lock was taken
 
     std::string described() const {
-        std::string text = "process " + std::to_string(pid) + " (" + name + ")";
+        const std::string text = "process " + pid + " (" + name + ")";
         if (is_younger) return text + " started later: no holder unless forked from it";
         return text + (unreadable ? " may have the library mapped" : "");
     }
 };
 
-// The lines of a file of /proc; errno is set if it cannot be opened.
-Strings lines_at(const std::string &path) {
+// The contents of a file of /proc; errno is set if it cannot be opened.
+std::string text_at(const std::string &path) {
     std::string text;
     errno = 0;
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (file) read_to_end(file.get(), text);
-    return lines_of(text);
-}
-
-std::string first_line(const std::string &path) {
-    const Strings lines = lines_at(path);
-    return lines.empty() ? "" : lines[0];
+    return text;
 }
 
 // The key of a file's lock; -1 with errno.
@@ -59,60 +55,37 @@ key_t key_of(const std::string &path) {
     return key == IPC_PRIVATE ? ftok(path.c_str(), 1) : key;
 }
 
-// The other configurations that have the same key, which is too short to tell all files apart.
-Strings sharing_key(const std::string &name) {
-    Strings result;
-    for (const std::string &other : configurations())
-        if (other != name && key_of(path_of(other)) == key_of(path_of(name))) result.push_back(other);
-    return result;
-}
-
-// The lock of a file; no value if it is free. The semaphore grants nothing to anybody, so that semctl(2) describes it
-// to root alone; /proc describes it to all.
-std::optional<Lock> lock_of(const std::string &path) {
+// The lock of a configuration; no value if it is free. The semaphore grants nothing to anybody, so that semctl(2)
+// describes it to root alone; /proc describes it to all.
+std::optional<Lock> lock_of(const std::string &name) {
+    const std::string path = path_of(name);
+    struct stat file;
     const key_t key = key_of(path);
-    if (key == -1) system_failure(path, errno);
-    for (const std::string &line : lines_at("/proc/sysvipc/sem")) {
+    if (key == -1 || stat(path.c_str(), &file) != 0) system_failure(path, errno);
+    if (S_ISDIR(file.st_mode)) system_failure(path, EISDIR);
+    for (const std::string &line : lines_of(text_at("/proc/sysvipc/sem"))) {
         long its_key, changed;
         int id;
         unsigned mode, many, creator;
         constexpr char columns[] = "%ld %d %o %u %*u %*u %u %*u %*d %ld";
         bool read = std::sscanf(line.c_str(), columns, &its_key, &id, &mode, &many, &creator, &changed) == 6;
         if (read && static_cast<key_t>(its_key) == key)
-            return Lock{id, creator, changed, (mode & 0777) == 0 && many == 1};
+            return Lock{key, id, creator, changed, (mode & 0777) == 0 && many == 1};
     }
     return std::nullopt;
 }
 
-std::optional<Lock> lock_of_configuration(const std::string &name) {
-    const std::string path = path_of(name);
-    struct stat file;
-    if (stat(path.c_str(), &file) != 0) system_failure(path, errno);
-    if (S_ISDIR(file.st_mode)) system_failure(path, EISDIR);
-    return lock_of(path);
-}
-
-// When a process started, in seconds since 1970; 0 if it does not show that.
-double start_of(const std::string &pid) {
+// Whether a process started after a lock was taken. The lock's time is in whole seconds, and the clock may have been
+// set a little since.
+bool is_younger(const std::string &stat_line, const Lock &lock) {
     constexpr char fields[] = ") %*c %*d %*d %*d %*d %*d %*u %*u %*u %*u %*u %*u %*u %*d %*d %*d %*d %*d %*d %llu";
-    const std::string line = first_line("/proc/" + pid + "/stat");
-    const std::size_t at = line.rfind(')');
-    unsigned long long ticks = 0;
-    if (at == std::string::npos || std::sscanf(line.c_str() + at, fields, &ticks) != 1) return 0;
-    timespec now, since_boot;
-    clock_gettime(CLOCK_REALTIME, &now);
+    unsigned long long ticks = 0;  // from the start of the system
+    if (std::sscanf(stat_line.c_str() + stat_line.rfind(')'), fields, &ticks) != 1) return false;
+    timespec since_boot;
     clock_gettime(CLOCK_BOOTTIME, &since_boot);
-    return static_cast<double>(now.tv_sec - since_boot.tv_sec) +
-           static_cast<double>(now.tv_nsec - since_boot.tv_nsec) / 1e9 +
-           static_cast<double>(ticks) / static_cast<double>(sysconf(_SC_CLK_TCK));
-}
-
-// Whether a process has the library mapped; no value if it does not show that. One that has ended has not.
-std::optional<bool> maps_library(const std::string &pid) {
-    for (const std::string &line : lines_at("/proc/" + pid + "/maps"))
-        if (line.find("/libkavex.so") != std::string::npos) return true;
-    if (errno == EACCES || errno == EPERM) return std::nullopt;
-    return false;
+    double age =
+        static_cast<double>(since_boot.tv_sec) - static_cast<double>(ticks) / static_cast<double>(sysconf(_SC_CLK_TCK));
+    return age + 2 < static_cast<double>(std::time(nullptr) - lock.since);
 }
 
 // Processes other than this one that may hold the lock, or have it from the process that took it: those that have the
@@ -125,12 +98,13 @@ std::vector<Process> candidates(const Lock &lock) {
         struct stat owner;
         if (pid.find_first_not_of("0123456789") != std::string::npos || pid == std::to_string(getpid())) continue;
         if (stat(path.c_str(), &owner) != 0) continue;
-        std::optional<bool> mapped = maps_library(pid);
-        bool hidden = !mapped && owner.st_uid == lock.creator;
-        // A lock's time is in whole seconds, and the clock may have been set a little since.
-        if (mapped.value_or(false) || hidden)
-            result.push_back({std::stoi(pid), first_line(path + "/comm"), hidden,
-                              start_of(pid) > static_cast<double>(lock.since) + 2});
+        bool mapped = text_at(path + "/maps").find("/libkavex.so") != std::string::npos;
+        bool hidden = !mapped && (errno == EACCES || errno == EPERM) && owner.st_uid == lock.creator;
+        if (!mapped && !hidden) continue;
+        const std::string line = text_at(path + "/stat");  // PID (NAME) STATE ...
+        const std::size_t begin = line.find('(') + 1, end = line.rfind(')');
+        if (end != std::string::npos)
+            result.push_back({pid, line.substr(begin, end - begin), hidden, is_younger(line, lock)});
     }
     return result;
 }
@@ -151,9 +125,8 @@ std::string json_report(const std::string &name, const std::optional<Lock> &lock
     if (!lock) return json_object({{"name", json(name)}, {"held", "false"}});
     Strings processes;
     for (const Process &one : candidates(*lock))
-        processes.push_back(json_object({{"pid", std::to_string(one.pid)},
-                                         {"name", json(one.name)},
-                                         {"younger", one.is_younger ? "true" : "false"}}));
+        processes.push_back(
+            json_object({{"pid", one.pid}, {"name", json(one.name)}, {"younger", one.is_younger ? "true" : "false"}}));
     return json_object({{"name", json(name)},
                         {"held", "true"},
                         {"since", json(date(lock->since))},
@@ -166,8 +139,10 @@ std::string report(const std::string &name, const std::optional<Lock> &lock) {
     if (!lock) return one_line(name) + ": free\n";
     std::string text = one_line(name) + ": " + coloured("31", "held") + " since " + date(lock->since) + " by " +
                        user_name(lock->creator) + ", semaphore " + std::to_string(lock->id) + '\n';
-    for (const std::string &other : sharing_key(name))
-        text += "  " + one_line(other) + " has the same key: the lock may be that configuration's\n";
+    // A key is too short to tell all files apart.
+    for (const std::string &other : configurations())
+        if (other != name && key_of(path_of(other)) == lock->key)
+            text += "  " + one_line(other) + " has the same key: the lock may be that configuration's\n";
     if (!lock->stores_own) text += "  this semaphore is not the store's\n";
     bool any = false;
     for (const Process &holder : candidates(*lock)) {
@@ -190,7 +165,7 @@ int lock_status(Call &call) {
     Strings objects;
     for (const std::string &name : names) {
         try {
-            std::optional<Lock> lock = lock_of_configuration(name);
+            std::optional<Lock> lock = lock_of(name);
             held = held || lock;
             if (as_json)
                 objects.push_back(json_report(name, lock));
@@ -207,7 +182,7 @@ int lock_status(Call &call) {
 
 int lock_clear(Call &call) {
     const std::string &name = call.name();
-    std::optional<Lock> lock = lock_of_configuration(name);
+    std::optional<Lock> lock = lock_of(name);
     if (!lock) {
         messages::say(name + " is free");
         return success;
