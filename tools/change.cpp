@@ -54,19 +54,13 @@ int number(const std::string &text, const char *what) {
     return static_cast<int>(value);
 }
 
-Element field_of(Element entity, const std::string &field) {
-    for (Element one : entity)
-        if (one.is(field)) return one;
-    return Element();
-}
-
 // Mentions on a terminal a field that no entity of the type has, though there are others: it may be misspelt.
 void mention_new_field(Element entity, const std::string &field) {
     if (!messages::on_terminal()) return;
     bool others = false;
     for (Element one : entity.parent()) {
         if (!one.is(entity.tag())) continue;
-        if (field_of(one, field)) return;
+        if (one.child(field)) return;
         others = others || !(one == entity);
     }
     if (others) messages::say("new field " + field);
@@ -140,8 +134,8 @@ void set(Call &call, Document &document) { set_fields(document.find(call).node()
 void unset(Call &call, Document &document) {
     const Element entity = document.find(call);
     for (const std::string &field : call.from("FIELD")) {
-        if (!field_of(entity, field)) throw Failure{not_found, "no field " + field + " of " + entity.label()};
-        while (Element found = field_of(entity, field)) found.remove();
+        if (!entity.child(field)) throw Failure{not_found, "no field " + field + " of " + entity.label()};
+        while (Element found = entity.child(field)) found.remove();
     }
 }
 

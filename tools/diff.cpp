@@ -40,10 +40,7 @@ private:
     }
 
     void add_attributes(Element element, const std::string &place) {
-        bool container = element.role() == Role::container, scope = element.role() == Role::scope;
-        const std::string prefix = place + separator + '@';
-        for (const auto &[name, value] : element.attributes())
-            if (scope || (name != "name" && !(container && name == "type"))) add(prefix + name, value);
+        for (const auto &[name, value] : element.other_attributes()) add(place + separator + '@' + name, value);
     }
 
     void add_scope(Element scope) {
@@ -130,8 +127,7 @@ private:
             parts.push_back(json(without_marks(place.substr(begin, end - begin))));
         }
         const char *change = !after ? "removed" : !before ? "added" : "changed";
-        std::vector<std::pair<const char *, std::string>> members = {{"change", json(change)},
-                                                                     {"place", json_array(parts)}};
+        Pairs members = {{"change", json(change)}, {"place", json_array(parts)}};
         if (before) members.emplace_back("old", json(without_marks(*before)));
         if (after) members.emplace_back("new", json(without_marks(*after)));
         return json_object(members);

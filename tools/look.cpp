@@ -22,48 +22,37 @@ void or_default(const Call &call, Print print) {
     }
 }
 
-std::string value_of(kvio_node_t *entity, const std::string &field, const std::string &what) {
-    uint32_t length = 0;
-    if (!kvio_getlen(entity, field.c_str(), &length)) store_failure("field " + field + " of " + what);
-    std::string value(length + 1, '\0');
-    if (!kvio_get2(entity, field.c_str(), value.data(), length + 1)) store_failure("field " + field + " of " + what);
-    value.pop_back();
-    return value;
-}
-
 void put_values(const Call &call, const Document &document) {
     Rows rows(call);
     const std::string &wanted = call["FIELD"];
-    Element entity = document.find(call);
-    if (!wanted.empty() && !rows.as_json()) return put(value_of(entity.node(), wanted, entity.label()) + '\n');
-    if (!wanted.empty()) rows.add({{"field", wanted}, {"value", value_of(entity.node(), wanted, entity.label())}});
-    if (wanted.empty())
-        for (Element field : entity) rows.add({{"field", field.tag()}, {"value", field.value()}});
+    const Element entity = document.find(call), field = entity.child(wanted);
+    if (!wanted.empty() && !field)
+        throw Failure{not_found, "field " + wanted + " of " + entity.label() + ": not found"};
+    if (field && !rows.as_json()) return put(field.value() + '\n');
+    for (Element one : entity)
+        if (!field || one == field) rows.add({{"field", one.tag()}, {"value", one.value()}});
     rows.finish();
 }
 
 // ---- show
 
-std::string other_attributes(Element element, const Strings &known) {
+std::string attributes_of(Element element) {
     std::string text;
-    for (const auto &[name, value] : element.attributes())
-        if (std::find(known.begin(), known.end(), name) == known.end())
-            text += (text.empty() ? " [" : ", ") + name + '=' + one_line(value);
+    for (const auto &[name, value] : element.other_attributes())
+        text += (text.empty() ? " [" : ", ") + name + '=' + one_line(value);
     return text.empty() ? text : coloured("2", text + ']');
 }
 
 std::string drawn(Element element) {
-    const std::string tag = element.tag();
+    const std::string tag = element.tag(), name = one_line(element.name());
     switch (element.role()) {
         case Role::container:
-            return coloured("1;35", tag + ' ' + one_line(element.name())) + " of " + one_line(element.type()) +
-                   other_attributes(element, {"name", "type"});
+            return coloured("1;35", tag + ' ' + name) + " of " + one_line(element.type()) + attributes_of(element);
         case Role::entity:
-            return coloured("32", tag) + ' ' + coloured("1", one_line(element.name())) +
-                   other_attributes(element, {"name"});
+            return coloured("32", tag) + ' ' + coloured("1", name) + attributes_of(element);
         case Role::scope: {
-            std::string text = element.is_empty() ? one_line(element.text()) : "";
-            return coloured("1;34", tag + '/') + other_attributes(element, {}) + (text.empty() ? "" : " " + text);
+            const std::string text = element.is_empty() ? one_line(element.text()) : "";
+            return coloured("1;34", tag + '/') + attributes_of(element) + (text.empty() ? "" : " " + text);
         }
         case Role::other:
             break;
@@ -86,26 +75,17 @@ void draw(Element element, const std::string &margin, const std::string &below) 
     }
 }
 
-std::string json_attributes(Element element, const Strings &known) {
-    std::vector<std::pair<const char *, std::string>> members;
-    auto attributes = element.attributes();
-    for (const auto &[name, value] : attributes)
-        if (std::find(known.begin(), known.end(), name) == known.end()) members.emplace_back(name.c_str(), json(value));
-    return json_object(members);
-}
-
 // Of fields that occur twice the store reads the first.
 std::string json_fields(Element entity) {
-    std::vector<std::pair<const char *, std::string>> members;
-    std::set<std::string> seen;
+    Pairs fields;
     for (Element field : entity)
-        if (seen.insert(field.tag()).second) members.emplace_back(field.tag(), json(field.value()));
-    return json_object(members);
+        if (entity.child(field.tag()) == field) fields.emplace_back(field.tag(), field.value());
+    return json_texts(fields);
 }
 
 std::string json_members(Element container) {
     Strings members;
-    for (Element member : container) members.push_back(json_object({{member.tag(), json(member.text())}}));
+    for (Element member : container) members.push_back(json_texts({{member.tag(), member.text()}}));
     return json_array(members);
 }
 
@@ -120,19 +100,16 @@ std::string json_list(Element scope, Role role, const std::string &indent) {
 }
 
 std::string json_element(Element element, const std::string &indent) {
-    if (element.role() == Role::entity)
-        return json_object({{"type", json(element.tag())},
-                            {"name", json(element.name())},
-                            {"attributes", json_attributes(element, {"name"})},
-                            {"fields", json_fields(element)}});
-    if (element.role() == Role::container)
-        return json_object({{"kind", json(element.tag())},
-                            {"type", json(element.type())},
-                            {"name", json(element.name())},
-                            {"attributes", json_attributes(element, {"name", "type"})},
-                            {"members", json_members(element)}});
-    std::vector<std::pair<const char *, std::string>> members = {{"scope", json(element.scope())},
-                                                                 {"attributes", json_attributes(element, {})}};
+    const Role role = element.role();
+    Pairs members;
+    if (role == Role::scope) members = {{"scope", json(element.scope())}};
+    if (role == Role::entity) members = {{"type", json(element.tag())}, {"name", json(element.name())}};
+    if (role == Role::container)
+        members = {{"kind", json(element.tag())}, {"type", json(element.type())}, {"name", json(element.name())}};
+    members.emplace_back("attributes", json_texts(element.other_attributes()));
+    if (role == Role::entity) members.emplace_back("fields", json_fields(element));
+    if (role == Role::container) members.emplace_back("members", json_members(element));
+    if (role != Role::scope) return json_object(members);
     if (element.is_empty() && !element.text().empty()) members.emplace_back("text", json(element.text()));
     members.emplace_back("entities", json_list(element, Role::entity, indent));
     members.emplace_back("containers", json_list(element, Role::container, indent));
@@ -144,11 +121,10 @@ std::string json_element(Element element, const std::string &indent) {
 
 // The names in a user group and in those that it names, once each; the latter may be missing.
 void put_names(Element container, Rows &rows) {
-    std::map<std::string, Element> groups;
-    for (Element one : container.parent())
-        if (one.is(container.tag()) && one.has("type", container.type())) groups.emplace(one.name(), one);
+    std::map<Identity, Element> groups;
+    for (Element one : container.parent()) groups.emplace(one.identity(), one);
+    groups.erase(container.identity());
     std::set<std::string> names;
-    groups.erase(container.name());
     std::vector<Element> open = {container.begin()};  // the next member of each group
     while (!open.empty()) {
         const Element member = open.back();
@@ -157,9 +133,9 @@ void put_names(Element container, Rows &rows) {
             continue;
         }
         open.back() = member.next();
-        const std::string name = member.text();
-        if (member.is("entity") && names.insert(name).second) rows.add({{"entity", name}});
-        auto nested = member.is("container") ? groups.find(name) : groups.end();
+        const Identity named = named_by(container, member);
+        if (member.is("entity") && names.insert(named.name).second) rows.add({{"entity", named.name}});
+        auto nested = member.is("container") ? groups.find(named) : groups.end();
         if (nested == groups.end()) continue;
         open.push_back(nested->second.begin());
         groups.erase(nested);

@@ -120,10 +120,15 @@ std::string json(const std::string &text) {
     return result + '"';
 }
 
-std::string json_object(const std::vector<std::pair<const char *, std::string>> &members) {
+std::string json_object(const Pairs &members) {
     std::string text;
     for (const auto &[name, value] : members) text += (text.empty() ? "" : ", ") + json(name) + ": " + value;
     return '{' + text + '}';
+}
+
+std::string json_texts(Pairs members) {
+    for (auto &[name, text] : members) text = json(text);
+    return json_object(members);
 }
 
 std::string json_array(const Strings &values) {
@@ -190,15 +195,10 @@ std::string format_of(const Call &call, bool xml_allowed) {
                   std::string("FORMAT is text") + (xml_allowed ? ", json or xml" : " or json") + ", not " + format};
 }
 
-void Rows::add(const std::vector<std::pair<const char *, std::string>> &row) {
+void Rows::add(const Pairs &row) {
     empty_ = false;
     if (silent_) return;
-    if (json_) {
-        auto quoted = row;
-        for (auto &[name, value] : quoted) value = json(value);
-        objects_.push_back(json_object(quoted));
-        return;
-    }
+    if (json_) return objects_.push_back(json_texts(row));
     Strings line;
     for (const auto &[name, value] : row) line.push_back(one_line(value));
     if (on_terminal())

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kvio.h"
+#include "tree.h"
 
 namespace kvio {
 
@@ -31,9 +32,10 @@ Strings lines_of(const std::string &text);  // which end with a line feed, or ca
 // \u001b.
 std::string one_line(const std::string &text);
 
-// JSON: a string with its quotes, an object of names and finished values, an array of finished values.
+// JSON: a string with its quotes, an object of names and finished values or texts, an array of finished values.
 std::string json(const std::string &text);
-std::string json_object(const std::vector<std::pair<const char *, std::string>> &members);
+std::string json_object(const Pairs &members);
+std::string json_texts(Pairs members);
 std::string json_array(const Strings &values);
 std::string json_lines(const Strings &objects);  // an array with a line for each
 
@@ -65,7 +67,7 @@ public:
     // With --quiet, rows that only explain the exit status are not printed.
     explicit Rows(const Call &call, bool explains_status = false)
         : json_(format_of(call) == "json"), silent_(explains_status && messages::quiet) {}
-    void add(const std::vector<std::pair<const char *, std::string>> &row);
+    void add(const Pairs &row);
     Status finish(Status if_empty = success);  // prints what add() has not printed yet; the status of the verb
     bool as_json() const { return json_; }
 

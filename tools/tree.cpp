@@ -45,16 +45,32 @@ bool Element::has(const char *attribute_name, const std::string &value) const {
     return found && xml::same(found, value.c_str());
 }
 
-std::vector<std::pair<std::string, std::string>> Element::attributes() const {
-    std::vector<std::pair<std::string, std::string>> result;
+Pairs Element::attributes() const {
+    Pairs result;
     for (xmlAttr *one = node_->properties; one; one = one->next)
         result.emplace_back(xml::str(one->name), xml::Text::of(one).get());
+    return result;
+}
+
+Pairs Element::other_attributes() const {
+    const Role its_role = role();
+    Pairs result;
+    for (const auto &one : attributes()) {
+        bool identifies = one.first == "name" || (one.first == "type" && its_role == Role::container);
+        if (its_role == Role::scope || !identifies) result.push_back(one);
+    }
     return result;
 }
 
 Element Element::begin() const { return Element(xml::first_element(node_->children)); }
 
 Element Element::next() const { return Element(xml::first_element(node_->next)); }
+
+Element Element::child(const std::string &tag_name) const {
+    for (Element one : *this)
+        if (one.is(tag_name)) return one;
+    return Element();
+}
 
 Element Element::parent() const {
     xmlNode *above = node_->parent;

@@ -14,6 +14,9 @@
 
 namespace kvio {
 
+// Names and texts.
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
 enum class Role { scope, entity, container, other };
 
 // What tells the entities and containers of a scope apart. An entity is of the kind "".
@@ -41,7 +44,8 @@ public:
     bool has(const char *attribute_name, const std::string &value) const;
     std::string name() const { return attribute("name").value_or(""); }
     std::string type() const { return attribute("type").value_or(""); }
-    std::vector<std::pair<std::string, std::string>> attributes() const;
+    Pairs attributes() const;
+    Pairs other_attributes() const;  // without those of its identity
 
     // for (Element child : element) visits the child elements: an element is the iterator that stands at it.
     Element begin() const;
@@ -49,7 +53,8 @@ public:
     bool is_empty() const { return !begin(); }
     Element operator*() const { return *this; }
     Element &operator++() { return *this = next(); }
-    Element next() const;  // the next child of its parent
+    Element next() const;                              // the next child of its parent
+    Element child(const std::string &tag_name) const;  // the first of this name, or null
     bool operator!=(Element other) const { return node_ != other.node_; }
 
     Element parent() const;  // null for the root
