@@ -113,18 +113,6 @@ void change_counter(const Call &call, Document &document, AttributeChange change
     document.output += std::to_string(value) + '\n';
 }
 
-// Renames an entity or container and the members that name it.
-void rename_all(const Call &call, Document &document, const std::string &kind) {
-    Identity identity = {kind, call.type(), call["OLD"]};
-    const Element element = document.find(call.scope(), identity);
-    const std::vector<Element> named = members_naming(element.parent(), identity);
-    identity.name = checked_label(call["NEW"]);
-    for (Element other : element.parent())
-        if (other.is(identity)) refuse_existing((kind.empty() ? identity.type : kind) + ' ' + identity.name);
-    for (Element member : named) member.set_text(identity.name);
-    element.set_attribute("name", identity.name);
-}
-
 }  // namespace
 
 // ---- entities and scopes
@@ -152,7 +140,17 @@ void undefine(Call &call, Document &document) {
     remove_unnamed(call, document);
 }
 
-void rename_entity(Call &call, Document &document) { rename_all(call, document, ""); }
+// Renames an entity or container and the members that name it.
+void rename_all(Call &call, Document &document) {
+    const Element element = document.find(call);
+    Identity renamed = element.identity();
+    const std::vector<Element> members = members_naming(element.parent(), renamed);
+    renamed.name = checked_label(call["NEW"]);
+    for (Element other : element.parent())
+        if (other.is(renamed)) refuse_existing(renamed.label());
+    for (Element member : members) member.set_text(renamed.name);
+    element.set_attribute("name", renamed.name);
+}
 
 void create_scope(Call &call, Document &document) {
     if (!made_scope(document, call.scope())) refuse_existing(call.scope());
@@ -170,8 +168,6 @@ void create(Call &call, Document &document) {
 }
 
 void dispose(Call &call, Document &document) { remove_unnamed(call, document); }
-
-void rename_container(Call &call, Document &document) { rename_all(call, document, kind_of(call.kind()).name); }
 
 void join(Call &call, Document &document) {
     const Element container = document.find(call);

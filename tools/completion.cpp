@@ -75,8 +75,7 @@ Proposals candidates(const Line &line, const std::string &what) {
     if (what == "FILE") return file_names;
     if (what == "KIND") return {"group", "list", "table"};
     if (what == "FORMAT") return {"json", "text", "xml"};
-    if ((what == "NEW" || what == "OLD") && verb.action.change)
-        return elements(line, verb.action.change == rename_container ? "CONTAINER" : "ENTITY");
+    if (what == "NEW" && verb.action.change) return elements(line, "ENTITY");
     if (what == "NAME" || what == "NEW" || what == "OLD") {
         Strings names = configurations();
         return {names.begin(), names.end()};
