@@ -82,7 +82,7 @@ std::multiset<std::string> faults_of(const Document &document);
 bool differences(const Call &call, const Document &before, const Document &after, std::string &text);
 
 // ---- files.cpp
-// What kvio_dump() writes, or kvio_backup_scope() for a scope that is not empty.
+// The bytes that kvio_dump() writes, or kvio_backup_scope() for a scope that is not empty.
 std::string bytes_of(const Document &document, const std::string &scope);
 // Writes a file of mode 0600, complete or not at all. A pipe takes the bytes as they are; "" and "-" are standard output.
 void write_file(const std::string &path, const std::string &bytes);

@@ -1,7 +1,6 @@
 // The verbs for whole files: copies, names, dumps and backups.
 
 #include <fcntl.h>
-#include <libxml/parser.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,16 +19,13 @@
 namespace kvio {
 namespace {
 
-using Xml = Owned<xmlDoc, xmlFreeDoc>;
-
 // A document with one scope: all of it, and its ancestors with their attributes alone. The root has no attributes.
-Xml document_of(Element scope) {
-    Xml document(xmlNewDoc(nullptr));
+xml::Document document_of(Element scope) {
+    xml::Document document(xmlNewDoc(nullptr));
     xmlNode *copy = xmlDocCopyNode(scope.node(), document.get(), 1);
     for (Element above = scope.parent(); copy && above; above = above.parent()) {
-        bool root = !above.parent();
-        xmlNode *around = root ? xmlNewDocNode(document.get(), nullptr, above.node()->name, nullptr)
-                               : xmlDocCopyNode(above.node(), document.get(), 2);
+        xmlNode *around = above.parent() ? xmlDocCopyNode(above.node(), document.get(), 2)
+                                         : xmlNewDocNode(document.get(), nullptr, above.node()->name, nullptr);
         if (!around || !xmlAddChild(around, copy)) throw std::bad_alloc();
         copy = around;
     }
@@ -45,23 +41,20 @@ void run_on_files(int (*operation)(const char *, const char *), const Call &call
 }
 
 // Refuses what is there but no regular file.
-void check_regular(const std::string &name) {
+void check_regular(const std::string &path) {
     struct stat file;
-    const std::string path = path_of(name);
     if (stat(path.c_str(), &file) != 0) return;
     if (S_ISDIR(file.st_mode)) system_failure(path, EISDIR);
     if (!S_ISREG(file.st_mode)) throw Failure{io_error, path + ": it is no regular file"};
 }
 
-void write_pipe(const std::string &path, const std::string &bytes) {
-    Descriptor pipe(open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));  // fails at once when no process reads it
+// Puts a pipe in the place of standard output.
+void put_into_pipe(const std::string &path, const std::string &bytes) {
+    const Descriptor pipe(open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));  // fails when no process reads it
     if (!pipe) system_failure(path, errno);
     fcntl(pipe.get(), F_SETFL, O_WRONLY);
-    for (std::size_t done = 0; done < bytes.size();) {
-        ssize_t written = write(pipe.get(), bytes.data() + done, bytes.size() - done);
-        if (written < 0) system_failure(path, errno);
-        done += static_cast<std::size_t>(written);
-    }
+    dup2(pipe.get(), 1);
+    put(bytes);
 }
 
 std::string directory_of(const std::string &path) {
@@ -72,22 +65,14 @@ std::string directory_of(const std::string &path) {
 // The file that a path leads to. A link in a directory that other users may write in is not followed.
 std::string target_of(const std::string &path) {
     struct stat file, directory;
-    if (lstat(path.c_str(), &file) != 0) {
-        if (errno != ENOENT) system_failure(path, errno);
-        return path;
-    }
-    if (S_ISLNK(file.st_mode)) {
-        if (stat(directory_of(path).c_str(), &directory) != 0) system_failure(path, errno);
-        if (directory.st_mode & (S_IWGRP | S_IWOTH))
-            throw Failure{denied, path + ": it is a symbolic link in a directory that others may write in"};
-        Block<char> real(realpath(path.c_str(), nullptr));
-        if (!real || stat(real.get(), &file) != 0) system_failure(path, errno);
-        return target_of(real.get());
-    }
-    if (S_ISDIR(file.st_mode)) system_failure(path, EISDIR);
-    if (!S_ISREG(file.st_mode)) throw Failure{io_error, path + ": it is no regular file"};
-    if (faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) system_failure(path, errno);
-    return path;
+    if (lstat(path.c_str(), &file) == 0 && S_ISLNK(file.st_mode) && stat(directory_of(path).c_str(), &directory) == 0 &&
+        directory.st_mode & (S_IWGRP | S_IWOTH))
+        throw Failure{denied, path + ": it is a symbolic link in a directory that others may write in"};
+    check_regular(path);
+    if (access(path.c_str(), F_OK) != 0) return path;
+    const Block<char> real(realpath(path.c_str(), nullptr));
+    if (!real || faccessat(AT_FDCWD, real.get(), W_OK, AT_EACCESS) != 0) system_failure(path, errno);
+    return real.get();
 }
 
 std::set<std::string> scopes_of(const Document &document) {
@@ -176,20 +161,21 @@ void put_into(Document &target, Document &source, const std::string &scope) {
     copy.release();  // the document owns it now
 }
 
+// kvio_dump() and kvio_backup_scope() do not fit: they write a file in place, which others may be able to read, and follow
+// links. These bytes go into a file that is private and complete, or to standard output without one.
 std::string bytes_of(const Document &document, const std::string &scope) {
-    Xml backup;
+    xml::Document backup;
     if (!scope.empty()) backup = document_of(document.scope(scope));
     xmlChar *text = nullptr;
     int size = 0;
     xmlResetLastError();
     xmlDocDumpFormatMemory(backup ? backup.get() : document.get()->doc, &text, &size, 1);
-    std::unique_ptr<xmlChar, void (*)(void *)> owner(text, xmlFree);
-    const xmlError *error = xmlGetLastError();
-    if (!text || (error && error->code == XML_ERR_NO_MEMORY)) throw std::bad_alloc();
+    const xml::String owner(text);
+    if (!text || xml::out_of_memory()) throw std::bad_alloc();
     // An encoding that lacks a character may end the document there, without an error.
-    if (!Xml(xmlReadMemory(reinterpret_cast<char *>(text), size, nullptr, nullptr, 0)))
+    if (!xml::Document(xmlReadMemory(xml::str(text), size, nullptr, nullptr, 0)))
         throw Failure{misused, document.path() + ": it holds characters that its encoding lacks"};
-    return {reinterpret_cast<const char *>(text), static_cast<std::size_t>(size)};
+    return {xml::str(text), static_cast<std::size_t>(size)};
 }
 
 // The bytes get the name when they are complete and on the disk.
@@ -197,7 +183,7 @@ void write_file(const std::string &path, const std::string &bytes) {
     if (path.empty() || path == "-") return put(bytes);
     struct stat file;
     if (stat(path.c_str(), &file) == 0 && S_ISFIFO(file.st_mode) && file.st_uid == geteuid())
-        return write_pipe(path, bytes);
+        return put_into_pipe(path, bytes);
     const std::string target = target_of(path);
     std::string temporary = directory_of(target) + "/.kvio.XXXXXX";
     SignalsBlocked signals;
@@ -212,8 +198,8 @@ void write_file(const std::string &path, const std::string &bytes) {
 }
 
 int copy(Call &call) {
-    check_regular(call.name());
-    check_regular(call["NEW"]);
+    check_regular(path_of(call.name()));
+    check_regular(path_of(call["NEW"]));
     run_on_files(kvio_copy_config, call);
     return success;
 }
@@ -230,14 +216,9 @@ int remove(Call &call) {
 
 int save_as(Call &call) {
     if (call.name() == call["NEW"]) throw Failure{misused, call.name() + " twice"};
-    check_regular(call["NEW"]);
+    check_regular(path_of(call["NEW"]));
     Document document = Document::change(call);
     save_under(call, document, call["NEW"]);
-    return success;
-}
-
-int dump(Call &call) {
-    write_file(call["FILE"], bytes_of(Document::look(call.name()), ""));
     return success;
 }
 
@@ -250,7 +231,7 @@ int restore(Call &call) {
     const std::string &name = call.name();
     Document source = Document::file(call["FILE"]);
     source.root();
-    check_regular(name);
+    check_regular(path_of(name));
     bool missing = access(path_of(name).c_str(), F_OK) != 0;
     if (!call.given("SCOPE") && (missing || is_broken(name))) {
         restore_whole(call, source, !missing);

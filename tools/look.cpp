@@ -188,7 +188,7 @@ private:
 
 int show(Call &call) {
     const std::string format = format_of(call, true);
-    if (format == "xml") return call.given("SCOPE") ? backup(call) : dump(call);
+    if (format == "xml") return backup(call);
     Document document = Document::look(call.name());
     std::vector<Element> shown;
     if (call.given("SCOPE"))

@@ -92,7 +92,7 @@ const std::vector<Verb> verbs = {
     {"save-as", "NAME NEW", "w", "write a configuration, freshly formatted, to another one", "appliance.xml tidy.xml",
      save_as},
     {"dump", "NAME [FILE]", "", "write a configuration to a file or standard output",
-     "appliance.xml appliance-backup.xml", dump},
+     "appliance.xml appliance-backup.xml", backup},
     {"backup", "NAME SCOPE [FILE]", "", "write one scope to a file or standard output",
      "appliance.xml object/address addresses.xml", backup},
     {"restore", "NAME FILE [SCOPE]", "fnw", "put back what dump or backup wrote, all or one scope of it",
