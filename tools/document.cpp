@@ -174,7 +174,6 @@ Element Document::root() const {
 }
 
 Element Document::scope(const std::string &path) const {
-    if (path.empty()) throw Failure{misused, "the scope is empty"};
     const Element top = root();
     Owned<xmlXPathContext, xmlXPathFreeContext> context(xmlXPathNewContext(config_->doc));
     const std::string expression = "/kavex/" + path;

@@ -323,6 +323,7 @@ Call parse(const Strings &words, const char *name_in_batch) {
     if (given < usage.required || (given > usage.words.size() && usage.repeated == 0))
         throw Failure{misused, std::string("usage: kvio ") + call.verb->name +
                                    (*call.verb->options ? " [OPTION]... " : " ") + call.verb->usage};
+    if (call.given("SCOPE") && call.scope().empty()) throw Failure{misused, "the scope is empty"};
     return call;
 }
 
