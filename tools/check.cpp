@@ -34,10 +34,10 @@ std::string short_label(Element element) { return element.tag() + (' ' + element
 
 // Everything below an element in one text: equal for elements that differ at most in the order of attributes.
 std::string contents_of(Element element) {
-    std::map<std::string, std::string> sorted;
-    for (const auto &[name, value] : element.attributes()) sorted[name] = value;
+    Pairs sorted = element.attributes();
+    std::sort(sorted.begin(), sorted.end());
     std::string text = std::string("<") + element.tag();
-    for (const auto &[name, value] : sorted) text.append(1, '\1').append(name).append(1, '\1').append(value);
+    for (const auto &[name, value] : sorted) text += '\1' + name + '\1' + value;
     if (element.is_empty()) return text + '>' + element.text();
     for (Element child : element) text += contents_of(child);
     return text + "</>";
@@ -124,53 +124,49 @@ private:
         return "names no " + (tag == "entity" ? type : container.tag()) + ": " + name;
     }
 
-    // Walks from each container through those that it names, each one once:
-    // 1. A container on the path that is met again is a loop.
-    // 2. One that was left is not walked again.
-    void look_for_loops() {
-        for (const auto &[identity, same] : elements_) {
-            if (identity.kind.empty() || states_[identity] != State::unseen) continue;
-            std::vector<Step> path;
-            enter(same[0], path);
-            while (!path.empty()) step(path);
-        }
-    }
-
     enum class State { unseen, on_path, left };
-    struct Step {
-        Element container;
-        Element next;  // member
-    };
 
-    void enter(Element container, std::vector<Step> &path) {
+    void look_for_loops() {
+        for (const auto &[identity, same] : elements_)
+            if (!identity.kind.empty() && states_[identity] == State::unseen) walk(same[0]);
+    }
+
+    // Walks from a container through those that it names. One on the path that is met again is a loop; one that was left
+    // is not walked again.
+    void walk(Element container) {
+        std::vector<Element> path;  // of members, each in the container that the one before it names
+        Element member = container.begin();
         states_[container.identity()] = State::on_path;
-        path.push_back({container, container.begin()});
-    }
-
-    void step(std::vector<Step> &path) {
-        Step &last = path.back();
-        if (!last.next) {
-            states_[last.container.identity()] = State::left;
+        for (;;) {
+            if (!member) {
+                states_[container.identity()] = State::left;
+                if (path.empty()) return;
+                container = path.back().parent();
+                member = path.back().next();
+                path.pop_back();
+                continue;
+            }
+            auto named = member.is("container") ? elements_.find(named_by(container, member)) : elements_.end();
+            State state = named == elements_.end() ? State::left : states_[named->first];
+            path.push_back(member);
+            if (state == State::unseen) {
+                states_[named->first] = State::on_path;
+                container = named->second[0];
+                member = container.begin();
+                continue;
+            }
+            if (state == State::on_path) report_loop(path, named->second[0]);
             path.pop_back();
-            return;
+            member = member.next();
         }
-        const Element member = last.next;
-        last.next = member.next();
-        if (!member.is("container")) return;
-        auto named = elements_.find(named_by(last.container, member));
-        if (named == elements_.end()) return;
-        State state = states_[named->first];
-        if (state == State::unseen) enter(named->second[0], path);
-        if (state == State::on_path) report_loop(path, named->second[0]);
     }
 
-    void report_loop(const std::vector<Step> &path, Element container) {
+    void report_loop(const std::vector<Element> &path, Element container) {
         std::size_t first = path.size() - 1;
-        while (path[first].container != container) --first;
-        std::string text;
-        for (std::size_t i = first; i < path.size(); ++i) text += path[i].container.name() + " > ";
-        text = short_label(container) + " contains itself: " + text + container.name();
-        found(text, text);
+        while (path[first].parent() != container) --first;
+        std::string text = short_label(container) + " contains itself: ";
+        for (std::size_t i = first; i < path.size(); ++i) text += path[i].parent().name() + " > ";
+        found(text + container.name(), text + container.name());
     }
 
     // Programs read 0 where the attribute is missing. One group may name an element that no program counts; with a
@@ -232,30 +228,31 @@ std::vector<Problem> problems_of(const Document &document) {
     return problems;
 }
 
-// Repairs in reverse order: a container may be removed with the members in it.
-bool repair_all(const std::vector<Problem> &problems) {
-    bool any = false;
+// Makes the repairs in reverse order, since a container may be removed with the members in it.
+void repair_all(const std::vector<Problem> &problems) {
     for (auto problem = problems.rbegin(); problem != problems.rend(); ++problem) {
         if (problem->remedy.empty()) continue;
-        any = true;
         if (problem->count.empty())
             problem->target.remove();
         else
             problem->target.set_attribute("reference", problem->count);
     }
-    return any;
+}
+
+std::size_t repairable(const std::vector<Problem> &problems) {
+    auto has_remedy = [](const Problem &problem) { return !problem.remedy.empty(); };
+    return static_cast<std::size_t>(std::count_if(problems.begin(), problems.end(), has_remedy));
 }
 
 // Each problem and, with --repair, what a repair does about it, or has done.
 void print(const Call &call, const std::vector<Problem> &problems, const char *remedy) {
     Rows rows(call, true);
     for (const Problem &problem : problems) {
-        std::string what = call.has('R') ? problem.remedy : "";
-        if (rows.as_json() && !what.empty())
-            rows.add({{"problem", problem.text}, {remedy, what}});
-        else
-            rows.add(
-                {{"problem", problem.text + (what.empty() ? "" : std::string(" (") + remedy + ": " + what + ')')}});
+        Pairs row = {{"problem", problem.text}};
+        bool repaired = call.has('R') && !problem.remedy.empty();
+        if (repaired && rows.as_json()) row.emplace_back(remedy, problem.remedy);
+        if (repaired && !rows.as_json()) row[0].second += std::string(" (") + remedy + ": " + problem.remedy + ')';
+        rows.add(row);
     }
     rows.finish();
 }
@@ -273,25 +270,21 @@ int check(Call &call) {
     if (call.has('y') && !call.has('R')) throw Failure{misused, "--yes goes with --repair"};
     const Document seen = Document::look(call.name());
     std::vector<Problem> problems = problems_of(seen);
-    auto open_ones = [&] {
-        return std::count_if(problems.begin(), problems.end(), [](const Problem &one) { return !one.remedy.empty(); });
-    };
-    auto repairable = open_ones();
     bool repair = call.has('R') && call.has('y');
     if (!repair) print(call, problems, "repair");
-    if (call.has('R') && !repair && repairable > 0 && !messages::quiet && isatty(0))
-        repair = confirmed("Repair what can be repaired (" + std::to_string(repairable) + ")?");
-    if (!repair) {
-        if (call.has('R') && repairable > 0) messages::say("nothing is repaired; --yes repairs it without a question");
-        return problems.empty() ? success : inconsistent;
+    if (call.has('R') && !repair && repairable(problems) > 0) {
+        repair = !messages::quiet && isatty(0) &&
+                 confirmed("Repair what can be repaired (" + std::to_string(repairable(problems)) + ")?");
+        if (!repair) messages::say("nothing is repaired; --yes repairs it without a question");
     }
+    if (!repair) return problems.empty() ? success : inconsistent;
     Document document = Document::change(call);  // it may have changed since it was looked at
     problems = problems_of(document);
-    repairable = open_ones();
-    if (repair_all(problems)) document.save();
+    const std::size_t repaired = repairable(problems), left = problems.size() - repaired;
+    repair_all(problems);
+    if (repaired > 0) document.save();
     if (call.has('y')) print(call, problems, "repaired");
-    auto left = static_cast<std::ptrdiff_t>(problems.size()) - repairable;
-    messages::say(std::to_string(repairable) + " repaired, " + std::to_string(left) + " left");
+    messages::say(std::to_string(repaired) + " repaired, " + std::to_string(left) + " left");
     return left > 0 ? inconsistent : success;
 }
 
