@@ -88,14 +88,16 @@ void remove_unnamed(const Call &call, Document &document) {
 
 [[noreturn]] void refuse_existing(const std::string &what) { throw Failure{not_found, what + ": it exists already"}; }
 
-bool has_member(Element container, const std::string &name) {
-    for (Element member : container)
-        if ((member.is("entity") || member.is("container")) && member.has_text(name)) return true;
-    return false;
+// A container, or a member of it.
+std::string label_of(const Handle &handle, const std::string &member = "") {
+    const std::string label = Element(handle->node).label();
+    return member.empty() ? label : "member " + member + " of " + label;
 }
 
-std::string member_label(const std::string &name, const std::string &container) {
-    return "member " + name + " of " + container;
+void refuse_member(const Handle &handle, const std::string &name) {
+    for (Element member : Element(handle->node))
+        if ((member.is("entity") || member.is("container")) && member.has_text(name))
+            refuse_existing(label_of(handle, name));
 }
 
 using AttributeChange = int (*)(kvio_node_t *, const char *, uint32_t *);
@@ -170,51 +172,50 @@ void create(Call &call, Document &document) {
 void dispose(Call &call, Document &document) { remove_unnamed(call, document); }
 
 void join(Call &call, Document &document) {
-    const Element container = document.find(call);
     const Handle handle = document.handle_of(call);
     const bool entities = !call.has('c');
     for (const std::string &name : call.from("MEMBER")) {
-        const std::string data = character_data(name), label = member_label(name, container.label());
+        const std::string data = character_data(name);
         // The store compares the text that it is given, which is not the name where that has an ampersand.
-        if (data != name && has_member(container, name)) refuse_existing(label);
+        if (data != name) refuse_member(handle, name);
         kvio_join(handle.get(), data.c_str(), entities);
-        if (kvio_errno) store_failure(label);
-        if (call.has('f')) continue;
-        if (!entities || holds_entities(call.type()))
+        if (kvio_errno) store_failure(label_of(handle, name));
+        if (!call.has('f') && (!entities || holds_entities(call.type())))
             document.find(call.scope(), {entities ? "" : call.kind(), call.type(), name});
     }
     if (entities || call.has('f')) return;
     Owned<kvio_entities_t, kvio_free_entities> found(kvio_retrieve_all2(handle.get()));
-    if (!found && kvio_errno == KVIO_LOOP) store_failure(container.label());
+    if (!found && kvio_errno == KVIO_LOOP) store_failure(label_of(handle));
 }
 
 void append(Call &call, Document &document) {
+    const Handle handle = document.handle_of(call);
     const char *name = call.given("MEMBER") ? checked_label(call["MEMBER"]).c_str() : nullptr;
-    if (!kvio_append(document.handle_of(call).get(), name)) store_failure(document.find(call).label());
+    if (!kvio_append(handle.get(), name)) store_failure(label_of(handle));
 }
 
 void insert(Call &call, Document &document) {
-    int position = number(call["NUMBER"], "the position");
-    std::string name = call.given("MEMBER") ? character_data(call["MEMBER"]) : "";
-    if (!kvio_insert(document.handle_of(call).get(), name.c_str(), position))
-        store_failure(document.find(call).label());
+    const Handle handle = document.handle_of(call);
+    const std::string name = call.given("MEMBER") ? character_data(call["MEMBER"]) : "";
+    if (!kvio_insert(handle.get(), name.c_str(), number(call["NUMBER"], "the position")))
+        store_failure(label_of(handle));
 }
 
 void leave(Call &call, Document &document) {
     if (call.has('p') == call.given("MEMBER")) throw Failure{misused, "either members or --position"};
-    const std::string label = document.find(call).label();
     const Handle handle = document.handle_of(call);
-    if (call.has('p') && !kvio_delete(handle.get(), number(call.option('p'), "--position"))) store_failure(label);
+    if (call.has('p') && !kvio_delete(handle.get(), number(call.option('p'), "--position")))
+        store_failure(label_of(handle));
     for (const std::string &name : call.from("MEMBER"))
-        if (!kvio_remove(handle.get(), name.c_str())) store_failure(member_label(name, label));
+        if (!kvio_remove(handle.get(), name.c_str())) store_failure(label_of(handle, name));
 }
 
 void rename_member(Call &call, Document &document) {
-    const Element container = document.find(call);
+    const Handle handle = document.handle_of(call);
     const std::string &before = call["MEMBER"], &after = call["NEW"];
-    if (before != after && has_member(container, after)) refuse_existing(member_label(after, container.label()));
-    if (!kvio_change_container_element(document.handle_of(call).get(), before.c_str(), character_data(after).c_str()))
-        store_failure(member_label(before, container.label()));
+    if (before != after) refuse_member(handle, after);
+    if (!kvio_change_container_element(handle.get(), before.c_str(), character_data(after).c_str()))
+        store_failure(label_of(handle, before));
 }
 
 // ---- attributes
