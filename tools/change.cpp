@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "document.h"
-#include "output.h"
 
 namespace kvio {
 namespace {

@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "document.h"
-#include "output.h"
 
 namespace kvio {
 namespace {

@@ -7,7 +7,6 @@
 #include <map>
 
 #include "document.h"
-#include "output.h"
 
 namespace kvio {
 namespace {

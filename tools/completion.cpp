@@ -4,7 +4,6 @@
 #include <set>
 
 #include "document.h"
-#include "output.h"
 
 namespace kvio {
 namespace {

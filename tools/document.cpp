@@ -16,7 +16,6 @@
 
 #include "base/files.h"
 #include "base/paths.h"
-#include "output.h"
 
 namespace kvio {
 namespace {

@@ -7,7 +7,6 @@
 #include <cerrno>
 
 #include "document.h"
-#include "output.h"
 
 namespace kvio {
 namespace {

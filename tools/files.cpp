@@ -14,7 +14,6 @@
 #include "base/files.h"
 #include "base/paths.h"
 #include "document.h"
-#include "output.h"
 
 namespace kvio {
 namespace {

@@ -15,7 +15,6 @@
 #include <optional>
 
 #include "document.h"
-#include "output.h"
 
 namespace kvio {
 namespace {

@@ -6,7 +6,6 @@
 #include <set>
 
 #include "document.h"
-#include "output.h"
 
 namespace kvio {
 namespace {

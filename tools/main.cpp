@@ -6,7 +6,6 @@
 #include <new>
 
 #include "kvio.h"
-#include "output.h"
 
 namespace kvio {
 namespace {

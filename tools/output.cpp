@@ -1,5 +1,5 @@
 // Messages, tables and JSON on standard output and standard error.
-#include "output.h"
+#include "kvio.h"
 
 #include <fcntl.h>
 #include <unistd.h>

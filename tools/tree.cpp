@@ -1,5 +1,5 @@
 // Elements of the tree of a document, and the counts of references to them.
-#include "tree.h"
+#include "document.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -3,7 +3,6 @@
 
 #include "base/paths.h"
 #include "document.h"
-#include "output.h"
 
 namespace kvio {
 namespace {

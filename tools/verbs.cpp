@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "kvio.h"
-#include "output.h"
 
 namespace kvio {
 
