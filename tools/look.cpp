@@ -149,39 +149,31 @@ void put_entities(Document &document, const Call &call, Rows &rows) {
 
 // ---- find
 
-class Search {
-public:
-    Search(const Call &call, Rows &rows)
-        : pattern_(call["PATTERN"]), type_(call.option('t')), field_(call.option('e')), rows_(rows) {}
+// The name of an entity or container, its fields or members, if they match the pattern.
+void find_in(Element element, const Call &call, const std::string &pattern, Rows &rows) {
+    const Identity identity = element.identity();
+    const std::string &field = call.option('e');
+    const bool container = !identity.kind.empty();
+    if ((container && !field.empty()) || (call.has('t') && call.option('t') != identity.type)) return;
+    auto add_match = [&](const std::string &text, Element part) {
+        if (fnmatch(pattern.c_str(), text.c_str(), 0) != 0) return;
+        Pairs row = {{"scope", element.scope()}, {"type", identity.full_type()}, {"name", identity.name}};
+        if (part) row.insert(row.end(), {{"field", part.tag()}, {"value", text}});
+        rows.add(row);
+    };
+    if (field.empty()) add_match(identity.name, Element());
+    for (Element part : element)
+        if (field.empty() || part.is(field)) add_match(container ? part.text() : part.value(), part);
+}
 
-    void in_scope(Element scope) {
-        for (Element child : scope) {
-            if (child.role() == Role::scope)
-                in_scope(child);
-            else
-                in_parts(child, child.identity(), scope.scope());
-        }
+void find_below(Element scope, const Call &call, const std::string &pattern, Rows &rows) {
+    for (Element child : scope) {
+        if (child.role() == Role::scope)
+            find_below(child, call, pattern, rows);
+        else
+            find_in(child, call, pattern, rows);
     }
-
-private:
-    bool matches(const std::string &text) const { return fnmatch(pattern_.c_str(), text.c_str(), 0) == 0; }
-
-    // The name of an entity or container, its fields or members.
-    void in_parts(Element element, const Identity &identity, const std::string &scope) {
-        const bool container = !identity.kind.empty();
-        if ((container && !field_.empty()) || (!type_.empty() && type_ != identity.type)) return;
-        const std::string type = identity.full_type(), &name = identity.name;
-        if (field_.empty() && matches(name)) rows_.add({{"scope", scope}, {"type", type}, {"name", name}});
-        for (Element part : element) {
-            const std::string value = container ? part.text() : part.value();
-            if ((field_.empty() || part.is(field_)) && matches(value))
-                rows_.add({{"scope", scope}, {"type", type}, {"name", name}, {"field", part.tag()}, {"value", value}});
-        }
-    }
-
-    std::string pattern_, type_, field_;
-    Rows &rows_;
-};
+}
 
 }  // namespace
 
@@ -254,8 +246,7 @@ int members(Call &call) {
 int find(Call &call) {
     Document document = Document::look(call.name());
     Rows rows(call, true);
-    Search search(call, rows);
-    search.in_scope(call.given("SCOPE") ? document.scope(call.scope()) : document.root());
+    find_below(call.given("SCOPE") ? document.scope(call.scope()) : document.root(), call, call["PATTERN"], rows);
     return rows.finish(not_found);
 }
 

@@ -11,6 +11,11 @@ namespace kvio {
 namespace {
 
 int run(Strings words) {
+    if (!words.empty() && words[0] == "--complete") {
+        messages::silence_library();
+        put(complete({words.begin() + 1, words.end()}));
+        return success;
+    }
     if (!words.empty() && words[0] == "help") {
         words.erase(words.begin());
         words.push_back("--help");
@@ -31,34 +36,22 @@ int run(Strings words) {
     return call.verb->action.run(call);
 }
 
-int guarded(const Strings &words) {
+}  // namespace
+}  // namespace kvio
+
+int main(int argc, char **argv) {
+    using namespace kvio;
+    kvio_initialize();
     try {
-        int status = run(words);
+        int status = run({argv + 1, argv + argc});
         if (int error = flushed()) throw Failure{io_error, std::string("standard output: ") + std::strerror(error)};
         return status;
     } catch (const Failure &failure) {
         flushed();
         messages::say(failure.text);
         return failure.status;
-    } catch (const std::bad_alloc &) {
-        messages::say("out of memory");
-        return io_error;
-    } catch (const std::exception &error) {
+    } catch (const std::bad_alloc &) { messages::say("out of memory"); } catch (const std::exception &error) {
         messages::say(error.what());
-        return io_error;
     }
-}
-
-}  // namespace
-}  // namespace kvio
-
-int main(int argc, char **argv) {
-    using namespace kvio;
-    Strings words(argv + 1, argv + argc);
-    kvio_initialize();
-    if (words.empty() || words[0] != "--complete") return guarded(words);
-    messages::silence_library();
-    words.erase(words.begin());
-    put(complete(words));
-    return flushed() ? io_error : success;
+    return io_error;
 }
