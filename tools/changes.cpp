@@ -1,5 +1,14 @@
-// Runs changes, single ones and batches: under one lock, saved once and only if all of them succeed.
+// Runs changes, single ones, batches and edited ones: under one lock, saved once and only if all of them succeed.
+#include <fcntl.h>
+#include <ftw.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "document.h"
@@ -77,16 +86,111 @@ int save_counted(const Call &call, const std::function<void(Document &)> &make) 
     });
 }
 
-}  // namespace
-
+// Those that NAME does not have.
 void refuse_new_faults(const Document &document, const std::string &name) {
     if (!document.structure_changed) return;
     std::multiset<std::string> faults = faults_of(document);
-    if (!faults.empty())
+    if (!faults.empty() && !is_broken(name))
         for (const std::string &fault : faults_of(Document::look(name)))
             if (auto found = faults.find(fault); found != faults.end()) faults.erase(found);
     if (!faults.empty()) throw Failure{inconsistent, *faults.begin() + "; nothing is saved without --force"};
 }
+
+// ---- edit
+
+// The file to be edited, in a directory that only this user can read. The directory is removed with this object, or
+// where this process is killed, by another one, which waits for the end of a pipe that this one holds.
+class PrivateFile {
+public:
+    PrivateFile(const std::string &name, const std::string &bytes) {
+        const char *parent = std::getenv("TMPDIR");
+        directory_ = std::string(parent && *parent ? parent : "/tmp") + "/kvio.XXXXXX";
+        start_remover();
+        path_ = directory_ + '/' + name.substr(name.rfind('/') + 1);
+        write_file(path_, bytes);
+    }
+    ~PrivateFile() {
+        if (!keep || write(held_.get(), "", 1) != 1) remove_directory();
+    }
+    PrivateFile(const PrivateFile &) = delete;
+    PrivateFile &operator=(const PrivateFile &) = delete;
+
+    const std::string &path() const { return path_; }
+    bool keep = false;
+
+private:
+    void remove_directory() {
+        auto remove_one = [](const char *path, const struct stat *, int, FTW *) { return std::remove(path); };
+        nftw(directory_.c_str(), remove_one, 8, FTW_DEPTH | FTW_PHYS);
+    }
+
+    void start_remover() {
+        const SignalsBlocked signals;
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0 || !mkdtemp(directory_.data())) system_failure(directory_, errno);
+        const Descriptor waiting(ends[0]);
+        held_ = Descriptor(ends[1]);
+        const pid_t child = fork();
+        if (child > 0) return;
+        held_.close();
+        char kept;
+        if (child < 0 || read(waiting.get(), &kept, 1) == 0) remove_directory();
+        if (child < 0) throw Failure{io_error, "no process can be started"};
+        _exit(0);
+    }
+
+    std::string directory_, path_;
+    Descriptor held_;
+};
+
+std::string bytes_of_file(const std::string &name) {
+    std::string bytes;
+    const Descriptor file(open(path_of(name).c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file || !read_to_end(file.get(), bytes)) system_failure(path_of(name), errno);
+    return bytes;
+}
+
+// Keyboard signals are the editor's.
+void run_editor(const std::string &path) {
+    const char *editor = std::getenv("VISUAL");
+    if (!editor || !*editor) editor = std::getenv("EDITOR");
+    if (!editor || !*editor) editor = "vi";
+    const std::string command = std::string(editor) + " \"$1\"";
+    auto interrupt = signal(SIGINT, SIG_IGN), quit = signal(SIGQUIT, SIG_IGN);
+    pid_t child = fork();
+    if (child == 0) {
+        signal(SIGINT, interrupt);
+        signal(SIGQUIT, quit);
+        execl("/bin/sh", "sh", "-c", command.c_str(), "sh", path.c_str(), nullptr);
+        _exit(127);
+    }
+    int status = -1;
+    while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+    signal(SIGINT, interrupt);
+    signal(SIGQUIT, quit);
+    if (status != 0) throw Failure{io_error, std::string("the editor ") + editor + " failed; nothing is saved"};
+}
+
+// What was edited, once it is well-formed and has no new faults.
+Document edited_document(const Call &call, const std::string &path) {
+    for (;;) {
+        run_editor(path);
+        try {
+            Document edited = Document::file(path);
+            edited.root();
+            if (call.given("SCOPE")) edited.scope(call.scope());
+            edited.structure_changed = true;
+            if (!call.has('f')) refuse_new_faults(edited, call.name());
+            return edited;
+        } catch (const Failure &failure) {
+            messages::say(failure.text);
+            if (call.has('y') || !isatty(0) || !confirmed("Edit it again?"))
+                throw Failure{failure.status, "nothing is saved"};
+        }
+    }
+}
+
+}  // namespace
 
 int save_change(const Call &call, const std::function<void(Document &)> &make) {
     std::string text;
@@ -121,6 +225,43 @@ int batch(Call &call) {
             }
         }
     });
+}
+
+// A configuration that is not well-formed is edited as it is and saved as `restore` would.
+int edit(Call &call) {
+    const bool broken = !call.given("SCOPE") && is_broken(call.name());
+    auto bytes = [&] {
+        return broken ? bytes_of_file(call.name()) : bytes_of(Document::look(call.name()), call.scope());
+    };
+    const std::string before = bytes();
+    PrivateFile file(call.name(), before);
+    Document edited = edited_document(call, file.path());
+    std::string text;
+    if (broken) {
+        messages::say(call.name() + " is not well-formed: all is new");
+    } else if (!differences(call, Document::parse(before, call.name()), edited, text)) {
+        messages::say("nothing is changed");
+        return success;
+    }
+    if (!messages::quiet) put(text);
+    if (call.has('n')) return success;
+    if (!call.has('y') && !confirmed("Save this?")) return not_found;
+    auto refuse_if_changed = [&] {
+        if (bytes() != before) throw Failure{inconsistent, call.name() + " has changed meanwhile"};
+    };
+    try {
+        if (!broken)
+            return save_change(call, [&](Document &current) {
+                refuse_if_changed();
+                put_into(current, edited, call.scope());
+            });
+        refuse_if_changed();
+        replace_broken(call, edited);
+        return success;
+    } catch (const Failure &failure) {
+        file.keep = true;
+        throw Failure{failure.status, failure.text + "; your version is " + file.path()};
+    }
 }
 
 }  // namespace kvio

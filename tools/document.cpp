@@ -131,17 +131,20 @@ Document Document::snapshot(const std::string &path, const std::string &what) {
     return document;
 }
 
+Document Document::parse(const std::string &bytes, const std::string &what) {
+    const Descriptor memory(memfd_create("kvio", MFD_CLOEXEC));
+    if (!write_all(memory.get(), bytes.data(), bytes.size(), 0)) system_failure(what, errno);
+    return snapshot(DescriptorName(memory.get()).text, what);
+}
+
 // The store does not wait for a process that writes into a pipe; this does, and a signal ends it.
 Document Document::file(const std::string &path) {
     struct stat file;
     if (path != "-" && (stat(path.c_str(), &file) != 0 || !S_ISFIFO(file.st_mode))) return snapshot(path, path);
     const Descriptor pipe(path == "-" ? fcntl(0, F_DUPFD_CLOEXEC, 3) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!pipe) system_failure(path, errno);
     std::string bytes;
-    Descriptor memory(memfd_create("kvio", MFD_CLOEXEC));
-    if (!read_to_end(pipe.get(), bytes) || !write_all(memory.get(), bytes.data(), bytes.size(), 0))
-        system_failure(path, errno);
-    return snapshot(DescriptorName(memory.get()).text, path);
+    if (!pipe || !read_to_end(pipe.get(), bytes)) system_failure(path, errno);
+    return parse(bytes, path);
 }
 
 Document Document::change(const Call &call) {

@@ -117,7 +117,8 @@ class Document {
 public:
     static Document look(const std::string &name) { return snapshot(path_of(name), path_of(name)); }  // no lock
     static Document file(const std::string &path);  // any file or pipe; "-" is standard input
-    static Document change(const Call &call);       // NAME, locked until the end of the document's life
+    static Document parse(const std::string &bytes, const std::string &what);
+    static Document change(const Call &call);  // NAME, locked until the end of the document's life
     Document(Document &&) = default;
     Document &operator=(Document &&) = delete;
 
@@ -161,6 +162,9 @@ bool differences(const Call &call, const Document &before, const Document &after
 std::string bytes_of(const Document &document, const std::string &scope);
 // Writes a file of mode 0600, complete or not at all. A pipe takes the bytes as they are; "" and "-" are standard output.
 void write_file(const std::string &path, const std::string &bytes);
+bool is_broken(const std::string &name);  // not well-formed
+// Saves a document as NAME, which is broken; its bytes are kept as NAME.broken.
+void replace_broken(const Call &call, Document &document);
 // Makes what is missing of a path of scopes; false if nothing is.
 bool made_scope(const Document &document, const std::string &path);
 // Puts a scope of another document in the place of the one with this path, or all of it for "". Makes a missing scope.
@@ -170,7 +174,6 @@ void put_into(Document &target, Document &source, const std::string &scope);
 // Opens NAME, runs a change, refuses new faults, saves and closes; then prints the change's output. With
 // --dry-run prints how the file would differ and saves nothing.
 int save_change(const Call &call, const std::function<void(Document &)> &make);
-void refuse_new_faults(const Document &document, const std::string &name);  // those that NAME does not have
 
 // The store's functions for one kind of container; throws for other words than table, list and group.
 struct Kind {

@@ -101,6 +101,25 @@ void save_under(const Call &call, Document &document, const std::string &name) {
     }
 }
 
+// Restores over a file that is missing or broken. What such a file had cannot be compared, so a backup of one scope
+// needs --force.
+void restore_whole(const Call &call, Document &source, bool broken) {
+    const std::string &name = call.name();
+    const Element first = source.root().begin();
+    if (broken && !(first && first.next()) && !call.has('f'))
+        throw Failure{inconsistent, name + " is not well-formed, and " + call["FILE"] +
+                                        " has one scope alone; --force restores it and keeps the old file as " + name +
+                                        ".broken"};
+    if (call.has('n'))
+        messages::say(name + (broken ? " is not well-formed" : " is missing") + ": all is new");
+    else if (broken)
+        replace_broken(call, source);
+    else
+        save_under(call, source, name);
+}
+
+}  // namespace
+
 bool is_broken(const std::string &name) {
     try {
         Document::look(name);
@@ -111,24 +130,12 @@ bool is_broken(const std::string &name) {
     }
 }
 
-// Restores over a file that is missing or broken. What such a file had cannot be compared, so a backup of one scope
-// needs --force; its bytes are kept.
-void restore_whole(const Call &call, Document &source, bool broken) {
+void replace_broken(const Call &call, Document &document) {
     const std::string &name = call.name(), kept = name + ".broken";
-    const Element first = source.root().begin();
-    bool one_scope = !first || !first.next();
-    if (broken && one_scope && !call.has('f'))
-        throw Failure{inconsistent, name + " is not well-formed, and " + call["FILE"] +
-                                        " has one scope alone; --force restores it and keeps the old file as " + kept};
-    if (call.has('n')) return messages::say(name + (broken ? " is not well-formed" : " is missing") + ": all is new");
-    if (broken) {
-        with_lock(call, name + " to " + kept, [&] { return kvio_copy_config(name.c_str(), kept.c_str()) == 0; });
-        messages::say("the old file is kept as " + kept);
-    }
-    save_under(call, source, name);
+    with_lock(call, name + " to " + kept, [&] { return kvio_copy_config(name.c_str(), kept.c_str()) == 0; });
+    messages::say("the old file is kept as " + kept);
+    save_under(call, document, name);
 }
-
-}  // namespace
 
 bool made_scope(const Document &document, const std::string &path) {
     Element at = document.root();
