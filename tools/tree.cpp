@@ -62,9 +62,9 @@ Pairs Element::other_attributes() const {
     return result;
 }
 
-Element Element::begin() const { return Element(xml::first_element(node_->children)); }
+Element Element::begin() const { return Element(xmlFirstElementChild(node_)); }
 
-Element Element::next() const { return Element(xml::first_element(node_->next)); }
+Element Element::next() const { return Element(xmlNextElementSibling(node_)); }
 
 Element Element::child(const std::string &tag_name) const {
     for (Element one : *this)
