@@ -65,7 +65,7 @@ struct Call {
 
     // The argument that the usage calls so, "" if it is not given.
     const std::string &operator[](const char *what) const;
-    std::size_t index(const char *what) const;  // the position of such an argument, given or not
+    std::size_t index(const char *what) const;  // its position, given or not; the largest if the verb has none such
     Strings from(const char *what) const;       // that argument and all behind it
     bool given(const char *what) const { return index(what) < arguments.size(); }
 

@@ -12,6 +12,7 @@ namespace {
 
 int run(Strings words) {
     if (!words.empty() && words[0] == "--complete") {
+        messages::quiet = true;
         messages::silence_library();
         put(complete({words.begin() + 1, words.end()}));
         return success;

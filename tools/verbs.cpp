@@ -248,7 +248,8 @@ const std::string &Call::option(char letter) const {
 
 std::size_t Call::index(const char *what) const {
     const Strings words = usage_of(*verb).words;
-    return static_cast<std::size_t>(std::find(words.begin(), words.end(), what) - words.begin());
+    auto found = std::find(words.begin(), words.end(), what);
+    return found == words.end() ? std::string::npos : static_cast<std::size_t>(found - words.begin());
 }
 
 const std::string &Call::operator[](const char *what) const {

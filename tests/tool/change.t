@@ -94,11 +94,11 @@ $ kvio rename-entity a s t no v; kvio rename-container $h f; kvio rename-contain
 > kvio attr decrease a s t 'a & b' reference; kvio attr set $y reference 7; kvio join -cf a s group t f no
 > kvio rename-member a s group t f no h; kvio create-scope a s/v; kvio define a s v x; kvio define a s/u t x
 > kvio create a s group user_group_object_t u; kvio join a s group user_group_object_t u zoe; kvio check a
-kvio: no t no in s [1]|kvio: group f: it exists already [1]|s/|  t a & b [reference=2]|  t y [reference=0]|  t m|  t n
- [reference=0]|  u x|  u z|  group f of t [reference=2]|    a & b|  group h of t|    no|    f (container)|    a & b|
-  group i of u|    x|  list f of t|    a & b|    a & b|  group j of t|    lost|  group k of t|    f (container)|kvio:
- s: group j: a member names no t: lost; nothing is saved without --force [4]|kvio: s: group f: a member names no t: a
- & b; nothing is saved without --force [4]|kvio: s: group f: a member names no u: a & b; nothing is saved without
+kvio: no t no in s [1]|kvio: group f of t: it exists already [1]|s/|  t a & b [reference=2]|  t y [reference=0]|  t m|
+  t n [reference=0]|  u x|  u z|  group f of t [reference=2]|    a & b|  group h of t|    no|    f (container)|    a &
+ b|  group i of u|    x|  list f of t|    a & b|    a & b|  group j of t|    lost|  group k of t|    f (container)
+|kvio: s: group j: a member names no t: lost; nothing is saved without --force [4]|kvio: s: group f: a member names no
+ t: a & b; nothing is saved without --force [4]|kvio: s: group f: a member names no u: a & b; nothing is saved without
  --force [4]|kvio: s: t a & b: reference is too low, or no number; nothing is saved without --force [4]|kvio: s: group
  f contains itself: f > h > f; nothing is saved without --force [4]|kvio: s/v: the scope has the name of a type beside
  it; nothing is saved without --force [4]|kvio: there are 2 scopes s/u [4]|s: group f: member 2 names no group: no|s:
