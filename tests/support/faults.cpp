@@ -33,7 +33,7 @@ std::map<std::pair<std::string, int>, key_t> keys;
 std::vector<Change> recorded;
 bool active, was_planned, fired, latest_struck, records;
 int allocation_count;
-long block_count;
+[[maybe_unused]] long block_count;
 
 // 0 where there is no file; errno stays.
 ino_t inode_of(const char *path) {
