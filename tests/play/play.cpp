@@ -15,12 +15,13 @@
 //     let NAME = TEXT                            <NAME> stands for this text in outcomes
 //     n = kvio_define2 c s t n = s/t=n           a call, whose result may be kept, and its outcome. Room for results is
 //                                                not mentioned, other than NULL. A record of a list or group is its
-//                                                name and what is changed in it: g-begin+max_groups=3
+//                                                name and what is changed in it (see records.h)
 //     kvio_get2 e f {0,1,2} = 1 | ^ | 1 "\0"     the call with each of these in its place; ^ is the outcome before,
 //                                                which goes for those behind the last one, too
-//     every use_group g = 0; ~group=g | 1 by kvio_open_group
+//     every use_group g = 0; ~g | 1 (0) by open_group
 //                                                the call, and with each callback and each call of the store failing
-//                                                in turn; what changed in the scope
+//                                                in turn: result, number of callbacks, what changed in the scope (done
+//                                                is what the call does); it is undone
 //     < <t name="e"/>                            the document c, or that of another handle, if it changed
 //
 // An outcome is the result; kvio_errno, if it is not 0 ("-" for: as before); the bytes written; a number given; the
@@ -28,10 +29,13 @@
 // standard error stream (of the object layer only what begins with "%") and to the log. Nodes are shown as place and
 // name, arrays as count, capacity and nodes, "@" is the function and "~" the configuration directory.
 //
-// The modes play the same sessions with each allocation of each call failing in turn. Then the call does all of its work
-// or fails, changes nothing, and leaves nothing behind.
+// The modes play the same sessions with each allocation of each call failing in turn, and with each callback and each
+// call of the store by the object layer. Then a call of the store does all of its work or fails and changes nothing, and
+// nothing leaves memory behind.
+#include <dlfcn.h>
 #include <libxml/tree.h>
 #include <libxml/xmlerror.h>
+#include <libxml/xpath.h>
 #include <sys/ipc.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -40,7 +44,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iostream>
 #include <map>
 #include <regex>
 #include <set>
@@ -60,7 +63,20 @@ namespace {
 namespace fs = std::filesystem;
 using form::Words;
 
-constexpr char fill = '\xfe';
+using Texts = std::map<std::string, std::string>;
+
+// Everything outside the functions: files with mode and text, locks, and the document of each handle.
+struct State {
+    Texts things, documents;
+    bool operator==(const State &other) const { return things == other.things && documents == other.documents; }
+};
+
+// What can be seen of a call.
+struct Seen {
+    std::string text, result, told, rest;  // the whole, and of it the result, the callbacks, and what is behind them
+    bool failed = false, kept = false;
+    int code = 0;
+};
 
 std::string full_path(const std::string &name) { return name[0] == '/' ? name : config_path(form::expanded(name)); }
 
@@ -69,106 +85,99 @@ std::string replaced(std::string text, const std::string &what, const std::strin
     return text;
 }
 
-// The elements of the scope "s", or the whole document where there is more, without indentation.
-std::string document_of(const kvio_config_t *config) {
-    xmlChar *text = nullptr;
-    xmlDocDumpMemory(config->doc, &text, nullptr);
-    std::string document = xml::str(text);
-    xmlFree(text);
-    document = std::regex_replace(document.substr(document.find("<kavex")), std::regex(">\\s*\n\\s*(<|$)"), ">$1");
-    std::smatch parts;
-    const bool is_scope =
-        std::regex_match(document, parts, std::regex("<kavex><s>([^]*)</s></kavex>|<kavex><s/></kavex>"));
-    return is_scope ? parts[1].str() : document;
-}
-
-// The children of the scope "s", or the first one, by kind and name.
-std::map<std::string, std::string> parts_of(const kvio_config_t *config) {
-    std::map<std::string, std::string> parts;
-    xmlNode *scope = xmlFirstElementChild(xmlDocGetRootElement(config->doc));
-    for (xmlNode *node = scope ? xmlFirstElementChild(scope) : nullptr; node; node = xmlNextElementSibling(node)) {
-        xml::String name(xmlGetNoNsProp(node, xml::str("name")));
-        const std::unique_ptr<xmlBuffer, void (*)(xmlBuffer *)> text(xmlBufferCreate(), xmlBufferFree);
-        xmlNodeDump(text.get(), config->doc, node, 0, 0);
-        parts[std::string(xml::str(node->name)) + "=" + (name ? xml::str(name.get()) : "")] = xml::str(text->content);
-    }
-    return parts;
-}
-
-// Everything outside a call: files with mode and text, locks, and the document of each handle.
-struct State {
-    std::map<std::string, std::string> things, documents;
-    std::map<std::string, std::string> ids;  // of locks, with their files
-
-    void look_at(const fs::path &path, const std::string &name, std::map<std::string, std::string> &keys) {
-        key_t key = ftok(path.c_str(), 0);
-        keys[std::to_string(key ? key : ftok(path.c_str(), 1))] = name;
-        if (!fs::is_regular_file(path)) return;
-        std::ostringstream text;
-        text << std::oct << file_mode(path) << ' ' << form::on_one_line(read_file(path));
-        things[name] = text.str();
-    }
-    State() {
-        std::map<std::string, std::string> keys;
-        for (const auto &entry : fs::recursive_directory_iterator(config_path("")))
-            if (!is_redo_file(entry.path())) look_at(entry, fs::path(entry).lexically_relative(config_path("")), keys);
-        for (const char *directory : {"/etc", "/tmp"})
-            for (const auto &entry : fs::directory_iterator(directory))
-                if (entry.path().extension() == ".xml") look_at(entry, entry.path(), keys);
-        std::ifstream locks("/proc/sysvipc/sem");
-        std::string line, key, id, mode, count;
-        for (std::getline(locks, line); std::getline(locks, line); ids[id] = keys[key]) {
-            std::istringstream(line) >> key >> id >> mode >> count;
-            things["lock of " + keys[key]] = mode + count == "01" ? "" : mode + " " + count;
-        }
-    }
-    bool operator==(const State &other) const { return things == other.things && documents == other.documents; }
-};
-
 // What came, went and changed.
-std::string difference(const std::map<std::string, std::string> &before,
-                       const std::map<std::string, std::string> &after) {
+std::string difference(const Texts &before, const Texts &after) {
     std::string text;
     for (const auto &[name, what] : before)
         if (!after.count(name)) text += " -" + name;
     for (const auto &[name, what] : after) {
-        if (!before.count(name)) text += " +" + name;
-        if (before.count(name) && before.at(name) != what) text += " ~" + name;
+        const auto old = before.find(name);
+        if (old == before.end() || old->second != what) text += (old == before.end() ? " +" : " ~") + name;
     }
     return text.empty() ? "" : ";" + form::on_one_line(text);
 }
 
-// What can be seen of a call.
-struct Seen {
-    std::string text;
-    bool failed = false, kept = false;
-    int code = 0;
-};
+std::string name_of(const xmlNode *node) {
+    const xml::String name(xmlGetNoNsProp(node, xml::str("name")));
+    return name ? "=" + std::string(xml::str(name.get())) : "";
+}
 
-// A call that a session has to be played up to.
-struct Reached {};
+// The elements of the scope "s", or the whole document where there is more, without indentation.
+std::string document_of(const kvio_config_t *config) {
+    xmlChar *text = nullptr;
+    xmlDocDumpMemory(config->doc, &text, nullptr);
+    std::string document;
+    for (const char *at = std::strstr(xml::str(text), "<kavex"); *at; ++at) {
+        document += *at;
+        const char *next = at + 1 + std::strspn(at + 1, " \n");
+        if (*at == '>' && at[1] == '\n' && (*next == '<' || *next == '\0')) at = next - 1;
+    }
+    xmlFree(text);
+    const std::string begin = "<kavex><s>", end = "</s></kavex>";
+    if (document == "<kavex><s/></kavex>") return "";
+    const bool is_scope = document.rfind(begin, 0) == 0 && document.find(end) == document.size() - end.size();
+    return is_scope ? document.substr(begin.size(), document.size() - begin.size() - end.size()) : document;
+}
+
+xmlNode *scope_of(const kvio_config_t *config) { return xmlFirstElementChild(xmlDocGetRootElement(config->doc)); }
+
+// The children of the scope by name.
+Texts parts_of(const kvio_config_t *config) {
+    Texts parts;
+    for (xmlNode *node = xmlFirstElementChild(scope_of(config)); node; node = xmlNextElementSibling(node)) {
+        const std::unique_ptr<xmlBuffer, void (*)(xmlBuffer *)> text(xmlBufferCreate(), xmlBufferFree);
+        xmlNodeDump(text.get(), config->doc, node, 0, 0);
+        parts[name_of(node).empty() ? xml::str(node->name) : name_of(node).substr(1)] = xml::str(text->content);
+    }
+    return parts;
+}
+
+// The files and locks there are. Locks are called by their files, of which the ids are noted: they are other ones in
+// every run.
+Texts look_around(Texts &ids) {
+    Texts things, keys;
+    auto look_at = [&](const fs::path &path, const std::string &name) {
+        const key_t key = ftok(path.c_str(), 0);
+        keys[std::to_string(key ? key : ftok(path.c_str(), 1))] = name;
+        std::ostringstream text;
+        if (!fs::is_directory(path)) text << std::oct << file_mode(path) << ' ';
+        things[name] = text.str() + (fs::is_regular_file(path) ? form::on_one_line(read_file(path)) : "");
+    };
+    for (const auto &entry : fs::recursive_directory_iterator(config_path("")))
+        if (!is_redo_file(entry.path())) look_at(entry, fs::path(entry).lexically_relative(config_path("")));
+    for (const char *directory : {"/etc", "/tmp"})
+        for (const auto &entry : fs::directory_iterator(directory))
+            if (entry.path().extension() == ".xml") look_at(entry, entry.path());
+    std::ifstream locks("/proc/sysvipc/sem");
+    std::string line, key, id, mode, count;
+    for (std::getline(locks, line); std::getline(locks, line); ids[id] = keys[key]) {
+        std::istringstream(line) >> key >> id >> mode >> count;
+        things["lock of " + keys[key]] = mode + " " + count;
+    }
+    return things;
+}
 
 class Session {
 public:
     using Observer = std::function<Seen(const Words &)>;
 
-    // Plays the lines of a session from the beginning, with each call left to an observer. Gives the lines as they are
-    // to be.
+    // Plays the lines of a session from the beginning. Gives them as they are to be. Each call is left to an observer.
     std::string play(const Words &lines, const Observer &observer);
-    // Plays the session until so many calls are done, as they are.
+    // Plays the session until so many calls are done.
     void play_up_to(const Words &lines, size_t calls);
-    // Makes one call.
     Seen call(const Words &words);
     // Closes all and removes all files.
     void reset();
     State state();
-    size_t calls() const { return calls_; }
     bool has_fault() const { return !fault_.empty(); }
+    bool sweeps = false;  // `every` call fails in other ways
+    // Is done right before the next call of a function.
+    std::function<void()> plan = [] {};
 
     // Calls a function with the words at hand for its arguments and says what the result is, which is kept.
     template <class R, class... T>
     std::string run(R (*function)(T...)) {
-        std::tuple<T...> arguments{taken(static_cast<T *>(nullptr))...};
+        const std::tuple<T...> arguments{taken(static_cast<T *>(nullptr))...};
         EXPECT_TRUE(rest_.empty() || rest_[0] == "NULL") << "an argument too many: " << rest_[0];
         if constexpr (std::is_void_v<R>) {
             outcome_ = ::call([&] { std::apply(function, arguments); });
@@ -176,48 +185,46 @@ public:
         } else {
             R result{};
             outcome_ = ::call([&] { return result = std::apply(function, arguments); });
-            seen_.failed = result == R{} || (std::is_integral_v<R> && outcome_.result < 0);
+            seen_.failed = outcome_.result <= 0;
             return given(result);
         }
     }
 
 private:
+    template <class... T>
+    using Handles = std::tuple<std::map<std::string, T *>...>;
     template <class T>
-    using Handles = std::map<std::string, T *>;
-    template <class T>
-    Handles<T> &all() {
-        return std::get<Handles<T>>(handles_);
+    std::map<std::string, T *> &all() {
+        return std::get<std::map<std::string, T *>>(handles_);
     }
-    std::string next_word() {
+
+    // The next argument, by its type.
+    std::string word() {
         const std::string word = rest_.empty() ? "NULL" : rest_[0];
         if (!rest_.empty()) rest_.erase(rest_.begin());
         return word;
     }
-
-    // The next argument, by its type.
-    const char *taken(const char **) { return form::argument(next_word()); }
+    const char *taken(const char **) { return form::argument(word()); }
     char *taken(char **) { return &buffer_[0]; }
-    void *taken(void **) { return records::data(form::argument(next_word())); }
+    void *taken(void **) { return records::data(form::argument(word())); }
     uint32_t *taken(uint32_t **) { return rest_.empty() ? &number_ : nullptr; }
     int *taken(int **) { return reinterpret_cast<int *>(&number_); }
     const list_desc_t *taken(const list_desc_t **) { return record(records::list); }
     const group_desc_t *taken(const group_desc_t **) { return record(records::group); }
     group_desc_t *taken(group_desc_t **) { return group_ = record(records::group); }
     user_profile_t *taken(user_profile_t **) { return &profile_; }
+    int taken(int *) { return std::stoi(word()); }
+    unsigned taken(unsigned *) { return static_cast<unsigned>(std::stoul(word())); }
     template <class T>
-    T taken(T *) {
-        const std::string word = next_word();
-        if constexpr (std::is_integral_v<T>)
-            return static_cast<T>(std::stoll(word));
-        else {
-            EXPECT_TRUE(word == "NULL" || all<std::remove_pointer_t<T>>().count(word)) << "no handle " << word;
-            return word == "NULL" ? nullptr : all<std::remove_pointer_t<T>>()[word];
-        }
+    T *taken(T **) {
+        const std::string name = word();
+        EXPECT_TRUE(name == "NULL" || all<T>().count(name)) << "no handle " << name;
+        return name == "NULL" ? nullptr : all<T>()[name];
     }
     template <class Make>
     auto record(Make make) -> decltype(make(nullptr, "")) {
-        const std::string word = form::expanded(next_word());
-        return word == "NULL" ? nullptr : make(all<kvio_config_t>()["c"], word);
+        const char *name = form::argument(word());
+        return name ? make(all<kvio_config_t>()["c"], name) : nullptr;
     }
 
     // What a result is. A handle is kept by its name, or given back.
@@ -227,18 +234,18 @@ private:
     template <class T>
     std::string given(T *handle) {
         if (!handle) return "null";
-        const std::string text = shown(handle);
         seen_.kept = !kept_as_.empty();
-        if (seen_.kept) all<T>()[kept_as_] = handle;
-        if constexpr (std::is_same_v<T, kvio_config_t>)
-            if (seen_.kept) first_documents_[kept_as_] = document_of(handle);
-        if (!seen_.kept) unnamed_ = [=] { release(handle); };
-        return text;
+        if (seen_.kept)
+            all<T>()[kept_as_] = handle;
+        else
+            unnamed_ = [=] { release(handle); };
+        if constexpr (std::is_same_v<T, kvio_config_t>) first_documents_[kept_as_] = document_of(handle);
+        return shown(handle);
     }
     void release(kvio_config_t *config) { kvio_close_config(config); }
     void release(kvio_iterator_t *container) { kvio_close_list(container); }
     void release(kvio_entities_t *array) { kvio_free_entities(array); }
-    void release(kvio_node_t *node) {
+    void release(kvio_checkpoint_t *node) {
         if (function_ == "kvio_create_checkpoint") kvio_release_checkpoint(node);
     }
     void release(user_profile_t *profile) { free_user_profile(profile); }
@@ -247,9 +254,9 @@ private:
     static std::string shown(const kvio_config_t *config) { return config->path; }
     static std::string shown(const kvio_iterator_t *container) { return shown(container->node); }
     static std::string shown(const kvio_node_t *node) {
-        xml::String path(xmlGetNodePath(const_cast<kvio_node_t *>(node))), name(xmlGetNoNsProp(node, xml::str("name")));
-        const std::string place = std::regex_replace(xml::str(path.get()), std::regex("^/kavex/"), "");
-        return name ? place + "=" + xml::str(name.get()) : place;
+        const xml::String path(xmlGetNodePath(node));
+        const std::string place = xml::str(path.get()), root = "/kavex/";
+        return place.substr(place.rfind(root, 0) == 0 ? root.size() : 0) + name_of(node);
     }
     static std::string shown(const kvio_entities_t *array) {
         std::string text = std::to_string(array->count) + " of " + std::to_string(array->capacity);
@@ -265,24 +272,19 @@ private:
         return text;
     }
 
-    void close();
     void load(const std::string &text);
     std::string perform(const Words &words, const Observer &observer);
     std::string every(const Words &words);
     std::string changed_documents();
-    void plan_fault();
     std::string messages() const;
 
     const Words *lines_ = nullptr;  // of the session that is played
     size_t calls_ = 0;              // that it has made
-    std::tuple<Handles<kvio_config_t>, Handles<kvio_iterator_t>, Handles<kvio_node_t>, Handles<kvio_entities_t>,
-               Handles<user_profile_t>, Handles<user_group_t>>
-        handles_;
-    std::map<std::string, std::string> first_documents_;  // of the handles
-    std::set<std::string> checkpoints_;                   // among the nodes
-    std::map<std::string, std::string> ids_;              // of all locks there were
-    std::map<std::string, std::string> texts_;            // and their names
-    Words fault_;                                         // of the next call
+    bool repeats_ = false;          // what is before an `every`
+    Handles<kvio_config_t, kvio_iterator_t, kvio_node_t, kvio_entities_t, user_profile_t, user_group_t> handles_;
+    std::set<std::string> checkpoints_;    // among the nodes
+    Texts first_documents_, ids_, texts_;  // of the handles, of locks, of names for texts
+    Words fault_;                          // of the next call
     // Of the call:
     std::string function_, kept_as_, buffer_;
     Words rest_;  // the arguments that are not taken yet
@@ -302,24 +304,18 @@ const std::map<std::string, std::function<std::string(Session &)>> functions = [
     return table;
 }();
 
-void Session::close() {
+void Session::reset() {
     ::call([&] {
         for (auto &[name, container] : all<kvio_iterator_t>()) release(container);
         for (auto &[name, array] : all<kvio_entities_t>()) release(array);
-        for (const std::string &name : checkpoints_) kvio_release_checkpoint(all<kvio_node_t>()[name]);
+        for (const std::string &name : checkpoints_) kvio_release_checkpoint(all<kvio_checkpoint_t>()[name]);
         for (auto &[name, config] : all<kvio_config_t>()) release(config);
         xmlResetLastError();
     });
     handles_ = {};
     checkpoints_.clear();
-    first_documents_.clear();
-}
-
-void Session::reset() {
-    close();
-    faults::clear();
     fault_.clear();
-    texts_.clear();
+    faults::clear();
     for (const char *directory : {"/etc/kavex/conf", "/etc/kavex/conf/small", "/etc", "/tmp"})
         for (const auto &entry : fs::directory_iterator(directory))
             if (std::strlen(directory) > 5 ? entry.path().filename() != "small" : entry.path().extension() == ".xml")
@@ -327,41 +323,37 @@ void Session::reset() {
 }
 
 void Session::load(const std::string &text) {
-    close();
     write_config("a.xml", text.find("<kavex") == text.npos ? "<kavex><s>" + text + "</s></kavex>" : text);
     kvio_config_t *&config = all<kvio_config_t>()["c"];
     ::call([&] { return config = kvio_open_config("a.xml", 0); });
     ASSERT_TRUE(config) << text;
     first_documents_["c"] = document_of(config);
-    xmlNode *scope = xmlFirstElementChild(xmlDocGetRootElement(config->doc));
-    if (!scope || !xml::is_element(scope, "s")) return;
-    for (xmlNode *node = xmlFirstElementChild(scope); node; node = xmlNextElementSibling(node)) {
-        xml::String name(xmlGetNoNsProp(node, xml::str("name"))), type(xmlGetNoNsProp(node, xml::str("type")));
-        const std::string known = xml::str(name ? name.get() : node->name), kind = xml::str(node->name);
-        if (kind != "table" && kind != "list" && kind != "group")
+    if (!scope_of(config) || !xml::is_element(scope_of(config), "s")) return;
+    for (xmlNode *node = xmlFirstElementChild(scope_of(config)); node; node = xmlNextElementSibling(node)) {
+        const xml::String type(xmlGetNoNsProp(node, xml::str("type")));
+        const std::string kind = xml::str(node->name), known = name_of(node).empty() ? kind : name_of(node).substr(1);
+        if (kind != "table" && kind != "list" && kind != "group") {
             all<kvio_node_t>().emplace(known, node);
-        else if (name && type && !all<kvio_iterator_t>().count(known)) {
+        } else if (!name_of(node).empty() && type && !all<kvio_iterator_t>().count(known)) {
             const auto open = kind == "table" ? kvio_open_table : kind == "list" ? kvio_open_list : kvio_open_group;
-            ::call([&] { all<kvio_iterator_t>()[known] = open(config, "s", xml::str(type.get()), known.c_str()); });
+            kvio_iterator_t *&container = all<kvio_iterator_t>()[known];
+            ::call([&] { return container = open(config, "s", xml::str(type.get()), known.c_str()); });
         }
     }
 }
 
 State Session::state() {
     ::call(xmlResetLastError);  // its text was allocated inside a call, too
-    State state;
+    State state = {look_around(ids_), {}};
     for (const auto &[name, config] : all<kvio_config_t>()) state.documents[name] = document_of(config);
-    for (const auto &[id, file] : state.ids) ids_[id] = file;
     return state;
 }
 
 std::string Session::changed_documents() {
     std::string text;
-    for (const auto &[name, config] : all<kvio_config_t>()) {
-        const std::string now = document_of(config), begin = name == "c" ? "< " : "< " + name + ": ";
+    for (const auto &[name, now] : state().documents)
         if (now != std::exchange(first_documents_[name], now))
-            text += form::wrapped_document(begin, form::on_one_line(now));
-    }
+            text += form::wrapped_document(name == "c" ? "< " : "< " + name + ": ", form::on_one_line(now));
     return text;
 }
 
@@ -369,28 +361,25 @@ std::string Session::play(const Words &lines, const Observer &observer) {
     reset();
     lines_ = &lines;
     calls_ = 0;
+    texts_.clear();
     std::string seen, loaded;
     for (const std::string &line : lines) {
-        if (line[0] == '>') {
-            if (loaded.empty()) seen += changed_documents();
-            loaded += form::expanded(line).substr(2);
-        } else if (!loaded.empty()) {
-            load(std::exchange(loaded, ""));
-        }
-        const bool is_said = line[0] == '>' || line[0] == '#';
-        seen += is_said ? line + "\n" : form::wrapped(perform(form::split(line), observer));
+        const bool loads = line[0] == '>', performs = !loads && line[0] != '#';
+        if (loads) loaded += form::expanded(line).substr(2);
+        if (performs && !loaded.empty()) load(std::exchange(loaded, ""));
+        seen += performs ? form::wrapped(perform(form::split(line), observer)) : line + "\n";
     }
     return seen + changed_documents();
 }
 
 void Session::play_up_to(const Words &lines, size_t calls) {
+    struct Reached {};
     try {
         play(lines, [&](const Words &words) { return calls_ == calls ? throw Reached() : call(words); });
     } catch (const Reached &) {}
 }
 
-using Choices = std::vector<Words>;
-void choose(Words words, size_t at, Choices &choices) {
+void choose(Words words, size_t at, std::vector<Words> &choices) {
     if (at == words.size()) return choices.push_back(words);
     for (const std::string &one : form::alternatives(words[at])) {
         words[at] = one;
@@ -398,36 +387,43 @@ void choose(Words words, size_t at, Choices &choices) {
     }
 }
 
+void plan_fault(const Words &words) {
+    int error = 0;
+    for (int known = 1; known < 134; ++known)
+        if (words[3] == ::shown(strerrorname_np(known))) error = known;
+    const faults::Extent extent = words[2].back() == '+' ? faults::from_then_on : faults::once;
+    if (error)
+        faults::fail(form::argument(words[1]), error, std::stoi(words[2]), extent);
+    else
+        faults::shorten(form::argument(words[1]), 0, std::stoi(words[2]), extent);
+}
+
 // A line as it is to be: of a call, with its outcome.
 std::string Session::perform(const Words &words, const Observer &observer) {
-    const std::string &verb = words[0];
-    auto word = [&](size_t i) { return i < words.size() ? words[i] : ""; };
-    auto number = [&](size_t i) { return std::stoi(word(i)); };
+    const std::string &verb = words[0], &name = words.size() > 1 ? words[1] : verb, path = full_path(name);
     if (verb == "file")
-        write_file(full_path(word(1)), form::expanded(form::joined(words, 3)),
-                   static_cast<mode_t>(std::stoul(word(2), nullptr, 8)));
+        write_file(path, form::expanded(form::joined(words, 3)), static_cast<mode_t>(std::stoul(words[2], nullptr, 8)));
     else if (verb == "directory")
-        fs::create_directory(full_path(word(1)));
+        fs::create_directory(path);
     else if (verb == "pipe")
-        EXPECT_EQ(mkfifo(full_path(word(1)).c_str(), 0600), 0);
+        EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
     else if (verb == "key")
-        faults::set_key(full_path(word(1)).c_str(), number(2), number(3));
+        faults::set_key(path.c_str(), std::stoi(words[2]), std::stoi(words[3]));
     else if (verb == "damage")
-        all<kvio_iterator_t>().at(word(1))->node = nullptr;
+        all<kvio_iterator_t>().at(name)->node = nullptr;
     else if (verb == "with")
         fault_ = words;
     else if (verb == "let")
-        texts_[word(1)] = form::joined(words, 3);
+        texts_[name] = form::joined(words, 3);
     else if (verb == "show")
-        return "show " + word(1) + " = " + State().things[word(1)];
+        return "show " + name + " = " + look_around(ids_)[name];
     else {
-        const size_t function = word(1) == "=" ? 2 : 0;
-        const auto end = std::find(words.begin() + static_cast<int>(function), words.end(), "=");
-        const Words input(words.begin(), end);
-        if (verb == "every") return form::joined(input) + " = " + every(Words(input.begin() + 1, input.end()));
-        Choices choices;
+        const auto end = std::find(words.begin() + (name == "=" ? 2 : 0), words.end(), "=");
+        const Words input(words.begin() + (verb == "every" ? 1 : 0), end);
+        std::string text = form::joined(Words(words.begin(), end)) + " =", latest, repeated;
+        if (verb == "every" && !sweeps) return text + " " + every(input);
+        std::vector<Words> choices;
         choose(input, 0, choices);
-        std::string text = form::joined(input) + " =", latest, repeated;
         for (const Words &chosen : choices) {
             const std::string now = observer(chosen).text;
             ++calls_;
@@ -440,21 +436,8 @@ std::string Session::perform(const Words &words, const Observer &observer) {
     return form::joined(words);
 }
 
-void Session::plan_fault() {
-    int error = 0;
-    for (int known = 1; known < 134; ++known)
-        if (fault_[3] == ::shown(strerrorname_np(known))) error = known;
-    const faults::Extent extent = fault_[2].back() == '+' ? faults::from_then_on : faults::once;
-    if (error)
-        faults::fail(form::argument(fault_[1]), error, std::stoi(fault_[2]), extent);
-    else
-        faults::shorten(form::argument(fault_[1]), 0, std::stoi(fault_[2]), extent);
-}
-
-// A lock is called by its file: its id is another one in every run.
 std::string Session::messages() const {
     std::string text;
-    const bool is_store = function_.rfind("kvio_", 0) == 0;
     std::istringstream err(outcome_.err), log(replaced(outcome_.log, " 5,7,5,0,0,0,0:", ":"));
     for (std::string line; std::getline(err, line);) {
         for (const auto &[id, file] : ids_)
@@ -462,8 +445,10 @@ std::string Session::messages() const {
                 const size_t at = line.rfind(" " + id + end);
                 if (at != line.npos) line.replace(at + 1, id.size(), "lock of " + file);
             }
-        line = std::regex_replace(line, std::regex("^" + function_ + "\\b"), "@");
-        if (is_store || line[0] == '%') text += (text.empty() ? "" : " / ") + line + (err.eof() ? " without end" : "");
+        if (line.rfind(function_, 0) == 0 && !std::isdigit(line[function_.size()]))
+            line.replace(0, function_.size(), "@");
+        const bool is_shown = function_.rfind("kvio_", 0) == 0 || line[0] == '%';
+        if (is_shown) text += (text.empty() ? "" : " / ") + line + (err.eof() ? " without end" : "");
     }
     for (std::string line; std::getline(log, line);) text += (text.empty() ? "" : " / ") + line;
     return text.empty() ? "" : ": " + text;
@@ -471,10 +456,11 @@ std::string Session::messages() const {
 
 Seen Session::call(const Words &words) {
     const size_t at = words.size() > 1 && words[1] == "=" ? 2 : 0;
-    kept_as_ = at == 2 ? words[0] : "";
-    function_ = words[at];
     const std::string of = words.size() > at + 1 ? words[at + 1] : "";
-    if (!functions.count(function_)) return {"no function", true, false, 0};
+    constexpr char fill = '\xfe';
+    function_ = words[at];
+    if (!functions.count(function_)) return ADD_FAILURE() << "no function " << function_, Seen();
+    kept_as_ = at == 2 ? words[0] : "";
     rest_.assign(words.begin() + static_cast<int>(at) + 1, words.end());
     buffer_.assign(1024, fill);
     number_ = untouched;
@@ -482,12 +468,13 @@ Seen Session::call(const Words &words) {
     unnamed_ = nullptr;
     seen_ = {};
     const State before = state();
-    if (!fault_.empty()) plan_fault();
+    if (has_fault()) plan_fault(fault_);
+    std::exchange(plan, [] {})();
     records::begin();
     std::string text = form::on_one_line(functions.at(function_)(*this));
-    const std::string callbacks = records::end();
+    seen_.told = records::end();
     // One that struck in another process shows in the outcome alone.
-    EXPECT_TRUE(fault_.empty() || faults::struck() || outcome_.code != 0) << "no fault in " << function_;
+    EXPECT_TRUE(!has_fault() || faults::struck() || outcome_.code != 0) << "no fault in " << function_;
     fault_.clear();
     if (function_.rfind("kvio_close", 0) == 0 || function_ == "kvio_free_entities")
         std::apply([&](auto &...kinds) { (kinds.erase(of), ...); }, handles_);
@@ -495,47 +482,47 @@ Seen Session::call(const Words &words) {
     if (function_ == "kvio_release_checkpoint") checkpoints_.erase(of);
     if (function_ == "kvio_rollback_checkpoint" && !seen_.failed) checkpoints_.erase(words.back());
     seen_.code = outcome_.code;
-    if (outcome_.code != 0) text += " " + (outcome_.code == untouched ? "-" : std::to_string(outcome_.code));
+    if (outcome_.code != 0) text += outcome_.code == untouched ? " -" : " " + std::to_string(outcome_.code);
+    seen_.result = text;
     buffer_.erase(buffer_.find_last_not_of(fill) + 1);
     if (!buffer_.empty()) text += " \"" + form::on_one_line(buffer_) + "\"";
     if (number_ != untouched) text += " =" + std::to_string(number_);
-    text += form::on_one_line(callbacks + (group_ && group_->name ? " at " + std::string(group_->name) : ""));
-    const State after = state();
-    text += difference(before.things, after.things) + form::on_one_line(messages());
+    text += form::on_one_line(seen_.told + (group_ && group_->name ? " at " + std::string(group_->name) : ""));
+    seen_.rest = difference(before.things, state().things) + form::on_one_line(messages());
+    text += seen_.rest;
     if (unnamed_) ::call(unnamed_);
-    text = replaced(text, "/etc/kavex/conf/", "~");
     for (const auto &[name, what] : texts_) text = replaced(text, what, "<" + name + ">");
-    seen_.text = text;
+    seen_.text = replaced(text, "/etc/kavex/conf/", "~");
     return seen_;
 }
 
-// The call with all of its callbacks and calls of the store failing in turn, those of one outcome together.
+// The call, and again with each of its callbacks and calls of the store failing, those of one outcome together.
 std::string Session::every(const Words &words) {
+    if (repeats_) return "";
+    repeats_ = true;
     const Words &lines = *lines_;
     const size_t before = calls_;
-    auto called = [&] {
-        const auto parts = parts_of(all<kvio_config_t>()["c"]);
-        const Seen seen = call(words);
-        return seen.text + difference(parts, parts_of(all<kvio_config_t>()["c"]));
-    };
-    std::string text = called();
-    const std::map<std::string, int> uses = records::uses();
     std::vector<std::pair<std::string, std::string>> outcomes;
-    for (const auto &[function, count] : uses) {
-        for (int nth = 1; nth <= count; ++nth) {
-            play_up_to(lines, before);
-            records::fail(function, nth);
-            const std::string outcome = called();
-            auto same = std::find_if(outcomes.begin(), outcomes.end(), [&](auto &one) { return one.first == outcome; });
-            if (same == outcomes.end()) same = outcomes.insert(same, {outcome, ""});
-            same->second += " " + function + (nth > 1 ? std::to_string(nth) : "");
-        }
+    std::string success, done;
+    for (int nth = 0; nth <= 1 || !records::failed().empty(); ++nth) {
+        play_up_to(lines, before);
+        const Texts parts = parts_of(all<kvio_config_t>()["c"]);
+        records::fail(nth);
+        const Seen seen = call(words);
+        const std::string changes = difference(parts, parts_of(all<kvio_config_t>()["c"]));
+        if (nth == 0) success = seen.text + (done = changes);
+        if (records::failed().empty()) continue;
+        const auto callbacks = std::count(seen.told.begin(), seen.told.end(), ' ');
+        const std::string outcome = seen.result + " (" + std::to_string(callbacks) + ")" +
+                                    (changes == done && !done.empty() ? "; done" : changes) + seen.rest;
+        const auto is_same = [&](const auto &one) { return one.first == outcome; };
+        const auto same = std::find_if(outcomes.begin(), outcomes.end(), is_same);
+        (same == outcomes.end() ? outcomes.emplace_back(outcome, "") : *same).second += " " + records::failed();
     }
     play_up_to(lines, before);
-    call(words);
-    ++calls_;
-    for (const auto &[outcome, failing] : outcomes) text += " | " + outcome + " by" + failing;
-    return text;
+    repeats_ = false;
+    for (const auto &[outcome, failing] : outcomes) success += " | " + outcome + " by" + failing;
+    return success;
 }
 
 // ----------------------------------------------------------------------------------------------------------- the tests
@@ -562,18 +549,21 @@ protected:
         ApplianceTest::SetUp();
         umask(022);
         ::call(kvio_initialize);
-        session.reset();
     }
     void TearDown() override {
         session.reset();
         ApplianceTest::TearDown();
     }
+    void sweep(const std::function<void(int)> &plan, bool (*struck)());
 
     const std::string path = std::string(SESSIONS) + GetParam() + ".t";
     Session session;
 };
 
 TEST_P(Play, ShowsWhatIsWritten) {
+#ifdef KAVEX_OWN_CALLS
+    if (path.find("failures") != path.npos) GTEST_SKIP() << "the library's calls of the store stay within it";
+#endif
     std::string seen;
     for (const Words &lines : sessions_of(path))
         seen +=
@@ -585,12 +575,137 @@ TEST_P(Play, ShowsWhatIsWritten) {
                                   << seen << "<<<";
 }
 
+int xpath_contexts;
+
+}  // namespace
+
+// libxml2's XPath goes through freed memory when an allocation in it fails: plain scopes must never get there.
+xmlXPathContext *xmlXPathNewContext(xmlDoc *document) {
+    static const auto real = reinterpret_cast<decltype(&xmlXPathNewContext)>(dlsym(RTLD_NEXT, "xmlXPathNewContext"));
+    ++xpath_contexts;
+    return real(document);
+}
+
+namespace {
+
+// In Debian's 2.9.14 libxml2 loses blocks when memory is short in these: of copied nodes, and of the name of a reference.
+const std::set<std::string> lost_by_libxml2 = {"kvio_backup_scope", "kvio_create_checkpoint", "kvio_join",
+                                               "kvio_change_container_element", "kvio_insert"};
+
+std::string without_counts(const State &state) {
+    const auto document = state.documents.find("c");
+    return document == state.documents.end()
+               ? ""
+               : std::regex_replace(document->second, std::regex(" reference=\"[^\"]*\""), "");
+}
+
+// Whether a call did what it may when something failed in it.
+bool is_allowed(const std::string &function, bool has_expressions, const Seen &seen, const Seen &whole,
+                const State &before, State after, const State &done) {
+    if (seen.text == whole.text && after == done) return true;
+    // An operation on a list or group says that it failed and may leave half of its work. Nobody notices that a count is
+    // not written, that members cannot be counted or checked for loops, and whether all members could be removed.
+    static const std::set<std::string> unnoticed = {"size", "check_loop", "begin", "end"};
+    const bool is_store = function.rfind("kvio_", 0) == 0,
+               has_failed = whole.result != "0" || seen.result != whole.result;
+    const bool is_noticed = function != "dispose_group" && !unnoticed.count(records::failed());
+    if (!is_store && std::regex_match(function, std::regex("set_.*"))) return after == before;
+    if (!is_store) return has_failed || !is_noticed || without_counts(after) == without_counts(done);
+    // The writers of attributes do not notice either, and an array may have less room.
+    if (std::regex_match(function, std::regex("kvio_(setattr|increase|decrease).*|kvio_retrieve_all2?")) &&
+        !seen.failed)
+        return after == before;
+    // A file that was made stays.
+    if (function == "kvio_open_config" || function == "kvio_save_as")
+        for (auto at = after.things.begin(); at != after.things.end();)
+            at = before.things.count(at->first) || at->first.rfind("lock", 0) == 0 ? std::next(at)
+                                                                                   : after.things.erase(at);
+    static const std::set<int> codes = {KVIO_NO_MEMORY, KVIO_MALFORMED, KVIO_IO, KVIO_XML};
+    static const std::set<std::string> without_code = {"kvio_check_loop", "kvio_set2", "kvio_alloc_entities",
+                                                       "kvio_change_container_element"};
+    const bool is_code = codes.count(seen.code) || (has_expressions && seen.code == KVIO_BAD_SCOPE);
+    return seen.failed && (is_code || without_code.count(function)) && after == before;
+}
+
+// Plays each session with the first, second, third, ... fault in each call until none strikes. It begins again where the
+// call has done something.
+void Play::sweep(const std::function<void(int)> &plan, bool (*struck)()) {
+    struct Done {
+        Seen seen;
+        State state;
+        bool has_expressions;
+    };
+    session.sweeps = true;
+    for (const Words &lines : sessions_of(path)) {
+        std::vector<Done> calls;
+        session.play(lines, [&](const Words &words) {
+            xpath_contexts = 0;
+            const Seen seen = session.call(words);
+            const bool has_expressions = xpath_contexts > 0;
+            calls.push_back({seen, session.state(), has_expressions});
+            return seen;
+        });
+        session.reset();
+        const long blocks = faults::blocks();
+        long lost = 0;
+        size_t at = 0;
+        session.play(lines, [&](const Words &words) {
+            const Done &done = calls[at];
+            const std::string &function = words[words.size() > 1 && words[1] == "=" ? 2 : 0];
+            // Of expressions, places alone do not make libxml2 crash.
+            const bool is_place = std::regex_search(form::joined(words), std::regex(" [a-z]\\[[0-9]\\] "));
+            if (session.has_fault() || (done.has_expressions && !is_place)) return ++at, session.call(words);
+            xpath_contexts = 0;
+            for (int nth = 1;; ++nth) {
+                const State before = session.state();
+                const long used = faults::blocks();
+                session.plan = [=] { plan(nth); };
+                const Seen seen = session.call(words);
+                if (!struck()) return ++at, seen;
+                const State after = session.state();
+                EXPECT_TRUE(is_allowed(function, done.has_expressions, seen, done.seen, before, after, done.state))
+                    << form::joined(words) << " = " << seen.text << " instead of " << done.seen.text
+                    << difference(before.documents, after.documents) << ", fault " << nth;
+                EXPECT_TRUE(xpath_contexts == 0 || done.has_expressions) << function;
+                if (!(after == before) || seen.kept) {
+                    session.play_up_to(lines, at);
+                    continue;
+                }
+                const long left = faults::blocks() - used;
+                EXPECT_TRUE(left == 0 || done.has_expressions || lost_by_libxml2.count(function))
+                    << left << " left behind by " << function;
+                lost += left;
+            }
+        });
+        session.reset();
+        const auto has_expressions = [](const Done &done) { return done.has_expressions; };
+        const bool is_known = std::none_of(calls.begin(), calls.end(), has_expressions);
+        EXPECT_TRUE(faults::blocks() == blocks + lost || !is_known) << "left behind: " << lines[0];
+    }
+}
+
 #ifdef KAVEX_TEST_ALLOCATIONS
+TEST_P(Play, LivesWithoutMemoryOnce) {
+    sweep([](int nth) { faults::fail_allocation(nth, faults::once); }, faults::struck);
+}
+
+TEST_P(Play, LivesWithoutMemoryForGood) {
+    sweep([](int nth) { faults::fail_allocation(nth, faults::from_then_on); }, faults::struck);
+}
 #endif
 
-INSTANTIATE_TEST_SUITE_P(Of, Play,
-                         testing::Values("store/documents", "store/containers", "store/backups", "store/entities",
-                                         "store/scopes", "store/membership", "store/retrieval", "store/attributes"),
-                         [](const auto &of) { return replaced(of.param, "/", "_"); });
+class Objects : public Play {};
+TEST_P(Objects, LivesWithFailingCallbacks) {
+    sweep(records::fail, [] { return !records::failed().empty(); });
+}
+
+const char *const store_sessions[] = {"store/documents", "store/containers", "store/backups",   "store/entities",
+                                      "store/scopes",    "store/membership", "store/retrieval", "store/attributes"};
+const char *const object_sessions[] = {"objects/lists", "objects/groups", "objects/joins", "objects/export",
+                                       "objects/failures"};
+std::string name_of_test(const testing::TestParamInfo<const char *> &of) { return replaced(of.param, "/", "_"); }
+INSTANTIATE_TEST_SUITE_P(Store, Play, testing::ValuesIn(store_sessions), name_of_test);
+INSTANTIATE_TEST_SUITE_P(Objects, Play, testing::ValuesIn(object_sessions), name_of_test);
+INSTANTIATE_TEST_SUITE_P(Objects, Objects, testing::ValuesIn(object_sessions), name_of_test);
 
 }  // namespace

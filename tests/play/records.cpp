@@ -5,8 +5,9 @@
 
 #include <cstring>
 #include <deque>
+#include <map>
 #include <set>
-#include <sstream>
+#include <type_traits>
 
 #include "tests/support/faults.h"
 
@@ -16,18 +17,19 @@ struct Entry {
     char text[64];
 };
 
-bool running;  // an operation, not a callback in it
-std::string told, failing;
-int failing_use;
+bool running;  // an operation, and not a callback in it
+int planned;   // calls until the one that fails
+std::string told, what_failed;
 std::map<std::string, int> used;
-std::set<void *> buffers;
-std::deque<Entry> kept;  // entries of the caller, from no callback
+std::set<void *> buffers, data_given;  // of callbacks, and of the caller
 group_desc_t *in_use;
 std::string own_name;  // of the group in use
 
-bool due(const char *function) {
+bool due(const std::string &function) {
     const int use = ++used[function];
-    return failing == function && use == failing_use;
+    if (planned == 0 || --planned > 0) return false;
+    what_failed = function + (use > 1 ? "#" + std::to_string(use) : "");
+    return true;
 }
 
 // A use of the store by the operation itself.
@@ -36,200 +38,188 @@ bool fails(const char *function) {
     return running && due(function);
 }
 
-// While it lives the calls of the store are those of a callback: they do not count.
-struct Quiet {
-    const bool before = running;
-    Quiet() { running = false; }
-    ~Quiet() { running = before; }
-};
-
-// Tells of a callback and its arguments; true when it is to fail.
-template <class... Arguments>
-bool tell(const char *function, Arguments... arguments) {
-    faults::Pause pause;
-    std::ostringstream text;
-    ((text << "," << arguments), ...);
-    told += std::string(" ") + function + (sizeof...(arguments) ? "(" + text.str().substr(1) + ")" : "");
-    return due(function);
+// Arguments of callbacks as text.
+std::string text(int number) { return std::to_string(number); }
+std::string text(const char *name) { return name; }
+std::string text(void *buffer) {
+    if (!buffer) return "null";
+    if (buffer == &buffers) return "handle";
+    EXPECT_EQ(buffers.count(buffer) + data_given.count(buffer), 1u) << "not a buffer in use";
+    return static_cast<Entry *>(buffer)->text;
 }
-
-const char *text_of(void *buffer) {
-    const Entry *entry = static_cast<Entry *>(buffer);
-    const bool is_own = !kept.empty() && entry == &kept.back();
-    EXPECT_TRUE(is_own || buffers.count(buffer) == 1) << "not a buffer in use";
-    return entry->text;
-}
-
-std::string name_of(kvio_node_t *entity) {
-    faults::Pause pause;
-    Quiet quiet;
+std::string text(kvio_node_t *entity) {
     char name[256] = "no name";
     kvio_name2(entity, name, sizeof name);
-    const bool has_moved = in_use && in_use->name && in_use->name != own_name;
-    return name + (has_moved ? "@" + std::string(in_use->name) : "");
+    return name;
 }
 
-void *alloc(const char *function) {
+int get(kvio_node_t *entity, void *entry) {
+    const int got = kvio_get2(entity, "v", static_cast<Entry *>(entry)->text, sizeof(Entry::text));
+    return got || kvio_errno == KVIO_NOT_FOUND ? 0 : 1;
+}
+int set(kvio_node_t *entity, void *data) { return kvio_set(entity, "v", static_cast<Entry *>(data)->text) ? 0 : 1; }
+
+void *allocated() {
     faults::Pause pause;
-    return due(function) ? nullptr : *buffers.insert(new Entry{}).first;
+    return *buffers.insert(new Entry{}).first;
 }
-
 void release(void *buffer) {
     faults::Pause pause;
     EXPECT_EQ(buffers.erase(buffer), 1u) << "not a buffer in use";
     delete static_cast<Entry *>(buffer);
 }
 
-int get(const char *function, kvio_node_t *entity, void *buffer) {
-    Quiet quiet;
-    text_of(buffer);
-    if (tell(function, name_of(entity))) return -1;
-    kvio_get2(entity, "v", static_cast<Entry *>(buffer)->text, sizeof(Entry::text));
-    return 0;
-}
-
-int set(const char *function, kvio_node_t *entity, void *data, void *current) {
-    Quiet quiet;
-    const char *text = static_cast<Entry *>(data)->text;
-    if (tell(function, name_of(entity) + (current ? std::string(":") + text_of(current) : "") + "=" + text)) return -1;
-    return kvio_set(entity, "v", text) ? 0 : -1;
-}
-
-const list_desc_t whole_list = [] {
-    list_desc_t list = {};
-    list.label = "List";
-    list.scope = "s";
-    list.type = "t";
-    list.max_entries = 100;
-    list.begin = [] { return tell("begin") ? 1 : 7; };
-    list.end = [] { return tell("end") ? 1 : 7; };
-    list.print_entry = [](int position, void *b) -> int { return tell("print_entry", position, text_of(b)); };
-    list.print_name = [](int position, const char *e, int count) -> int {
-        return tell("print_name", position, e, count);
-    };
-    list.alloc_entry = [] { return alloc("alloc_entry"); };
-    list.set_entry = [](kvio_node_t *e, void *data) { return set("set_entry", e, data, nullptr) < 0 ? -1 : 7; };
-    list.get_entry = [](kvio_node_t *e, void *b) { return get("get_entry", e, b); };
-    list.free_entry = release;
-    return list;
-}();
-
-const group_desc_t whole_group = [] {
-    group_desc_t group = {};
-    group.label = "Group";
-    group.scope = "s";
-    group.type = "t";
-    group.property_type = "p";
-    group.begin = [] { tell("begin"); };
-    group.end = [] { tell("end"); };
-    group.print_group = [](const char *g) -> int { return tell("print_group", g); };
-    group.print_entry = [](const char *e, void *b) -> int { return tell("print_entry", e, text_of(b)); };
-    group.alloc_entry = [] { return alloc("alloc_entry"); };
-    group.set_entry = [](kvio_node_t *entity, const char *e, void *data, void *current) {
-        EXPECT_EQ(name_of(entity), e);
-        return set("set_entry", entity, data, current);
-    };
-    group.entry_removed = [](const char *e, void *b) -> int { return tell("entry_removed", e, text_of(b)); };
-    group.get_entry = [](kvio_node_t *e, void *b) { return get("get_entry", e, b); };
-    group.free_entry = release;
-    group.print_property = [](void *b) -> int { return tell("print_property", text_of(b)); };
-    group.alloc_property = [] { return alloc("alloc_property"); };
-    group.set_property = [](kvio_node_t *p, void *data, void *c) { return set("set_property", p, data, c); };
-    group.property_removed = [](void *b) -> int { return tell("property_removed", text_of(b)); };
-    group.get_property = [](kvio_node_t *p, void *b) { return get("get_property", p, b); };
-    group.free_property = release;
-    group.export_begin = [](int count) -> void * { return tell("export_begin", count) ? nullptr : &buffers; };
-    group.export_entry = [](int index, void *handle, const char *e, void *b) -> int {
-        EXPECT_EQ(handle, &buffers);
-        return tell("export_entry", index, e, text_of(b));
-    };
-    group.export_property = [](int index, int property, void *handle, void *b) -> int {
-        EXPECT_EQ(handle, &buffers);
-        return tell("export_property", index, property, text_of(b), in_use->name);
-    };
-    group.export_discard = [](void *handle) { EXPECT_EQ(handle, &buffers), tell("export_discard"); };
-    return group;
-}();
-
-// The fields in the order of the record; each has a slot as wide as a pointer.
-constexpr char list_fields[] =
-    "label config scope type name max_entries begin print_entry end print_name alloc_entry set_entry reserved "
-    "get_entry "
-    "free_entry";
-constexpr char group_fields[] =
-    "label config scope type property_type name max_groups begin print_group end print_entry alloc_entry set_entry "
-    "entry_removed get_entry free_entry print_property alloc_property set_property property_removed get_property "
-    "free_property export_begin export_entry export_property export_discard";
-
-template <class Record>
-Record *changed(Record record, kvio_config_t *config, const char *fields, const std::string &word) {
-    static std::deque<Record> made;
-    static std::deque<std::string> texts;
-    size_t at = word.find_first_of("+-");
-    texts.push_back(word.substr(0, at));
-    texts.back().reserve(64);
-    record.name = texts.back().data();
-    record.config = config;
-    for (size_t next; at < word.size(); at = next) {
-        next = std::min(word.find_first_of("+-", at + 1), word.size());
-        const std::string change = word.substr(at + 1, next - at - 1), name = change.substr(0, change.find('='));
-        std::istringstream names(fields);
-        size_t slot = 0;
-        for (std::string field; names >> field && field != name;) ++slot;
-        EXPECT_LT(slot * sizeof(void *), sizeof record) << "no field " << name;
-        const int number = word[at] == '+' ? std::stoi(change.substr(name.size() + 1)) : 0;
-        char *place = reinterpret_cast<char *>(&record) + slot * sizeof(void *);
-        std::memset(place, 0, sizeof(void *));
-        std::memcpy(place, &number, sizeof number);
+// A callback of any type, by its name. The buffers it makes and releases are not told of.
+template <const char *Name>
+struct Callback {
+    template <class Result, class... Arguments>
+    static Result run(Arguments... arguments) {
+        const bool was_running = std::exchange(running, false);
+        struct Restore {
+            bool value;
+            ~Restore() { running = value; }
+        } restore{was_running};
+        if constexpr (std::is_same_v<Result, void *> && sizeof...(arguments) == 0) {
+            return is_due() ? nullptr : allocated();
+        } else if constexpr (Name[0] == 'f') {
+            return release(arguments...);
+        } else {
+            const bool failing = told_of(arguments...);
+            if constexpr (std::is_same_v<Result, void *>) return failing ? nullptr : &buffers;
+            if constexpr (std::is_same_v<Result, int>) return failing ? failure(arguments...) : done(arguments...);
+        }
     }
-    return &made.emplace_back(record);
+
+private:
+    static bool is_due() {
+        faults::Pause pause;
+        return due(Name);
+    }
+    template <class... Arguments>
+    static bool told_of(Arguments... arguments) {
+        faults::Pause pause;
+        std::string list;
+        ((list += "," + text(arguments)), ...);
+        const bool has_moved = in_use && in_use->name && in_use->name != own_name;
+        told += std::string(" ") + Name + (list.empty() ? "" : "(" + list.substr(1) + ")");
+        if (has_moved) told += "@" + std::string(in_use->name);
+        return due(Name);
+    }
+    // A list takes any number that is not negative for success of `set_entry`, everything else that is not 0 is failure.
+    template <class... Arguments>
+    static int failure(Arguments...) {
+        return std::is_same_v<std::tuple<Arguments...>, std::tuple<kvio_node_t *, void *>> && Name[0] == 's' ? -1 : 1;
+    }
+    static int done() { return 7; }
+    template <class... Arguments>
+    static int done(Arguments...) {
+        return 0;
+    }
+    static int done(kvio_node_t *entity, void *entry) {
+        return Name[0] == 's' ? (set(entity, entry) ? -1 : 7) : get(entity, entry);
+    }
+    static int done(kvio_node_t *entity, void *data, void *) { return set(entity, data); }
+    static int done(kvio_node_t *entity, const char *, void *data, void *) { return set(entity, data); }
+};
+
+// The name in a word, with room for 63 bytes.
+char *name_in(const std::string &word) {
+    static std::deque<std::string> texts;
+    texts.push_back(word.substr(0, word.find_first_of("+-")));
+    texts.back().reserve(64);
+    return texts.back().data();
+}
+
+int limit_in(const std::string &word, int usual) {
+    const size_t at = word.find('+');
+    return at == word.npos ? usual : std::stoi(word.substr(at + 1));
+}
+
+bool lacks(const std::string &word, const std::string &field) {
+    return (word + "-").find("-" + field + "-") != word.npos;
 }
 
 }  // namespace
 
+#define FIELD(field) \
+    if (lacks(word, #field)) record.field = {};
+#define CALLBACK(field)                        \
+    {                                          \
+        static constexpr char name[] = #field; \
+        record.field = Callback<name>::run;    \
+        FIELD(field)                           \
+    }
+
 list_desc_t *records::list(kvio_config_t *config, const std::string &word) {
-    return changed(whole_list, config, list_fields, word);
+    static std::deque<list_desc_t> made;
+    list_desc_t &record = made.emplace_back();
+    record.label = "List";
+    record.config = config;
+    record.scope = "s";
+    record.type = "t";
+    record.name = name_in(word);
+    record.max_entries = limit_in(word, 100);
+    // clang-format off
+    FIELD(label) FIELD(config) FIELD(scope) FIELD(type) FIELD(name)
+    CALLBACK(begin) CALLBACK(print_entry) CALLBACK(end) CALLBACK(print_name) CALLBACK(alloc_entry) CALLBACK(set_entry)
+    CALLBACK(get_entry) CALLBACK(free_entry)
+        // clang-format on
+        return &record;
 }
 
 group_desc_t *records::group(kvio_config_t *config, const std::string &word) {
-    in_use = changed(whole_group, config, group_fields, word);
-    own_name = in_use->name ? in_use->name : "";
-    return in_use;
+    static std::deque<group_desc_t> made;
+    group_desc_t &record = made.emplace_back();
+    record.label = "Group";
+    record.config = config;
+    record.scope = "s";
+    record.type = "t";
+    record.property_type = "p";
+    record.name = name_in(word);
+    record.max_groups = limit_in(word, 0);
+    // clang-format off
+    FIELD(label) FIELD(config) FIELD(scope) FIELD(type) FIELD(name) FIELD(property_type)
+    CALLBACK(begin) CALLBACK(print_group) CALLBACK(end) CALLBACK(print_entry) CALLBACK(alloc_entry) CALLBACK(set_entry)
+    CALLBACK(entry_removed) CALLBACK(get_entry) CALLBACK(free_entry) CALLBACK(print_property) CALLBACK(alloc_property)
+    CALLBACK(set_property) CALLBACK(property_removed) CALLBACK(get_property) CALLBACK(free_property)
+    CALLBACK(export_begin) CALLBACK(export_entry) CALLBACK(export_property) CALLBACK(export_discard)
+        // clang-format on
+        in_use = &record;
+    own_name = record.name ? record.name : "";
+    return &record;
 }
 
 void *records::data(const char *text) {
+    static std::deque<Entry> kept;
     if (!text) return nullptr;
-    kept.emplace_back();
-    std::snprintf(kept.back().text, sizeof(Entry::text), "%s", text);
-    return &kept.back();
+    std::snprintf(kept.emplace_back().text, sizeof(Entry::text), "%s", text);
+    return *data_given.insert(&kept.back()).first;
 }
 
-void records::fail(const std::string &function, int nth) {
-    failing = function;
-    failing_use = nth;
-}
+void records::fail(int nth) { planned = nth; }
 
 void records::begin() {
     told.clear();
     used.clear();
+    what_failed.clear();
     running = true;
 }
 
 std::string records::end() {
     running = false;
-    failing.clear();
+    planned = 0;
     in_use = nullptr;
     EXPECT_EQ(buffers.size(), 0u) << "buffers not given back";
     return told;
 }
 
-const std::map<std::string, int> &records::uses() { return used; }
+const std::string &records::failed() { return what_failed; }
 
 // The program's definitions are found before the library's own, also by the library.
 #define FAILING(type, function, parameters, arguments, failure)                                      \
     extern "C" type function parameters {                                                            \
         static const auto next = reinterpret_cast<decltype(&function)>(dlsym(RTLD_NEXT, #function)); \
-        return fails(#function) ? failure : next arguments;                                          \
+        return fails(#function + 5) ? failure : next arguments;                                      \
     }
 #define IDENTITY (kvio_config_t * c, const char *s, const char *t, const char *n)
 

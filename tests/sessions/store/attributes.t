@@ -8,8 +8,9 @@ kvio_getattr_entity e {a,b,B,xml:lang,lang,none,"",NULL} = 1 "&amp;<"'ä\0" | 1 
 kvio_setattr_entity e NULL v = 1
 kvio_setattr_entity e b NULL = 1
 kvio_unsetattr_entity e {a,a,lang,xml:lang,"",NULL} = 1
-# The name is an attribute, too; nothing looks for a duplicate.
 < <t name="e" b="" B="AT&amp;T"/>
+
+# The name is an attribute, too; nothing looks for a duplicate.
 > <t name="e"/><t name="f"/>
 kvio_setattr_entity e name f = 1
 kvio_compare_name e f = 1
@@ -58,9 +59,10 @@ kvio_increase_entity_attr {large,largest,beyond,far,minus,minus1} n = 1 =4294967
 > <t name="far" n="99999999999999999999"/><t name="minus" n="-4294967295"/><t name="minus1" n="-1"/>
 kvio_decrease_entity_attr {large,largest,beyond,far,minus,minus1} n = 1 =4294967293 | 1 =4294967294 | ^ | ^ | 1 =0 | 1
     =4294967294
-# As far as there is a number; 15 bytes are read, and what comes after them is not.
 < <t name="large" n="4294967293"/><t name="largest" n="4294967294"/><t name="beyond" n="4294967294"/>
 < <t name="far" n="4294967294"/><t name="minus" n="0"/><t name="minus1" n="4294967294"/>
+
+# As far as there is a number; 15 bytes are read, and what comes after them is not.
 > <t name="tail" n="12abc"/><t name="text" n="abc"/><t name="sign" n="  +7"/><t name="signs" n="--1"/><t name="hex" n="0x10"/>
 > <t name="zeros" n="007"/><t name="apart" n="- 1"/><t name="long" n="0000000000000123"/><t name="late" n="               9"/>
 kvio_increase_entity_attr {tail,text,sign,signs,hex,zeros,apart,long,late} n = 1 =13 | 1 =1 | 1 =8 | 1 =1 | ^ | 1 =8 | 1

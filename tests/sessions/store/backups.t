@@ -57,7 +57,7 @@ checkpoint = kvio_create_checkpoint c s = /s
 kvio_create_checkpoint c {none,NULL} = null 7: @ fatal error: scope not existed or multiple instances
 kvio_close_config c = -1; -lock of a.xml: Semaphore lock of a.xml is removed
 file a.xml 600 <kavex><a/><s><u/></s><b/></kavex>
-c = kvio_open_config a.xml 0 = ~a.xml; +lock of a.xml: @ success. (~a.xml, lock of a.xml)
+c = kvio_open_config a.xml 0 = ~a.xml; +lock of a.xml: @ success. (~a.xml, 4)
 kvio_rollback_checkpoint c none checkpoint = 0 7: @ fatal error: scope not existed or multiple instances
 kvio_rollback_checkpoint c s NULL = 0 15: @() error: NULL checkpoint
 kvio_rollback_checkpoint c s checkpoint = 1

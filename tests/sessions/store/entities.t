@@ -11,8 +11,9 @@ kvio_define c s {NULL,""} e = 0 8: do_kvio_define error on xmlNewNode(): no memo
 kvio_define c s t NULL = 0 8: do_kvio_define error on xmlNewProp(): no memory?
 kvio_define c none t e = 0 7: do_kvio_define fatal error: scope not existed or multiple instances
 kvio_undefine c s t {e,e,""} = 1 | 0 22: @ error: entity not existed | 1
-# What names it stays.
 < <u name="e"/><t name="first"><f>v</f></t><t name="n"><f>v</f></t><t name="a&quot;b'&lt;&amp;amp;]"/>
+
+# What names it stays.
 > <t name="e"><f>1</f></t><t name="d" i="1"/><t name="d" i="2"/><list name="l" type="t"><entity>e</entity></list>
 kvio_undefine c s t e = 1
 kvio_undefine c s t {d,none,NULL} = 0 7: @ fatal error: multiple instances | 0 22: @ error: entity not existed

@@ -24,10 +24,11 @@ kvio_change_container_element l a<bAB "<\"'>" = 1
 kvio_change_container_element l "<\"'>" &known; = 1
 kvio_append l {a&lt;b&#65;&#x42;,"<\"'>",x&#10;y,&known;,AT&T,a&,&#;,&amp;&bar;} = 1
 kvio_regain_index l {2,6,9} = 0 - "a&lt;b&#65;&#x42;\0" | 0 - "AT&T\0" | 0 - "&amp;&bar;\0"
-# What is no such data is refused.
 < <list name="l" type="t"><entity>&known;</entity><entity>a&amp;lt;b&amp;#65;&amp;#x42;</entity>
 < <entity>&lt;"'&gt;</entity><entity>x&amp;#10;y</entity><entity>&amp;known;</entity><entity>AT&amp;T</entity>
 < <entity>a&amp;</entity><entity>&amp;#;</entity><entity>&amp;amp;&amp;bar;</entity></list>
+
+# What is no such data is refused.
 > <list name="l" type="t"><entity>old</entity></list>
 {kvio_join,kvio_insert} l {AT&T,a&,&foo;,a&;b,&;,&amp;&bar;} 1 = 0 8: @ error on xmlNodeSetContent()
 {kvio_join,kvio_insert} l {&#;,&#x;,&#0;,&#xD800;,&#x110000;,"&# 65;",&#99999999999999999999;,&#-1;,"&#x
