@@ -88,26 +88,23 @@ protected:
         for (size_t at = 0; at < changes_.size(); ++at) {
             if (at >= first) bad += bad_subsets(disk, pending, allowed);
             const Change &change = changes_[at];
-            const bool syncs_names = change.kind == Change::sync_names;
-            if (change.kind != Change::sync && !syncs_names) {
+            if (!is_sync(change))
                 for (const Change &piece : pieces(change)) pending.push_back(piece);
-            } else if (--lost_sync != 0) {
-                const auto rest = std::stable_partition(pending.begin(), pending.end(), [&](const Change &one) {
-                    const bool is_name = one.kind == Change::name || one.kind == Change::unname;
-                    return syncs_names ? is_name : !is_name && one.file == change.file;
-                });
-                std::for_each(pending.begin(), rest, [&](const Change &one) { disk.apply(one); });
-                pending.erase(pending.begin(), rest);
-            }
+            if (!is_sync(change) || --lost_sync == 0) continue;
+            const auto rest = std::stable_partition(pending.begin(), pending.end(), [&](const Change &one) {
+                const bool is_name = one.kind == Change::name || one.kind == Change::unname;
+                return change.kind == Change::sync_names ? is_name : !is_name && one.file == change.file;
+            });
+            std::for_each(pending.begin(), rest, [&](const Change &one) { disk.apply(one); });
+            pending.erase(pending.begin(), rest);
         }
         return bad + bad_subsets(disk, pending, {last});
     }
 
-    int syncs() const {
-        return static_cast<int>(std::count_if(changes_.begin(), changes_.end(), [](const Change &change) {
-            return change.kind == Change::sync || change.kind == Change::sync_names;
-        }));
+    static bool is_sync(const Change &change) {
+        return change.kind == Change::sync || change.kind == Change::sync_names;
     }
+    int syncs() const { return static_cast<int>(std::count_if(changes_.begin(), changes_.end(), is_sync)); }
 
     // Puts a state where the library finds it. Files that were there keep their inodes, which redo files name.
     static void put(const Disk &disk) {
@@ -271,6 +268,7 @@ TEST_F(Crash, ARedoFileBringsNothingBack) {
         {"which others may write", [&] { EXPECT_EQ(chmod(redo.c_str(), 0622), 0); }, "broken"},
         {"a link", [&] { std::rename(redo.c_str(), config_path("redo").c_str()), symlink("redo", redo.c_str()); },
          "broken"},
+        {"with another name", [&] { EXPECT_EQ(link(redo.c_str(), config_path("redo").c_str()), 0); }, "broken"},
         {"damaged", [&] { write_file(redo, read_file(redo).replace(3'000, 1, "?")); }, "broken"},
         {"cut off", [&] { EXPECT_EQ(truncate(redo.c_str(), 9'000), 0); }, "broken"},
     };

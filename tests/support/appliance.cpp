@@ -34,21 +34,10 @@ int count_lines(const char *path) {
     return static_cast<int>(std::count(text.begin(), text.end(), '\n')) - 1;
 }
 
-// Each open descriptor with what it is open on.
-std::set<std::string> open_descriptors() {
+// The numbers in a directory of /proc: open descriptors, or processes.
+std::set<std::string> numbers_in(const char *directory) {
     std::set<std::string> found;
-    for (int fd = 0; fd < 1024; ++fd) {
-        if (fd == captured || fcntl(fd, F_GETFD) < 0) continue;
-        std::error_code ignored;
-        const std::string name = std::to_string(fd);
-        found.insert(name + " " + fs::read_symlink("/proc/self/fd/" + name, ignored).string());
-    }
-    return found;
-}
-
-std::set<std::string> running_processes() {
-    std::set<std::string> found;
-    for (const auto &entry : fs::directory_iterator("/proc"))
+    for (const auto &entry : fs::directory_iterator(directory))
         if (isdigit(entry.path().filename().string()[0])) found.insert(entry.path().filename());
     return found;
 }
@@ -152,19 +141,19 @@ void ApplianceTest::SetUp() {
             if (entry.path().filename() != "small") fs::remove_all(entry.path());
     kvio_initialize();
     call([] {});
-    descriptors_ = open_descriptors();
-    processes_ = running_processes();
+    descriptors_ = numbers_in("/proc/self/fd");
+    processes_ = numbers_in("/proc");
 }
 
 void ApplianceTest::TearDown() {
     faults::clear();
     EXPECT_EQ(lock_count(), 0) << "left behind: semaphores\n" << read_file("/proc/sysvipc/sem");
     EXPECT_EQ(count_lines("/proc/sysvipc/shm"), 0) << "left behind: shared memory";
-    EXPECT_EQ(open_descriptors(), descriptors_) << "left behind: descriptors";
+    EXPECT_EQ(numbers_in("/proc/self/fd"), descriptors_) << "left behind: descriptors";
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "left behind: a child";
     // A process whose parent died is buried by the root's first process, in its own time.
-    for (int i = 0; i < 500 && running_processes() != processes_; ++i) usleep(10000);
-    EXPECT_EQ(running_processes(), processes_) << "left behind: processes";
+    for (int i = 0; i < 500 && numbers_in("/proc") != processes_; ++i) usleep(10000);
+    EXPECT_EQ(numbers_in("/proc"), processes_) << "left behind: processes";
 }
 
 void OpenDocument::TearDown() {
