@@ -276,6 +276,7 @@ TEST_F(Crash, ARedoFileBringsNothingBack) {
         crash();
         deed();
         EXPECT_TRUE(read() == expected) << what;
+        EXPECT_TRUE(expected != value || read_file(redo)[0] == '\0') << "its header is not cleared";
     }
     // The save is finished before the file gets another name, and its redo file goes with it.
     crash();

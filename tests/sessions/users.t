@@ -127,7 +127,7 @@ tool cat /tmp/answer; dawdle = ...Found user record.
 tool trap '' TERM; cat /tmp/answer; exec >&-; dawdle = ...Found user record.
 tool exec cat /dev/zero = ...User:a does not exist.
 conf host h\nport 1\nbase b\nuid\ntimelimit -1 = ...Select error:Invalid argument.
-conf host h\nport 1\nbase b\nuid\ntimelimit 1 = ...User:a does not exist.
+/etc/http_ldap.conf host h\nport 1\nbase b\npam_login_attribute u\ntimelimit 1
 tool dawdle = ...Timeout 1 secs.
 
 == directory: each user is found, and nobody else
