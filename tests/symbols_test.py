@@ -10,7 +10,7 @@ import re
 import subprocess
 import sys
 
-library, export_map, *headers = [argument for argument in sys.argv[1:] if argument != "--any-needed"]
+library, export_map, *headers = [argument for argument in sys.argv[1:] if argument.startswith("/")]
 
 
 def readelf(option):
