@@ -7,31 +7,30 @@ $ cat >/tmp/a <<'XML'; cp /tmp/a a
 > XML
 
 Values. One comes from standard input, without its last line feed; what XML cannot hold or read back is refused.
-$ kvio set $x -- f -5 g 'a<b>&"c"' h ''; printf 'one\r\ntwo\r\n' | kvio set $x i -; kvio get $x | od -c | cut -c9-
+$ kvio set $x -- f -5 g 'a<b>&"c"' h ''; printf 'one\ntwo\r\n' | kvio set $x i -; kvio get $x | od -c | cut -c9-
 > for value in $'a\001b' $'a\rb' $'a\xffb' $'a\xef\xbf\xbe' $'a\xef\xbf\xbf'; do kvio set $x f "$value"
 > done | sort | uniq -c; printf 'a\0b' | kvio set $x f -; kvio set $x f - g - </dev/null; kvio set $x f - </etc
 > kvio batch a <&-; head -c 10000001 /dev/zero | tr '\0' x | kvio set $x f -
 > kvio define a s "$(head -c 50001 /dev/zero | tr '\0' t)" x; kvio set $x f -5; kvio set $x f 1 g; kvio set $x - 1
-> kvio set a s t no f 1; kvio set a two t x f 1; kvio unset $x g h i; kvio unset $x g; kvio unset $x f; kvio get $x
-kvio: the value is not UTF-8 text, or has control characters [2]|  f  \t   -   5  \n   f  \t   2  \n   g  \t   a   <
-   b   >   &|  "   c   "  \n   h  \t  \n||      5 [2]|      5 kvio: the value is not UTF-8 text, or has control
- characters|kvio: standard input has a zero byte [2]|kvio: only one value can come from standard input [2]|kvio:
- standard input: Is a directory [5]|kvio: standard input: Bad file descriptor [5]|kvio: the value is too long to be
- read back [2]|kvio: type is too long to be read back [2]|kvio: no option -5; see kvio set --help [2]|kvio: the last
- field has no value [2]|kvio: field - is not an XML name [2]|kvio: no t no in s [1]|kvio: there are 2 scopes two [4]
-|kvio: no field i of t x [1]
-|h	
+> kvio set a s t no f 1; kvio set a two t x f 1; kvio unset $x g h j; kvio unset $x g; kvio unset $x f; kvio get $x
+  f  \t   -   5  \n   f  \t   2  \n   g  \t   a   <   b   >   &|  "   c   "  \n   h  \t  \n   i  \t   o   n   e   \
+   n   t   w|  o  \n||      5 [2]|      5 kvio: the value is not UTF-8 text, or has control characters|kvio: standard
+ input has a zero byte [2]|kvio: only one value can come from standard input [2]|kvio: standard input: Is a directory
+ [5]|kvio: standard input: Bad file descriptor [5]|kvio: the value is too long to be read back [2]|kvio: type is too
+ long to be read back [2]|kvio: no option -5; see kvio set --help [2]|kvio: the last field has no value [2]|kvio:
+ field - is not an XML name [2]|kvio: no t no in s [1]|kvio: there are 2 scopes two [4]|kvio: no field j of t x [1]
+|h	|i	one\ntwo
 
 Entities and scopes.
 $ kvio define a s t 'z & "z"' f 1 g 2; kvio define $x; kvio define a s group x; kvio define a s 'a b' x
 > kvio define a s t ''; kvio undefine a s '*' x; kvio undefine $x; kvio undefine a s u x; kvio get a s t 'z & "z"'
 > kvio rename-entity $y 'z & "z"'; kvio rename-entity $y ''; kvio undefine --force a s t 'z & "z"'
-> kvio undefine a s t 'z & "z"'; grep -c '^ *$' a; for scope in new/v new new/group s/t 'new/a b'
-> do kvio create-scope a "$scope"; done; kvio ls a
+> kvio undefine a s t 'z & "z"'; for scope in new/v new new/group s/t 'new/a b'; do kvio create-scope a "$scope"
+> done; kvio ls a
 kvio: t x in s: it exists already [1]|kvio: group is a kind of container, no type of entities [2]|kvio: type a b is
  not an XML name [2]|kvio: the name is empty [2]|kvio: type * is not an XML name [2]|kvio: group g names x; remove it
  from there first, or use --force [4]|f	1|g	2|kvio: t z & "z": it exists already [1]|kvio: the name is empty [2]|kvio:
- no t z & "z" in s [1]|0|kvio: new: it exists already [1]|kvio: group is a kind of container, no scope [2]|kvio: s/t:
+ no t z & "z" in s [1]|kvio: new: it exists already [1]|kvio: group is a kind of container, no scope [2]|kvio: s/t:
  the scope has the name of a type beside it; nothing is saved without --force [4]|kvio: scope a b is not an XML name
  [2]|s|two|two|new|new/v
 
@@ -81,9 +80,9 @@ $ cat >/tmp/c <<'XML'; cp /tmp/c a
 > <entity>m</entity><entity>n</entity></group><group name="i" type="u"><entity>x</entity></group>
 > <list name="l" type="t"/><group name="j" type="t"><entity>lost</entity></group></s></kavex>
 > XML
-$ counts() { grep -o '<[tug][^/>]*name[^>]*>' a | tr -d '<>"/' | sed 's/name=//;s/reference=//;s/ type=.//' | paste -sd ' '
-> }; kvio append $h x; kvio insert $h 1 y; kvio append $h x; kvio append -f $g x; kvio append a s list t l x
-> kvio append a s list t l x; counts; kvio leave -p 1 $g; kvio leave $h m n; kvio rename-member $h y y
+$ counts() { grep -o '<[tug][^/>]*name[^>]*>' a | tr -d '<>"/' | sed 's/name=//;s/reference=//;s/ type=.//' |
+> paste -sd ' '; }; kvio append $h x; kvio insert $h 1 y; kvio append $h x; kvio append -f $g x
+> kvio append a s list t l x; kvio append a s list t l x; counts; kvio leave -p 1 $g; kvio leave $h m n; kvio rename-member $h y y
 > kvio rename-member $h y no; kvio rename-member -f $h y no; kvio create a s group t k; kvio join -c a s group t k g
 > counts; kvio rename-entity $x 'a & b'; kvio rename-container $g f
 kvio: s: group h: a member is there already: x; nothing is saved without --force [4]|t x 2 t y 1 t m t n 0 u x u z

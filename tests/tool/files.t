@@ -40,33 +40,36 @@ $ cat >3 <<'XML'
 > 5</g><e/><h/></t><t name="z"><f>new</f></t><t name="zz"/><u/>
 > <list name="m" type="t"><entity>a</entity><entity>b</entity></list><t name="x"><i/></t></s></kavex>
 > XML
-$ kvio diff 3 /tmp/1; kvio diff -F json 3 /tmp/1 | tail -3; kvio diff -q 3 /tmp/1; kvio diff __system_default.xml 3
-> kvio diff 3 no; cd /tmp; cp 1 3; kvio diff 3 1 | wc -l; kvio diff ./3 - <1; cd /etc/kavex/conf
-> kvio diff -F json /tmp/1 /tmp/1; (echo '<kavex><s>'; seq 10000 | sed 's|.*|<t name="x"><f>&</f></t>|'
-> echo '</s></kavex>') >/tmp/4; sed 's/5000/changed/' /tmp/4 | kvio diff /tmp/4 -
+$ kvio diff 3 /tmp/1; kvio diff -F json 3 /tmp/1 | grep -e '(2)' -e '"m"' -e text; kvio diff -q 3 /tmp/1
+> kvio diff __system_default.xml 3; kvio diff 3 no; cd /tmp; cp 1 3; kvio diff 3 1 | wc -l; kvio diff ./3 - <1
+> cd /etc/kavex/conf; kvio diff -F json /tmp/1 /tmp/1; (echo '<kavex><s>'
+> seq 10000 | sed 's|.*|<t name="x"><f>&</f></t>|'; echo '</s></kavex>') >/tmp/4
+> sed 's/5000/changed/' /tmp/4 | kvio diff /tmp/4 -
 ~ s @a: 2 -> 1|- s @b: 3|- s group of t g member y (container)|+ s group of t g member y (container)|~ s list of t l
  members: y, x -> x, y|~ s list of t m members: a, b -> a, b|+ s t x f: 1|~ s t x g: 4\n5 -> 2|- s t x h|- s t x (2)|-
- s t y @n: 1|- s t yy|- s t z|- s t zz|- s/u|+ s/v|~ text text: two -> one [1]|  {"change": "changed", "place":
- ["text", "text"], "old": "two", "new": "one"}|] [1] [1]|+ s|- t|+ text [1]|kvio: /etc/kavex/conf/no: No such file or
- directory [2]|18|[|]|~ s t x (5000) f: 5000 -> changed [1]
+ s t y @n: 1|- s t yy|- s t z|- s t zz|- s/u|+ s/v|~ text text: two -> one [1]|  {"change": "changed", "place": ["s",
+ "list of t", "m", "members"], "old": "a, b", "new": "a, b"},|  {"change": "removed", "place": ["s", "t", "x (2)"],
+ "old": ""},|  {"change": "changed", "place": ["text", "text"], "old": "two", "new": "one"} [1]|+ s|- t|+ text [1]
+|kvio: /etc/kavex/conf/no: No such file or directory [2]|18|[|]|~ s t x (5000) f: 5000 -> changed [1]
 
 Restoring. What a scope had is gone; what else changed stays; what would be lost needs --force.
 $ kvio backup a object/user_group /tmp/groups; sed -i 's/<object>/<object note="n">/' a
 > kvio backup a object/user_group | head -4; kvio set a interface interface_t lan mtu 9000
-> kvio create a object/user_group list t new; kvio restore a /tmp/groups object/user_group; kvio diff /tmp/a a
-> echo '<other/>' >/tmp/other; echo '<' >/tmp/cut
-<?xml version="1.0"?>|<kavex>|  <object note="n">|    <user_group>|~ interface interface_t lan mtu: 1500 -> 9000|+
- object @note: n [1]
+> kvio unset a interface interface_t lan description; grep -c '^ *$' a; kvio create a object/user_group list t new
+> kvio restore a /tmp/groups object/user_group; kvio diff /tmp/a a; echo '<other/>' >/tmp/other; echo '<' >/tmp/cut
+<?xml version="1.0"?>|<kavex>|  <object note="n">|    <user_group>|0|- interface interface_t lan description: offices
+|~ interface interface_t lan mtu: 1500 -> 9000|+ object @note: n [1]
 $ for call in 'groups object/address' groups 'groups object' other cut no; do kvio restore a /tmp/$call; done
-> kvio restore a - </etc; kvio restore a - <&-; head -c 3000 /tmp/a | kvio restore a -; (sleep 0.2
-> cat /tmp/a) | kvio restore a /dev/stdin object; kvio diff <(sleep 0.2; cat /tmp/a) a; kvio restore -f a /tmp/groups
-> kvio ls a; echo '<kavex><new><v><t name="x"/></v></new></kavex>' >/tmp/new
+> kvio restore -f a /tmp/other; kvio restore a - </etc; kvio restore a - <&-; head -c 3000 /tmp/a | kvio restore a -
+> (sleep 0.2; cat /tmp/a) | kvio restore a /dev/stdin object; kvio diff <(sleep 0.2; cat /tmp/a) a
+> kvio restore -f a /tmp/groups; kvio ls a; echo '<kavex><new><v><t name="x"/></v></new></kavex>' >/tmp/new
 kvio: no scope object/address in /tmp/groups [1]|kvio: /tmp/groups has no scope interface, which a would lose; name
  the scope to restore, or use --force [4]|kvio: /tmp/groups has no scope object/address, which a would lose; name the
  scope to restore, or use --force [4]|kvio: /tmp/other: no configuration, its root element is not kavex [4]|kvio:
- /tmp/cut:1: not well-formed: StartTag: invalid element name [4]|kvio: /tmp/no: No such file or directory [1]|kvio: -:
- Is a directory [5]|kvio: -: Bad file descriptor [5]|kvio: -:97: not well-formed: Premature end of data in tag address
- line 71 [4]|~ interface interface_t lan mtu: 1500 -> 9000 [1]|object|object/user_group
+ /tmp/cut:1: not well-formed: StartTag: invalid element name [4]|kvio: /tmp/no: No such file or directory [1]|kvio:
+ /tmp/other: no configuration, its root element is not kavex [4]|kvio: -: Is a directory [5]|kvio: -: Bad file
+ descriptor [5]|kvio: -:97: not well-formed: Premature end of data in tag address line 71 [4]|- interface interface_t
+ lan description: offices|~ interface interface_t lan mtu: 1500 -> 9000 [1]|object|object/user_group
 $ kvio restore -n a /tmp/new new/v; kvio restore a /tmp/new new/v; kvio ls a new/v; kvio restore -f a /tmp/a
 > cmp a /tmp/a; echo '<kavex><s' >cut; kvio restore -n no /tmp/a; kvio restore cut /tmp/groups
 > kvio restore -n -f cut /tmp/groups; cat cut; kvio restore cut /tmp/a; kvio restore no /tmp/a; cat cut.broken

@@ -25,14 +25,14 @@ $ name=$(printf '\033[1mb\302\205\302\237\177\\\r'); cat >a <<'XML'
 > <table name="o&#127;&#155;" type="net"><entity>lan</entity></table><table type="net"/></a></o><many/><many/></kavex>
 > XML
 $ kvio ls; kvio ls a; kvio ls a o; kvio ls a o/a host; kvio ls a o/a group; kvio ls a o/a; on dumb 'kvio ls a o/a
-> PAGER="cat -n" kvio ls --pager a o/a net' | sed '1d;4,6d;8d;11d;12d'; kvio get a o/a host lan
+> PAGER="cat -n" kvio ls --pager a o/a net; kvio find a "1*"' | sed '1d;4,6d;8d;11d;12d'; kvio get a o/a host lan
 > kvio get a o/a host lan none; kvio get b s t x f; kvio get a o/a host "\"2's\""; kvio get a o/a host "\"2's\"" ip
 > kvio get a o/a host "lan'] | host[@name='wän"; kvio get a o/a 'host[1]' lan
 a|b|system|system/version|o|o/a|many|many|a/|lan|wän|"2's"|host	lan|host	wän|host	"2's"|net	lan|net	two|net	two
 |group	host	in|group	host	all|list	host	order|table	net	o\u007f\u009b|table	net	|host   wän|host   "2's"|group  host
-  in|list   host  order|table  net   o\u007f\u009b|     2	two|     3	two|ip	10.0.0.1|ip	twice|none	||a "b" \	c|d|kvio:
- field ip of host "2's": not found [1]|kvio: no host lan'] | host[@name='wän in o/a [1]|kvio: type host[1] is not an
- XML name [2]
+  in|list   host  order|table  net   o\u007f\u009b|     2	two|     3	two|o/a  host  lan  ip  10.0.0.1|o/a  host  wän
+  ip  10.9.0.1|o/a  net   two  ip  1|ip	10.0.0.1|ip	twice|none	||a "b" \	c|d|kvio: field ip of host "2's": not found
+ [1]|kvio: no host lan'] | host[@name='wän in o/a [1]|kvio: type host[1] is not an XML name [2]
 $ for call in 'a o/a host no ip' 'a o/a host lan no' 'a no host lan' 'ghost s t e' 'a o/a net two'
 > do kvio get --default D $call; done
 > for call in 'a o/a host lan colour' '-k group a o/a host in reference' '-d D a no host lan x' 'a o/a host lan x'
@@ -92,10 +92,11 @@ kvio: /etc/kavex/conf/broken:2: not well-formed: Premature end of data in tag a 
  [4] [4] [6] [1] [5] [1] [4]|0
 
 Nothing that gives orders to a terminal gets there; what does not get to standard output is missed.
-$ echo '<kavex><s><t name="&#155;m&#127;"/></s></kavex>' >"$name"; kvio ls | head -1; kvio show "$name" s | tail -1
-> kvio get "$name" s t "$name"; kvio lock status "$name"; echo '<kavex><s/></kavex>' >d; kvio diff "$name" d
+$ echo '<kavex><s><t name="&#155;m&#127;"/><list name="&#127;" type="t"/></s></kavex>' >"$name"; kvio ls | head -1
+> kvio show "$name" s | tail -2; kvio get "$name" s t "$name"; kvio lock status "$name"
+> echo '<kavex><s/></kavex>' >d; kvio diff "$name" d
 > for call in 'show b' 'show -F json b' 'show -F xml b' 'dump b' 'backup b s' 'user types' '--complete u'
 > do command kvio $call 2>&1 >/dev/full; echo $?; done | sort | uniq -c
-\u001b[1mb\u0085\u009f\u007f\\\r|  t \u009bm\u007f|kvio: no t \u001b[1mb\u0085\u009f\u007f\\r in s [1]
-|\u001b[1mb\u0085\u009f\u007f\\\r: free|- s t \u009bm\u007f [1]|      7 5|      6 kvio: standard output: No space left
- on device
+\u001b[1mb\u0085\u009f\u007f\\\r|  t \u009bm\u007f|  list \u007f of t|kvio: no t \u001b[1mb\u0085\u009f\u007f\\r in s
+ [1]|\u001b[1mb\u0085\u009f\u007f\\\r: free|- s list of t \u007f|- s t \u009bm\u007f [1]|      7 5|      6 kvio:
+ standard output: No space left on device

@@ -22,8 +22,8 @@ name	al|account	al|type	admin|access	120|visibility	110|lease_time	1440|re_auth	
  buffer [1]
 $ kvio user groups staff
 > $EXAMPLES/make-configuration | sed 's|<entity>erin<|<container>office</container>&|' >/tmp/template_group.xml
-> kvio user groups -Fjson staff; kvio user groups staff bob; kvio user groups staff eve; kvio user groups no
-> kvio user groups office bob; auth_module stop
+> kvio user groups -Fjson staff; kvio user groups staff bob && echo yes; kvio user groups staff eve
+> kvio user groups no; kvio user groups office bob; auth_module stop
 kvio: /tmp/template_group.xml: No such file or directory [1]|[|  {"user": "alice"},|  {"user": "bob"},|  {"user":
- "carol"},|  {"user": "dave"}|] [1]|kvio: no user group no [1]|kvio: user group office cannot be read: its nesting
+ "carol"},|  {"user": "dave"}|]|yes [1]|kvio: no user group no [1]|kvio: user group office cannot be read: its nesting
  loops or it is missing [4]
