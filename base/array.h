@@ -50,12 +50,18 @@ public:
         return true;
     }
 
+    // Makes the array this long; records that are new are not set. False when memory is short.
+    bool resize(std::size_t size) noexcept {
+        if (!reserve(size)) return false;
+        size_ = size;
+        return true;
+    }
+
     // Appends copies of a record until there are `size`, which are no fewer than now.
     bool fill(std::size_t size, T record) noexcept {
-        if (!reserve(size)) return false;
-        T *records = records_.get();
-        for (std::size_t at = size_; at < size; ++at) records[at] = record;
-        size_ = size;
+        std::size_t before = size_;
+        if (!resize(size)) return false;
+        std::fill(begin() + before, end(), record);
         return true;
     }
 

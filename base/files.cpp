@@ -13,15 +13,11 @@ namespace {
 
 Descriptor open_directory_of(const char *path, int flags, mode_t mode) noexcept {
     char directory[PATH_MAX];
-    if (!copy_if_fits(directory, sizeof directory, path)) {
-        errno = ENAMETOOLONG;
-        return Descriptor();
-    }
-    char *slash = std::strrchr(directory, '/');
-    if (slash)
-        slash[slash == directory] = '\0';
-    else
-        copy_if_fits(directory, sizeof directory, ".");
+    const char *slash = std::strrchr(path, '/');
+    const int length = slash ? static_cast<int>(slash - path) + 1 : 0;
+    errno = ENAMETOOLONG;
+    if (length + 1 >= PATH_MAX) return Descriptor();
+    std::snprintf(directory, sizeof directory, "%.*s.", length, path);
     return Descriptor(open(directory, flags | O_CLOEXEC, mode));
 }
 
@@ -31,8 +27,7 @@ bool within_size_limit(off_t size) noexcept {
     if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
         size <= static_cast<off_t>(limit.rlim_cur))
         return true;
-    errno = EFBIG;
-    return false;
+    return refuse(EFBIG);
 }
 
 }  // namespace

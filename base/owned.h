@@ -5,8 +5,10 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 template <auto Release>
 struct Releaser {
@@ -30,36 +32,46 @@ Owner zeroed() {
     return Owner(static_cast<T *>(std::calloc(1, sizeof(T))));
 }
 
-// An open file descriptor, or -1.
-class Descriptor {
+// What the system knows by a number, such as an open file; or -1.
+template <auto Release>
+class Number {
 public:
-    explicit Descriptor(int fd = -1) noexcept : fd_(fd) {}
-    Descriptor(Descriptor &&other) noexcept : fd_(other.release()) {}
-    Descriptor &operator=(Descriptor &&other) noexcept {
-        if (this != &other) {
-            close();
-            fd_ = other.release();
-        }
+    explicit Number(int number = -1) noexcept : number_(number) {}
+    Number(Number &&other) noexcept : number_(other.release()) {}
+    Number &operator=(Number &&other) noexcept {
+        int number = other.release();
+        close();
+        number_ = number;
         return *this;
     }
-    ~Descriptor() { close(); }
+    ~Number() { close(); }
 
-    explicit operator bool() const noexcept { return fd_ >= 0; }
-    int get() const noexcept { return fd_; }
-    int release() noexcept {
-        int fd = fd_;
-        fd_ = -1;
-        return fd;
-    }
+    explicit operator bool() const noexcept { return number_ >= 0; }
+    int get() const noexcept { return number_; }
+    int release() noexcept { return std::exchange(number_, -1); }
 
-    // Closes now, for callers to whom the result matters; 0, or -1 with errno.
+    // Releases it now, for callers to whom the result or the order matters; 0, or -1 with errno.
     int close() noexcept {
-        int fd = release();
-        return fd < 0 ? 0 : ::close(fd);
+        int number = release();
+        return number < 0 ? 0 : Release(number);
     }
 
 private:
-    int fd_;
+    int number_;
 };
+
+using Descriptor = Number<::close>;
+
+// Keeps errno, the reason of a failure, during what is done after it.
+struct KeptErrno {
+    const int value = errno;
+    ~KeptErrno() { errno = value; }
+};
+
+// Fails for a reason: return refuse(EFBIG).
+inline bool refuse(int reason) noexcept {
+    errno = reason;
+    return false;
+}
 
 #endif

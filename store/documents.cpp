@@ -24,14 +24,10 @@ FileLock lock_to_open(const ConfigPath &path, const char *name, int flags) {
         lock = store::create_from_template(path);
     }
     errno = lock.reason();
-    if (lock.status() == FileLock::no_key && lock.reason() == ENOMEM)
-        fail(0, KVIO_NO_MEMORY, "No memory\n");
+    if (lock.status() == FileLock::busy)
+        errno == EEXIST ? fail(0, KVIO_LOCKED, "%s is locked.\n", name) : fail(0, KVIO_LOCKED, "error on semget()\n");
     else if (lock.status() == FileLock::no_key)
-        store::no_key_for(path, lock, 0);
-    else if (lock.status() == FileLock::busy && lock.reason() == EEXIST)
-        fail(0, KVIO_LOCKED, "%s is locked.\n", name);
-    else if (lock.status() == FileLock::busy)
-        fail(0, KVIO_LOCKED, "error on semget()\n");
+        errno == ENOMEM ? fail(0, KVIO_NO_MEMORY, "No memory\n") : store::no_key_for(path, lock, 0);
     return lock;
 }
 
@@ -51,17 +47,10 @@ kvio_config_t *kvio_open_config(const char *name, int flags) {
     if (lock.status() != FileLock::held) return nullptr;
 
     auto config = zeroed<store::Config>();
-    if (!config) {
-        lock.unlock();
-        return fail(nullptr, KVIO_NO_MEMORY, "No memory\n");
-    }
+    if (!config) return fail(nullptr, KVIO_NO_MEMORY, "No memory\n");
     copy_if_fits(config->path, sizeof config->path, path.text());
-    store::finish_save(path.text());
-    config->doc = xml::parse(path.text()).release();
-    if (!config->doc) {
-        lock.unlock();
-        return fail(nullptr, KVIO_MALFORMED, "%s is not well-formed\n", path.text());
-    }
+    config->doc = xml::parse(path.text(), true).release();
+    if (!config->doc) return fail(nullptr, KVIO_MALFORMED, "%s is not well-formed\n", path.text());
     config->semid = lock.release();
     say("%s success. (%s, %d)\n", __func__, config->path, config->semid);
     return succeed(config.release());
@@ -83,10 +72,8 @@ int kvio_save_as(kvio_config_t *config, const char *name) {
     store::Bytes bytes;
     if (!store::serialise(config->doc, bytes, __func__) || !lock.write(path, bytes)) {
         if (errno == EEXIST) return opened_by_other(name);
-        int reason = errno;
-        lock.give_name(path);  // a new file stays, empty
-        lock.unlock();
-        errno = reason;
+        KeptErrno reason;
+        if (lock.created()) lock.write(path, store::Bytes());  // it stays, empty
         return fail(-1, KVIO_IO, "Problem occurred on saving XML to %s\n", name);
     }
     if (config->semid >= 0) FileLock::remove(config->semid);

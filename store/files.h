@@ -32,29 +32,24 @@ private:
 using Bytes = Array<char>;
 
 // Reads a regular file: its contents before or after a save, never a mixture, while other processes save it and after
-// a save that was interrupted. False with errno: EISDIR or EINVAL for what is no regular file.
-bool load(const char *path, Bytes &contents) noexcept;
-
-// Finishes an interrupted save of a file; the caller holds its lock. False with errno where that cannot be done now;
-// load() returns the right contents all the same. What is no regular file has nothing to finish.
-bool finish_save(const char *path) noexcept;
+// a save that was interrupted, which is finished where the caller holds the file's lock. False with errno: EISDIR or
+// EINVAL for what is no regular file.
+bool load(const char *path, Bytes &contents, bool is_locked = false) noexcept;
 
 enum class RedoFile { stays, is_removed };
 
 // Replaces the contents of a file in place and syncs it, so that a crash at any instant leaves the old contents or the
 // new ones to load(). A missing file is made with `mode` (and the umask) and has its name once it is complete, where the
 // file system can do that; a file that has these contents already is only synced. False with errno, EINVAL for what is no regular file.
-bool replace(const char *path, const Bytes &contents, mode_t mode, RedoFile redo) noexcept;
+bool replace(const char *path, const Bytes &contents, mode_t mode, RedoFile wanted) noexcept;
 
 // Writes the contents of a new file that has no name yet, and gives it its name. False with errno, EEXIST where the name
 // is in use.
 bool write_new(int fd, const char *path, const Bytes &contents) noexcept;
 
-// Removes the redo file of a file, no save of which is unfinished, before the file moves to another directory.
-void remove_redo_file(const char *path) noexcept;
-
-// Removes a file and its redo file; false with errno.
-bool remove_file(const char *path) noexcept;
+// Gives a file, whose lock the caller holds, another name, or removes it if that is null. Its redo file goes: it would
+// not be found in another directory. False with errno.
+bool move_file(const char *path, const char *new_path) noexcept;
 
 // The lock on a file: a semaphore that exists while the lock is held. There is no waiting. Released by the destructor,
 // unless its id went to a handle.
@@ -69,32 +64,27 @@ public:
     static FileLock take(const ConfigPath &path) noexcept;
 
     // The same; where it is missing, makes an empty file of mode 0600, which is locked before it has its name: an
-    // empty file that others can see would be a configuration to them. write() or give_name() must follow.
+    // empty file that others can see would be a configuration to them. write() must follow.
     static FileLock take_or_create(const ConfigPath &path) noexcept;
-
-    FileLock(FileLock &&other) noexcept;
-    FileLock &operator=(FileLock &&other) noexcept;
-    ~FileLock() { unlock(); }
 
     Status status() const noexcept { return status_; }
     int reason() const noexcept { return reason_; }     // errno of what failed
     bool created() const noexcept { return created_; }  // the file was missing
-    int id() const noexcept { return id_; }
+    int id() const noexcept { return id_.get(); }
 
     // Replaces the file's contents, as replace() does, and gives a new file its name. False with errno, EEXIST where
-    // another process has made a file of that name meanwhile; a new file is empty then and has no name.
+    // another process has made a file of that name meanwhile.
     bool write(const ConfigPath &path, const Bytes &contents) noexcept;
 
-    // Gives a new file its name, empty as it is; false with errno.
-    bool give_name(const ConfigPath &path) noexcept;
-
-    void unlock() noexcept;
-    int release() noexcept;  // the caller owns the lock now
+    void unlock() noexcept { id_.close(); }
+    int release() noexcept { return id_.release(); }  // the caller owns the lock now
 
     // Removes a lock that a handle holds, and keeps errno; an id of -1 is none.
-    static void remove(int id) noexcept;
+    static int remove(int id) noexcept;
 
 private:
+    using Id = Number<remove>;
+
     FileLock(Status status, int reason) noexcept : status_(status), reason_(reason) {}
     static FileLock lock_key(key_t key) noexcept;
     static FileLock create(const ConfigPath &path) noexcept;
@@ -102,7 +92,7 @@ private:
     Status status_;
     int reason_;
     bool created_ = false;
-    int id_ = -1;
+    Id id_;
     Descriptor unnamed_;  // a new file until it has its name
 };
 

@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <utility>
 
 #include "base/files.h"
 #include "base/text.h"
@@ -34,35 +33,18 @@ key_t key_of(const char *path) noexcept {
 }  // namespace
 
 key_t ConfigPath::key() const noexcept {
-    if (unusable_) {
-        errno = unusable_;
-        return -1;
-    }
-    return key_of(text_);
-}
-
-FileLock::FileLock(FileLock &&other) noexcept
-    : status_(other.status_),
-      reason_(other.reason_),
-      created_(other.created_),
-      id_(other.release()),
-      unnamed_(std::move(other.unnamed_)) {}
-
-FileLock &FileLock::operator=(FileLock &&other) noexcept {
-    if (this == &other) return *this;
-    unlock();
-    status_ = other.status_;
-    reason_ = other.reason_;
-    created_ = other.created_;
-    id_ = other.release();
-    unnamed_ = std::move(other.unnamed_);
-    return *this;
+    if (!unusable_) return key_of(text_);
+    errno = unusable_;
+    return -1;
 }
 
 FileLock FileLock::lock_key(key_t key) noexcept {
-    int id = semget(key, 1, IPC_CREAT | IPC_EXCL);
-    FileLock lock(id < 0 ? busy : held, id < 0 ? errno : 0);
-    lock.id_ = id;
+    FileLock lock(busy, 0);
+    lock.id_ = Id(semget(key, 1, IPC_CREAT | IPC_EXCL));
+    if (lock.id_)
+        lock.status_ = held;
+    else
+        lock.reason_ = errno;
     return lock;
 }
 
@@ -98,7 +80,8 @@ FileLock FileLock::create(const ConfigPath &path) noexcept {
         if (lock.status() == busy && lock.reason() == EEXIST && &file != files + 3) continue;
         lock.created_ = true;
         lock.unnamed_ = std::move(file);
-        if (lock.status() == busy) lock.give_name(path);  // it stays, as where a file is made first and locked then
+        if (lock.status() == busy)
+            lock.write(path, Bytes());  // it stays, as where a file is made first and locked then
         return lock;
     }
     // The file system has no files without a name, there is no /proc, or a link of this name leads nowhere.
@@ -110,36 +93,13 @@ FileLock FileLock::create(const ConfigPath &path) noexcept {
 }
 
 bool FileLock::write(const ConfigPath &path, const Bytes &contents) noexcept {
-    if (!unnamed_) return replace(path.text(), contents, 0600, RedoFile::stays);
-    bool written = write_new(unnamed_.get(), path.text(), contents);
-    int reason = errno;
-    if (written || reason == EEXIST)
-        unnamed_.close();
-    else
-        ftruncate(unnamed_.get(), 0);
-    errno = reason;
-    return written;
+    return unnamed_ ? write_new(unnamed_.get(), path.text(), contents)
+                    : replace(path.text(), contents, 0600, RedoFile::stays);
 }
 
-bool FileLock::give_name(const ConfigPath &path) noexcept {
-    if (!unnamed_) return true;
-    bool named = ::give_name(unnamed_.get(), path.text());
-    int reason = errno;
-    unnamed_.close();
-    errno = reason;
-    return named;
-}
-
-void FileLock::unlock() noexcept {
-    if (id_ >= 0) remove(release());
-}
-
-int FileLock::release() noexcept { return std::exchange(id_, -1); }
-
-void FileLock::remove(int id) noexcept {
-    int reason = errno;
-    semctl(id, 0, IPC_RMID);
-    errno = reason;
+int FileLock::remove(int id) noexcept {
+    KeptErrno reason;
+    return semctl(id, 0, IPC_RMID);
 }
 
 }  // namespace store

@@ -73,11 +73,6 @@ Parser make_parser(Unread &unread, const char *path) noexcept {
     return nullptr;
 }
 
-Document refuse(int reason) noexcept {
-    errno = reason;
-    return nullptr;
-}
-
 }  // namespace
 
 // As xmlParseFile() parses the bytes of a file, within the same limits and with the defaults that the caller has set.
@@ -85,20 +80,22 @@ Document parse(const Array<char> &bytes, const char *path) noexcept {
     MemoryWatch memory;
     Unread unread{bytes};
     Parser parser = make_parser(unread, path);
-    if (!parser) return refuse(ENOMEM);
-    xmlParseDocument(parser.get());
-    Document document(parser->myDoc);
-    parser->myDoc = nullptr;
-    if (memory.was_short()) return refuse(ENOMEM);
-    if (!parser->wellFormed) return refuse(EBADMSG);
-    if (expands_too_far(document.get())) return refuse(EOVERFLOW);
-    return document;
+    if (parser) xmlParseDocument(parser.get());
+    Document document(parser ? std::exchange(parser->myDoc, nullptr) : nullptr);
+    if (!parser || memory.was_short())
+        errno = ENOMEM;
+    else if (!parser->wellFormed)
+        errno = EBADMSG;
+    else if (expands_too_far(document.get()))
+        errno = EOVERFLOW;
+    else
+        return document;
+    return nullptr;
 }
 
-Document parse(const char *path) noexcept {
+Document parse(const char *path, bool is_locked) noexcept {
     Array<char> bytes;
-    if (empty(path)) return refuse(EINVAL);
-    if (!store::load(path, bytes)) return nullptr;
+    if (empty(path) ? !refuse(EINVAL) : !store::load(path, bytes, is_locked)) return nullptr;
     return parse(bytes, path);
 }
 

@@ -45,24 +45,28 @@
 namespace store {
 namespace {
 
-using Checksum = std::uint32_t;
+using Checksum = std::size_t;
 
 constexpr std::size_t block_size = 512;  // bytes that a disk writes as one
 
-// A checksum against torn contents, not against forged ones.
-Checksum checksum(const void *data, std::size_t size) noexcept {
+// A checksum against torn contents, not against forged ones: four sums, which a processor works out side by side.
+Checksum checksum(const void *data, std::size_t size, Checksum seed = 0) noexcept {
+    constexpr auto factor = static_cast<Checksum>(0x9E3779B97F4A7C15u);
     const char *bytes = static_cast<const char *>(data);
-    auto sum = static_cast<Checksum>(size);
-    while (size > 0) {
-        Checksum word = 0;
-        std::size_t length = std::min(size, sizeof word);
-        std::memcpy(&word, bytes, length);
-        sum = (sum ^ word) * 0x9E3779B1u;
-        sum ^= sum >> 15;
+    Checksum sums[4] = {seed, size, 1, 2}, words[4] = {};
+    for (const char *end = bytes + size; bytes != end;) {
+        std::size_t length = std::min(sizeof words, static_cast<std::size_t>(end - bytes));
+        if (length == sizeof words)
+            std::memcpy(words, bytes, sizeof words);
+        else
+            std::memcpy(words, bytes, length);
+        for (int i = 0; i < 4; ++i) {
+            sums[i] = (sums[i] ^ words[i]) * factor;
+            sums[i] ^= sums[i] >> (4 * sizeof(Checksum));
+        }
         bytes += length;
-        size -= length;
     }
-    return sum;
+    return ((sums[0] * factor + sums[1]) * factor + sums[2]) * factor + sums[3];
 }
 
 // In the byte order of the machine, which alone reads it. A cleared header is all zeros. The number of the device is
@@ -75,11 +79,10 @@ struct Header {
     Checksum header;   // of all above
 
     std::size_t sums_size() const noexcept { return (old_size + block_size - 1) / block_size * sizeof(Checksum); }
-    std::size_t payload_size() const noexcept { return sums_size() + new_size; }
     Checksum own_sum() const noexcept { return checksum(this, offsetof(Header, header)); }
 };
 
-constexpr char magic[8] = {'k', 'v', 'x', 'r', 'e', 'd', 'o', '1'};
+constexpr char magic[8] = {'k', 'v', 'x', 'r', 'e', 'd', 'o', '2'};
 
 // A regular file, open, and the path of its redo file.
 struct Target {
@@ -95,10 +98,7 @@ struct Target {
 bool Target::open(const char *path, int flags) noexcept {
     file = Descriptor(::open(path, flags | O_NONBLOCK | O_CLOEXEC));
     if (!file || fstat(file.get(), &status) != 0) return false;
-    if (!S_ISREG(status.st_mode)) {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-        return false;
-    }
+    if (!S_ISREG(status.st_mode)) return refuse(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
     ssize_t length = readlink(DescriptorName(file.get()).text, redo_path, PATH_MAX);
     while (length > 0 && redo_path[length - 1] != '/') --length;
     redo_path[0] = length > 0 ? redo_path[0] : '\0';
@@ -108,41 +108,25 @@ bool Target::open(const char *path, int flags) noexcept {
 }
 
 // Whether the owner of a redo file could have written the file itself, and no other user could have written the redo
-// file: in a directory like /tmp every user can make a file of this name.
-bool is_trusted(const struct stat &redo, const struct stat &file) noexcept {
-    return S_ISREG(redo.st_mode) && redo.st_nlink == 1 && (redo.st_uid == 0 || redo.st_uid == file.st_uid) &&
-           (redo.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+// file: in a directory like /tmp every user can make a file of this name. Sets errno to EPERM where it is not so.
+bool is_trusted(const Descriptor &redo, const Target &target) noexcept {
+    struct stat status;
+    return (fstat(redo.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1 &&
+            (status.st_uid == 0 || status.st_uid == target.status.st_uid) &&
+            (status.st_mode & (S_IWGRP | S_IWOTH)) == 0) ||
+           refuse(EPERM);
 }
 
 // Opens the redo file; none with errno, EPERM where it is not trusted.
 Descriptor open_redo(const Target &target, int flags) noexcept {
     Descriptor redo(open(target.redo_path, flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    struct stat status;
-    if (!redo || (fstat(redo.get(), &status) == 0 && is_trusted(status, target.status))) return redo;
-    errno = EPERM;
-    return Descriptor();
+    return redo && !is_trusted(redo, target) ? Descriptor() : std::move(redo);
 }
 
 // Whether an open failed for what is there, and not for what the process lacks at the moment.
 bool is_absent(int reason) noexcept {
-    for (int one : {EIO, ENOMEM, EMFILE, ENFILE})
-        if (reason == one) return false;
-    return true;
+    return reason != EIO && reason != ENOMEM && reason != EMFILE && reason != ENFILE;
 }
-
-// The header of a file's redo file; all zeros where there is none that is valid.
-Header read_header(const Target &target, int redo) noexcept {
-    Header header;
-    bool valid = redo >= 0 && read_all(redo, &header, sizeof header, 0) == sizeof header &&
-                 std::memcmp(header.magic, magic, sizeof magic) == 0 && header.header == header.own_sum() &&
-                 header.inode == target.status.st_ino && header.old_size <= INT_MAX && header.new_size <= INT_MAX;
-    return valid ? header : Header{};
-}
-
-// A piece of a file: a block, of which the end of the old contents can cut off a part.
-struct Piece {
-    std::size_t begin, end;
-};
 
 enum class State { untouched, begun, written_by_others };
 
@@ -152,81 +136,65 @@ public:
     // Reads a file's redo file. False with errno where it cannot be read now.
     bool read(const Target &target) noexcept;
 
-    explicit operator bool() const noexcept { return valid_; }
-    const Header &header() const noexcept { return header_; }
+    explicit operator bool() const noexcept { return header_.inode != 0; }
     const char *contents() const noexcept { return payload_.begin() + header_.sums_size(); }
     std::size_t size() const noexcept { return header_.new_size; }
 
     // What the save has done to a file that has these contents now.
     State state_of(const Bytes &now) const noexcept;
 
-private:
-    Piece piece_at(const Bytes &now, std::size_t at) const noexcept;
-    bool is_old(const Bytes &now, Piece piece) const noexcept;
-    bool is_new(const Bytes &now, Piece piece) const noexcept;
+    // Whether it is the same save.
+    bool is(const Redo &other) const noexcept { return std::memcmp(&header_, &other.header_, sizeof header_) == 0; }
 
+private:
     Header header_ = {};
     Bytes payload_;
-    bool valid_ = false;
 };
 
 bool Redo::read(const Target &target) noexcept {
     Descriptor redo = open_redo(target, O_RDONLY);
-    if (!redo && !is_absent(errno)) return false;
-    header_ = read_header(target, redo.get());
-    struct stat status;
-    std::size_t size = header_.payload_size();
-    if (size == 0 || fstat(redo.get(), &status) != 0 || status.st_size < static_cast<off_t>(sizeof header_ + size))
+    if (!redo) return is_absent(errno);
+    Header header = {};
+    if (read_all(redo.get(), &header, sizeof header, 0) < 0) return false;
+    if (std::memcmp(header.magic, magic, sizeof magic) != 0 || header.header != header.own_sum() ||
+        header.inode != target.status.st_ino)
         return true;
-    if (!payload_.fill(size, 0)) return false;
-    ssize_t got = read_all(redo.get(), payload_.begin(), size, sizeof header_);
-    valid_ = got == static_cast<ssize_t>(size) && checksum(payload_.begin(), size) == header_.payload;
+    const std::size_t sums_size = header.sums_size(), size = sums_size + header.new_size;
+    if (!payload_.resize(size)) return false;
+    ssize_t got = read_all(redo.get(), payload_.begin(), size, sizeof header);
+    if (got == static_cast<ssize_t>(size) && checksum(payload_.begin() + sums_size, header.new_size,
+                                                      checksum(payload_.begin(), sums_size)) == header.payload)
+        header_ = header;
     return got >= 0;
 }
 
-Piece Redo::piece_at(const Bytes &now, std::size_t at) const noexcept {
-    std::size_t end = std::min((at / block_size + 1) * block_size, now.size());
-    return {at, at < header_.old_size ? std::min<std::size_t>(end, header_.old_size) : end};
-}
-
-// Whether a piece is as it was; beyond the end of the old contents there may be zeros.
-bool Redo::is_old(const Bytes &now, Piece piece) const noexcept {
-    const char *begin = now.begin() + piece.begin, *end = now.begin() + piece.end;
-    if (piece.begin >= header_.old_size) return std::all_of(begin, end, [](char byte) { return byte == 0; });
-    Checksum expected;
-    std::memcpy(&expected, payload_.begin() + piece.begin / block_size * sizeof expected, sizeof expected);
-    return checksum(begin, piece.end - piece.begin) == expected;
-}
-
-// Whether a piece is as it is to be; what it has beyond the end of the new contents is to be cut off.
-bool Redo::is_new(const Bytes &now, Piece piece) const noexcept {
-    std::size_t end = std::min(piece.end, size());
-    return piece.begin < end &&
-           std::memcmp(now.begin() + piece.begin, contents() + piece.begin, end - piece.begin) == 0;
-}
-
+// Beyond the end of the old contents there may be zeros; what is beyond the end of the new ones is to be cut off.
 State Redo::state_of(const Bytes &now) const noexcept {
-    if (now.size() < std::min(header_.old_size, header_.new_size) ||
-        now.size() > std::max(header_.old_size, header_.new_size))
+    const std::size_t old_size = header_.old_size, new_size = header_.new_size;
+    if (now.size() < std::min(old_size, new_size) || now.size() > std::max(old_size, new_size))
         return State::written_by_others;
-    bool all_old = now.size() == header_.old_size;
-    for (std::size_t at = 0; at < now.size();) {
-        Piece piece = piece_at(now, at);
-        bool old_piece = is_old(now, piece);
-        if (!old_piece && !is_new(now, piece)) return State::written_by_others;
-        all_old = all_old && old_piece;
-        at = piece.end;
+    bool all_old = now.size() == old_size;
+    for (std::size_t at = 0, end; at < now.size(); at = end) {
+        end = std::min(at - at % block_size + block_size, now.size());
+        const char *block = now.begin() + at;
+        bool is_old;
+        if (at < old_size) {
+            end = std::min(end, old_size);
+            Checksum sum = checksum(block, end - at);
+            is_old = std::memcmp(&sum, payload_.begin() + at / block_size * sizeof sum, sizeof sum) == 0;
+        } else {
+            is_old = std::all_of(block, now.begin() + end, [](char byte) { return byte == 0; });
+        }
+        all_old = all_old && is_old;
+        if (!is_old && (at >= new_size || std::memcmp(block, contents() + at, std::min(end, new_size) - at) != 0))
+            return State::written_by_others;
     }
     return all_old ? State::untouched : State::begun;
 }
 
 bool read_contents(const Target &target, Bytes &contents) noexcept {
-    contents.shorten(0);
-    if (target.status.st_size > INT_MAX) {
-        errno = EFBIG;
-        return false;
-    }
-    if (!contents.fill(static_cast<std::size_t>(target.status.st_size), 0)) return false;
+    if (target.status.st_size > INT_MAX) return refuse(EFBIG);
+    if (!contents.resize(static_cast<std::size_t>(target.status.st_size))) return false;
     ssize_t got = read_all(target.file.get(), contents.begin(), contents.size(), 0);
     if (got >= 0) contents.shorten(static_cast<std::size_t>(got));
     return got >= 0;
@@ -240,95 +208,6 @@ bool is_unchanged(const Target &target) noexcept {
            same_time(now.st_mtim, target.status.st_mtim) && same_time(now.st_ctim, target.status.st_ctim);
 }
 
-bool same_contents(const Bytes &a, const Bytes &b) noexcept {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin());
-}
-
-// Reads a file while others may save it. `settled` says whether no save has made a mixture of what was read. Where a
-// save is under way, contents that are neither old nor new may be those of a page that is just being written: they
-// count only if they are the same at a second look.
-bool try_to_load(const char *path, Bytes &contents, bool &settled) noexcept {
-    Target target;
-    Redo redo;
-    Bytes again;
-    if (!target.open(path, O_RDONLY) || !redo.read(target) || !read_contents(target, contents)) return false;
-    State state = redo ? redo.state_of(contents) : State::untouched;
-    if (state == State::written_by_others && !read_contents(target, again)) return false;
-    Header now = read_header(target, open_redo(target, O_RDONLY).get());
-    settled = std::memcmp(&now, &redo.header(), sizeof now) == 0 && (redo || is_unchanged(target)) &&
-              (state != State::written_by_others || same_contents(contents, again));
-    if (!settled || state != State::begun) return true;
-    contents.shorten(0);
-    return contents.append(redo.contents(), redo.size());
-}
-
-// Gives the redo file the owner and the readers of the file; false where it cannot be trusted even so.
-bool take_over_rights(int redo, const Target &target) noexcept {
-    struct stat status;
-    fchown(redo, target.status.st_uid, target.status.st_gid);
-    return fchmod(redo, (target.status.st_mode & 0444) | 0600) == 0 && fstat(redo, &status) == 0 &&
-           is_trusted(status, target.status);
-}
-
-// Opens the redo file to write it, and makes it where there is none or one that is not to be trusted.
-Descriptor open_or_create_redo(const Target &target, bool &created) noexcept {
-    Descriptor redo = open_redo(target, O_RDWR);
-    created = !redo;
-    if (created) {
-        unlink(target.redo_path);
-        redo = Descriptor(open(target.redo_path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-    }
-    if (!redo || take_over_rights(redo.get(), target)) return redo;
-    unlink(target.redo_path);
-    errno = EPERM;
-    return Descriptor();
-}
-
-// What follows the header; false when memory is short.
-bool make_payload(const Bytes &old, const Bytes &contents, Bytes &payload) noexcept {
-    for (std::size_t at = 0; at < old.size(); at += block_size) {
-        Checksum sum = checksum(old.begin() + at, std::min(block_size, old.size() - at));
-        if (!payload.append(reinterpret_cast<const char *>(&sum), sizeof sum)) return false;
-    }
-    return payload.append(contents.begin(), contents.size());
-}
-
-enum class Commit { done, no_place, failed };
-
-// Writes and syncs the redo file. Where there is no place for it, or it fails with errno, none is left.
-Commit commit(const Target &target, const Bytes &old, const Bytes &contents) noexcept {
-    Bytes payload;
-    if (!make_payload(old, contents, payload)) return Commit::failed;
-    Header header = {};
-    std::memcpy(header.magic, magic, sizeof magic);
-    header.inode = target.status.st_ino;
-    header.old_size = static_cast<std::uint32_t>(old.size());
-    header.new_size = static_cast<std::uint32_t>(contents.size());
-    header.payload = checksum(payload.begin(), payload.size());
-    header.header = header.own_sum();
-
-    bool created;
-    Descriptor redo = open_or_create_redo(target, created);
-    if (!redo) return is_absent(errno) ? Commit::no_place : Commit::failed;
-    if (write_all(redo.get(), payload.begin(), payload.size(), sizeof header) &&
-        write_all(redo.get(), &header, sizeof header, 0) && fdatasync(redo.get()) == 0 &&
-        (!created || sync_directory(target.redo_path)))
-        return Commit::done;
-    int reason = errno;
-    unlink(target.redo_path);
-    errno = reason;
-    return reason == ENOSPC || reason == EDQUOT || reason == EFBIG ? Commit::no_place : Commit::failed;
-}
-
-// Clears or removes a redo file whose save is complete; false with errno where neither can be done. Not synced: where
-// the clearing is lost, the next call finds the file as the save has left it.
-bool drop(const Target &target, RedoFile wanted) noexcept {
-    Header cleared = {};
-    Descriptor redo = wanted == RedoFile::stays ? open_redo(target, O_RDWR) : Descriptor();
-    if (redo && write_all(redo.get(), &cleared, sizeof cleared, 0)) return true;
-    return unlink(target.redo_path) == 0 || errno == ENOENT;
-}
-
 // Gives the file a modification time of its own: the kernel's clock ticks so slowly that two saves would share one, by
 // which load() tells whether the file was saved while it read.
 void stamp(int fd) noexcept {
@@ -338,110 +217,197 @@ void stamp(int fd) noexcept {
     futimens(fd, times);
 }
 
-// Writes what goes beyond the end of a file; where that fails the file is as it was.
-bool extend(const Target &target, const char *contents, std::size_t size) noexcept {
-    const auto old_size = static_cast<std::size_t>(target.status.st_size);
-    const int fd = target.file.get();
-    if (size <= old_size || write_all(fd, contents + old_size, size - old_size, target.status.st_size)) return true;
-    int reason = errno;
-    bool cut = ftruncate(fd, target.status.st_size) == 0;
-    errno = cut ? reason : EIO;
-    return false;
-}
-
-// Writes the contents over those of a file, whose first `same` bytes they share, and syncs it. Where they are in a redo
-// file, the file is cut only when they are on the disk.
+// Writes the contents over those of a file, whose first `same` bytes they share, and syncs it. What goes beyond the old
+// end is first: where there is no room for it the file is as it was. Where the contents are in a redo file, the file is
+// cut only when they are on the disk.
 bool overwrite(const Target &target, const char *contents, std::size_t size, std::size_t same, bool in_redo) noexcept {
     const int fd = target.file.get();
-    const auto old_size = static_cast<std::size_t>(target.status.st_size);
-    if (!extend(target, contents, size) ||
-        !write_all(fd, contents + same, std::min(size, old_size) - same, static_cast<off_t>(same)))
+    const off_t old_size = target.status.st_size;
+    const std::size_t kept = std::min(size, static_cast<std::size_t>(old_size));
+    if (size > kept && !write_all(fd, contents + kept, size - kept, old_size)) {
+        KeptErrno kept_errno;
+        ftruncate(fd, old_size);
         return false;
-    if (size < old_size && ((in_redo && fdatasync(fd) != 0) || ftruncate(fd, static_cast<off_t>(size)) != 0))
+    }
+    if (!write_all(fd, contents + same, kept - same, static_cast<off_t>(same))) return false;
+    if (static_cast<off_t>(size) < old_size &&
+        ((in_redo && fdatasync(fd) != 0) || ftruncate(fd, static_cast<off_t>(size)) != 0))
         return false;
     stamp(fd);
     return fdatasync(fd) == 0;
 }
 
+// Clears and perhaps removes a redo file whose save is complete; false with errno where neither can be done. Not synced:
+// where the clearing is lost, the next call finds the file as the save has left it.
+bool drop(const Target &target, const Descriptor &redo, RedoFile wanted) noexcept {
+    Header cleared = {};
+    bool is_cleared = redo && write_all(redo.get(), &cleared, sizeof cleared, 0);
+    return (is_cleared && wanted == RedoFile::stays) || unlink(target.redo_path) == 0 || errno == ENOENT;
+}
+
 // Finishes an interrupted save of a file. New contents are written again even where the file shows them: they may not
 // be on the disk, after a sync that failed.
-bool finish(Target &target) noexcept {
-    Redo redo;
+bool finish(Target &target, const Redo &redo) noexcept {
     Bytes now;
-    if (!redo.read(target)) return false;
-    if (!redo) return true;
     if (!read_contents(target, now)) return false;
     bool done = redo.state_of(now) == State::begun ? overwrite(target, redo.contents(), redo.size(), 0, true)
                                                    : fdatasync(target.file.get()) == 0;
-    return done && drop(target, RedoFile::stays) && fstat(target.file.get(), &target.status) == 0;
+    return done && drop(target, open_redo(target, O_RDWR), RedoFile::stays) &&
+           fstat(target.file.get(), &target.status) == 0;
 }
 
-std::size_t common_length(const Bytes &a, const Bytes &b) noexcept {
-    const char *end = a.begin() + std::min(a.size(), b.size());
-    return static_cast<std::size_t>(std::mismatch(a.begin(), end, b.begin()).first - a.begin());
+// Opens a file, whose lock the caller holds, to write it, and finishes an interrupted save.
+bool open_finished(const char *path, Target &target) noexcept {
+    Redo redo;
+    return target.open(path, O_RDWR) && redo.read(target) && (!redo || finish(target, redo));
 }
 
-bool replace_existing(Target &target, const Bytes &contents, RedoFile redo) noexcept {
-    Bytes old;
-    if (!finish(target) || !read_contents(target, old)) return false;
-    std::size_t same = common_length(old, contents);
-    if (fdatasync(target.file.get()) != 0) return false;
-    if (same == old.size() && same == contents.size()) return true;
-    Commit committed = commit(target, old, contents);
+// Reads a file while others may save it. `settled` says whether no save has made a mixture of what was read: without a
+// redo file none was under way at first, and the times of the file tell that none has begun. Where one was under way,
+// contents that are neither old nor new may be those of a page that is just being written: they count only if they are
+// the same at a second look.
+bool try_to_load(const Target &target, const Redo &redo, Bytes &contents, bool &settled) noexcept {
+    Redo after;
+    Bytes again;
+    if (!read_contents(target, contents)) return false;
+    if (!redo) {
+        settled = is_unchanged(target);
+        return true;
+    }
+    State state = redo.state_of(contents);
+    if (state == State::written_by_others && !read_contents(target, again)) return false;
+    if (!after.read(target)) return false;
+    settled = after.is(redo) &&
+              (state != State::written_by_others ||
+               (contents.size() == again.size() && std::memcmp(contents.begin(), again.begin(), again.size()) == 0));
+    if (!settled || state != State::begun) return true;
+    contents.shorten(0);
+    return contents.append(redo.contents(), redo.size());
+}
+
+// Opens the redo file to write it, and makes it where there is none or one that is not to be trusted. It has the owner
+// and the readers of the file; none where it cannot be trusted even so.
+Descriptor open_or_create_redo(const Target &target, bool &created) noexcept {
+    Descriptor redo = open_redo(target, O_RDWR);
+    created = !redo;
+    if (created) {
+        unlink(target.redo_path);
+        redo = Descriptor(open(target.redo_path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+        if (!redo) return redo;
+    }
+    fchown(redo.get(), target.status.st_uid, target.status.st_gid);
+    if (fchmod(redo.get(), (target.status.st_mode & 0444) | 0600) == 0 && is_trusted(redo, target)) return redo;
+    unlink(target.redo_path);
+    errno = EPERM;
+    return Descriptor();
+}
+
+// Reads the old contents: the checksums of their blocks, and how many bytes they share with the new ones at first.
+bool read_old(Target &target, const Bytes &contents, Bytes &sums, std::size_t &same) noexcept {
+    char part[16 * block_size];
+    std::size_t at = 0;
+    same = 0;
+    for (ssize_t got = sizeof part; got == sizeof part; at += static_cast<std::size_t>(got)) {
+        got = read_all(target.file.get(), part, sizeof part, static_cast<off_t>(at));
+        if (got < 0) return false;
+        const auto length = static_cast<std::size_t>(got);
+        for (std::size_t block = 0; block < length; block += block_size) {
+            Checksum sum = checksum(part + block, std::min(block_size, length - block));
+            if (!sums.append(reinterpret_cast<const char *>(&sum), sizeof sum)) return false;
+        }
+        if (same != at) continue;
+        const std::size_t common = std::min(length, contents.size() - at);
+        if (std::memcmp(part, contents.begin() + at, common) == 0)
+            same += common;
+        else
+            same += static_cast<std::size_t>(std::mismatch(part, part + common, contents.begin() + at).first - part);
+    }
+    target.status.st_size = static_cast<off_t>(at);
+    return true;
+}
+
+enum class Commit { done, no_place, failed };
+
+// Writes and syncs the redo file. Where there is no place for it, or it fails with errno, none is left.
+Commit commit(const Target &target, const Bytes &sums, const Bytes &contents, Descriptor &redo) noexcept {
+    Header header = {};
+    std::memcpy(header.magic, magic, sizeof magic);
+    header.inode = target.status.st_ino;
+    header.old_size = static_cast<std::uint32_t>(target.status.st_size);
+    header.new_size = static_cast<std::uint32_t>(contents.size());
+    header.payload = checksum(contents.begin(), contents.size(), checksum(sums.begin(), sums.size()));
+    header.header = header.own_sum();
+
+    bool created;
+    redo = open_or_create_redo(target, created);
+    if (!redo) return is_absent(errno) ? Commit::no_place : Commit::failed;
+    const int fd = redo.get();
+    if (write_all(fd, contents.begin(), contents.size(), static_cast<off_t>(sizeof header + sums.size())) &&
+        write_all(fd, sums.begin(), sums.size(), sizeof header) && write_all(fd, &header, sizeof header, 0) &&
+        fdatasync(fd) == 0 && (!created || sync_directory(target.redo_path)))
+        return Commit::done;
+    KeptErrno reason;
+    drop(target, redo, RedoFile::is_removed);
+    bool no_room = reason.value == ENOSPC || reason.value == EDQUOT || reason.value == EFBIG;
+    return no_room ? Commit::no_place : Commit::failed;
+}
+
+bool replace_existing(Target &target, const Bytes &contents, RedoFile wanted) noexcept {
+    Bytes sums;
+    std::size_t same;
+    if (!read_old(target, contents, sums, same) || fdatasync(target.file.get()) != 0) return false;
+    if (same == contents.size() && static_cast<off_t>(same) == target.status.st_size) return true;
+    Descriptor redo;
+    Commit committed = commit(target, sums, contents, redo);
     if (committed == Commit::failed ||
         !overwrite(target, contents.begin(), contents.size(), same, committed == Commit::done))
         return false;
-    if (committed == Commit::done) drop(target, redo);
+    if (committed == Commit::done) drop(target, redo, wanted);
     return true;
 }
 
 }  // namespace
 
-bool load(const char *path, Bytes &contents) noexcept {
+bool load(const char *path, Bytes &contents, bool is_locked) noexcept {
     constexpr int most_tries = 1000;  // each fails only if a save ended or began meanwhile
-    for (int tries = 0; tries < most_tries; ++tries) {
-        bool settled = false;
-        if (!try_to_load(path, contents, settled)) return false;
-        if (settled) return true;
+    bool settled = false;
+    for (int tries = 0; tries < most_tries && !settled; ++tries) {
+        Target target;
+        Redo redo;
+        bool is_writable = is_locked && target.open(path, O_RDWR);
+        if ((!is_writable && !target.open(path, O_RDONLY)) || !redo.read(target)) return false;
+        if (is_writable && redo && finish(target, redo)) redo = Redo();
+        if (!try_to_load(target, redo, contents, settled)) return false;
     }
-    errno = EAGAIN;
-    return false;
-}
-
-bool finish_save(const char *path) noexcept {
-    Target target;
-    if (!target.open(path, O_RDWR)) return errno == EISDIR || errno == EINVAL;
-    return finish(target);
+    return settled || refuse(EAGAIN);
 }
 
 bool write_new(int fd, const char *path, const Bytes &contents) noexcept {
-    return write_all(fd, contents.begin(), contents.size(), 0) && fdatasync(fd) == 0 && give_name(fd, path);
+    return write_all(fd, contents.begin(), contents.size(), 0) &&
+           ftruncate(fd, static_cast<off_t>(contents.size())) == 0 && fdatasync(fd) == 0 && give_name(fd, path);
 }
 
-bool replace(const char *path, const Bytes &contents, mode_t mode, RedoFile redo) noexcept {
-    struct stat now;
-    if (stat(path, &now) != 0 && errno == ENOENT) {
+bool replace(const char *path, const Bytes &contents, mode_t mode, RedoFile wanted) noexcept {
+    Target target;
+    if (!open_finished(path, target)) {
+        if (target.file || errno != ENOENT) return false;
         Descriptor file = unnamed_file(path, mode);
         if (file && write_new(file.get(), path, contents)) return true;
         if (file && errno != EEXIST && errno != ENOENT) return false;
         // No file can be made without a name, or another process has made one of this name.
         Descriptor(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, mode)).close();
+        if (!open_finished(path, target)) return false;
     }
-    Target target;
-    return target.open(path, O_RDWR) && replace_existing(target, contents, redo) && target.file.close() == 0;
+    return replace_existing(target, contents, wanted) && target.file.close() == 0;
 }
 
-void remove_redo_file(const char *path) noexcept {
+bool move_file(const char *path, const char *new_path) noexcept {
     Target target;
-    if (target.open(path, O_RDONLY)) unlink(target.redo_path);
-}
-
-bool remove_file(const char *path) noexcept {
-    Target target;
-    bool has_redo = finish_save(path) && target.open(path, O_RDONLY);
-    if (unlink(path) != 0) return false;
-    if (has_redo) unlink(target.redo_path);
-    return sync_directory(path);
+    bool is_finished = open_finished(path, target), is_no_file = !is_finished && (errno == EISDIR || errno == EINVAL);
+    if (!new_path && unlink(path) != 0) return false;
+    if (new_path && ((!is_finished && !is_no_file) || std::rename(path, new_path) != 0)) return false;
+    if (is_finished) unlink(target.redo_path);
+    return true;
 }
 
 }  // namespace store

@@ -39,11 +39,6 @@ bool reads_back(const Array<char> &bytes) noexcept {
     return read;
 }
 
-bool refuse(int reason) noexcept {
-    errno = reason;
-    return false;
-}
-
 }  // namespace
 
 bool serialise(xmlDoc *document, Array<char> &bytes) noexcept {

@@ -13,9 +13,8 @@
 
 // Prints to the standard error stream. errno stays as it was: it is the reason of the failure that is reported.
 [[gnu::format(printf, 1, 0)]] inline void print(const char *format, va_list arguments) noexcept {
-    int reason = errno;
+    KeptErrno kept;
     std::vfprintf(stderr, format, arguments);
-    errno = reason;
 }
 
 // Prints a line that changes no result and no code.

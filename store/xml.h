@@ -117,7 +117,7 @@ void remove_attribute(xmlNode *node, const char *name) noexcept;
 // Parses a file as store::load() reads it. Only the path says where it is: no URL, no catalogue, "-" is a file name.
 // Null with errno: why the file cannot be read, ENOMEM, EBADMSG when it is not well-formed, or EOVERFLOW when it
 // expands too far.
-Document parse(const char *path) noexcept;
+Document parse(const char *path, bool is_locked = false) noexcept;
 
 // The same for the bytes of a file; `path` is for messages.
 Document parse(const Array<char> &bytes, const char *path) noexcept;
