@@ -69,11 +69,11 @@ int kvio_save_as(kvio_config_t *config, const char *name) {
     if (lock.status() == FileLock::no_key) return store::no_key_for(path, lock, -1);
     errno = lock.reason();
     if (lock.status() == FileLock::busy) return opened_by_other(name);
-    store::Bytes bytes;
+    Bytes bytes;
     if (!store::serialise(config->doc, bytes, __func__) || !lock.write(path, bytes)) {
         if (errno == EEXIST) return opened_by_other(name);
         KeptErrno reason;
-        if (lock.created()) lock.write(path, store::Bytes());  // it stays, empty
+        if (lock.created()) lock.write(path, Bytes());  // it stays, empty
         return fail(-1, KVIO_IO, "Problem occurred on saving XML to %s\n", name);
     }
     if (config->semid >= 0) FileLock::remove(config->semid);

@@ -46,7 +46,7 @@ int kvio_copy_config(const char *source, const char *target) {
     FileLock target_lock = FileLock::take_or_create(to);
     if (!is_held(target_lock, to)) return -1;
 
-    store::Bytes contents;
+    Bytes contents;
     bool is_read = store::load(from.text(), contents, true);
     bool copied = is_read && target_lock.write(to, contents);
     source_lock.unlock();
@@ -66,7 +66,7 @@ int kvio_rename_config(const char *source, const char *target) {
     if (!is_held(target_lock, to)) return -1;
 
     errno = EEXIST;  // another process made the target before it was locked
-    bool made = target_lock.created() && target_lock.write(to, store::Bytes());
+    bool made = target_lock.created() && target_lock.write(to, Bytes());
     bool renamed = made && store::move_file(from.text(), to.text());
     KeptErrno reason;
     if (renamed) {  // a name that is not synced yet is no failure: after a loss of power the file has one of the two

@@ -29,8 +29,6 @@ private:
     char text_[4096];
 };
 
-using Bytes = Array<char>;
-
 // Reads a regular file: its contents before or after a save, never a mixture, while other processes save it and after
 // a save that was interrupted, which is finished where the caller holds the file's lock. False with errno: EISDIR or
 // EINVAL for what is no regular file.

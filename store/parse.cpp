@@ -43,7 +43,7 @@ private:
 };
 
 struct Unread {
-    const Array<char> &bytes;
+    const Bytes &bytes;
     std::size_t begin = 0;
 };
 
@@ -76,7 +76,7 @@ Parser make_parser(Unread &unread, const char *path) noexcept {
 }  // namespace
 
 // As xmlParseFile() parses the bytes of a file, within the same limits and with the defaults that the caller has set.
-Document parse(const Array<char> &bytes, const char *path) noexcept {
+Document parse(const Bytes &bytes, const char *path) noexcept {
     MemoryWatch memory;
     Unread unread{bytes};
     Parser parser = make_parser(unread, path);
@@ -94,7 +94,7 @@ Document parse(const Array<char> &bytes, const char *path) noexcept {
 }
 
 Document parse(const char *path, bool is_locked) noexcept {
-    Array<char> bytes;
+    Bytes bytes;
     if (empty(path) ? !refuse(EINVAL) : !store::load(path, bytes, is_locked)) return nullptr;
     return parse(bytes, path);
 }

@@ -10,11 +10,6 @@
 namespace store {
 namespace {
 
-bool is_stream(const char *path) noexcept {
-    struct stat now;
-    return stat(path, &now) == 0 && !S_ISREG(now.st_mode);
-}
-
 // Writes to a pipe, a terminal or a device; waits for the reader of a pipe.
 bool write_stream(const char *path, const Bytes &contents) noexcept {
     Descriptor file(open(path, O_WRONLY | O_CLOEXEC));
@@ -49,10 +44,13 @@ bool serialise(xmlDoc *document, Bytes &bytes, const char *who) noexcept {
 
 int save(xmlDoc *document, const char *path, mode_t mode, RedoFile redo, const char *who) noexcept {
     Bytes bytes;
+    struct stat now;
+    bool exists = !empty(path) && stat(path, &now) == 0, is_stream = exists && !S_ISREG(now.st_mode);
+    if (exists && !is_stream) bytes.reserve(static_cast<std::size_t>(now.st_size) + 4096);  // about what it will be
     if (empty(path))
         errno = ENOENT;
     else if (serialise(document, bytes, who) &&
-             (is_stream(path) ? write_stream(path, bytes) : replace(path, bytes, mode, redo)))
+             (is_stream ? write_stream(path, bytes) : replace(path, bytes, mode, redo)))
         return succeed(static_cast<int>(bytes.size()));
     return fail(-1, KVIO_IO, "Problem occurred on saving XML to %s\n", shown(path));
 }

@@ -12,7 +12,7 @@ namespace xml {
 namespace {
 
 struct Sink {
-    Array<char> &bytes;
+    Bytes &bytes;
     bool whole = true;  // nothing was lost for want of memory
 };
 
@@ -24,13 +24,13 @@ int append(void *sink, const char *data, int length) noexcept {
 
 // Whether the parser must be asked if it takes the bytes back. A converter that meets a character which its encoding
 // lacks may end the document there and report nothing; short documents are within all limits on texts.
-bool is_doubtful(const xmlDoc *document, const Array<char> &bytes) noexcept {
+bool is_doubtful(const xmlDoc *document, const Bytes &bytes) noexcept {
     return bytes.size() >= XML_MAX_TEXT_LENGTH ||
            (document->encoding && xmlStrcasecmp(document->encoding, str("UTF-8")) != 0);
 }
 
 // Errors in them are no business of the caller's handler.
-bool reads_back(const Array<char> &bytes) noexcept {
+bool reads_back(const Bytes &bytes) noexcept {
     xmlStructuredErrorFunc handler = xmlStructuredError;
     void *context = xmlStructuredErrorContext;
     xmlSetStructuredErrorFunc(nullptr, [](void *, xmlError *) {});
@@ -41,7 +41,7 @@ bool reads_back(const Array<char> &bytes) noexcept {
 
 }  // namespace
 
-bool serialise(xmlDoc *document, Array<char> &bytes) noexcept {
+bool serialise(xmlDoc *document, Bytes &bytes) noexcept {
     const char *encoding = str(document->encoding);
     xmlCharEncodingHandler *converter = nullptr;
     xmlResetLastError();

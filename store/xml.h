@@ -120,7 +120,7 @@ void remove_attribute(xmlNode *node, const char *name) noexcept;
 Document parse(const char *path, bool is_locked = false) noexcept;
 
 // The same for the bytes of a file; `path` is for messages.
-Document parse(const Array<char> &bytes, const char *path) noexcept;
+Document parse(const Bytes &bytes, const char *path) noexcept;
 
 // Whether what the document's references to entities stand for is more than the store takes.
 bool expands_too_far(const xmlDoc *document) noexcept;
@@ -130,7 +130,7 @@ const xmlNode *find_unreadable(const xmlDoc *document) noexcept;
 
 // Appends the bytes that xmlSaveFormatFile() would write with format 1. False with errno: ENOMEM, EFBIG beyond what an
 // int holds, or EILSEQ when they would not be read back in the document's encoding or for their length.
-bool serialise(xmlDoc *document, Array<char> &bytes) noexcept;
+bool serialise(xmlDoc *document, Bytes &bytes) noexcept;
 
 }  // namespace xml
 
