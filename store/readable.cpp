@@ -2,6 +2,8 @@
 // stand for too much.
 #include <libxml/parserInternals.h>
 
+#include <iterator>
+
 #include "store/xml.h"
 
 namespace xml {
@@ -41,13 +43,11 @@ int character_at(const xmlChar *text, int &length) noexcept {
 }
 
 bool is_text(const xmlChar *text) noexcept {
-    const xmlChar *at = text;
-    int length;
-    for (; *at; at += length) {
-        length = 1;
-        if (!is_ascii_text(*at) && !character_at(at, length)) return false;
+    for (int length;; text += length) {
+        while (*text >= 0x20 && *text < 0x80) ++text;  // nearly all
+        if (!*text) return true;
+        if (!character_at(text, length)) return false;
     }
-    return true;
 }
 
 bool is_name(const xmlChar *name) noexcept {
@@ -66,16 +66,38 @@ bool is_comment(const xmlChar *text) noexcept {
 
 // Whether the name of an attribute is written as a declaration of a namespace that the element declares, too.
 bool is_declaration(const xmlNode *element, const xmlAttr *attribute) noexcept {
-    if (std::strncmp(str(attribute->name), "xmlns", 5) != 0) return false;
+    if (!element->nsDef || std::strncmp(str(attribute->name), "xmlns", 5) != 0) return false;
     const char *prefix = str(attribute->name) + 5 + (attribute->name[5] == ':');
     for (const xmlNs *ns = element->nsDef; ns; ns = ns->next)
         if (same(prefix, ns->prefix ? str(ns->prefix) : "")) return true;
     return false;
 }
 
-bool has_readable_attributes(const xmlNode *element) noexcept {
+// Looks at the nodes of a document in its order.
+class Examination {
+public:
+    const xmlNode *find_unreadable(const xmlNode *node) noexcept;
+
+private:
+    bool is_known_name(const xmlChar *name) noexcept;
+    bool has_readable_attributes(const xmlNode *element) noexcept;
+    bool is_readable(const xmlNode *node) noexcept;
+
+    unsigned depth_ = 0;
+    const xmlChar *names_[256] = {};  // names that are good, by their addresses
+};
+
+// The names of a document are in its dictionary: few texts, each of which has one address.
+bool Examination::is_known_name(const xmlChar *name) noexcept {
+    const xmlChar *&known = names_[reinterpret_cast<std::size_t>(name) % std::size(names_)];
+    if (known != name && !is_name(name)) return false;
+    known = name;
+    return true;
+}
+
+bool Examination::has_readable_attributes(const xmlNode *element) noexcept {
     for (const xmlAttr *at = element->properties; at; at = at->next) {
-        if (!is_name(at->name) || is_declaration(element, at)) return false;
+        if (!is_known_name(at->name) || is_declaration(element, at)) return false;
         for (const xmlNode *text = at->children; text; text = text->next)
             if (text->type == XML_TEXT_NODE && text->content && !is_text(text->content)) return false;
     }
@@ -83,10 +105,10 @@ bool has_readable_attributes(const xmlNode *element) noexcept {
 }
 
 // Whether a node reads back, apart from what is below it.
-bool is_readable(const xmlNode *node) noexcept {
+bool Examination::is_readable(const xmlNode *node) noexcept {
     switch (node->type) {
         case XML_ELEMENT_NODE:
-            return is_name(node->name) && has_readable_attributes(node);
+            return depth_ <= xmlParserMaxDepth && is_known_name(node->name) && has_readable_attributes(node);
         case XML_TEXT_NODE:
         case XML_CDATA_SECTION_NODE:
             return !node->content || is_text(node->content);
@@ -100,17 +122,21 @@ bool is_readable(const xmlNode *node) noexcept {
     }
 }
 
-// The next node in document order; `depth` follows it.
-const xmlNode *next_node(const xmlNode *node, unsigned &depth) noexcept {
-    if (is_element(node) && node->children) {
-        ++depth;
-        return node->children;
+// The nodes of a parsed document lie one after another: what is fetched ahead is looked at soon.
+const xmlNode *Examination::find_unreadable(const xmlNode *node) noexcept {
+    while (node) {
+        __builtin_prefetch(reinterpret_cast<const char *>(node) + 4096);
+        __builtin_prefetch(reinterpret_cast<const char *>(node) + 4160);
+        if (!is_readable(node)) return node;
+        if (is_element(node) && node->children) {
+            ++depth_;
+            node = node->children;
+            continue;
+        }
+        for (; !node->next && is_element(node->parent); --depth_) node = node->parent;
+        node = node->next;
     }
-    while (!node->next && is_element(node->parent)) {
-        node = node->parent;
-        --depth;
-    }
-    return node->next;
+    return nullptr;
 }
 
 // What the references of a document to entities stand for. libxml2 keeps them as references and expands them each time
@@ -159,10 +185,7 @@ private:
 bool expands_too_far(const xmlDoc *document) noexcept { return !Expansion(document).is_acceptable(); }
 
 const xmlNode *find_unreadable(const xmlDoc *document) noexcept {
-    unsigned depth = 0;
-    for (const xmlNode *node = document->children; node; node = next_node(node, depth))
-        if ((is_element(node) && depth > xmlParserMaxDepth) || !is_readable(node)) return node;
-    return nullptr;
+    return Examination().find_unreadable(document->children);
 }
 
 }  // namespace xml
