@@ -82,9 +82,9 @@ $ cat >/tmp/c <<'XML'; cp /tmp/c a
 > XML
 $ counts() { grep -o '<[tug][^/>]*name[^>]*>' a | tr -d '<>"/' | sed 's/name=//;s/reference=//;s/ type=.//' |
 > paste -sd ' '; }; kvio append $h x; kvio insert $h 1 y; kvio append $h x; kvio append -f $g x
-> kvio append a s list t l x; kvio append a s list t l x; counts; kvio leave -p 1 $g; kvio leave $h m n; kvio rename-member $h y y
-> kvio rename-member $h y no; kvio rename-member -f $h y no; kvio create a s group t k; kvio join -c a s group t k g
-> counts; kvio rename-entity $x 'a & b'; kvio rename-container $g f
+> kvio append a s list t l x; kvio append a s list t l x; counts; kvio leave -p 1 $g; kvio leave $h m n
+> kvio rename-member $h y y; kvio rename-member $h y no; kvio rename-member -f $h y no; kvio create a s group t k
+> kvio join -c a s group t k g; counts; kvio rename-entity $x 'a & b'; kvio rename-container $g f
 kvio: s: group h: a member is there already: x; nothing is saved without --force [4]|t x 2 t y 1 t m t n 0 u x u z
  group g 1 group h group i group j|kvio: s: group h: a member names no t: no; nothing is saved without --force [4]|t x
  2 t y 0 t m t n 0 u x u z group g 2 group h group i group j group k
