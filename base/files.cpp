@@ -21,15 +21,6 @@ Descriptor open_directory_of(const char *path, int flags, mode_t mode) noexcept 
     return Descriptor(open(directory, flags | O_CLOEXEC, mode));
 }
 
-// Bytes beyond the limit on file sizes would be cut off in the middle, with a signal to boot.
-bool within_size_limit(off_t size) noexcept {
-    rlimit limit;
-    if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
-        size <= static_cast<off_t>(limit.rlim_cur))
-        return true;
-    return refuse(EFBIG);
-}
-
 }  // namespace
 
 Descriptor open_to_read(const char *path) noexcept { return Descriptor(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC)); }
@@ -46,11 +37,15 @@ ssize_t read_all(int fd, void *bytes, std::size_t size, off_t offset) noexcept {
     return static_cast<ssize_t>(done);
 }
 
+// Bytes beyond the limit on file sizes would be cut off in the middle, with a signal to boot.
 bool write_all(int fd, const void *bytes, std::size_t size, off_t offset) noexcept {
-    if (!within_size_limit(offset + static_cast<off_t>(size))) return false;
+    rlimit limit;
+    if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && offset >= 0 && static_cast<rlim_t>(offset) + size > limit.rlim_cur)
+        return refuse(EFBIG);
     for (std::size_t done = 0; done < size;) {
         const char *from = static_cast<const char *>(bytes) + done;
-        ssize_t written = pwrite(fd, from, size - done, offset + static_cast<off_t>(done));
+        ssize_t written = offset < 0 ? write(fd, from, size - done)
+                                     : pwrite(fd, from, size - done, offset + static_cast<off_t>(done));
         if (written < 0 && errno == EINTR) continue;
         if (written == 0) errno = EIO;
         if (written <= 0) return false;
@@ -61,10 +56,6 @@ bool write_all(int fd, const void *bytes, std::size_t size, off_t offset) noexce
 
 Descriptor unnamed_file(const char *path, mode_t mode) noexcept {
     return open_directory_of(path, O_RDWR | O_TMPFILE, mode);
-}
-
-bool give_name(int fd, const char *path) noexcept {
-    return linkat(AT_FDCWD, DescriptorName(fd).text, AT_FDCWD, path, AT_SYMLINK_FOLLOW) == 0 && sync_directory(path);
 }
 
 bool sync_directory(const char *path) noexcept {

@@ -20,16 +20,13 @@ Descriptor open_to_read(const char *path) noexcept;
 // Reads up to `size` bytes from an offset, fewer only where the file ends. The number of bytes, or -1 with errno.
 ssize_t read_all(int fd, void *bytes, std::size_t size, off_t offset) noexcept;
 
-// Writes all bytes at an offset; false with errno, EFBIG before a byte is written where the process may not make so
-// large a file.
+// Writes all bytes at an offset, or to a stream if that is -1. False with errno, EFBIG before a byte is written where the
+// process may not make so large a file.
 bool write_all(int fd, const void *bytes, std::size_t size, off_t offset) noexcept;
 
 // Makes an empty file in the directory of a path that no name leads to; none, with errno, where the file system has
-// no such files. It is gone with its descriptor unless give_name() comes first.
+// no such files. It is gone with its descriptor unless it is linked.
 Descriptor unnamed_file(const char *path, mode_t mode) noexcept;
-
-// Gives an unnamed file its name and syncs the directory. False with errno; EEXIST where the name is in use.
-bool give_name(int fd, const char *path) noexcept;
 
 // Syncs the directory of a path, so that names made or removed in it survive a loss of power; false with errno. A
 // directory that the process may not read is left to the system.

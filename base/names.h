@@ -52,11 +52,9 @@ private:
     }
 
     bool grow() noexcept {
-        Array<Slot> old = std::move(slots_);
-        if (!slots_.fill(old.empty() ? 16 : 4 * old.size(), Slot{0, Value()})) {
-            slots_ = std::move(old);
-            return false;
-        }
+        Array<Slot> old;
+        if (!old.fill(slots_.empty() ? 16 : 4 * slots_.size(), Slot{0, Value()})) return false;
+        std::swap(slots_, old);
         std::size_t start = 0;  // a free slot, so that values of one hash keep their order
         while (start < old.size() && old[start].hash) ++start;
         for (std::size_t i = 0; i < old.size(); ++i) {

@@ -38,7 +38,8 @@ enum class RedoFile { stays, is_removed };
 
 // Replaces the contents of a file in place and syncs it, so that a crash at any instant leaves the old contents or the
 // new ones to load(). A missing file is made with `mode` (and the umask) and has its name once it is complete, where the
-// file system can do that; a file that has these contents already is only synced. False with errno, EINVAL for what is no regular file.
+// file system can do that; a file that has these contents already is only synced. False with errno, EINVAL for what is
+// no regular file.
 bool replace(const char *path, const Bytes &contents, mode_t mode, RedoFile wanted) noexcept;
 
 // Writes the contents of a new file that has no name yet, and gives it its name. False with errno, EEXIST where the name
@@ -84,13 +85,13 @@ private:
     using Id = Number<remove>;
 
     FileLock(Status status, int reason) noexcept : status_(status), reason_(reason) {}
-    static FileLock lock_key(key_t key) noexcept;
+    explicit FileLock(key_t key) noexcept;
     static FileLock create(const ConfigPath &path) noexcept;
 
+    Id id_;
     Status status_;
     int reason_;
     bool created_ = false;
-    Id id_;
     Descriptor unnamed_;  // a new file until it has its name
 };
 

@@ -38,15 +38,8 @@ key_t ConfigPath::key() const noexcept {
     return -1;
 }
 
-FileLock FileLock::lock_key(key_t key) noexcept {
-    FileLock lock(busy, 0);
-    lock.id_ = Id(semget(key, 1, IPC_CREAT | IPC_EXCL));
-    if (lock.id_)
-        lock.status_ = held;
-    else
-        lock.reason_ = errno;
-    return lock;
-}
+FileLock::FileLock(key_t key) noexcept
+    : id_(semget(key, 1, IPC_CREAT | IPC_EXCL)), status_(id_ ? held : busy), reason_(id_ ? 0 : errno) {}
 
 // Between the key and the lock the file may have been renamed or removed by its holder: the lock is then that of
 // another file, and is taken anew.
@@ -54,7 +47,7 @@ FileLock FileLock::take(const ConfigPath &path) noexcept {
     for (;;) {
         key_t key = path.key();
         if (key == -1) return none(errno);
-        FileLock lock = lock_key(key);
+        FileLock lock(key);
         if (lock.status() != held || path.key() == key) return lock;
     }
 }
@@ -76,7 +69,7 @@ FileLock FileLock::create(const ConfigPath &path) noexcept {
         if (!file) break;
         key_t key = key_of(DescriptorName(file.get()).text);
         if (key == -1) break;
-        FileLock lock = lock_key(key);
+        FileLock lock(key);
         if (lock.status() == busy && lock.reason() == EEXIST && &file != files + 3) continue;
         lock.created_ = true;
         lock.unnamed_ = std::move(file);

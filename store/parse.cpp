@@ -14,7 +14,8 @@ namespace {
 // reported after it: a namespace that found no memory is missed, as undeclared, by the elements in it.
 class MemoryWatch {
 public:
-    MemoryWatch() noexcept : handler_(xmlStructuredError), context_(xmlStructuredErrorContext) {
+    explicit MemoryWatch(bool passes_on) noexcept
+        : passes_on_(passes_on), handler_(xmlStructuredError), context_(xmlStructuredErrorContext) {
         xmlSetStructuredErrorFunc(this, note);
     }
     MemoryWatch(const MemoryWatch &) = delete;
@@ -24,12 +25,12 @@ public:
     bool was_short() const noexcept { return short_; }
 
 private:
-    // Passes the error on to where it would have gone.
     static void note(void *self, xmlError *error) noexcept {
         auto *watch = static_cast<MemoryWatch *>(self);
         // A text beyond the parser's limit is reported in the same way, as a "huge text node".
         if (error->code == XML_ERR_NO_MEMORY && !(error->message && std::strstr(error->message, "huge")))
             watch->short_ = true;
+        if (!watch->passes_on_) return;
         if (watch->handler_)
             watch->handler_(watch->context_, error);
         else
@@ -37,6 +38,7 @@ private:
                             error->message ? error->message : "\n");
     }
 
+    bool passes_on_;  // errors, to where they would have gone
     xmlStructuredErrorFunc handler_;
     void *context_;
     bool short_ = false;
@@ -68,16 +70,15 @@ Parser make_parser(Unread &unread, const char *path) noexcept {
         return nullptr;
     }
     input->filename = reinterpret_cast<char *>(xmlStrdup(str(path)));
-    if (inputPush(parser.get(), input) >= 0) return parser;
-    xmlFreeInputStream(input);
-    return nullptr;
+    inputPush(parser.get(), input);  // a new parser has room for it
+    return parser;
 }
 
 }  // namespace
 
 // As xmlParseFile() parses the bytes of a file, within the same limits and with the defaults that the caller has set.
 Document parse(const Bytes &bytes, const char *path) noexcept {
-    MemoryWatch memory;
+    MemoryWatch memory(path);
     Unread unread{bytes};
     Parser parser = make_parser(unread, path);
     if (parser) xmlParseDocument(parser.get());

@@ -27,16 +27,12 @@ bool is_in(const Range (&ranges)[N], int character) noexcept {
     return false;
 }
 
-bool is_ascii_text(xmlChar byte) noexcept {
-    return (byte >= 0x20 && byte < 0x80) || byte == '\t' || byte == '\n' || byte == '\r';
-}
-
 // The character at the beginning of a text and its length in bytes; 0 where it is no UTF-8 (RFC 3629) of a character
 // that XML allows.
 int character_at(const xmlChar *text, int &length) noexcept {
     constexpr int least[] = {0, 0, 0x80, 0x800, 0x10000};  // by length: shorter forms are the only ones
     length = 1;
-    if (*text < 0x80) return is_ascii_text(*text) ? *text : 0;
+    if (*text < 0x80) return IS_BYTE_CHAR(*text) ? *text : 0;
     length = 4;
     int character = xmlGetUTF8Char(text, &length);
     return character > 0 && character >= least[length] && IS_CHAR(character) ? character : 0;
@@ -139,50 +135,35 @@ const xmlNode *Examination::find_unreadable(const xmlNode *node) noexcept {
     return nullptr;
 }
 
-// What the references of a document to entities stand for. libxml2 keeps them as references and expands them each time
-// a text is read: a small file can have texts that no memory holds.
-class Expansion {
-public:
-    explicit Expansion(const xmlDoc *document) noexcept : document_(document) {}
-
-    bool is_acceptable() noexcept { return !document_->intSubset || add(document_->children, 0); }
-
-private:
-    static constexpr long max_bytes = 1'000'000;
-    static constexpr long nested_node = 16;  // what a node within an entity counts, so that none is free
-    static constexpr int max_depth = 40;     // entities within entities, as libxml2 has it
-
-    // Adds what a list of siblings stands for; false beyond the limits.
-    bool add(const xmlNode *first, int depth) noexcept {
-        for (const xmlNode *node = first; node; node = node->next)
-            if (!add_node(node, depth)) return false;
-        return true;
+// Adds the bytes that nodes and their next siblings stand for beyond those in the file. libxml2 keeps references to
+// entities and expands them each time a text is read: a small file can have texts that no memory holds. False where
+// they are too many, or entities are nested deeper than libxml2 goes.
+bool add_expansion(const xmlDoc *document, const xmlNode *node, int depth, std::size_t &bytes) noexcept {
+    constexpr std::size_t max_bytes = 1'000'000, nested_node = 16;  // no node within an entity is free
+    constexpr int max_depth = 40;
+    for (; node; node = node->next) {
+        const bool is_reference = node->type == XML_ENTITY_REF_NODE;
+        const xmlNode *below = is_element(node) ? node->children : nullptr;
+        if (is_reference)
+            if (const xmlEntity *entity = xmlGetDocEntity(document, node->name)) below = entity->children;
+        if (depth > 0 && (is_reference || is_element(node)))
+            bytes += nested_node;
+        else if (depth > 0 && node->content && node->type != XML_ENTITY_DECL)
+            bytes += std::strlen(str(node->content));
+        if (bytes > max_bytes || (is_reference && depth == max_depth)) return false;
+        for (const xmlAttr *at = is_element(node) ? node->properties : nullptr; at; at = at->next)
+            if (!add_expansion(document, at->children, depth, bytes)) return false;
+        if (!add_expansion(document, below, depth + is_reference, bytes)) return false;
     }
-
-    bool add_node(const xmlNode *node, int depth) noexcept {
-        if (node->type == XML_ENTITY_REF_NODE) {
-            if (depth > 0) bytes_ += nested_node;
-            const xmlEntity *entity = xmlGetDocEntity(document_, node->name);
-            return bytes_ <= max_bytes && depth < max_depth && (!entity || add(entity->children, depth + 1));
-        }
-        if (is_element(node)) {
-            if (depth > 0 && (bytes_ += nested_node) > max_bytes) return false;
-            for (const xmlAttr *at = node->properties; at; at = at->next)
-                if (!add(at->children, depth)) return false;
-            return add(node->children, depth);
-        }
-        if (depth > 0 && node->content && node->type != XML_ENTITY_DECL)
-            bytes_ += static_cast<long>(std::strlen(str(node->content)));
-        return bytes_ <= max_bytes;
-    }
-
-    const xmlDoc *document_;
-    long bytes_ = 0;
-};
+    return true;
+}
 
 }  // namespace
 
-bool expands_too_far(const xmlDoc *document) noexcept { return !Expansion(document).is_acceptable(); }
+bool expands_too_far(const xmlDoc *document) noexcept {
+    std::size_t bytes = 0;
+    return document->intSubset && !add_expansion(document, document->children, 0, bytes);
+}
 
 const xmlNode *find_unreadable(const xmlDoc *document) noexcept {
     return Examination().find_unreadable(document->children);

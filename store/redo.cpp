@@ -3,25 +3,23 @@
 // The file is overwritten in place, since the lock hangs on its inode. Beside it, in the same directory and named after
 // its inode, lies its redo file:
 //
-//  1. Read the old contents and sync the file: what counts as old must be on the disk. Where the new contents are the
-//     same, this is all.
+//  1. Read the old contents and sync the file: what counts as old must be on the disk. If the new ones are the same,
+//     this is all.
 //  2. Write the redo file and sync it, with its directory when it is new: a header, a checksum of each old block, and
 //     the new contents. This is the commit point.
-//  3. Write what goes beyond the old end, which fails on a full disk while all old contents are there, then overwrite
-//     the file in place from the first difference on, and sync it. A file that becomes shorter is cut only after that,
-//     and synced again.
+//  3. Write what goes beyond the old end, which fails on a full disk while all old contents are there. Overwrite the
+//     file from the first block that differs, and sync it. Then cut one that becomes shorter, and sync it again.
 //  4. Clear the header of the redo file, which may stay for the next save.
 //
-// After a crash the file is one of these, as a comparison block by block tells:
+// After a crash each block of the file is compared:
 //
-//  - old throughout: step 3 has not begun. The redo file is dropped.
-//  - begun, each block being old, new, or zero beyond the old end: the new contents come from the redo file.
-//  - anything else: another program has written the file since. It stays as it is, and the redo file is dropped.
+//  - All are old: step 3 has not begun. The redo file is dropped.
+//  - Each is old, new, or zero beyond the old end: the new contents come from the redo file.
+//  - Otherwise another program has written the file since. It stays as it is, and the redo file is dropped.
 //
 // So a redo file brings nothing back over what cp(1) or an editor has written since, nor into another file with the
-// same inode number: some block is neither old nor new then. (A program that writes nothing but old and new blocks in
-// place, in a mixture of its own, looks like the save.) A copy of the directory, or a file that moved to another one,
-// has no redo file under its inode number. A redo file that another user could have written is ignored.
+// same inode number. A copy of the directory, or a file that moved to another one, has no redo file under its inode
+// number. A redo file that another user could have written is ignored.
 //
 // A file without a place for a redo file (the directory cannot be written, the disk has no room for it, the writer is
 // neither root nor the owner) is overwritten all the same: a crash then can tear it. A file that is saved through a
@@ -200,12 +198,11 @@ bool read_contents(const Target &target, Bytes &contents) noexcept {
     return got >= 0;
 }
 
-bool same_time(const timespec &a, const timespec &b) noexcept { return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec; }
-
 bool is_unchanged(const Target &target) noexcept {
     struct stat now;
+    const timespec &before = target.status.st_mtim;
     return fstat(target.file.get(), &now) == 0 && now.st_size == target.status.st_size &&
-           same_time(now.st_mtim, target.status.st_mtim) && same_time(now.st_ctim, target.status.st_ctim);
+           now.st_mtim.tv_sec == before.tv_sec && now.st_mtim.tv_nsec == before.tv_nsec;
 }
 
 // Gives the file a modification time of its own: the kernel's clock ticks so slowly that two saves would share one, by
@@ -277,9 +274,8 @@ bool try_to_load(const Target &target, const Redo &redo, Bytes &contents, bool &
     State state = redo.state_of(contents);
     if (state == State::written_by_others && !read_contents(target, again)) return false;
     if (!after.read(target)) return false;
-    settled = after.is(redo) &&
-              (state != State::written_by_others ||
-               (contents.size() == again.size() && std::memcmp(contents.begin(), again.begin(), again.size()) == 0));
+    settled = after.is(redo) && (state != State::written_by_others ||
+                                 std::equal(contents.begin(), contents.end(), again.begin(), again.end()));
     if (!settled || state != State::begun) return true;
     contents.shorten(0);
     return contents.append(redo.contents(), redo.size());
@@ -298,38 +294,33 @@ Descriptor open_or_create_redo(const Target &target, bool &created) noexcept {
     fchown(redo.get(), target.status.st_uid, target.status.st_gid);
     if (fchmod(redo.get(), (target.status.st_mode & 0444) | 0600) == 0 && is_trusted(redo, target)) return redo;
     unlink(target.redo_path);
-    errno = EPERM;
+    refuse(EPERM);
     return Descriptor();
 }
 
-// Reads the old contents: the checksums of their blocks, and how many bytes they share with the new ones at first.
+// Reads the old contents: the checksums of their blocks, and how many bytes the first blocks have that stay as they are.
 bool read_old(Target &target, const Bytes &contents, Bytes &sums, std::size_t &same) noexcept {
     char part[16 * block_size];
     std::size_t at = 0;
     same = 0;
-    for (ssize_t got = sizeof part; got == sizeof part; at += static_cast<std::size_t>(got)) {
+    for (ssize_t got = 1; got > 0;) {
         got = read_all(target.file.get(), part, sizeof part, static_cast<off_t>(at));
         if (got < 0) return false;
-        const auto length = static_cast<std::size_t>(got);
-        for (std::size_t block = 0; block < length; block += block_size) {
-            Checksum sum = checksum(part + block, std::min(block_size, length - block));
+        for (const char *block = part, *end = part + got; block < end; block += block_size) {
+            const std::size_t size = std::min(block_size, static_cast<std::size_t>(end - block));
+            const Checksum sum = checksum(block, size);
             if (!sums.append(reinterpret_cast<const char *>(&sum), sizeof sum)) return false;
+            if (same == at && at + size <= contents.size() && std::memcmp(block, contents.begin() + at, size) == 0)
+                same += size;
+            at += size;
         }
-        if (same != at) continue;
-        const std::size_t common = std::min(length, contents.size() - at);
-        if (std::memcmp(part, contents.begin() + at, common) == 0)
-            same += common;
-        else
-            same += static_cast<std::size_t>(std::mismatch(part, part + common, contents.begin() + at).first - part);
     }
     target.status.st_size = static_cast<off_t>(at);
     return true;
 }
 
-enum class Commit { done, no_place, failed };
-
-// Writes and syncs the redo file. Where there is no place for it, or it fails with errno, none is left.
-Commit commit(const Target &target, const Bytes &sums, const Bytes &contents, Descriptor &redo) noexcept {
+// Writes and syncs the redo file; none where there is no place for it. Where it fails with errno, none is left.
+bool commit(const Target &target, const Bytes &sums, const Bytes &contents, Descriptor &redo) noexcept {
     Header header = {};
     std::memcpy(header.magic, magic, sizeof magic);
     header.inode = target.status.st_ino;
@@ -340,16 +331,16 @@ Commit commit(const Target &target, const Bytes &sums, const Bytes &contents, De
 
     bool created;
     redo = open_or_create_redo(target, created);
-    if (!redo) return is_absent(errno) ? Commit::no_place : Commit::failed;
+    if (!redo) return is_absent(errno);
     const int fd = redo.get();
     if (write_all(fd, contents.begin(), contents.size(), static_cast<off_t>(sizeof header + sums.size())) &&
         write_all(fd, sums.begin(), sums.size(), sizeof header) && write_all(fd, &header, sizeof header, 0) &&
         fdatasync(fd) == 0 && (!created || sync_directory(target.redo_path)))
-        return Commit::done;
+        return true;
     KeptErrno reason;
     drop(target, redo, RedoFile::is_removed);
-    bool no_room = reason.value == ENOSPC || reason.value == EDQUOT || reason.value == EFBIG;
-    return no_room ? Commit::no_place : Commit::failed;
+    redo.close();
+    return reason.value == ENOSPC || reason.value == EDQUOT || reason.value == EFBIG;
 }
 
 bool replace_existing(Target &target, const Bytes &contents, RedoFile wanted) noexcept {
@@ -358,11 +349,10 @@ bool replace_existing(Target &target, const Bytes &contents, RedoFile wanted) no
     if (!read_old(target, contents, sums, same) || fdatasync(target.file.get()) != 0) return false;
     if (same == contents.size() && static_cast<off_t>(same) == target.status.st_size) return true;
     Descriptor redo;
-    Commit committed = commit(target, sums, contents, redo);
-    if (committed == Commit::failed ||
-        !overwrite(target, contents.begin(), contents.size(), same, committed == Commit::done))
+    if (!commit(target, sums, contents, redo) ||
+        !overwrite(target, contents.begin(), contents.size(), same, bool(redo)))
         return false;
-    if (committed == Commit::done) drop(target, redo, wanted);
+    if (redo) drop(target, redo, wanted);
     return true;
 }
 
@@ -384,7 +374,8 @@ bool load(const char *path, Bytes &contents, bool is_locked) noexcept {
 
 bool write_new(int fd, const char *path, const Bytes &contents) noexcept {
     return write_all(fd, contents.begin(), contents.size(), 0) &&
-           ftruncate(fd, static_cast<off_t>(contents.size())) == 0 && fdatasync(fd) == 0 && give_name(fd, path);
+           ftruncate(fd, static_cast<off_t>(contents.size())) == 0 && fdatasync(fd) == 0 &&
+           linkat(AT_FDCWD, DescriptorName(fd).text, AT_FDCWD, path, AT_SYMLINK_FOLLOW) == 0 && sync_directory(path);
 }
 
 bool replace(const char *path, const Bytes &contents, mode_t mode, RedoFile wanted) noexcept {

@@ -1,10 +1,9 @@
 // Saving: a document that reads back, serialised and put into a file.
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 
+#include "base/files.h"
 #include "store/store.h"
 
 namespace store {
@@ -13,13 +12,7 @@ namespace {
 // Writes to a pipe, a terminal or a device; waits for the reader of a pipe.
 bool write_stream(const char *path, const Bytes &contents) noexcept {
     Descriptor file(open(path, O_WRONLY | O_CLOEXEC));
-    for (std::size_t done = 0; file && done < contents.size();) {
-        ssize_t written = write(file.get(), contents.begin() + done, contents.size() - done);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        done += static_cast<std::size_t>(written);
-    }
-    return file && file.close() == 0;
+    return file && write_all(file.get(), contents.begin(), contents.size(), -1) && file.close() == 0;
 }
 
 }  // namespace
@@ -29,13 +22,11 @@ bool serialise(xmlDoc *document, Bytes &bytes, const char *who) noexcept {
         while (!xml::is_element(node) && xml::is_element(node->parent)) node = node->parent;
         auto path = xml::guarded<xml::String>([&] { return xmlGetNodePath(node); });
         say("%s error: %s has a name, text or depth that XML cannot hold\n", who, path ? xml::str(path.get()) : "");
-        errno = EILSEQ;
-        return false;
+        return refuse(EILSEQ);
     }
     if (xml::expands_too_far(document)) {
         say("%s error: references to entities stand for too much\n", who);
-        errno = EOVERFLOW;
-        return false;
+        return refuse(EOVERFLOW);
     }
     if (xml::serialise(document, bytes)) return true;
     if (errno == EILSEQ) say("%s error: it would not be read back\n", who);

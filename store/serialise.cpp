@@ -29,37 +29,25 @@ bool is_doubtful(const xmlDoc *document, const Bytes &bytes) noexcept {
            (document->encoding && xmlStrcasecmp(document->encoding, str("UTF-8")) != 0);
 }
 
-// Errors in them are no business of the caller's handler.
-bool reads_back(const Bytes &bytes) noexcept {
-    xmlStructuredErrorFunc handler = xmlStructuredError;
-    void *context = xmlStructuredErrorContext;
-    xmlSetStructuredErrorFunc(nullptr, [](void *, xmlError *) {});
-    bool read = bool(parse(bytes, nullptr));
-    xmlSetStructuredErrorFunc(context, handler);
-    return read;
-}
-
 }  // namespace
 
 bool serialise(xmlDoc *document, Bytes &bytes) noexcept {
     const char *encoding = str(document->encoding);
-    xmlCharEncodingHandler *converter = nullptr;
+    Owned<xmlCharEncodingHandler, xmlCharEncCloseFunc> converter;
     xmlResetLastError();
     if (encoding && xmlParseCharEncoding(encoding) != XML_CHAR_ENCODING_UTF8) {  // the tree is UTF-8 already
-        converter = xmlFindCharEncodingHandler(encoding);
+        converter.reset(xmlFindCharEncodingHandler(encoding));
         if (!converter) return refuse(out_of_memory() ? ENOMEM : EILSEQ);
     }
     Sink sink{bytes};
-    xmlOutputBuffer *buffer = xmlOutputBufferCreateIO(append, nullptr, &sink, converter);
-    if (!buffer) {
-        if (converter) xmlCharEncCloseFunc(converter);
-        return refuse(ENOMEM);
-    }
+    xmlOutputBuffer *buffer = xmlOutputBufferCreateIO(append, nullptr, &sink, converter.get());
+    if (!buffer) return refuse(ENOMEM);
+    converter.release();
     bool saved = xmlSaveFormatFileTo(buffer, document, encoding, 1) >= 0;
     if (!sink.whole || out_of_memory()) return refuse(ENOMEM);
     if (bytes.size() > INT_MAX) return refuse(EFBIG);
     if (!saved) return refuse(EILSEQ);
-    if (!is_doubtful(document, bytes) || reads_back(bytes)) return true;
+    if (!is_doubtful(document, bytes) || parse(bytes, nullptr)) return true;
     return refuse(errno == ENOMEM ? ENOMEM : EILSEQ);
 }
 

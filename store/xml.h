@@ -119,7 +119,7 @@ void remove_attribute(xmlNode *node, const char *name) noexcept;
 // expands too far.
 Document parse(const char *path, bool is_locked = false) noexcept;
 
-// The same for the bytes of a file; `path` is for messages.
+// The same for the bytes of a file; `path` is for messages, of which there are none where it is null.
 Document parse(const Bytes &bytes, const char *path) noexcept;
 
 // Whether what the document's references to entities stand for is more than the store takes.
