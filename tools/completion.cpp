@@ -14,41 +14,29 @@ const Proposals file_names = {""};  // which bash proposes
 
 bool begins(const std::string &text, const std::string &prefix) { return text.compare(0, prefix.size(), prefix) == 0; }
 
-bool is_wanted_container(const Line &line, const std::string &what) {
-    const Verb &verb = *line.call.verb;
-    bool of_container = what == "MEMBER" && (verb.action.change == leave || verb.action.change == rename_member);
-    return what == "CONTAINER" || of_container || line.call.has('k') || line.call.has('c');
-}
-
-void add_parts(Proposals &found, const Line &line, const std::string &what, Element child) {
-    const Call &call = line.call;
-    const std::string &whose = call.given("CONTAINER") ? call.container() : call.entity();
-    bool any =
-        whose.empty() || call.verb->action.change == define;  // a new entity gets the fields of others of its type
-    if (!any && child.name() != whose) return;
-    if (what == "ATTRIBUTE")
-        for (const auto &attribute : child.attributes()) found.insert(attribute.first);
-    else
-        for (Element part : child) found.insert(what == "FIELD" ? part.tag() : part.text());
-}
-
 // Adds what an entity or container of the scope has to offer.
-void add(Proposals &found, const Line &line, const std::string &what, Element child) {
-    const std::string &kind = line.call.has('k') ? line.call.option('k') : line.call.kind();
-    const std::string &type = line.call.has('t') ? line.call.option('t') : line.call.type();
-    bool container = child.role() == Role::container;
-    if (container ? !kind.empty() && !child.is(kind) : child.role() != Role::entity) return;
-    const std::string its_type = container ? child.type() : child.tag();
-    if (what == "TYPE") {
-        if (container || kind.empty()) found.insert(its_type);
+void add(Proposals &found, const Line &line, const std::string &what, Element element) {
+    const Call &call = line.call;
+    Change *const change = call.verb->action.change;
+    const std::string &kind = call.has('k') ? call.option('k') : call.kind();
+    const std::string &type = call.has('t') ? call.option('t') : call.type();
+    const Identity its = element.identity();
+    const bool its_kind = kind.empty() || its.kind == kind;
+    if (what == "TYPE" && its_kind) found.insert(its.type);
+    const bool of_members = what == "MEMBER" && (change == leave || change == rename_member);
+    const bool containers = what == "CONTAINER" || of_members || call.has('k') || call.has('c');
+    if (what == "TYPE" || containers == its.kind.empty() || (containers && !its_kind)) return;
+    if (!type.empty() && its.type != type) return;
+    if (what != "FIELD" && what != "ATTRIBUTE" && !of_members) {
+        found.insert(its.name);
         return;
     }
-    if ((!type.empty() && its_type != type) || container != is_wanted_container(line, what)) return;
-    bool of_container = what == "MEMBER" && !line.call.has('c') && container;
-    if (what == "FIELD" || what == "ATTRIBUTE" || of_container)
-        add_parts(found, line, what, child);
+    const std::string &whose = call.given("CONTAINER") ? call.container() : call.entity();
+    if (!whose.empty() && its.name != whose && change != define) return;  // new ones get the fields of others
+    if (what == "ATTRIBUTE")
+        for (const auto &attribute : element.attributes()) found.insert(attribute.first);
     else
-        found.insert(child.name());
+        for (Element part : element) found.insert(of_members ? part.text() : part.tag());
 }
 
 Proposals elements(const Line &line, const std::string &what) {
@@ -59,7 +47,8 @@ Proposals elements(const Line &line, const std::string &what) {
         return found;
     }
     auto add_all = [&](Element scope) {
-        for (Element child : scope) add(found, line, what, child);
+        for (Element child : scope)
+            if (child.role() != Role::scope) add(found, line, what, child);
     };
     if (line.call.scope().empty())
         each_scope(document.root(), add_all);
@@ -84,15 +73,12 @@ Proposals candidates(const Line &line, const std::string &what) {
     return {};
 }
 
-Proposals verb_words(const std::string &family) {
+// The next words of the verbs that begin like this.
+Proposals verb_words(const std::string &beginning) {
     Proposals found;
     for (const Verb &verb : verbs) {
-        const std::string name = verb.name;
-        std::size_t blank = name.find(' ');
-        if (family.empty())
-            found.insert(name.substr(0, blank));
-        else if (begins(name, family + ' '))
-            found.insert(name.substr(blank + 1));
+        const std::string name = verb.name, rest = name.substr(std::min(beginning.size(), name.size()));
+        if (begins(name, beginning)) found.insert(rest.substr(0, rest.find(' ')));
     }
     return found;
 }
@@ -109,7 +95,7 @@ Proposals proposals(Strings words, const std::string &last) {
     if (words.empty()) return is_option ? option_words("") : verb_words("");
     Line line;
     line.call.verb = take_verb(words);
-    if (!line.call.verb) return words.size() == 1 ? verb_words(words[0]) : Proposals();
+    if (!line.call.verb) return words.size() == 1 ? verb_words(words[0] + ' ') : Proposals();
     for (const std::string &word : words) line.take(word);
     if (line.open) return candidates(line, line.open->argument);
     if (is_option && line.more_options) {
