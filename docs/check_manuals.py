@@ -21,7 +21,7 @@ page = open(kvio_page).read()
 described = {re.sub(r"\bAr ", "", line).replace("\\-", "-") for line in re.findall(r"^\.It Cm (.*)", page.split(".Ss Options")[0], re.M)}
 described |= {name.replace("\\-", "-") for name in re.findall(r"^\.It Fl \w , Fl \\-(\S+)", page, re.M)}
 helps = [help_of(*verb.split()) for verb in re.findall(r"^  ((?:attr |lock |user )?[a-z-]+)(?=  | [a-z])", help_of(), re.M)]
-known = {re.sub(r"\[--[^]]*\] ?", "", " ".join(re.search(r"^Usage: kvio (.*?)\n\n", text, re.S)[1].split())).strip() for text in helps}
+known = {re.search(r"^Usage: kvio (.*)", text)[1].replace(" [OPTION]...", "") for text in helps}
 known |= {name for text in [*helps, help_of()] for name in re.findall(r"^  -\w, --([a-z-]+)", text, re.M)}
 faults += [f"{kvio_page}: {name} is not described" for name in sorted(known - described)]
 faults += [f"{kvio_page}: there is no {name}" for name in sorted(described - known)]

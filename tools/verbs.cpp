@@ -33,7 +33,7 @@ const std::vector<Verb> verbs = {
      "Look at a configuration"},
     {"get", "NAME SCOPE TYPE ENTITY [FIELD]", "dFP", "print a value, or all values of an entity",
      "appliance.xml interface interface_t lan address", get},
-    {"ls", "[NAME] [SCOPE] [TYPE]", "FP", "list configurations, scopes, the contents of a scope, or entities",
+    {"ls", "[NAME] [SCOPE] [TYPE]", "FP", "list configurations, scopes, a scope's contents, or entities",
      "appliance.xml object/address address_object_t", ls},
     {"members", "NAME SCOPE KIND TYPE CONTAINER", "rFP", "list the members of a container",
      "--recursive appliance.xml object/service group service_object_t outgoing", members},
@@ -98,8 +98,8 @@ const std::vector<Verb> verbs = {
      "appliance.xml addresses.xml object/address", restore},
     {"diff", "OLD NEW", "FP", "show how two configurations or files differ", "before.xml appliance.xml", diff,
      "Compare and check"},
-    {"check", "NAME", "RyFPw", "look for broken references, duplicates, loops and wrong counts",
-     "--repair appliance.xml", check},
+    {"check", "NAME", "RyFPw", "look for broken references, duplicates, loops, wrong counts", "--repair appliance.xml",
+     check},
     {"lock status", "[NAME]...", "aF", "show whether configurations are held, since when and by whom", "--all",
      lock_status, "Locks"},
     {"lock clear", "NAME", "yf", "remove the lock that a dead process left", "appliance.xml", lock_clear},
@@ -138,14 +138,9 @@ Usage usage_of(const Verb &verb) {
     return usage;
 }
 
-std::string with_argument(const Option &option) {
-    return option.argument ? std::string(option.name) + ' ' + option.argument : option.name;
-}
-
 std::string synopsis(const Verb &verb) {
-    std::string text = std::string("kvio ") + verb.name;
-    for (char letter : std::string(verb.options)) text += " [--" + with_argument(*find_option(letter)) + ']';
-    return text + (*verb.usage ? std::string(" ") + verb.usage : "");
+    return std::string("kvio ") + verb.name + (*verb.options ? " [OPTION]..." : "") + (*verb.usage ? " " : "") +
+           verb.usage;
 }
 
 [[noreturn]] void refuse_verb(const std::string &first) {
@@ -176,29 +171,17 @@ std::size_t distance(const std::string &one, const std::string &other) {
     return of.back().back();
 }
 
-// A text behind a label, in lines of at most 79 columns.
-std::string entry(const std::string &label, const std::string &text, std::size_t indent) {
-    constexpr std::size_t right = 79;
-    std::string line = label, result;
-    if (!label.empty()) line += std::string(line.size() < indent ? indent - line.size() : 1, ' ');
-    for (std::size_t at = 0; at < text.size();) {
-        std::size_t end = std::min(text.find(' ', at), text.size());
-        if (line.size() + end - at > right) {
-            result += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
-            line = std::string(indent, ' ');
-        }
-        line += text.substr(at, end - at) + ' ';
-        at = end + 1;
-    }
-    return result + line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+// A label and its text, in one line of at most 79 columns.
+std::string entry(const std::string &label, std::size_t indent, const std::string &text) {
+    return "  " + label + std::string(std::max(indent, label.size() + 3) - label.size() - 2, ' ') + text + '\n';
 }
 
 std::string option_lines(const std::string &letters) {
     std::string text;
     for (char letter : letters) {
         const Option &option = *find_option(letter);
-        const std::string label = std::string("  -") + letter + ", --" + with_argument(option);
-        text += entry(label, option.summary, 24);
+        const std::string name = std::string(1, '-') + letter + ", --" + option.name;
+        text += entry(name + (option.argument ? std::string(" ") + option.argument : ""), 24, option.summary);
     }
     return text;
 }
@@ -321,8 +304,7 @@ Call parse(const Strings &words, const char *name_in_batch) {
     const Usage usage = usage_of(*call.verb);
     const std::size_t given = call.arguments.size();
     if (given < usage.required || (given > usage.words.size() && usage.repeated == 0))
-        throw Failure{misused, std::string("usage: kvio ") + call.verb->name +
-                                   (*call.verb->options ? " [OPTION]... " : " ") + call.verb->usage};
+        throw Failure{misused, "usage: " + synopsis(*call.verb)};
     if (call.given("SCOPE") && call.scope().empty()) throw Failure{misused, "the scope is empty"};
     return call;
 }
@@ -331,9 +313,8 @@ std::string help(const Verb *verb) {
     if (verb) {
         std::string sentence = verb->summary;
         sentence[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(sentence[0])));
-        return entry("Usage:", synopsis(*verb), 7) + "\n" + entry("", sentence, 0) + '\n' +
-               option_lines(verb->options + options_of_all) + "\nExample: kvio " + verb->name + ' ' + verb->example +
-               '\n';
+        return "Usage: " + synopsis(*verb) + "\n\n" + sentence + "\n\n" + option_lines(verb->options + options_of_all) +
+               "\nExample: kvio " + verb->name + ' ' + verb->example + '\n';
     }
     std::string text =
         "Usage: kvio VERB [OPTION]... [ARGUMENT]...\n\n"
@@ -342,7 +323,7 @@ std::string help(const Verb *verb) {
         "table, list or group. -- ends the options.\n";
     for (const Verb &one : verbs) {
         if (one.heading) text += std::string("\n") + one.heading + ":\n";
-        text += entry(std::string("  ") + one.name, one.summary, 18);
+        text += entry(one.name, 19, one.summary);
     }
     return text + "\nOptions of all verbs:\n" + option_lines(options_of_all) +
            "  -V, --version         print the version; only in the place of a verb\n"
