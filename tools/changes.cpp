@@ -1,12 +1,10 @@
 // Runs changes, single ones, batches and edited ones: under one lock, saved once and only if all of them succeed.
 #include <fcntl.h>
 #include <ftw.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -150,25 +148,14 @@ std::string bytes_of_file(const std::string &name) {
     return bytes;
 }
 
-// Keyboard signals are the editor's.
 void run_editor(const std::string &path) {
     const char *editor = std::getenv("VISUAL");
     if (!editor || !*editor) editor = std::getenv("EDITOR");
     if (!editor || !*editor) editor = "vi";
-    const std::string command = std::string(editor) + " \"$1\"";
-    auto interrupt = signal(SIGINT, SIG_IGN), quit = signal(SIGQUIT, SIG_IGN);
-    pid_t child = fork();
-    if (child == 0) {
-        signal(SIGINT, interrupt);
-        signal(SIGQUIT, quit);
-        execl("/bin/sh", "sh", "-c", command.c_str(), "sh", path.c_str(), nullptr);
-        _exit(127);
-    }
-    int status = -1;
-    while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
-    signal(SIGINT, interrupt);
-    signal(SIGQUIT, quit);
-    if (status != 0) throw Failure{io_error, std::string("the editor ") + editor + " failed; nothing is saved"};
+    setenv("KVIO_EDITED", path.c_str(), 1);
+    const std::string command = std::string(editor) + " \"$KVIO_EDITED\"";
+    if (std::system(command.c_str()) != 0)  // NOLINT(cert-env33-c): the user's own command
+        throw Failure{io_error, std::string("the editor ") + editor + " failed; nothing is saved"};
 }
 
 // What was edited, once it is well-formed and has no new faults.
