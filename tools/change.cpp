@@ -1,5 +1,4 @@
 // The verbs that change. Each works on an open document, which changes.cpp opens, saves and closes.
-#include <libxml/parser.h>
 #include <libxml/xmlstring.h>
 
 #include <cerrno>

@@ -141,13 +141,6 @@ private:
     Descriptor held_;
 };
 
-std::string bytes_of_file(const std::string &name) {
-    std::string bytes;
-    const Descriptor file(open(path_of(name).c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file || !read_to_end(file.get(), bytes)) system_failure(path_of(name), errno);
-    return bytes;
-}
-
 void run_editor(const std::string &path) {
     const char *editor = std::getenv("VISUAL");
     if (!editor || !*editor) editor = std::getenv("EDITOR");
@@ -218,7 +211,7 @@ int batch(Call &call) {
 int edit(Call &call) {
     const bool broken = !call.given("SCOPE") && is_broken(call.name());
     auto bytes = [&] {
-        return broken ? bytes_of_file(call.name()) : bytes_of(Document::look(call.name()), call.scope());
+        return broken ? contents_of(path_of(call.name())) : bytes_of(Document::look(call.name()), call.scope());
     };
     const std::string before = bytes();
     PrivateFile file(call.name(), before);

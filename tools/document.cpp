@@ -3,7 +3,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <libxml/parser.h>
 #include <libxml/xpath.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -131,6 +130,13 @@ Document Document::snapshot(const std::string &path, const std::string &what) {
     return document;
 }
 
+std::string contents_of(const std::string &path) {
+    const Descriptor file(path == "-" ? fcntl(0, F_DUPFD_CLOEXEC, 3) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::string bytes;
+    if (!file || !read_to_end(file.get(), bytes)) system_failure(path, errno);
+    return bytes;
+}
+
 Document Document::parse(const std::string &bytes, const std::string &what) {
     const Descriptor memory(memfd_create("kvio", MFD_CLOEXEC));
     if (!write_all(memory.get(), bytes.data(), bytes.size(), 0)) system_failure(what, errno);
@@ -141,10 +147,7 @@ Document Document::parse(const std::string &bytes, const std::string &what) {
 Document Document::file(const std::string &path) {
     struct stat file;
     if (path != "-" && (stat(path.c_str(), &file) != 0 || !S_ISFIFO(file.st_mode))) return snapshot(path, path);
-    const Descriptor pipe(path == "-" ? fcntl(0, F_DUPFD_CLOEXEC, 3) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    std::string bytes;
-    if (!pipe || !read_to_end(pipe.get(), bytes)) system_failure(path, errno);
-    return parse(bytes, path);
+    return parse(contents_of(path), path);
 }
 
 Document Document::change(const Call &call) {

@@ -96,6 +96,8 @@ void update_references(const References &before, const References &after);
 std::string path_of(const std::string &name);  // as kvio_open_config() builds it
 Strings configurations();                      // the names of all, sorted
 
+std::string contents_of(const std::string &path);  // of a file or pipe; "-" is standard input
+
 // Throws unless it is the name of an element or attribute; `what` describes it.
 const std::string &checked_name(const std::string &name, const std::string &what);
 

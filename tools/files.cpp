@@ -7,12 +7,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <new>
 #include <set>
 
 #include "base/files.h"
-#include "base/paths.h"
 #include "document.h"
 
 namespace kvio {

@@ -1,7 +1,6 @@
 // The verbs that look. They read snapshots, so that they work while another process holds the file.
 #include <fnmatch.h>
 
-#include <algorithm>
 #include <map>
 #include <set>
 
