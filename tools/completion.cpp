@@ -85,7 +85,7 @@ Proposals verb_words(const std::string &beginning) {
 
 Proposals option_words(const std::string &letters) {
     Proposals found;
-    for (char letter : letters + options_of_all) found.insert(std::string("--") + find_option(letter)->name);
+    for (char letter : letters + options_of_all) found.insert(std::string("--") + options.at(letter).name);
     return found;
 }
 
@@ -97,14 +97,14 @@ Proposals proposals(Strings words, const std::string &last) {
     line.call.verb = take_verb(words);
     if (!line.call.verb) return words.size() == 1 ? verb_words(words[0] + ' ') : Proposals();
     for (const std::string &word : words) line.take(word);
-    if (line.open) return candidates(line, line.open->argument);
+    if (line.open) return candidates(line, options.at(line.open).argument);
     if (is_option && line.more_options) {
         std::size_t equals = last.find('=');
         if (equals == std::string::npos) return option_words(line.call.verb->options);
         line.take_option(last.substr(0, equals), nullptr);
         Proposals found;
         if (line.open)
-            for (const std::string &one : candidates(line, line.open->argument))
+            for (const std::string &one : candidates(line, options.at(line.open).argument))
                 found.insert(last.substr(0, equals + 1) + one);
         return found;
     }

@@ -3,7 +3,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <libxml/xpath.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -71,7 +70,7 @@ Strings configurations() {
 const std::string &checked_name(const std::string &name, const std::string &what) {
     constexpr std::size_t max_length = 50'000;  // of a name that the XML library reads
     if (name.size() > max_length) throw Failure{misused, what + " is too long to be read back"};
-    if (xmlValidateNCName(reinterpret_cast<const xmlChar *>(name.c_str()), 0) != 0)
+    if (xmlValidateNCName(xml::str(name.c_str()), 0) != 0)
         throw Failure{misused, what + " " + one_line(name) + " is not an XML name"};
     return name;
 }
@@ -180,11 +179,9 @@ Element Document::root() const {
 
 Element Document::scope(const std::string &path) const {
     const Element top = root();
-    Owned<xmlXPathContext, xmlXPathFreeContext> context(xmlXPathNewContext(config_->doc));
     const std::string expression = "/kavex/" + path;
-    Owned<xmlXPathObject, xmlXPathFreeObject> found(
-        context ? xmlXPathEvalExpression(reinterpret_cast<const xmlChar *>(expression.c_str()), context.get())
-                : nullptr);
+    const xml::Context context(xmlXPathNewContext(config_->doc));
+    const xml::Result found(context ? xmlXPathEval(xml::str(expression.c_str()), context.get()) : nullptr);
     const xmlNodeSet *nodes = found ? found->nodesetval : nullptr;
     int many = nodes ? nodes->nodeNr : 0;
     xmlNode *first = many > 0 ? nodes->nodeTab[0] : nullptr;

@@ -24,8 +24,8 @@ using Pairs = std::vector<std::pair<std::string, std::string>>;  // names and te
 class Document;
 struct Call;
 
+// By its letter.
 struct Option {
-    char letter;
     const char *name;
     const char *argument;  // null: takes none
     const char *summary;
@@ -80,7 +80,7 @@ struct Call {
 // Reads a command line word by word: options are accepted anywhere up to "--".
 struct Line {
     Call call;
-    const Option *open = nullptr;  // its argument comes next
+    char open = 0;  // the option whose argument comes next
     bool more_options = true;
     std::string mistake;
 
@@ -90,10 +90,9 @@ struct Line {
 
 // ---- verbs.cpp
 extern const std::vector<Verb> verbs;
-extern const std::vector<Option> options;
+extern const std::map<char, Option> options;
 extern const std::string options_of_all;  // letters
-const Option *find_option(char letter);
-const Verb *take_verb(Strings &words);  // removes the one or two words of a verb; null if there is none
+const Verb *take_verb(Strings &words);    // removes the one or two words of a verb; null if there is none
 // The word for the argument at a position, "" behind the last one.
 std::string argument_at(const Verb &verb, std::size_t index);
 // Throws a Failure for wrong usage. In a batch the name is put in front of the arguments.

@@ -7,25 +7,25 @@
 
 namespace kvio {
 
-const std::vector<Option> options = {
-    {'a', "all", nullptr, "all configurations"},
-    {'c', "container", nullptr, "the members are containers"},
-    {'d', "default", "VALUE", "print this, with success, if there is no such value"},
-    {'e', "field", "FIELD", "search this field alone"},
-    {'f', "force", nullptr, "do what would be refused with status 4"},
-    {'F', "format", "FORMAT", "text (the default), json, or xml from show"},
-    {'k', "kind", "KIND", "ENTITY is a container: a table, list or group"},
-    {'n', "dry-run", nullptr, "print what would differ, save nothing"},
-    {'p', "position", "NUMBER", "the member at this position, from 1"},
-    {'P', "pager", nullptr, "show the output with $PAGER"},
-    {'r', "recursive", nullptr, "the entities of nested containers too, each once"},
-    {'R', "repair", nullptr, "offer the repairs that are safe"},
-    {'t', "type", "TYPE", "search entities and containers of this type alone"},
-    {'w', "wait", "SECONDS", "wait that long for the lock"},
-    {'y', "yes", nullptr, "do it without a question"},
-    {'h', "help", nullptr, "describe the verb"},
-    {'q', "quiet", nullptr, "print no messages and questions"},
-    {'v', "verbose", nullptr, "print the library's diagnostics too"},
+const std::map<char, Option> options = {
+    {'a', {"all", nullptr, "all configurations"}},
+    {'c', {"container", nullptr, "the members are containers"}},
+    {'d', {"default", "VALUE", "print this, with success, if there is no such value"}},
+    {'e', {"field", "FIELD", "search this field alone"}},
+    {'f', {"force", nullptr, "do what would be refused with status 4"}},
+    {'F', {"format", "FORMAT", "text (the default), json, or xml from show"}},
+    {'k', {"kind", "KIND", "ENTITY is a container: a table, list or group"}},
+    {'n', {"dry-run", nullptr, "print what would differ, save nothing"}},
+    {'p', {"position", "NUMBER", "the member at this position, from 1"}},
+    {'P', {"pager", nullptr, "show the output with $PAGER"}},
+    {'r', {"recursive", nullptr, "the entities of nested containers too, each once"}},
+    {'R', {"repair", nullptr, "offer the repairs that are safe"}},
+    {'t', {"type", "TYPE", "search entities and containers of this type alone"}},
+    {'w', {"wait", "SECONDS", "wait that long for the lock"}},
+    {'y', {"yes", nullptr, "do it without a question"}},
+    {'h', {"help", nullptr, "describe the verb"}},
+    {'q', {"quiet", nullptr, "print no messages and questions"}},
+    {'v', {"verbose", nullptr, "print the library's diagnostics too"}},
 };
 
 const std::vector<Verb> verbs = {
@@ -115,6 +115,8 @@ const std::string options_of_all = "hqv";
 
 namespace {
 
+const std::string none;
+
 struct Usage {
     Strings words;
     std::size_t required = 0;  // words in front of the first bracket
@@ -179,7 +181,7 @@ std::string entry(const std::string &label, std::size_t indent, const std::strin
 std::string option_lines(const std::string &letters) {
     std::string text;
     for (char letter : letters) {
-        const Option &option = *find_option(letter);
+        const Option &option = options.at(letter);
         const std::string name = std::string(1, '-') + letter + ", --" + option.name;
         text += entry(name + (option.argument ? std::string(" ") + option.argument : ""), 24, option.summary);
     }
@@ -201,11 +203,6 @@ std::string suggestion(const std::string &word, const Strings &known) {
     return best.empty() ? "" : "; did you mean " + best + '?';
 }
 
-const Option *find_option(char letter) {
-    auto found = std::find_if(options.begin(), options.end(), [&](const Option &one) { return one.letter == letter; });
-    return found == options.end() ? nullptr : &*found;
-}
-
 const Verb *take_verb(Strings &words) {
     const std::string one = words.empty() ? "" : words[0], two = words.size() < 2 ? "" : one + ' ' + words[1];
     for (const Verb &verb : verbs) {
@@ -223,11 +220,7 @@ std::string argument_at(const Verb &verb, std::size_t index) {
     return usage.repeated ? usage.words[count - usage.repeated + (index - count) % usage.repeated] : "";
 }
 
-const std::string &Call::option(char letter) const {
-    static const std::string none;
-    auto found = options.find(letter);
-    return found == options.end() ? none : found->second;
-}
+const std::string &Call::option(char letter) const { return has(letter) ? options.at(letter) : none; }
 
 std::size_t Call::index(const char *what) const {
     const Strings words = usage_of(*verb).words;
@@ -235,10 +228,7 @@ std::size_t Call::index(const char *what) const {
     return found == words.end() ? std::string::npos : static_cast<std::size_t>(found - words.begin());
 }
 
-const std::string &Call::operator[](const char *what) const {
-    static const std::string none;
-    return given(what) ? arguments[index(what)] : none;
-}
+const std::string &Call::operator[](const char *what) const { return given(what) ? arguments[index(what)] : none; }
 
 Strings Call::from(const char *what) const {
     if (!given(what)) return {};
@@ -247,8 +237,8 @@ Strings Call::from(const char *what) const {
 
 void Line::take(const std::string &word) {
     if (open) {
-        call.options[open->letter] = word;
-        open = nullptr;
+        call.options[open] = word;
+        open = '\0';
     } else if (!more_options || word.size() < 2 || word[0] != '-') {
         call.arguments.push_back(word);
     } else if (word == "--") {
@@ -268,13 +258,13 @@ void Line::take(const std::string &word) {
 // An option by its long name, which begins with two dashes, or by its letter, with an argument that follows at once.
 const Option *Line::take_option(const std::string &name, const char *argument) {
     const std::string known = options_of_all + (call.verb ? call.verb->options : "");
-    for (const Option &one : options) {
-        if (known.find(one.letter) == std::string::npos) continue;
+    for (char letter : known) {
+        const Option &one = options.at(letter);
         bool by_name = name == std::string("--") + one.name;
-        if (!by_name && name != std::string("-") + one.letter) continue;
+        if (!by_name && name != std::string("-") + letter) continue;
         if (by_name && argument && !one.argument) break;
-        call.options[one.letter] = argument && one.argument ? argument : "";
-        if (one.argument && !argument) open = &one;
+        call.options[letter] = argument && one.argument ? argument : "";
+        if (one.argument && !argument) open = letter;
         return &one;
     }
     if (mistake.empty()) mistake = "no option " + name;
@@ -299,7 +289,7 @@ Call parse(const Strings &words, const char *name_in_batch) {
     if (call.has('h')) return call;
     if (first.empty() && line.mistake.empty()) throw Failure{misused, "no verb" + help_line};
     if (!first.empty() && !call.verb) refuse_verb(first);
-    if (line.open) line.mistake = std::string("no argument for --") + line.open->name;
+    if (line.open) line.mistake = std::string("no argument for --") + options.at(line.open).name;
     if (!line.mistake.empty()) throw Failure{misused, line.mistake + help_line};
     const Usage usage = usage_of(*call.verb);
     const std::size_t given = call.arguments.size();
