@@ -278,12 +278,15 @@ TEST_F(Crash, ARedoFileBringsNothingBack) {
         EXPECT_TRUE(read() == expected) << what;
         EXPECT_TRUE(expected != value || read_file(redo)[0] == '\0') << "its header is not cleared";
     }
-    // The save is finished before the file gets another name, and its redo file goes with it.
+    // The save is finished before the file gets another name, and its redo file does not stay where it was.
     crash();
-    call([] { return kvio_rename_config("a.xml", "b.xml"); });
-    name_ = "b.xml";
+    std::filesystem::create_directory(config_path("sub"));
+    call([] { return kvio_rename_config("a.xml", "sub/b.xml"); });
+    name_ = "sub/b.xml";
     EXPECT_TRUE(read() == value);
-    call([] { return kvio_remove_config("b.xml"); });
+    EXPECT_EQ(names(), std::vector<std::string>());
+    crash();
+    call([] { return kvio_remove_config("a.xml"); });
     EXPECT_EQ(names(), std::vector<std::string>());
 }
 

@@ -123,8 +123,8 @@ TEST_F(Saving, AFullDiskLeavesTheOldFileWhole) {
     EXPECT_EQ(status(small).st_blocks, static_cast<long>((before.size() + 4095) / 4096 * 8));
     EXPECT_EQ(room(), free);
     // The redo file finds no room: the file is overwritten all the same.
-    ASSERT_EQ(set(config, std::string(120'000, 'w')), 1);
-    EXPECT_GT(save().result, 120'000);
+    ASSERT_EQ(set(config, std::string(170'000, 'w')), 1);
+    EXPECT_GT(save().result, 170'000);
     const std::string after = read_file(small);
     ASSERT_EQ(set(config, std::string(120'001, 'x')), 1);
     rlimit usual = {};
@@ -162,6 +162,9 @@ TEST_F(Saving, KeepsTheFile) {
         faults::fail("pwrite", EIO, 1, faults::from_then_on);
         EXPECT_EQ(save().result, written);
         EXPECT_EQ(status(path()).st_mtim.tv_nsec, now.st_mtim.tv_nsec);
+        write_config("a.xml", read_config("a.xml") + std::string(5000, '\n'));
+        EXPECT_EQ(save().result, written);
+        EXPECT_EQ(status(path()).st_size, written) << "what follows the document is cut off";
     }
 }
 
