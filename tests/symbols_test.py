@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Compares what the library exports, what kavex.map lists and what the public headers declare.
 
-symbols_test.py LIBRARY MAP HEADER... [--any-needed]
+symbols_test.py LIBRARY MAP HEADER... --sanitizers=
 
-Also: the log function stays undefined, and no C++ run-time library is needed (not asked with --any-needed, for
-sanitizer builds, which bring their own).
+Also: the log function stays undefined, and no C++ run-time library is needed (not asked of builds with
+sanitizers, which bring their own).
 """
 import re
 import subprocess
@@ -33,7 +33,7 @@ problems = [f"{name}: not both exported and listed in the map" for name in sorte
 problems += [f"{name}: not both exported and declared in a header" for name in sorted(exported ^ declared)]
 problems += [] if ("UND", "kvlog") in symbols else ["kvlog: not left to the log library"]
 problems += [] if re.search(r"SONAME.*\[libkavex\.so\.\d+\]", dynamic) else ["no versioned SONAME"]
-if "--any-needed" not in sys.argv:
+if "--sanitizers=" in sys.argv:
     problems += [f"needs {name}" for name in needed if not re.match(r"(libc|libxml2|libkvsh_log|ld-linux.*)\.so", name)]
 print("\n".join(problems) or f"{len(declared)} names, needing {' '.join(needed)}")
 sys.exit(bool(problems))

@@ -111,9 +111,7 @@ protected:
     // The result of a call and its messages; those of a child process come last.
     static std::string seen(const std::function<long()> &body) {
         const Outcome outcome = call(body);
-#ifdef KAVEX_TEST_ALLOCATIONS
         allocated = faults::allocations();
-#endif
         EXPECT_EQ(outcome.code, untouched) << "kvio_errno belongs to the store";
         const std::string log =
             outcome.log + outcome.err.substr(std::min(outcome.err.find("USER"), outcome.err.size()));
@@ -281,7 +279,6 @@ TEST_P(Users, Show) {
         EXPECT_TRUE(!parts[3].matched || faults::struck()) << line;
         const std::string end = now.substr(now.size() - std::min(now.size(), parts[7].str().size()));
         EXPECT_TRUE(parts[6].matched ? end == parts[7] : now.rfind(parts[7], 0) == 0) << line << "\n" << now;
-#ifdef KAVEX_TEST_ALLOCATIONS
         // The call again, with each allocation failing: it fails or gets by, and leaves nothing behind.
         const int allocations = parts[3].matched || patience == 1 || allocated > 500 ? 0 : allocated;
         call(xmlResetLastError);
@@ -296,7 +293,6 @@ TEST_P(Users, Show) {
             call(xmlResetLastError);  // it has texts
             EXPECT_EQ(faults::blocks(), blocks) << line << nth;
         }
-#endif
         EXPECT_TRUE(server_ > 0 || waitpid(-1, nullptr, WNOHANG) == -1) << "a child is left: " << line;
         EXPECT_EQ(lock_value(), parts[3] != " !semop:2") << line;
         semctl(lock_, 0, SETVAL, 1);

@@ -33,7 +33,7 @@ std::map<std::pair<std::string, int>, key_t> keys;
 std::vector<Change> recorded;
 bool active, was_planned, fired, latest_struck, records;
 int allocation_count;
-[[maybe_unused]] long block_count;
+long block_count;
 
 // 0 where there is no file; errno stays.
 ino_t inode_of(const char *path) {
@@ -116,6 +116,9 @@ void intrude(const char *function, std::function<void()> deed, int nth) {
     plans.push_back({function, nth, once, 0, 0, std::move(deed)});
 }
 void set_key(const char *path, int project, key_t key) { keys[{path, project}] = key; }
+void fail_allocation(int nth, Extent extent) { fail("malloc", ENOMEM, nth, extent); }
+int allocations() { return allocation_count; }
+long blocks() { return block_count; }
 bool struck() { return latest_struck; }
 
 void record(bool wanted) {
@@ -238,9 +241,3 @@ void free(void *block) noexcept {
 #endif
 
 }  // extern "C"
-
-#ifdef KAVEX_TEST_ALLOCATIONS
-void faults::fail_allocation(int nth, Extent extent) { fail("malloc", ENOMEM, nth, extent); }
-int faults::allocations() { return allocation_count; }
-long faults::blocks() { return block_count; }
-#endif

@@ -23,13 +23,12 @@ void intrude(const char *function, std::function<void()> deed, int nth = 1);
 // ftok() of this path with this project id gives this key.
 void set_key(const char *path, int project, key_t key);
 
-#ifdef KAVEX_TEST_ALLOCATIONS
 // The nth allocation fails (malloc, calloc, realloc, also those of the XML library and of libc).
 void fail_allocation(int nth, Extent extent = once);
-// How many the latest call() asked for, and how many blocks were allocated and not released inside call()s.
+// How many the latest call() asked for, and how many blocks were allocated and not released inside call()s. Both stay
+// at 0, and none fails, without KAVEX_TEST_ALLOCATIONS.
 int allocations();
 long blocks();
-#endif
 
 // Whether a fault struck in the latest call() that had one planned.
 bool struck();
