@@ -11,7 +11,7 @@
 //     damage l                                   takes the container element from a handle
 //     with read 3+ EIO                           the third read of the next call fails, and all that follow; short: it
 //                                                moves nothing
-//     show b.xml = 640 TEXT                      a file and its mode
+//     show b.xml(640) = TEXT                     a file, by its mode if that is not 600
 //     let NAME = TEXT                            <NAME> stands for this text in outcomes
 //     n = kvio_define2 c s t n = s/t=n           a call, whose result may be kept, and its outcome. Room for results is
 //                                                not mentioned, other than NULL. A record of a list or group is its
@@ -139,9 +139,9 @@ Texts look_around(Texts &ids) {
     auto look_at = [&](const fs::path &path, const std::string &name) {
         const key_t key = ftok(path.c_str(), 0);
         keys[std::to_string(key ? key : ftok(path.c_str(), 1))] = name;
-        std::ostringstream text;
-        if (!fs::is_directory(path)) text << std::oct << file_mode(path) << ' ';
-        things[name] = text.str() + (fs::is_regular_file(path) ? form::on_one_line(read_file(path)) : "");
+        std::ostringstream mode;
+        if (!fs::is_directory(path) && file_mode(path) != 0600) mode << std::oct << '(' << file_mode(path) << ')';
+        things[name + mode.str()] = fs::is_regular_file(path) ? form::on_one_line(read_file(path)) : "";
     };
     for (const auto &entry : fs::recursive_directory_iterator(config_path("")))
         if (!is_redo_file(entry.path())) look_at(entry, fs::path(entry).lexically_relative(config_path("")));
@@ -152,7 +152,7 @@ Texts look_around(Texts &ids) {
     std::string line, key, id, mode, count;
     for (std::getline(locks, line); std::getline(locks, line); ids[id] = keys[key]) {
         std::istringstream(line) >> key >> id >> mode >> count;
-        things["lock of " + keys[key]] = mode + " " + count;
+        things["lock of " + keys[key] + (mode + count == "01" ? "" : "(" + mode + " " + count + ")")] = "";
     }
     return things;
 }
@@ -488,7 +488,8 @@ Seen Session::call(const Words &words) {
     if (!buffer_.empty()) text += " \"" + form::on_one_line(buffer_) + "\"";
     if (number_ != untouched) text += " =" + std::to_string(number_);
     text += form::on_one_line(seen_.told + (group_ && group_->name ? " at " + std::string(group_->name) : ""));
-    seen_.rest = difference(before.things, state().things) + form::on_one_line(messages());
+    const State after = state();
+    seen_.rest = difference(before.things, after.things) + form::on_one_line(messages());
     text += seen_.rest;
     if (unnamed_) ::call(unnamed_);
     for (const auto &[name, what] : texts_) text = replaced(text, what, "<" + name + ">");

@@ -1,8 +1,8 @@
 # A backup holds the scope and its bare ancestors below a root without attributes. The open document stays.
 > <kavex version="1"><top a="1" b="&lt;"><other/><t name="stray"/><mid c="2"><s d="3"><t name="e"><f>v &amp; w</f></t><!-- note -->
 > <list name="l" type="t"><entity>e</entity></list></s><after/></mid></top><last/></kavex>
-kvio_backup_scope c top/mid/s /tmp/backup.xml = 1; +/tmp/backup.xml
-kvio_backup_scope c last /tmp/last.xml = 1; +/tmp/last.xml
+kvio_backup_scope c top/mid/s /tmp/backup.xml = 1; +/tmp/backup.xml(644)
+kvio_backup_scope c last /tmp/last.xml = 1; +/tmp/last.xml(644)
 # The snapshot answers under the same scope string, holds no lock, and is saved to its own path. Its containers are read
 # only.
 snapshot = kvio_restore_scope /tmp/backup.xml = /tmp/backup.xml
@@ -12,7 +12,7 @@ l = kvio_open_list snapshot top/mid/s t l = top/mid/s/list=l
 kvio_append l x = 0 11: @() error: read-only iterator
 kvio_create_table snapshot top/mid/s t new = top/mid/s/table=new
 kvio_dispose_list snapshot top/mid/s t l = 1
-kvio_save_config snapshot = 239; ~/tmp/backup.xml
+kvio_save_config snapshot = 239; ~/tmp/backup.xml(644)
 kvio_close_config snapshot = -1: Semaphore -1 is removed
 # So a file can be read that is open elsewhere.
 snapshot = kvio_restore_scope /etc/kavex/conf/a.xml = ~a.xml
@@ -22,7 +22,7 @@ kvio_backup_scope NULL last /tmp/x.xml = 0 6
 # A dump is the whole document. The one that it is read into has the path and the lock of the other one; closing either
 # releases it.
 > <?xml version="1.0"?><!DOCTYPE kavex><!-- a --><kavex version="1"><s><t name="e"/><list name="l" type="t"/></s></kavex>
-kvio_dump c /tmp/dump.xml = 140; +/tmp/dump.xml
+kvio_dump c /tmp/dump.xml = 140; +/tmp/dump.xml(644)
 kvio_undefine c s t e = 1
 copy = kvio_restore c /tmp/dump.xml = ~a.xml
 kvio_entity_count c s t = 0
@@ -57,7 +57,7 @@ checkpoint = kvio_create_checkpoint c s = /s
 kvio_create_checkpoint c {none,NULL} = null 7: @ fatal error: scope not existed or multiple instances
 kvio_close_config c = -1; -lock of a.xml: Semaphore lock of a.xml is removed
 file a.xml 600 <kavex><a/><s><u/></s><b/></kavex>
-c = kvio_open_config a.xml 0 = ~a.xml; +lock of a.xml: @ success. (~a.xml, 4)
+c = kvio_open_config a.xml 0 = ~a.xml; +lock of a.xml: @ success. (~a.xml, lock of a.xml)
 kvio_rollback_checkpoint c none checkpoint = 0 7: @ fatal error: scope not existed or multiple instances
 kvio_rollback_checkpoint c s NULL = 0 15: @() error: NULL checkpoint
 kvio_rollback_checkpoint c s checkpoint = 1

@@ -1,15 +1,15 @@
 # The first lock in the life of a system has the number 0.
 file a.xml 600 <kavex><s/></kavex>
-c = kvio_open_config a.xml 0 = ~a.xml; +lock of a.xml: @ success. (~a.xml, 0)
+c = kvio_open_config a.xml 0 = ~a.xml; +lock of a.xml: @ success. (~a.xml, lock of a.xml)
 kvio_save_as c b.xml = 46; -lock of a.xml +b.xml +lock of b.xml
 kvio_close_config c = -1; -lock of b.xml: Semaphore lock of b.xml is removed
 kvio_remove_config b.xml = 0; -b.xml
 # The lock on a file is a semaphore for its key, of one semaphore and without permissions. Whoever closes saves nothing.
-c = kvio_open_config a.xml 0 = ~a.xml; +lock of a.xml: @ success. (~a.xml, 3)
+c = kvio_open_config a.xml 0 = ~a.xml; +lock of a.xml: @ success. (~a.xml, lock of a.xml)
 kvio_open_config a.xml {0,64} = null 1: a.xml is locked.
 kvio_define c s t e = 1
 kvio_close_config c = -1; -lock of a.xml: Semaphore lock of a.xml is removed
-c = kvio_open_config a.xml 64 = ~a.xml; +lock of a.xml: @ success. (~a.xml, 4)
+c = kvio_open_config a.xml 64 = ~a.xml; +lock of a.xml: @ success. (~a.xml, lock of a.xml)
 kvio_define c s t e = 1
 kvio_save_config c = 70; ~a.xml
 kvio_close_config c = -1; -lock of a.xml: Semaphore lock of a.xml is removed
@@ -19,14 +19,14 @@ kvio_open_config n.xml {0,64} = null 4: ftok(~n.xml) failed | null 4: n.xml is n
 file b.xml 640 <kavex/>
 file /etc/__system_default.xml 644 <kavex><default/></kavex>
 d = kvio_open_config __system_default.xml 0 = /etc/__system_default.xml; +lock of /etc/__system_default.xml: @ success.
-    (/etc/__system_default.xml, 5)
+    (/etc/__system_default.xml, lock of /etc/__system_default.xml)
 kvio_copy_config __system_default.xml b.xml = -1 21: copy: __system_default.xml is not existed
 kvio_rename_config __system_default.xml b2.xml = -1 21: rename: __system_default.xml is not existed
 kvio_remove_config __system_default.xml = -1 21: remove: __system_default.xml is not existed
 kvio_copy_config b.xml __system_default.xml = 0; +__system_default.xml
 kvio_remove_config __system_default.xml = 0; -__system_default.xml
 kvio_close_config d = -1; -lock of /etc/__system_default.xml: Semaphore lock of /etc/__system_default.xml is removed
-b = kvio_open_config ././b.xml 0 = ~././b.xml; +lock of b.xml: @ success. (~././b.xml, 9)
+b = kvio_open_config ././b.xml 0 = ~././b.xml; +lock of b.xml: @ success. (~././b.xml, lock of b.xml)
 kvio_open_config b.xml 0 = null 1: b.xml is locked.
 kvio_close_config b = -1; -lock of b.xml: Semaphore lock of b.xml is removed
 # Where there is a template, a missing one can be made from it, whole or not at all. What is there, or appears meanwhile,
@@ -40,31 +40,31 @@ kvio_open_config n.xml 64 = null 4: n.xml is not existed. Creating from template
 with fdatasync 1+ ENOSPC
 kvio_open_config n.xml 64 = null 4: n.xml is not existed. Creating from template / ftok(~n.xml) failed
 n = kvio_open_config n.xml 64 = ~n.xml; +lock of n.xml +n.xml: n.xml is not existed. Creating from template / @ success.
-    (~n.xml, 12)
+    (~n.xml, lock of n.xml)
 kvio_close_config n = -1; -lock of n.xml: Semaphore lock of n.xml is removed
 n = kvio_open_config {n*255} 64 = ~{n*255}; +lock of {n*255} +{n*255}: {n*255} is not existed. Creating from template /
-    @ success. (~{n*255}, 13)
+    @ success. (~{n*255}, lock of {n*255})
 kvio_close_config n = -1; -lock of {n*255}: Semaphore lock of {n*255} is removed
 kvio_remove_config {n*255} = 0; -{n*255}
 with ftok 1 ENOENT
 b = kvio_open_config b.xml 64 = ~b.xml; +lock of b.xml: b.xml is not existed. Creating from template / @ success.
-    (~b.xml, 15)
+    (~b.xml, lock of b.xml)
 kvio_close_config b = -1; -lock of b.xml: Semaphore lock of b.xml is removed
 # The lock is on the file that has the name then.
 with ftok 2 ENOENT
-b = kvio_open_config b.xml 0 = ~b.xml; +lock of b.xml: @ success. (~b.xml, 17)
+b = kvio_open_config b.xml 0 = ~b.xml; +lock of b.xml: @ success. (~b.xml, lock of b.xml)
 kvio_close_config b = -1; -lock of b.xml: Semaphore lock of b.xml is removed
 # Key 0 would be IPC_PRIVATE, which excludes nobody.
 file k.xml 600 <kavex/>
 key k.xml 0 0
-b = kvio_open_config k.xml 0 = ~k.xml; +lock of k.xml: @ success. (~k.xml, 18)
+b = kvio_open_config k.xml 0 = ~k.xml; +lock of k.xml: @ success. (~k.xml, lock of k.xml)
 kvio_open_config k.xml 0 = null 1: k.xml is locked.
 kvio_close_config b = -1; -lock of k.xml: Semaphore lock of k.xml is removed
 
 # Saved under another name, a handle moves there with its lock.
 > <t name="e"/>
 file b.xml 640 old
-kvio_save_as c b.xml = 70; -lock of a.xml ~b.xml +lock of b.xml
+kvio_save_as c b.xml = 70; -lock of a.xml ~b.xml(640) +lock of b.xml
 kvio_save_as c c.xml = 70; -lock of b.xml +c.xml +lock of c.xml
 kvio_define c s t f = 1
 kvio_save_config c = 88; ~c.xml
@@ -99,7 +99,7 @@ kvio_open_config b.xml 0 = null 3: ~b.xml is not well-formed
 with pread 1+ EIO
 kvio_open_config b.xml 0 = null 3: ~b.xml is not well-formed
 b = kvio_open_config {/*4074}b.xml 0 = /etc/kavex/conf{/*4075}b.xml; +lock of b.xml: @ success.
-    (/etc/kavex/conf{/*4075}b.xml, 30)
+    (/etc/kavex/conf{/*4075}b.xml, lock of b.xml)
 kvio_close_config b = -1; -lock of b.xml: Semaphore lock of b.xml is removed
 
 # A copy overwrites in place and leaves the old file where it fails; a new file is for its owner alone.
@@ -109,8 +109,8 @@ file big 600 {a*4095}{b*4097}{c*4096}{d*9000}
 file bigger 640 {z*30000}
 pipe pipe
 directory dir
-kvio_copy_config big b.xml = 0; ~b.xml
-kvio_copy_config big bigger = 0; ~bigger
+kvio_copy_config big b.xml = 0; ~b.xml(640)
+kvio_copy_config big bigger = 0; ~bigger(640)
 kvio_copy_config big fresh = 0; +fresh
 with pread 1 EINTR
 kvio_copy_config b.xml fresh = 0
@@ -131,7 +131,7 @@ kvio_copy_config big old = -1 5: copy: big: Input/output error
 with pwrite 1+ EDQUOT
 kvio_copy_config big old = -1 5: copy: old: Disk quota exceeded
 # Renamed, a file replaces none. Where there is no semaphore for the empty one that takes its place first, this one stays.
-kvio_rename_config b.xml x = 0; -b.xml +x
+kvio_rename_config b.xml x = 0; -b.xml(640) +x(640)
 kvio_rename_config x {a.xml,x,none/x,small/x,NULL} = -1 10: rename: target file "a.xml" is already existed | -1 10:
     rename: target file "x" is already existed | -1 4: ftok(~none/x) failed | -1 5: rename: x: Invalid cross-device link
     | -1 4: ftok(~) failed
@@ -142,8 +142,8 @@ kvio_rename_config x y = -1 5: rename: x: Input/output error
 with fsync 1 EIO
 kvio_rename_config x y = -1 5: rename: x: Input/output error
 with fsync 2+ EIO
-kvio_rename_config x y = 0; -x +y
-kvio_rename_config y x = 0; -y +x
+kvio_rename_config x y = 0; -x(640) +y(640)
+kvio_rename_config y x = 0; -y(640) +x(640)
 with ftok 2 EACCES
 kvio_rename_config x y = -1 4: ftok(~x) failed
 with semget 1 ENOSPC
@@ -155,7 +155,7 @@ kvio_remove_config {none,NULL,"",a.xml,none/a,dir} = -1 21: remove: none is not 
     1: a.xml is being opened | -1 21: remove: none/a is not existed | -1 5: remove: dir: Is a directory
 with unlink 1 EROFS
 kvio_remove_config x = -1 5: remove: x: Read-only file system
-kvio_remove_config x = 0; -x
+kvio_remove_config x = 0; -x(640)
 # Where a file system is full.
 file small/full.xml 600 old
 file large 600 {l*300000}
