@@ -6,10 +6,10 @@
 //                                                this whole document; the handle is c, and every entity and container
 //                                                of the scope has one of its name
 //     file b.xml 640 TEXT                        writes a file, in the configuration directory as long as it has no
-//                                                other; directory b and pipe b make these
+//                                                other; directory b and pipe b make these, remove b takes it away
 //     key a.xml 0 0                              gives a file this ftok() key for a project
 //     damage l                                   takes the container element from a handle
-//     with read 3+ EIO                           the third read of the next call fails, and all that follow; short: it
+//     with read 3+ EIO kvio_dump ...             the call, in which the third read fails, and all that follow; short: it
 //                                                moves nothing
 //     show b.xml(640) = TEXT                     a file, by its mode if that is not 600
 //     let NAME = TEXT                            <NAME> stands for this text in outcomes
@@ -361,7 +361,6 @@ std::string Session::play(const Words &lines, const Observer &observer) {
     reset();
     lines_ = &lines;
     calls_ = 0;
-    texts_.clear();
     std::string seen, loaded;
     for (const std::string &line : lines) {
         const bool loads = line[0] == '>', performs = !loads && line[0] != '#';
@@ -401,6 +400,11 @@ void plan_fault(const Words &words) {
 // A line as it is to be: of a call, with its outcome.
 std::string Session::perform(const Words &words, const Observer &observer) {
     const std::string &verb = words[0], &name = words.size() > 1 ? words[1] : verb, path = full_path(name);
+    if (verb == "with") {
+        fault_.assign(words.begin(), words.begin() + 4);
+        const std::string with = form::joined(fault_) + " ";
+        return with + perform(Words(words.begin() + 4, words.end()), observer);
+    }
     if (verb == "file")
         write_file(path, form::expanded(form::joined(words, 3)), static_cast<mode_t>(std::stoul(words[2], nullptr, 8)));
     else if (verb == "directory")
@@ -411,8 +415,8 @@ std::string Session::perform(const Words &words, const Observer &observer) {
         faults::set_key(path.c_str(), std::stoi(words[2]), std::stoi(words[3]));
     else if (verb == "damage")
         all<kvio_iterator_t>().at(name)->node = nullptr;
-    else if (verb == "with")
-        fault_ = words;
+    else if (verb == "remove")
+        fs::remove(path);
     else if (verb == "let")
         texts_[name] = form::joined(words, 3);
     else if (verb == "show")
@@ -492,8 +496,11 @@ Seen Session::call(const Words &words) {
     seen_.rest = difference(before.things, after.things) + form::on_one_line(messages());
     text += seen_.rest;
     if (unnamed_) ::call(unnamed_);
-    for (const auto &[name, what] : texts_) text = replaced(text, what, "<" + name + ">");
-    seen_.text = replaced(text, "/etc/kavex/conf/", "~");
+    for (std::string *shown : {&text, &seen_.rest}) {
+        *shown = replaced(*shown, "/etc/kavex/conf/", "~");
+        for (const auto &[name, what] : texts_) *shown = replaced(*shown, what, "<" + name + ">");
+    }
+    seen_.text = text;
     return seen_;
 }
 

@@ -1,30 +1,32 @@
+let properties = group_op: Group: cannot specify properties for entry
+let broken = list_op: System integrity error!
 # What a failing call of the store, or a failing callback, leads to.
 > <t name="a" refcount="3"><v>1</v></t><t name="b"><v>2</v></t>
 > <list name="l" type="t"><entity>a</entity><entity>b</entity></list>
-every list_list l NULL = 0 begin print_name(1,a,3) print_name(2,b,-1) end | -1 - (0): list_op: System integrity error!
-    by open_list | 0 (4) by begin end | -1 (2): list_op: List: cannot retrieve entries from list! by retrieve_all | -1
-    (2): list_op: can't get name for entry 0! by name2 | -1 (2): list_op: can't get reference count: a! by
-    getattr_entity2 | -1 (3): list_op: can't print entry name: a! by print_name | -1 (3): list_op: can't get name for
-    entry 1! by name2#2 | -1 (3): list_op: can't get reference count: b! by getattr_entity2#2 | -1 (4): list_op: can't
-    print entry name: b! by print_name#2
-every list_list l b = 0 begin get_entry(b,) print_entry(1,2) end | -1 - (0): list_op: System integrity error! by
-    open_list | 0 (4) by begin end | -1 (2): list_op: can't alloc entry: b! by alloc_entry | -1 (2): list_op: can't
-    retrieve entry: b! by retrieve_entity | -1 (3): list_op: can't get entry: b! by get_entry | -1 (4): list_op: can't
-    print entry: b! by print_entry
-every list_list2 l = 0 begin get_entry(a,) print_entry(1,1) get_entry(b,1) print_entry(2,2) end | -1 - (0): list_op:
-    System integrity error! by open_list | 0 (6) by begin end | -1 (2): list_op: List: cannot retrieve entries from
-    list! by retrieve_all | -1 (2): list_op: can't alloc entry: List! by alloc_entry | -1 (3): list_op: can't get entry:
-    List! by get_entry | -1 (4): list_op: can't print entry: List! by print_entry | -1 (5): list_op: can't get entry:
-    List! by get_entry#2 | -1 (6): list_op: can't print entry: List! by print_entry#2
-every append_list l 9 c = 0 set_entry(c,9); +c ~l | -1 - (0): list_op: System integrity error! by open_list | -1 (0) by
-    size | -1 (0): list_op: Can't define entry: c! by define | -1 (0): list_op: Can't append entry: c! by append | -1
-    (0): list_op: Can't retrieve entry: c! by retrieve_entity | -1 (1): list_op: Can't set entry: c! by set_entry
-every change_list l 9 a = 0 set_entry(a,9); ~a | -1 - (0): list_op: System integrity error! by open_list | -1 (0):
-    list_op: Can't retrieve entry: a! by retrieve_entity | -1 (1): list_op: Can't set entry: a! by set_entry
-every delete_list l a = 0; -a ~l | -1 - (0): list_op: System integrity error! by open_list | -1 (0): list_op: Can't
-    undefine a by undefine | -1 (0); -a: list_op: Can't remove a by remove
-every get_list l a x = 0 get_entry(a,x) | -1 - (0): list_op: System integrity error! by open_list | -1 (0): list_op:
-    can't retrieve entry: a! by retrieve_entity | -1 (1): list_op: can't get entry: a! by get_entry
+every list_list l NULL = 0 begin print_name(1,a,3) print_name(2,b,-1) end | -1 - (0): <broken> by open_list | 0 (4) by
+    begin end | -1 (2): list_op: List: cannot retrieve entries from list! by retrieve_all | -1 (2): list_op: can't get
+    name for entry 0! by name2 | -1 (2): list_op: can't get reference count: a! by getattr_entity2 | -1 (3): list_op:
+    can't print entry name: a! by print_name | -1 (3): list_op: can't get name for entry 1! by name2#2 | -1 (3):
+    list_op: can't get reference count: b! by getattr_entity2#2 | -1 (4): list_op: can't print entry name: b! by
+    print_name#2
+every list_list l b = 0 begin get_entry(b,) print_entry(1,2) end | -1 - (0): <broken> by open_list | 0 (4) by begin end
+    | -1 (2): list_op: can't alloc entry: b! by alloc_entry | -1 (2): list_op: can't retrieve entry: b! by
+    retrieve_entity | -1 (3): list_op: can't get entry: b! by get_entry | -1 (4): list_op: can't print entry: b! by
+    print_entry
+every list_list2 l = 0 begin get_entry(a,) print_entry(1,1) get_entry(b,1) print_entry(2,2) end | -1 - (0): <broken> by
+    open_list | 0 (6) by begin end | -1 (2): list_op: List: cannot retrieve entries from list! by retrieve_all | -1 (2):
+    list_op: can't alloc entry: List! by alloc_entry | -1 (3): list_op: can't get entry: List! by get_entry | -1 (4):
+    list_op: can't print entry: List! by print_entry | -1 (5): list_op: can't get entry: List! by get_entry#2 | -1 (6):
+    list_op: can't print entry: List! by print_entry#2
+every append_list l 9 c = 0 set_entry(c,9); +c ~l | -1 - (0): <broken> by open_list | -1 (0) by size | -1 (0): list_op:
+    Can't define entry: c! by define | -1 (0): list_op: Can't append entry: c! by append | -1 (0): list_op: Can't
+    retrieve entry: c! by retrieve_entity | -1 (1): list_op: Can't set entry: c! by set_entry
+every change_list l 9 a = 0 set_entry(a,9); ~a | -1 - (0): <broken> by open_list | -1 (0): list_op: Can't retrieve
+    entry: a! by retrieve_entity | -1 (1): list_op: Can't set entry: a! by set_entry
+every delete_list l a = 0; -a ~l | -1 - (0): <broken> by open_list | -1 (0): list_op: Can't undefine a by undefine | -1
+    (0); -a: list_op: Can't remove a by remove
+every get_list l a x = 0 get_entry(a,x) | -1 - (0): <broken> by open_list | -1 (0): list_op: can't retrieve entry: a! by
+    retrieve_entity | -1 (1): list_op: can't get entry: a! by get_entry
 
 # Entry a is in g; b in g and in h, which is nested in g, which is in all. Group k is in none.
 > <t name="a" reference="1"><v>1</v></t><t name="b" reference="2"><v>2</v></t>
@@ -69,27 +71,23 @@ every dispose_group o i-property_type = 0 get_entry(b,) entry_removed(b,2); -i ~
     ~h ~i ~o by dispose_group
 every join_entry g c 9 6 = 0 set_entry(c,c,9,null) set_property(g_c,6,null); +c +c_property ~g +g_c | 1 - (0) by
     open_group | 0 (2); done by retrieve_entity open_group#2 retrieve_entity#2 | 1 22 (0): group_op: Group: cannot join
-    entry by define2 | -18004 (0) by setattr_entity | 1 (1) by set_entry join | 1 22 (1); +c ~g: group_op: Group: cannot
-    specify properties for entry c by create_group | 1 (1); +c +c_property ~g by join#2 | 1 22 (1); +c +c_property ~g:
-    group_op: Group: cannot specify properties for entry c by define2#2 | 1 (2); done: group_op: Group: cannot specify
-    properties for entry c by set_property | -18004 (2); done by setattr_entity#2
+    entry by define2 | -18004 (0) by setattr_entity | 1 (1) by set_entry join | 1 22 (1); +c ~g: <properties> c by
+    create_group | 1 (1); +c +c_property ~g by join#2 | 1 22 (1); +c +c_property ~g: <properties> c by define2#2 | 1
+    (2); done: <properties> c by set_property | -18004 (2); done by setattr_entity#2
 every join_entry h a 9 6 = 0 set_entry(a,a,9,null) set_property(h_a,6,null); ~a ~a_property ~h +h_a | 1 - (0) by
     open_group | 1 10 (0): group_op: Group: cannot join entry by retrieve_entity | -18004 (0) by getattr_entity2 | 1 (1)
-    by set_entry | 1 (1); ~a: group_op: Group: cannot join entry a by join | 1 10 (1); ~a ~h: group_op: Group: cannot
-    specify properties for entry a by open_group#2 | 1 (1); ~a ~h by join#2 | 0 (2); done by retrieve_entity#2 | 1 22
-    (1); ~a ~a_property ~h: group_op: Group: cannot specify properties for entry a by define2 | 1 (2); done: group_op:
-    Group: cannot specify properties for entry a by set_property | -18004 (2); done by setattr_entity
+    by set_entry | 1 (1); ~a: group_op: Group: cannot join entry a by join | 1 10 (1); ~a ~h: <properties> a by
+    open_group#2 | 1 (1); ~a ~h by join#2 | 0 (2); done by retrieve_entity#2 | 1 22 (1); ~a ~a_property ~h: <properties>
+    a by define2 | 1 (2); done: <properties> a by set_property | -18004 (2); done by setattr_entity
 every join_group all k = 0; ~all ~k | 1 - (0) by open_group | 1 (0) by open_group#2 join | 0 (0); done by check_loop |
     -18004 (0); ~all by getattr_container2 setattr_container
 every change_entry g a 9 6 = 0 get_entry(a,) set_entry(a,a,9,1) get_property(g_a,) set_property(g_a,6,7); ~a ~g_a | 1 -
     (0) by open_group | 1 (0) by retrieve_entity alloc_entry | 1 (1) by get_entry | 1 (2) by set_entry | 1 (2); ~a: %
-    kvio_open_group Group: cannot specify properties for entry a / group_op: Group: cannot specify properties for entry
-    a by open_group#2 | 1 (2); ~a: % kvio_retrieve_entity Group: cannot specify properties for entry a / group_op:
-    Group: cannot specify properties for entry a by retrieve_entity#2 | 1 (2); ~a: % 3 Group: cannot specify properties
-    for entry a / group_op: Group: cannot specify properties for entry a by alloc_property | 1 (3); ~a: % 4 Group:
-    cannot specify properties for entry a / group_op: Group: cannot specify properties for entry a by get_property | 1
-    (4); ~a: % 5 Group: cannot specify properties for entry a / group_op: Group: cannot specify properties for entry a
-    by set_property
+    kvio_open_group Group: cannot specify properties for entry a / <properties> a by open_group#2 | 1 (2); ~a: %
+    kvio_retrieve_entity Group: cannot specify properties for entry a / <properties> a by retrieve_entity#2 | 1 (2); ~a:
+    % 3 Group: cannot specify properties for entry a / <properties> a by alloc_property | 1 (3); ~a: % 4 Group: cannot
+    specify properties for entry a / <properties> a by get_property | 1 (4); ~a: % 5 Group: cannot specify properties
+    for entry a / <properties> a by set_property
 every export_group g = handle export_begin(2) get_entry(a,) export_entry(0,handle,a,1) get_property(g_a,)
     export_property(0,0,handle,7) get_entry(b,) export_entry(1,handle,b,2) get_property(h_b,)@h
     export_property(1,0,handle,9)@h get_property(g_b,) export_property(1,1,handle,8) at g | null - (0) by open_group |

@@ -1,9 +1,10 @@
+let properties = group_op: Group: cannot specify properties for entry
+let join = group_op: Group: cannot join
 # An entry is made once and counted in each group; its properties are made per membership.
 > <group name="g" type="t"/><group name="h" type="t"/>
 join_entry g a 9 7 = 0 set_entry(a,a,9,null) set_property(g_a,7,null)
-join_entry {h,h} a NULL NULL = 0 | 1 10: group_op: Group: cannot join entry a
-join_entry h {a,b,b} NULL 7 = 1 10: group_op: Group: cannot join entry a | 0 set_property(h_b,7,null) | 1 10: group_op:
-    Group: cannot join entry b
+join_entry {h,h} a NULL NULL = 0 | 1 10: <join> entry a
+join_entry h {a,b,b} NULL 7 = 1 10: <join> entry a | 0 set_property(h_b,7,null) | 1 10: <join> entry b
 join_entry missing a 9 7 = 1 22
 < <group name="g" type="t"><entity>a</entity></group><group name="h" type="t"><entity>a</entity><entity>b</entity>
 < </group><t name="a" reference="2"><v>9</v></t><group name="a_property" type="p"><entity>g_a</entity></group>
@@ -15,15 +16,15 @@ join_entry missing a 9 7 = 1 22
 > <group name="g" type="t"><container>a</container><entity>b</entity><entity>c</entity></group>
 > <t name="b" reference="0"/><t name="c" reference="-1"/><t name="d" reference="2147483647"/>
 join_entry g {a,b,c,d,x&} 9 7 = 1 10 set_entry(a,a,9,null) | 1 10 set_entry(b,b,9,null) | 1 10 set_entry(c,c,9,null):
-    group_op: Group: cannot join entry c | -18004 | 1 8 set_entry(x&,x&,9,null)
+    <join> entry c | -18004 | 1 8 set_entry(x&,x&,9,null)
 < <group name="g" type="t"><container>a</container><entity>b</entity><entity>c</entity></group>
 < <t name="c" reference="-1"><v>9</v></t><t name="d" reference="2147483647"/>
 
 # The steps of the properties leave the entry joined, not counted, and what they made.
 > <group name="g" type="t"/><t name="a" reference="1"/><group name="a_property" type="p"><entity>g_a</entity></group>
 > <p name="g_b"/><p name="g_c"/><p name="g_c"/>
-join_entry g {a,b,c} 9 7 = 1 10 set_entry(a,a,9,null) | 1 set_entry(b,b,9,null): group_op: Group: cannot specify
-    properties for entry b | 1 10 set_entry(c,c,9,null): group_op: Group: cannot specify properties for entry c
+join_entry g {a,b,c} 9 7 = 1 10 set_entry(a,a,9,null) | 1 set_entry(b,b,9,null): <properties> b | 1 10
+    set_entry(c,c,9,null): <properties> c
 < <group name="g" type="t"><entity>a</entity><entity>b</entity><entity>c</entity></group><t name="a" reference="1">
 < <v>9</v></t><group name="a_property" type="p"><entity>g_a</entity></group><p name="g_b"/><p name="g_c"/>
 < <p name="g_c"/><t name="b" reference="0"><v>9</v></t><group name="b_property" type="p"><entity>g_b</entity></group>
@@ -72,8 +73,8 @@ change_entry {g-set_property,g-property_type,g-alloc_property,g-get_property,g-f
 > <group name="b" type="t"><container>c</container><entity>e</entity></group>
 > <group name="c" type="t"/><group name="x" type="t"><container>b</container></group>
 > <group name="g" type="t"><container>gone</container></group><group name="most" type="t" reference="2147483647"/>
-join_group {b,c,a} a = 1 19: group_op: Group: cannot join group Group, loop detected
-join_group a {c,x,b} = 1 19: group_op: Group: cannot join group Group, loop detected | ^ | 1 10
+join_group {b,c,a} a = 1 19: <join> group Group, loop detected
+join_group a {c,x,b} = 1 19: <join> group Group, loop detected | ^ | 1 10
 join_group g {c,c,missing,most} = 0 | 1 10 | 1 22 | -18004
 join_group missing c = 1 22
 < <group name="a" type="t"><container>b</container></group><group name="b" type="t"><container>c</container>
@@ -87,7 +88,7 @@ join_group missing c = 1 22
 change_entry g a {NULL,9} {NULL,7} = 0 | 0 get_property(g_a,) set_property(g_a,7,2) | 0 get_entry(a,) set_entry(a,a,9,1)
     | 0 get_entry(a,) set_entry(a,a,9,9) get_property(g_a,) set_property(g_a,7,7)
 change_entry h b 9 7 = 1 22 get_entry(b,) set_entry(b,b,9,1): % kvio_open_group Group: cannot specify properties for
-    entry b / group_op: Group: cannot specify properties for entry b
+    entry b / <properties> b
 change_entry h {none,{m*64},""} NULL NULL = 1 22 | 1 -
 < <t name="a" reference="1"><v>9</v></t><group name="g" type="t"><entity>a</entity></group><p name="g_a"><v>7</v></p>
 < <group name="a_property" type="p"><entity>g_a</entity></group><t name="b" reference="1"><v>9</v></t>

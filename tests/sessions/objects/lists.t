@@ -1,3 +1,4 @@
+let broken = list_op: System integrity error!
 # Names come with the count of other programs: -1 where there is none. Members are taken as the store finds them.
 > <t name="a" refcount="3"/><t name="b"/><t name="c" refcount=""/><t name="d" refcount="-4 x"/>
 > <t name="e" refcount="0000000000000012345"/><t name="{n*64}" refcount="99999999999"/>
@@ -25,16 +26,13 @@ get_list l {stray,z,NULL} x = 0 get_entry(stray,x) | -1 22: list_op: can't retri
 > <t name="a"/><list name="l" type="t"><entity>a</entity></list>
 list_list {l-alloc_entry,l-get_entry,l-print_entry,l-free_entry} a = -1 begin end
 list_list2 {l-alloc_entry,l-get_entry,l-print_entry,l-free_entry} = -1 begin end
-list_list {l-print_name,m,l-type} NULL = -1 begin end | -1 22: list_op: System integrity error!
-{list_list2,list_list} {m,NULL,l-config} = -1 22: list_op: System integrity error! | -1 -: list_op: System integrity
-    error! | -1 6: list_op: System integrity error! | -1 22: list_op: System integrity error! | -1 -: list_op: System
-    integrity error! | -1 6: list_op: System integrity error!
-get_list {l-get_entry,m} a x = -1 | -1 22: list_op: System integrity error!
-change_list {l-set_entry,m} 9 a = -1 | -1 22: list_op: System integrity error!
-append_list {l-set_entry+1,l-set_entry,m} 9 c = -1: list_op: List: list is full! | -1 | -1 22: list_op: System integrity
-    error!
-delete_list {l-config,l-scope,l-type,l-name,l-label,NULL,m} a = 0 - | ^ | ^ | ^ | ^ | ^ | -1 22: list_op: System
-    integrity error!
+list_list {l-print_name,m,l-type} NULL = -1 begin end | -1 22: <broken>
+{list_list2,list_list} {m,NULL,l-config} = -1 22: <broken> | -1 -: <broken> | -1 6: <broken> | -1 22: <broken> | -1 -:
+    <broken> | -1 6: <broken>
+get_list {l-get_entry,m} a x = -1 | -1 22: <broken>
+change_list {l-set_entry,m} 9 a = -1 | -1 22: <broken>
+append_list {l-set_entry+1,l-set_entry,m} 9 c = -1: list_op: List: list is full! | -1 | -1 22: <broken>
+delete_list {l-config,l-scope,l-type,l-name,l-label,NULL,m} a = 0 - | ^ | ^ | ^ | ^ | ^ | -1 22: <broken>
 
 # The capacity is looked at first; what is there already is refused, and so are names that nobody can give back.
 > <t name="a"/><t name="b"/><list name="l" type="t"><entity>a</entity><entity>b</entity></list>

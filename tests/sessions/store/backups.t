@@ -1,3 +1,4 @@
+let saving = Problem occurred on saving XML to
 # A backup holds the scope and its bare ancestors below a root without attributes. The open document stays.
 > <kavex version="1"><top a="1" b="&lt;"><other/><t name="stray"/><mid c="2"><s d="3"><t name="e"><f>v &amp; w</f></t><!-- note -->
 > <list name="l" type="t"><entity>e</entity></list></s><after/></mid></top><last/></kavex>
@@ -40,12 +41,10 @@ kvio_restore c {/tmp/broken.xml,/tmp/none.xml,/tmp,"",NULL,/tmp/{x*4091}} = null
 kvio_restore_scope {/tmp/broken.xml,/tmp/none.xml,/tmp,"",NULL,/tmp/{x*4091}} = null 3: /tmp/broken.xml is not
     well-formed | null 3: /tmp/none.xml is not well-formed | null 3: /tmp is not well-formed | null 3:  is not
     well-formed | null 3: (null) is not well-formed | null 3: /tmp/{x*4091} is not well-formed
-kvio_dump c {/tmp/none/x.xml,/tmp,/tmp/broken.xml/x.xml,"",NULL} = -1 5: Problem occurred on saving XML to
-    /tmp/none/x.xml | -1 5: Problem occurred on saving XML to /tmp | -1 5: Problem occurred on saving XML to
-    /tmp/broken.xml/x.xml | -1 5: Problem occurred on saving XML to  | -1 5: Problem occurred on saving XML to (null)
-kvio_backup_scope c s {/tmp/none/x.xml,/tmp,/tmp/broken.xml/x.xml,"",NULL} = 0 5: Problem occurred on saving XML to
-    /tmp/none/x.xml | 0 5: Problem occurred on saving XML to /tmp | 0 5: Problem occurred on saving XML to
-    /tmp/broken.xml/x.xml | 0 5: Problem occurred on saving XML to  | 0 5: Problem occurred on saving XML to (null)
+kvio_dump c {/tmp/none/x.xml,/tmp,/tmp/broken.xml/x.xml,"",NULL} = -1 5: <saving> /tmp/none/x.xml | -1 5: <saving> /tmp
+    | -1 5: <saving> /tmp/broken.xml/x.xml | -1 5: <saving>  | -1 5: <saving> (null)
+kvio_backup_scope c s {/tmp/none/x.xml,/tmp,/tmp/broken.xml/x.xml,"",NULL} = 0 5: <saving> /tmp/none/x.xml | 0 5:
+    <saving> /tmp | 0 5: <saving> /tmp/broken.xml/x.xml | 0 5: <saving>  | 0 5: <saving> (null)
 kvio_backup_scope c {none,NULL} /tmp/x.xml = 0 7: @ fatal error: scope not existed or multiple instances
 kvio_dump NULL /tmp/x.xml = -1 6: @ error: passing NULL argument
 kvio_restore NULL /tmp/broken.xml = null 6: @ error: passing NULL argument

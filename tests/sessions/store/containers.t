@@ -1,19 +1,22 @@
+let create = kvio_container_create_template
+let dispose = kvio_container_dispose_template
+let scope = fatal error: scope not existed or multiple instances
 # A container is identified by kind, name and type together; the first of them in document order is meant. What is
 # called the same otherwise, or names it, stays.
 > <t name="c"/><group name="d" type="t"><container>c</container></group><heap name="c" type="t"/>
 > <list name="c"/><list type="t"/><list name="c" type="T"/><o><list name="c" type="t"/></o><list name="" type="t"/>
-kvio_open_table c s t c = null 22: kvio_container_create_template(~a.xml): scope:[s] table:[c] type:[t] is not existed
-kvio_open_list c s t c = null 22: kvio_container_create_template(~a.xml): scope:[s] list:[c] type:[t] is not existed
-kvio_open_group c s t c = null 22: kvio_container_create_template(~a.xml): scope:[s] group:[c] type:[t] is not existed
-kvio_dispose_table c s t c = 0 22: kvio_container_dispose_template(~a.xml): scope:[s] table:[c] type:[t] is not existed
-kvio_dispose_list c s t c = 0 22: kvio_container_dispose_template(~a.xml): scope:[s] list:[c] type:[t] is not existed
-kvio_dispose_group c s t c = 0 22: kvio_container_dispose_template(~a.xml): scope:[s] group:[c] type:[t] is not existed
+kvio_open_table c s t c = null 22: <create>(~a.xml): scope:[s] table:[c] type:[t] is not existed
+kvio_open_list c s t c = null 22: <create>(~a.xml): scope:[s] list:[c] type:[t] is not existed
+kvio_open_group c s t c = null 22: <create>(~a.xml): scope:[s] group:[c] type:[t] is not existed
+kvio_dispose_table c s t c = 0 22: <dispose>(~a.xml): scope:[s] table:[c] type:[t] is not existed
+kvio_dispose_list c s t c = 0 22: <dispose>(~a.xml): scope:[s] list:[c] type:[t] is not existed
+kvio_dispose_group c s t c = 0 22: <dispose>(~a.xml): scope:[s] group:[c] type:[t] is not existed
 table = kvio_create_table c s t c = s/table=c
 list = kvio_create_list c s t c = s/list[5]=c
 group = kvio_create_group c s t c = s/group[2]=c
-kvio_create_table c s t c = null 10: kvio_container_create_template(~a.xml): scope:[s] table:[c] type:[t] is existed
-kvio_create_list c s t c = null 10: kvio_container_create_template(~a.xml): scope:[s] list:[c] type:[t] is existed
-kvio_create_group c s t c = null 10: kvio_container_create_template(~a.xml): scope:[s] group:[c] type:[t] is existed
+kvio_create_table c s t c = null 10: <create>(~a.xml): scope:[s] table:[c] type:[t] is existed
+kvio_create_list c s t c = null 10: <create>(~a.xml): scope:[s] list:[c] type:[t] is existed
+kvio_create_group c s t c = null 10: <create>(~a.xml): scope:[s] group:[c] type:[t] is existed
 kvio_join table m 1 = 1
 kvio_join list m 1 = 1
 kvio_join group m 0 = 1
@@ -35,7 +38,7 @@ kvio_close_group NULL = 1 -
 kvio_open_list c s t c = s/list[1]=c
 kvio_dispose_list c s t c = 1
 kvio_dispose_list c s t c = 1
-kvio_dispose_list c s t c = 0 22: kvio_container_dispose_template(~a.xml): scope:[s] list:[c] type:[t] is not existed
+kvio_dispose_list c s t c = 0 22: <dispose>(~a.xml): scope:[s] list:[c] type:[t] is not existed
 < 
 
 # A name is text as it stands.
@@ -49,38 +52,30 @@ kvio_dispose_table c s t "a&b <\"x\"> &amp; ä" = 1
 # What cannot be addressed is refused before anything changes. A handle holds scopes and types of 63 characters; a name
 # is never too long.
 > <kavex><s/><{n*63}/><{n*64}/><d/><d/><p><d/></p></kavex>
-kvio_create_list c {none,d,NULL} t c = null 7: kvio_container_create_template fatal error: scope not existed or multiple
-    instances
-kvio_open_list c {none,d,NULL} t c = null 7: kvio_container_create_template fatal error: scope not existed or multiple
-    instances
-kvio_dispose_list c {none,d,NULL} t c = 0 7: kvio_container_dispose_template fatal error: scope not existed or multiple
-    instances
-kvio_create_list c {n*64} t c = null 7: kvio_container_create_template fatal error: scope not existed or multiple
-    instances
-kvio_open_list c {n*64} t c = null 7: kvio_container_create_template fatal error: scope not existed or multiple
-    instances
-kvio_dispose_list c {n*64} t c = 0 22: kvio_container_dispose_template(~a.xml): scope:[{n*64}] list:[c] type:[t] is not
-    existed
-kvio_create_list c s {{n*64},NULL} c = null 7: kvio_container_create_template error: name is too long: {n*64} | null 8:
-    kvio_container_create_template error on xmlNewProp(): no memory?
-kvio_open_list c s {{n*64},NULL} c = null 7: kvio_container_create_template error: name is too long: {n*64} | null 22:
-    kvio_container_create_template(~a.xml): scope:[s] list:[c] type:[(null)] is not existed
-kvio_dispose_list c s {{n*64},NULL} c = 0 22: kvio_container_dispose_template(~a.xml): scope:[s] list:[c] type:[{n*64}]
-    is not existed | 0 22: kvio_container_dispose_template(~a.xml): scope:[s] list:[c] type:[(null)] is not existed
-kvio_create_list c s t NULL = null 8: kvio_container_create_template error on xmlNewProp(): no memory?
-kvio_open_list c s t NULL = null 22: kvio_container_create_template(~a.xml): scope:[s] list:[(null)] type:[t] is not
-    existed
-kvio_dispose_list c s t NULL = 0 22: kvio_container_dispose_template(~a.xml): scope:[s] list:[(null)] type:[t] is not
-    existed
+kvio_create_list c {none,d,NULL} t c = null 7: <create> <scope>
+kvio_open_list c {none,d,NULL} t c = null 7: <create> <scope>
+kvio_dispose_list c {none,d,NULL} t c = 0 7: <dispose> <scope>
+kvio_create_list c {n*64} t c = null 7: <create> <scope>
+kvio_open_list c {n*64} t c = null 7: <create> <scope>
+kvio_dispose_list c {n*64} t c = 0 22: <dispose>(~a.xml): scope:[{n*64}] list:[c] type:[t] is not existed
+kvio_create_list c s {{n*64},NULL} c = null 7: <create> error: name is too long: {n*64} | null 8: <create> error on
+    xmlNewProp(): no memory?
+kvio_open_list c s {{n*64},NULL} c = null 7: <create> error: name is too long: {n*64} | null 22: <create>(~a.xml):
+    scope:[s] list:[c] type:[(null)] is not existed
+kvio_dispose_list c s {{n*64},NULL} c = 0 22: <dispose>(~a.xml): scope:[s] list:[c] type:[{n*64}] is not existed | 0 22:
+    <dispose>(~a.xml): scope:[s] list:[c] type:[(null)] is not existed
+kvio_create_list c s t NULL = null 8: <create> error on xmlNewProp(): no memory?
+kvio_open_list c s t NULL = null 22: <create>(~a.xml): scope:[s] list:[(null)] type:[t] is not existed
+kvio_dispose_list c s t NULL = 0 22: <dispose>(~a.xml): scope:[s] list:[(null)] type:[t] is not existed
 l = kvio_create_list c {n*63} {n*63} {n*300} = {n*63}/list={n*300}
 kvio_join l m 0 = 1
-kvio_check_loop l = -1: kvio_container_create_template(~a.xml): scope:[{n*63}] list:[m] type:[{n*63}] is not existed
+kvio_check_loop l = -1: <create>(~a.xml): scope:[{n*63}] list:[m] type:[{n*63}] is not existed
 # The scope of a handle may be any expression; nested containers are looked for in it.
 path = kvio_create_group c p/d t c = p/d/group=c
 place = kvio_create_group c d[2] t c = d[2]/group=c
 kvio_join {path,place} m 0 = 1
-kvio_check_loop {path,place} = -1: kvio_container_create_template(~a.xml): scope:[p/d] group:[m] type:[t] is not existed
-    | -1: kvio_container_create_template(~a.xml): scope:[d[2]] group:[m] type:[t] is not existed
+kvio_check_loop {path,place} = -1: <create>(~a.xml): scope:[p/d] group:[m] type:[t] is not existed | -1:
+    <create>(~a.xml): scope:[d[2]] group:[m] type:[t] is not existed
 kvio_create_list NULL s t c = null 6
 kvio_open_list NULL s t c = null 6
 kvio_dispose_list NULL s t c = 0 6

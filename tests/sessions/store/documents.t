@@ -1,3 +1,4 @@
+let template = is not existed. Creating from template
 # The first lock in the life of a system has the number 0.
 file a.xml 600 <kavex><s/></kavex>
 c = kvio_open_config a.xml 0 = ~a.xml; +lock of a.xml: @ success. (~a.xml, lock of a.xml)
@@ -13,8 +14,7 @@ c = kvio_open_config a.xml 64 = ~a.xml; +lock of a.xml: @ success. (~a.xml, lock
 kvio_define c s t e = 1
 kvio_save_config c = 70; ~a.xml
 kvio_close_config c = -1; -lock of a.xml: Semaphore lock of a.xml is removed
-kvio_open_config n.xml {0,64} = null 4: ftok(~n.xml) failed | null 4: n.xml is not existed. Creating from template /
-    ftok(~n.xml) failed
+kvio_open_config n.xml {0,64} = null 4: ftok(~n.xml) failed | null 4: n.xml <template> / ftok(~n.xml) failed
 # A name is looked for in the configuration directory, but for one, and only when it is opened.
 file b.xml 640 <kavex/>
 file /etc/__system_default.xml 644 <kavex><default/></kavex>
@@ -33,27 +33,18 @@ kvio_close_config b = -1; -lock of b.xml: Semaphore lock of b.xml is removed
 # stays.
 kvio_open_config n.xml {0,65} = null 4: ftok(~n.xml) failed
 file /etc/__system_default.xml 644 <kavex>
-kvio_open_config n.xml 64 = null 4: n.xml is not existed. Creating from template / ftok(~n.xml) failed
+kvio_open_config n.xml 64 = null 4: n.xml <template> / ftok(~n.xml) failed
 file /etc/__system_default.xml 644 <kavex><default/></kavex>
-with pwrite 1+ ENOSPC
-kvio_open_config n.xml 64 = null 4: n.xml is not existed. Creating from template / ftok(~n.xml) failed
-with fdatasync 1+ ENOSPC
-kvio_open_config n.xml 64 = null 4: n.xml is not existed. Creating from template / ftok(~n.xml) failed
-n = kvio_open_config n.xml 64 = ~n.xml; +lock of n.xml +n.xml: n.xml is not existed. Creating from template / @ success.
-    (~n.xml, lock of n.xml)
-kvio_close_config n = -1; -lock of n.xml: Semaphore lock of n.xml is removed
-n = kvio_open_config {n*255} 64 = ~{n*255}; +lock of {n*255} +{n*255}: {n*255} is not existed. Creating from template /
-    @ success. (~{n*255}, lock of {n*255})
-kvio_close_config n = -1; -lock of {n*255}: Semaphore lock of {n*255} is removed
+with pwrite 1+ ENOSPC kvio_open_config n.xml 64 = null 4: n.xml <template> / ftok(~n.xml) failed
+with fdatasync 1+ ENOSPC kvio_open_config n.xml 64 = null 4: n.xml <template> / ftok(~n.xml) failed
+kvio_open_config n.xml 64 = ~n.xml; +lock of n.xml +n.xml: n.xml <template> / @ success. (~n.xml, lock of n.xml)
+kvio_open_config {n*255} 64 = ~{n*255}; +lock of {n*255} +{n*255}: {n*255} <template> / @ success. (~{n*255}, lock of
+    {n*255})
 kvio_remove_config {n*255} = 0; -{n*255}
-with ftok 1 ENOENT
-b = kvio_open_config b.xml 64 = ~b.xml; +lock of b.xml: b.xml is not existed. Creating from template / @ success.
-    (~b.xml, lock of b.xml)
-kvio_close_config b = -1; -lock of b.xml: Semaphore lock of b.xml is removed
+with ftok 1 ENOENT kvio_open_config b.xml 64 = ~b.xml; +lock of b.xml: b.xml <template> / @ success. (~b.xml, lock of
+    b.xml)
 # The lock is on the file that has the name then.
-with ftok 2 ENOENT
-b = kvio_open_config b.xml 0 = ~b.xml; +lock of b.xml: @ success. (~b.xml, lock of b.xml)
-kvio_close_config b = -1; -lock of b.xml: Semaphore lock of b.xml is removed
+with ftok 2 ENOENT kvio_open_config b.xml 0 = ~b.xml; +lock of b.xml: @ success. (~b.xml, lock of b.xml)
 # Key 0 would be IPC_PRIVATE, which excludes nobody.
 file k.xml 600 <kavex/>
 key k.xml 0 0
@@ -70,14 +61,16 @@ kvio_define c s t f = 1
 kvio_save_config c = 88; ~c.xml
 kvio_save_as c {c.xml,none/x.xml,NULL,""} = -1 1: system error message: File exists / c.xml is opened by other instance
     | -1 4: ftok(~none/x.xml) failed | -1 4: ftok(~) failed
-with semget 1 ENOSPC
-kvio_save_as c new.xml = -1 1; +new.xml: system error message: No space left on device / new.xml is opened by other
+with semget 1 ENOSPC kvio_save_as c new.xml = -1 1; +new.xml: system error message: No space left on device / new.xml is
+    opened by other instance
+with ftok 1 EACCES kvio_save_as c new2.xml = -1 4: ftok(~new2.xml) failed
+with pwrite 1+ EIO kvio_save_as c b.xml = -1 5: Problem occurred on saving XML to b.xml
+with pwrite 1+ EIO kvio_save_as c fresh.xml = -1 5; +fresh.xml: Problem occurred on saving XML to fresh.xml
+with linkat 1 EEXIST kvio_save_as c fresh2.xml = -1 1: system error message: File exists / fresh2.xml is opened by other
     instance
-with ftok 1 EACCES
-kvio_save_as c new2.xml = -1 4: ftok(~new2.xml) failed
-with pwrite 1+ EIO
-kvio_save_as c b.xml = -1 5: Problem occurred on saving XML to b.xml
-kvio_save_as c a.xml = 88; -lock of c.xml ~a.xml +lock of a.xml
+remove c.xml
+kvio_save_config c = 88; +c.xml
+kvio_save_as c a.xml = 88; -lock of  ~a.xml +lock of a.xml
 kvio_save_as NULL b.xml = -1 6: @ error: passing NULL argument
 {kvio_save_config,kvio_close_config} NULL = -1 6: @ error: passing NULL argument
 < <t name="e"/><t name="f"/>
@@ -90,17 +83,12 @@ directory dir
 kvio_open_config {none/a.xml,none.xml,"",NULL,{/*4074}b.xmlX} 0 = null 4: ftok(~none/a.xml) failed | null 4:
     ftok(~none.xml) failed | null 4: ftok(~) failed | ^ | null 4: ftok(/etc/kavex/conf{/*4075}b.xmlX) failed
 kvio_open_config {bad.xml,bad.xml,dir} 0 = null 3: ~bad.xml is not well-formed | ^ | null 3: ~dir is not well-formed
-with ftok 1 EACCES
-kvio_open_config b.xml 0 = null 4: ftok(~b.xml) failed
-with semget 1 ENOSPC
-kvio_open_config b.xml 0 = null 1: error on semget()
-with open 1+ EACCES
-kvio_open_config b.xml 0 = null 3: ~b.xml is not well-formed
-with pread 1+ EIO
-kvio_open_config b.xml 0 = null 3: ~b.xml is not well-formed
-b = kvio_open_config {/*4074}b.xml 0 = /etc/kavex/conf{/*4075}b.xml; +lock of b.xml: @ success.
+with ftok 1 EACCES kvio_open_config b.xml 0 = null 4: ftok(~b.xml) failed
+with semget 1 ENOSPC kvio_open_config b.xml 0 = null 1: error on semget()
+with open 1+ EACCES kvio_open_config b.xml 0 = null 3: ~b.xml is not well-formed
+with pread 1+ EIO kvio_open_config b.xml 0 = null 3: ~b.xml is not well-formed
+kvio_open_config {/*4074}b.xml 0 = /etc/kavex/conf{/*4075}b.xml; +lock of b.xml: @ success.
     (/etc/kavex/conf{/*4075}b.xml, lock of b.xml)
-kvio_close_config b = -1; -lock of b.xml: Semaphore lock of b.xml is removed
 
 # A copy overwrites in place and leaves the old file where it fails; a new file is for its owner alone.
 > <t name="held"/>
@@ -112,24 +100,18 @@ directory dir
 kvio_copy_config big b.xml = 0; ~b.xml(640)
 kvio_copy_config big bigger = 0; ~bigger(640)
 kvio_copy_config big fresh = 0; +fresh
-with pread 1 EINTR
-kvio_copy_config b.xml fresh = 0
+with pread 1 EINTR kvio_copy_config b.xml fresh = 0
 file old 600 old
 kvio_copy_config {none,none/b,NULL,"",a.xml,old,./old} old = -1 21: copy: none is not existed | -1 21: copy: none/b is
     not existed | -1 4: ftok(~) failed | ^ | -1 1: a.xml is being opened | -1 1: old is being opened
 kvio_copy_config old {none/b,dir,pipe,NULL,a.xml} = -1 4: ftok(~none/b) failed | -1 5: copy: dir: Is a directory | -1 5:
     copy: pipe: Invalid argument | -1 4: ftok(~) failed | -1 1: a.xml is being opened
 kvio_copy_config {dir,pipe} old = -1 5: copy: dir: Is a directory | -1 5: copy: pipe: Invalid argument
-with ftok 1 EACCES
-kvio_copy_config big old = -1 4: ftok(~big) failed
-with ftok 3 EACCES
-kvio_copy_config big old = -1 4: ftok(~old) failed
-with semget 2 ENOSPC
-kvio_copy_config big old = -1 1: old is being opened
-with pread 1+ EIO
-kvio_copy_config big old = -1 5: copy: big: Input/output error
-with pwrite 1+ EDQUOT
-kvio_copy_config big old = -1 5: copy: old: Disk quota exceeded
+with ftok 1 EACCES kvio_copy_config big old = -1 4: ftok(~big) failed
+with ftok 3 EACCES kvio_copy_config big old = -1 4: ftok(~old) failed
+with semget 2 ENOSPC kvio_copy_config big old = -1 1: old is being opened
+with pread 1+ EIO kvio_copy_config big old = -1 5: copy: big: Input/output error
+with pwrite 1+ EDQUOT kvio_copy_config big old = -1 5: copy: old: Disk quota exceeded
 # Renamed, a file replaces none. Where there is no semaphore for the empty one that takes its place first, this one stays.
 kvio_rename_config b.xml x = 0; -b.xml(640) +x(640)
 kvio_rename_config x {a.xml,x,none/x,small/x,NULL} = -1 10: rename: target file "a.xml" is already existed | -1 10:
@@ -137,26 +119,24 @@ kvio_rename_config x {a.xml,x,none/x,small/x,NULL} = -1 10: rename: target file 
     | -1 4: ftok(~) failed
 kvio_rename_config {none,NULL,"",a.xml,none/a} y = -1 21: rename: none is not existed | -1 4: ftok(~) failed | ^ | -1 1:
     a.xml is being opened | -1 21: rename: none/a is not existed
-with rename 1 EIO
-kvio_rename_config x y = -1 5: rename: x: Input/output error
-with fsync 1 EIO
-kvio_rename_config x y = -1 5: rename: x: Input/output error
-with fsync 2+ EIO
-kvio_rename_config x y = 0; -x(640) +y(640)
+with rename 1 EIO kvio_rename_config x y = -1 5: rename: x: Input/output error
+with fsync 1 EIO kvio_rename_config x y = -1 5: rename: x: Input/output error
+with fsync 2+ EIO kvio_rename_config x y = 0; -x(640) +y(640)
 kvio_rename_config y x = 0; -y(640) +x(640)
-with ftok 2 EACCES
-kvio_rename_config x y = -1 4: ftok(~x) failed
-with semget 1 ENOSPC
-kvio_rename_config x y = -1 1: x is being opened
-with semget 2 ENOSPC
-kvio_rename_config x y = -1 1; +y: y is being opened
+with ftok 2 EACCES kvio_rename_config x y = -1 4: ftok(~x) failed
+with semget 1 ENOSPC kvio_rename_config x y = -1 1: x is being opened
+with semget 2 ENOSPC kvio_rename_config x y = -1 1; +y: y is being opened
 # Removed is what nobody has open.
 kvio_remove_config {none,NULL,"",a.xml,none/a,dir} = -1 21: remove: none is not existed | -1 4: ftok(~) failed | ^ | -1
     1: a.xml is being opened | -1 21: remove: none/a is not existed | -1 5: remove: dir: Is a directory
-with unlink 1 EROFS
-kvio_remove_config x = -1 5: remove: x: Read-only file system
+with unlink 1 EROFS kvio_remove_config x = -1 5: remove: x: Read-only file system
 kvio_remove_config x = 0; -x(640)
 # Where a file system is full.
 file small/full.xml 600 old
 file large 600 {l*300000}
 kvio_copy_config large small/full.xml = -1 5: copy: small/full.xml: No space left on device
+
+# A document in an encoding of its own, which lacks a character.
+> <?xml version="1.0" encoding="ISO-8859-1"?><kavex><s><t name="e"><f>{x*9000}&#8364;</f></t></s></kavex>
+kvio_dump c /tmp/dump.xml = 9121; +/tmp/dump.xml(644)
+kvio_save_config c = 9121; ~a.xml

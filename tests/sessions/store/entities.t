@@ -1,3 +1,4 @@
+let null = @() error: NULL entity
 # An entity is defined behind all others, once for each type.
 > <u name="e"/><t name="first"><f>v</f></t>
 kvio_define c s t e = 1
@@ -74,15 +75,15 @@ kvio_set e f NULL = 0 8: @() error on xmlNewTextChild()
 kvio_set2 e {"",NULL} v = 0 8: @() error on xmlNewTextChild() | 0 -: can not alloc memory for name
 kvio_set2 e f NULL = 0 -: can not alloc memory for value
 kvio_unset e "" = 0 8: kvio_set() error on xmlNewTextChild()
-kvio_set NULL f v = 0 15: @() error: NULL entity
+kvio_set NULL f v = 0 15: <null>
 kvio_unset NULL f = 0 15: kvio_set() error: NULL entity
-kvio_set2 NULL {f,NULL} v = 0 15: @() error: NULL entity | 0 -: can not alloc memory for name
-kvio_get NULL f = 0 15: @() error: NULL entity
-kvio_get2 NULL f 8 = 0 15: @() error: NULL entity
-kvio_getlen NULL f = 0 15: @() error: NULL entity
-kvio_name NULL = 0 15: @() error: NULL entity
-kvio_name2 NULL 8 = 0 15: @() error: NULL entity
-kvio_compare_name NULL e = 0 15: @() error: NULL entity
+kvio_set2 NULL {f,NULL} v = 0 15: <null> | 0 -: can not alloc memory for name
+kvio_get NULL f = 0 15: <null>
+kvio_get2 NULL f 8 = 0 15: <null>
+kvio_getlen NULL f = 0 15: <null>
+kvio_name NULL = 0 15: <null>
+kvio_name2 NULL 8 = 0 15: <null>
+kvio_compare_name NULL e = 0 15: <null>
 
 # A size is the whole buffer's: what a text leaves of it is zeros, and only the first byte where there is nothing.
 > <t name="abcdef"><f>abcdef</f><none/></t>

@@ -1,3 +1,5 @@
+let absent = kvio_container_create_template(~a.xml): scope:[s] list:[k] type:[t] is not existed
+let range = @() error: out of range
 # Members of both kinds have a place, entities are resolved where they stand, each once. The entities of a nested
 # container stand in its place.
 > <t name="A"/><t name="B"/><t name="C"/><list name="l" type="t"><entity>A</entity><container>l2</container><entity>B</entity></list>
@@ -7,12 +9,10 @@ kvio_real_size {l,l2} = 4 | 2 -
 kvio_check_loop {l,l2,l} = 0
 kvio_retrieve_all {l,l2} = 3 of 4 s/t[1]=A s/t[3]=C s/t[2]=B | 2 of 2 s/t[3]=C s/t[1]=A
 kvio_retrieve_all2 {l,l2} = 3 of 4 s/t[1]=A s/t[3]=C s/t[2]=B | 2 of 2 s/t[3]=C s/t[1]=A
-kvio_regain_index l {0,1,2,3,4,4294967295} = -1 14: @() error: out of range | 0 - "A\0" | 1 - "l2\0" | 0 - "B\0" | -1
-    14: @() error: out of range
+kvio_regain_index l {0,1,2,3,4,4294967295} = -1 14: <range> | 0 - "A\0" | 1 - "l2\0" | 0 - "B\0" | -1 14: <range>
 kvio_regain_index2 l 2 {0,1,2,3,5} = 1 - | 1 - "\0" | 1 - "l\0" | 1 - "l2\0" | 1 - "l2\0\0\0"
-kvio_regain_index2 l {0,4} 8 = -1 14: @() error: out of range
-kvio_retrieve_index l {0,1,2,3,4294967295} = null 14: @() error: out of range | s/t[1]=A | s/t[2]=B | null 14: @()
-    error: out of range
+kvio_regain_index2 l {0,4} 8 = -1 14: <range>
+kvio_retrieve_index l {0,1,2,3,4294967295} = null 14: <range> | s/t[1]=A | s/t[2]=B | null 14: <range>
 # What is there now is read. A member whose entity is gone is left out of all, and is no one. Of two entities of a name
 # each member takes the next one.
 kvio_undefine c s t A = 1
@@ -41,24 +41,15 @@ kvio_check_loop {g,h,self,top,b,top} = 1 | ^ | ^ | ^ | 0 | 1
 > <t name="a"/><list name="l" type="t"><entity>a</entity><container>k</container></list><group name="k" type="t"/>
 > <list name="k" type="u"/><list name="over" type="t"><container>l</container></list>
 > <table name="t" type="t"><entity>a</entity><container>k</container></table>
-{kvio_size,kvio_check_loop,kvio_real_size,kvio_retrieve_all,kvio_retrieve_all2} l = 2 | -1:
-    kvio_container_create_template(~a.xml): scope:[s] list:[k] type:[t] is not existed | -1 22:
-    kvio_container_create_template(~a.xml): scope:[s] list:[k] type:[t] is not existed | null 19:
-    kvio_container_create_template(~a.xml): scope:[s] list:[k] type:[t] is not existed | null 23:
-    kvio_container_create_template(~a.xml): scope:[s] list:[k] type:[t] is not existed
-{kvio_size,kvio_check_loop,kvio_real_size,kvio_retrieve_all,kvio_retrieve_all2} over = 1 | 0:
-    kvio_container_create_template(~a.xml): scope:[s] list:[k] type:[t] is not existed | 0 22:
-    kvio_container_create_template(~a.xml): scope:[s] list:[k] type:[t] is not existed | null 23:
-    kvio_container_create_template(~a.xml): scope:[s] list:[k] type:[t] is not existed /
-    kvio_container_create_template(~a.xml): scope:[s] list:[k] type:[t] is not existed /
-    kvio_container_create_template(~a.xml): scope:[s] list:[k] type:[t] is not existed | null 23:
-    kvio_container_create_template(~a.xml): scope:[s] list:[k] type:[t] is not existed /
-    kvio_container_create_template(~a.xml): scope:[s] list:[k] type:[t] is not existed
+{kvio_size,kvio_check_loop,kvio_real_size,kvio_retrieve_all,kvio_retrieve_all2} l = 2 | -1: <absent> | -1 22: <absent> |
+    null 19: <absent> | null 23: <absent>
+{kvio_size,kvio_check_loop,kvio_real_size,kvio_retrieve_all,kvio_retrieve_all2} over = 1 | 0: <absent> | 0 22: <absent>
+    | null 23: <absent> / <absent> / <absent> | null 23: <absent> / <absent>
 {kvio_size,kvio_check_loop,kvio_real_size,kvio_retrieve_all,kvio_retrieve_all2} t = 2 | -1:
     kvio_container_create_template(~a.xml): scope:[s] table:[k] type:[t] is not existed | 2 | null 23:
     kvio_container_create_template(~a.xml): scope:[s] table:[k] type:[t] is not existed
-kvio_regain_index t {1,2,3} = 0 - "a\0" | 1 - "k\0" | -1 14: @() error: out of range
-kvio_retrieve_index t {1,2} = s/t=a | null 14: @() error: out of range
+kvio_regain_index t {1,2,3} = 0 - "a\0" | 1 - "k\0" | -1 14: <range>
+kvio_retrieve_index t {1,2} = s/t=a | null 14: <range>
 
 # A table counts a nested one as one member; there is room for what it leads to nevertheless. It is not checked for loops.
 > <t name="a"/><t name="b"/><table name="m" type="t"><container>n</container></table>
@@ -75,7 +66,7 @@ kvio_size l = 2: @() warning: check data integrity / @() warning: check data int
     null 23
 kvio_regain_index {l,k} 1 = -1 20: @() fatal error: empty item
 kvio_regain_index2 {l,k} 1 8 = -1 20: @() fatal error: empty item
-kvio_retrieve_index l {1,2,3} = null 15: @() fatal error: empty entity | s/t=a | null 14: @() error: out of range
+kvio_retrieve_index l {1,2,3} = null 15: @() fatal error: empty entity | s/t=a | null 14: <range>
 
 # Names are what the elements say, in however many pieces.
 > <!DOCTYPE kavex [<!ENTITY e "b">]><kavex><s><t name="ab"/><list name="l" type="t"><entity>a<!-- -->b</entity>
