@@ -219,7 +219,7 @@ const std::string &records::failed() { return what_failed; }
 #define FAILING(type, function, parameters, arguments, failure)                                      \
     extern "C" type function parameters {                                                            \
         static const auto next = reinterpret_cast<decltype(&function)>(dlsym(RTLD_NEXT, #function)); \
-        return fails(#function + 5) ? failure : next arguments;                                      \
+        return fails(&#function[5]) ? failure : next arguments;                                      \
     }
 #define IDENTITY (kvio_config_t * c, const char *s, const char *t, const char *n)
 
