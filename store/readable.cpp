@@ -135,25 +135,29 @@ const xmlNode *Examination::find_unreadable(const xmlNode *node) noexcept {
     return nullptr;
 }
 
-// Adds the bytes that nodes and their next siblings stand for beyond those in the file. libxml2 keeps references to
+// What a node within an entity counts: its text, and elements and references so much that none is free.
+std::size_t weight(const xmlNode *node) noexcept {
+    if (is_element(node) || node->type == XML_ENTITY_REF_NODE) return 16;
+    return node->content && node->type != XML_ENTITY_DECL ? std::strlen(str(node->content)) : 0;
+}
+
+// Adds what nodes, each followed by its siblings, stand for beyond what is in the file. libxml2 keeps references to
 // entities and expands them each time a text is read: a small file can have texts that no memory holds. False where
-// they are too many, or entities are nested deeper than libxml2 goes.
+// that is too much, or entities are nested deeper than libxml2 goes.
 bool add_expansion(const xmlDoc *document, const xmlNode *node, int depth, std::size_t &bytes) noexcept {
-    constexpr std::size_t max_bytes = 1'000'000, nested_node = 16;  // no node within an entity is free
+    constexpr std::size_t max_bytes = 1'000'000;
     constexpr int max_depth = 40;
     for (; node; node = node->next) {
-        const bool is_reference = node->type == XML_ENTITY_REF_NODE;
-        const xmlNode *below = is_element(node) ? node->children : nullptr;
-        if (is_reference)
-            if (const xmlEntity *entity = xmlGetDocEntity(document, node->name)) below = entity->children;
-        if (depth > 0 && (is_reference || is_element(node)))
-            bytes += nested_node;
-        else if (depth > 0 && node->content && node->type != XML_ENTITY_DECL)
-            bytes += std::strlen(str(node->content));
-        if (bytes > max_bytes || (is_reference && depth == max_depth)) return false;
-        for (const xmlAttr *at = is_element(node) ? node->properties : nullptr; at; at = at->next)
-            if (!add_expansion(document, at->children, depth, bytes)) return false;
-        if (!add_expansion(document, below, depth + is_reference, bytes)) return false;
+        if (depth > 0) bytes += weight(node);
+        if (bytes > max_bytes || depth > max_depth) return false;
+        if (node->type == XML_ENTITY_REF_NODE) {
+            const xmlEntity *entity = xmlGetDocEntity(document, node->name);
+            if (entity && !add_expansion(document, entity->children, depth + 1, bytes)) return false;
+        } else if (is_element(node)) {
+            for (const xmlAttr *at = node->properties; at; at = at->next)
+                if (!add_expansion(document, at->children, depth, bytes)) return false;
+            if (!add_expansion(document, node->children, depth, bytes)) return false;
+        }
     }
     return true;
 }
