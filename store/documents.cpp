@@ -23,11 +23,16 @@ FileLock lock_to_open(const ConfigPath &path, const char *name, int flags) {
         say("%s is not existed. Creating from template\n", name);
         lock = store::create_from_template(path);
     }
+    if (lock.status() == FileLock::held) return lock;
     errno = lock.reason();
-    if (lock.status() == FileLock::busy)
-        errno == EEXIST ? fail(0, KVIO_LOCKED, "%s is locked.\n", name) : fail(0, KVIO_LOCKED, "error on semget()\n");
+    if (lock.status() == FileLock::no_key && errno == ENOMEM)
+        fail(0, KVIO_NO_MEMORY, "No memory\n");
     else if (lock.status() == FileLock::no_key)
-        errno == ENOMEM ? fail(0, KVIO_NO_MEMORY, "No memory\n") : store::no_key_for(path, lock, 0);
+        store::no_key_for(path, lock, 0);
+    else if (errno == EEXIST)
+        fail(0, KVIO_LOCKED, "%s is locked.\n", name);
+    else
+        fail(0, KVIO_LOCKED, "error on semget()\n");
     return lock;
 }
 
