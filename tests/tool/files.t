@@ -95,9 +95,9 @@ $ export TERM=dumb VISUAL='sh /tmp/editor'; tty() { printf $1 | script -qec 'kvi
 status 1|status 0|
 
 A full disk leaves what was there as it was, and nothing that was not.
-$ head -c 60000 /dev/zero | tr '\0' x >/tmp/long; cp a small/a; for name in long longer
+$ head -c 150000 /dev/zero | tr '\0' x >/tmp/long; cp a small/a; for name in long longer
 > do kvio define small/a interface t $name f - </tmp/long; done; kvio ls small/a interface t; cp small/a /tmp/before
-> for name in 1 2 3; do kvio define a interface t $name f - </tmp/long; done
+> for name in huge huger; do kvio define a interface t $name f - </tmp/long; done
 > for call in 'copy a small/a' 'copy a small/n' 'save-as a small/n' 'restore small/n a' 'dump a small/n'
 > do kvio $call; done; kvio backup a interface small/n; ls -A small; cmp /tmp/before small/a
 kvio: /etc/kavex/conf/small/a: No space left on device [5]|long|kvio: a to small/a: No space left on device [5]|kvio:
