@@ -258,6 +258,9 @@ TEST_F(Crash, ARedoFileBringsNothingBack) {
         {"restored with cp", [&] { write_config("a.xml", other_text); }, other},
         {"restored to what it was", [&] { write_config("a.xml", old_text); }, old},
         {"edited", [&] { write_config("a.xml", std::string(old_text).erase(old_text.find("ooo"), 1)); }, old.substr(1)},
+        {"written in the same length",
+         [&] { write_config("a.xml", std::string(old_text).replace(old_text.find(old), old.size(), old.size(), 'y')); },
+         std::string(9'000, 'y')},
         {"copied with its directory",
          [&] {
              write_config("b.xml", read_config("a.xml"));
