@@ -72,6 +72,7 @@ std::string form::wrapped(const std::string &line) {
         text += std::string(indent, ' ') + rest.substr(0, space) + "\n";
         rest.erase(0, space + 1);
     }
+    rest.erase(rest.find_last_not_of(' ') + 1);
     return text + (text.empty() ? "" : "    ") + rest + "\n";
 }
 
@@ -84,5 +85,5 @@ std::string form::wrapped_document(const std::string &begin, const std::string &
         lines += begin + rest.substr(0, tag + 1) + "\n";
         rest.erase(0, tag + 1);
     }
-    return lines + begin + rest + "\n";
+    return lines + (begin + rest).substr(0, (begin + rest).find_last_not_of(' ') + 1) + "\n";
 }

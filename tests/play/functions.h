@@ -1,10 +1,9 @@
-// The table of the library's functions, which the driver of the sessions and the fuzzer share. What a function takes
-// and gives is deduced from its type.
+// The table of the functions of the store, the lists and the groups, which the driver of the sessions and the fuzzer
+// share. What a function takes and gives is deduced from its type.
 #ifndef KAVEX_TESTS_PLAY_FUNCTIONS_H
 #define KAVEX_TESTS_PLAY_FUNCTIONS_H
 
 #include <kavex/objects.h>
-#include <kavex/users.h>
 
 // Calls visit(NAME, FUNCTION) for each of them.
 template <class Visit>
@@ -32,9 +31,6 @@ void each_function(Visit &&visit) {
     F(set_iterator_int) F(get_iterator_int) F(set_entity_int) F(get_entity_int) F(set_entity_char) F(get_entity_char)
     F(list_group) F(create_group) F(use_group) F(unuse_group) F(remove_entry) F(remove_group) F(dispose_group)
     F(join_entry) F(join_group) F(change_entry) F(valid_property) F(export_group)
-    F(get_type_str_for_log) F(get_auth_module) F(release_auth_list) F(get_info_from_local) F(get_info_from_radius)
-    F(parse_search_result) F(get_info_from_ldap) F(retrieve_user_group) F(check_user_in_group) F(verify_user_group)
-    F(get_remote_setting) F(get_user_profile)
     // clang-format on
 #undef F
 }

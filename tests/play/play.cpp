@@ -212,7 +212,6 @@ private:
     const list_desc_t *taken(const list_desc_t **) { return record(records::list); }
     const group_desc_t *taken(const group_desc_t **) { return record(records::group); }
     group_desc_t *taken(group_desc_t **) { return group_ = record(records::group); }
-    user_profile_t *taken(user_profile_t **) { return &profile_; }
     int taken(int *) { return std::stoi(word()); }
     unsigned taken(unsigned *) { return static_cast<unsigned>(std::stoul(word())); }
     template <class T>
@@ -248,8 +247,6 @@ private:
     void release(kvio_checkpoint_t *node) {
         if (function_ == "kvio_create_checkpoint") kvio_release_checkpoint(node);
     }
-    void release(user_profile_t *profile) { free_user_profile(profile); }
-    void release(user_group_t *group) { free_user_group(group); }
 
     static std::string shown(const kvio_config_t *config) { return config->path; }
     static std::string shown(const kvio_iterator_t *container) { return shown(container->node); }
@@ -265,13 +262,6 @@ private:
         for (int i = array->count; i < array->capacity; ++i) array->items[i] = nullptr;  // there is room
         return text;
     }
-    static std::string shown(const user_profile_t *profile) { return profile->name; }
-    static std::string shown(const user_group_t *group) {
-        std::string text = std::to_string(group->member_count);
-        for (int i = 0; i < group->member_count; ++i) text += std::string(" ") + group->members[i].name;
-        return text;
-    }
-
     void load(const std::string &text);
     std::string perform(const Words &words, const Observer &observer);
     std::string every(const Words &words);
@@ -281,7 +271,7 @@ private:
     const Words *lines_ = nullptr;  // of the session that is played
     size_t calls_ = 0;              // that it has made
     bool repeats_ = false;          // what is before an `every`
-    Handles<kvio_config_t, kvio_iterator_t, kvio_node_t, kvio_entities_t, user_profile_t, user_group_t> handles_;
+    Handles<kvio_config_t, kvio_iterator_t, kvio_node_t, kvio_entities_t> handles_;
     std::set<std::string> checkpoints_;    // among the nodes
     Texts first_documents_, ids_, texts_;  // of the handles, of locks, of names for texts
     Words fault_;                          // of the next call
@@ -290,7 +280,6 @@ private:
     Words rest_;  // the arguments that are not taken yet
     uint32_t number_ = 0;
     group_desc_t *group_ = nullptr;
-    user_profile_t profile_ = {};
     std::function<void()> unnamed_;  // gives the result back
     Outcome outcome_;
     Seen seen_;

@@ -8,11 +8,11 @@
 > <group name="g" type="t"><container>h</container><entity>a</entity></group>
 > <group name="h" type="t"><entity>b</entity><entity>a</entity></group>
 > <group name="x" type="t"><entity>a</entity><entity>c</entity></group>
-export_group g = handle export_begin(2) get_entry(b,) export_entry(0,handle,b,b) get_property(h_b,)@h
-    export_property(0,0,handle,h)@h get_entry(a,) export_entry(1,handle,a,a) get_property(h_a,)@h
-    export_property(1,1,handle,h)@h get_property(g_a,) export_property(1,2,handle,g) at g
-export_group {h-export_property,h-export_property-export_entry} = handle export_begin(2) get_entry(b,)
-    export_entry(0,handle,b,b) get_entry(a,) export_entry(1,handle,a,a) at h | handle export_begin(2) at h
+export_group {g,h-export_property,h-export_property-export_entry} = handle export_begin(2) get_entry(b,)
+    export_entry(0,handle,b,b) get_property(h_b,)@h export_property(0,0,handle,h)@h get_entry(a,)
+    export_entry(1,handle,a,a) get_property(h_a,)@h export_property(1,1,handle,h)@h get_property(g_a,)
+    export_property(1,2,handle,g) at g | handle export_begin(2) get_entry(b,) export_entry(0,handle,b,b) get_entry(a,)
+    export_entry(1,handle,a,a) at h | handle export_begin(2) at h
 
 # An empty group gives its handle. What the store cannot retrieve is not exported: loops, a group on two paths, a group
 # that is not there.

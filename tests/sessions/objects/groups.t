@@ -5,10 +5,9 @@
 > <group name="b_property" type="p"><entity>h_b</entity><entity>g_b</entity></group>
 > <group name="g" type="t"><entity>b</entity><container>h</container><entity>a</entity></group>
 > <group name="h" type="t"><entity>b</entity></group>
-list_group g = 0 begin get_entry(b,) print_entry(b,2) get_property(g_b,) print_property(8) print_group(h) get_entry(a,)
-    print_entry(a,1) get_property(g_a,) print_property(7) end
-list_group g-begin-end-print_group-print_entry = 0 get_property(g_b,) print_property(8) get_property(g_a,)
-    print_property(7)
+list_group {g,g-begin-end-print_group-print_entry} = 0 begin get_entry(b,) print_entry(b,2) get_property(g_b,)
+    print_property(8) print_group(h) get_entry(a,) print_entry(a,1) get_property(g_a,) print_property(7) end | 0
+    get_property(g_b,) print_property(8) get_property(g_a,) print_property(7)
 list_group {h-print_property,h-print_entry,h-print_entry-print_property} = 0 begin get_entry(b,) print_entry(b,2) end |
     0 begin get_property(h_b,) print_property(9) end | 0 begin end
 
@@ -88,9 +87,7 @@ set_entity_int a i -2147483648 = 1
 set_iterator_int g n -1 = 1
 set_entity_char a c "<&" = 1
 get_entity_char a {c,none} = 1 "<&\0" | 1 "\0"
-get_entity_int NULL n = 0 15
-get_iterator_int NULL n = 0 13
-set_iterator_int NULL n 1 = 0 13
-set_entity_int NULL n 1 = 0 15
+{get_entity_int,get_iterator_int} NULL n = 0 15 | 0 13
+{set_iterator_int,set_entity_int} NULL n 1 = 0 13 | 0 15
 < <t name="a" i="-2147483648" j="abc" k="" l="  -7" m="+8" n="0x10" o="2147483647" p="2147483648" q="-2147483649" r="99999999999999999999" s="{0*62}123" c="&lt;&amp;"/>
 < <group name="g" type="t" n="-1"/>

@@ -41,8 +41,7 @@ join_entry g-set_entry-set_property-property_type-alloc_entry-get_entry a NULL N
 {join_entry,change_entry} {{n*64},""} a NULL NULL = 1 -
 {join_group,create_group,dispose_group} g {{n*64},""} = 1 -
 {join_group,create_group,dispose_group} {{n*64},""} g = 1 -
-{use_group,unuse_group,list_group} {{n*64},""} = 1 -
-export_group {{n*64},""} = null - at {n*64} | null - at 
+{use_group,unuse_group,list_group,export_group} {{n*64},""} = 1 - | ^ | ^ | ^ | ^ | ^ | null - at {n*64} | null - at
 {remove_entry,remove_group} g {{m*64},""} = 1 -
 < <group name="{n*63}" type="t"/><group name="g" type="t"><entity>a</entity></group><t name="a" reference="2"/>
 < <group name="{n*64}" type="t"/>

@@ -37,11 +37,9 @@ kvio_getattr_entity2 e {b,none} {0,1,3} = 1 | 1 "\0" | 1 "\0\0\0" | 1 | 1 "\0"
 kvio_getattr_container2 l a {0,1,3,6,7,8} = 1 | 1 "\0" | 1 "ab\0" | 1 "abcde\0" | 1 "abcdef\0" | 1 "abcdef\0\0"
 kvio_getattr_container2 l {b,none} {0,1,3} = 1 | 1 "\0" | 1 "\0\0\0" | 1 | 1 "\0"
 kvio_setattr_entity NULL a v = 0 15: @() error: NULL entity
-kvio_unsetattr_entity NULL a = 0 15: @() error: NULL entity
-kvio_getattr_entity NULL a = 0 15: @() error: NULL entity
+{kvio_unsetattr_entity,kvio_getattr_entity} NULL a = 0 15: @() error: NULL entity
 kvio_getattr_entity2 NULL a 8 = 0 15: @() error: NULL entity
-kvio_increase_entity_attr NULL a = 0 15: @() error: NULL entity
-kvio_decrease_entity_attr NULL a = 0 15: @() error: NULL entity
+{kvio_increase_entity_attr,kvio_decrease_entity_attr} NULL a = 0 15: @() error: NULL entity
 
 # Counters are read as on the 32-bit target.
 > <t name="absent"/><t name="empty" n=""/><t name="zero" n="0"/><t name="one" n="1"/>

@@ -13,8 +13,7 @@ l = kvio_open_list snapshot top/mid/s t l = top/mid/s/list=l
 kvio_append l x = 0 11: @() error: read-only iterator
 kvio_create_table snapshot top/mid/s t new = top/mid/s/table=new
 kvio_dispose_list snapshot top/mid/s t l = 1
-kvio_save_config snapshot = 239; ~/tmp/backup.xml(644)
-kvio_close_config snapshot = -1: Semaphore -1 is removed
+{kvio_save_config,kvio_close_config} snapshot = 239; ~/tmp/backup.xml(644) | -1: Semaphore -1 is removed
 # So a file can be read that is open elsewhere.
 snapshot = kvio_restore_scope /etc/kavex/conf/a.xml = ~a.xml
 kvio_close_config snapshot = -1: Semaphore -1 is removed
@@ -30,8 +29,8 @@ kvio_entity_count c s t = 0
 m = kvio_open_list copy s t l = s/list=l
 kvio_append m e = 1
 kvio_save_config copy = 164; ~a.xml
-kvio_close_config c = -1; -lock of a.xml: Semaphore lock of a.xml is removed
-kvio_close_config copy = -1: Semaphore lock of a.xml is removed
+kvio_close_config {c,copy} = -1; -lock of a.xml: Semaphore lock of a.xml is removed | -1: Semaphore lock of a.xml is
+    removed
 
 # Paths that cannot be read or written.
 > <t name="e"/>
@@ -58,8 +57,7 @@ kvio_close_config c = -1; -lock of a.xml: Semaphore lock of a.xml is removed
 file a.xml 600 <kavex><a/><s><u/></s><b/></kavex>
 c = kvio_open_config a.xml 0 = ~a.xml; +lock of a.xml: @ success. (~a.xml, lock of a.xml)
 kvio_rollback_checkpoint c none checkpoint = 0 7: @ fatal error: scope not existed or multiple instances
-kvio_rollback_checkpoint c s NULL = 0 15: @() error: NULL checkpoint
-kvio_rollback_checkpoint c s checkpoint = 1
+kvio_rollback_checkpoint c s {NULL,checkpoint} = 0 15: @() error: NULL checkpoint | 1
 l = kvio_open_list c s t l = s/list=l
 kvio_append l e = 1
 kvio_retrieve_index l 1 = s/t=e
@@ -69,8 +67,7 @@ checkpoint = kvio_create_checkpoint c b = /b
 kvio_rollback_checkpoint c s checkpoint = 1
 kvio_rollback_checkpoint c b kept = 0 7: @ fatal error: scope not existed or multiple instances
 kvio_backup_scope c b /tmp/b.xml = 0 7: @ fatal error: scope not existed or multiple instances
-kvio_release_checkpoint kept = void -
-kvio_release_checkpoint NULL = void -
+kvio_release_checkpoint {kept,NULL} = void -
 kvio_create_checkpoint NULL s = null 6
 kvio_rollback_checkpoint NULL s NULL = 0 6
 < <kavex><a/><b/><b/></kavex>

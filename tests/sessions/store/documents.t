@@ -12,8 +12,7 @@ kvio_define c s t e = 1
 kvio_close_config c = -1; -lock of a.xml: Semaphore lock of a.xml is removed
 c = kvio_open_config a.xml 64 = ~a.xml; +lock of a.xml: @ success. (~a.xml, lock of a.xml)
 kvio_define c s t e = 1
-kvio_save_config c = 70; ~a.xml
-kvio_close_config c = -1; -lock of a.xml: Semaphore lock of a.xml is removed
+{kvio_save_config,kvio_close_config} c = 70; ~a.xml | -1; -lock of a.xml: Semaphore lock of a.xml is removed
 kvio_open_config n.xml {0,64} = null 4: ftok(~n.xml) failed | null 4: n.xml <template> / ftok(~n.xml) failed
 # A name is looked for in the configuration directory, but for one, and only when it is opened.
 file b.xml 640 <kavex/>
@@ -55,8 +54,7 @@ kvio_close_config b = -1; -lock of k.xml: Semaphore lock of k.xml is removed
 # Saved under another name, a handle moves there with its lock.
 > <t name="e"/>
 file b.xml 640 old
-kvio_save_as c b.xml = 70; -lock of a.xml ~b.xml(640) +lock of b.xml
-kvio_save_as c c.xml = 70; -lock of b.xml +c.xml +lock of c.xml
+kvio_save_as c {b.xml,c.xml} = 70; -lock of a.xml ~b.xml(640) +lock of b.xml | 70; -lock of b.xml +c.xml +lock of c.xml
 kvio_define c s t f = 1
 kvio_save_config c = 88; ~c.xml
 kvio_save_as c {c.xml,none/x.xml,NULL,""} = -1 1: system error message: File exists / c.xml is opened by other instance
@@ -97,9 +95,7 @@ file big 600 {a*4095}{b*4097}{c*4096}{d*9000}
 file bigger 640 {z*30000}
 pipe pipe
 directory dir
-kvio_copy_config big b.xml = 0; ~b.xml(640)
-kvio_copy_config big bigger = 0; ~bigger(640)
-kvio_copy_config big fresh = 0; +fresh
+kvio_copy_config big {b.xml,bigger,fresh} = 0; ~b.xml(640) | 0; ~bigger(640) | 0; +fresh
 with pread 1 EINTR kvio_copy_config b.xml fresh = 0
 file old 600 old
 kvio_copy_config {none,none/b,NULL,"",a.xml,old,./old} old = -1 21: copy: none is not existed | -1 21: copy: none/b is

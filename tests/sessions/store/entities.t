@@ -2,12 +2,11 @@ let null = @() error: NULL entity
 # An entity is defined behind all others, once for each type.
 > <u name="e"/><t name="first"><f>v</f></t>
 kvio_define c s t e = 1
-kvio_define c s t e = 0 10: do_kvio_define(~a.xml): scope:[s] type:[t] name:[e] is existed
-kvio_define2 c s t e = null 10: do_kvio_define(~a.xml): scope:[s] type:[t] name:[e] is existed
+{kvio_define,kvio_define2} c s t e = 0 10: do_kvio_define(~a.xml): scope:[s] type:[t] name:[e] is existed | null 10:
+    do_kvio_define(~a.xml): scope:[s] type:[t] name:[e] is existed
 n = kvio_define2 c s t n = s/t[3]=n
 kvio_set n f v = 1
-kvio_define c s t {"",""} = 1 | 0 10: do_kvio_define(~a.xml): scope:[s] type:[t] name:[] is existed
-kvio_define c s t "a\"b'<&amp;]" = 1
+kvio_define c s t {"","","a\"b'<&amp;]"} = 1 | 0 10: do_kvio_define(~a.xml): scope:[s] type:[t] name:[] is existed | 1
 kvio_define c s {NULL,""} e = 0 8: do_kvio_define error on xmlNewNode(): no memory?
 kvio_define c s t NULL = 0 8: do_kvio_define error on xmlNewProp(): no memory?
 kvio_define c none t e = 0 7: do_kvio_define fatal error: scope not existed or multiple instances
@@ -16,11 +15,8 @@ kvio_undefine c s t {e,e,""} = 1 | 0 22: @ error: entity not existed | 1
 
 # What names it stays.
 > <t name="e"><f>1</f></t><t name="d" i="1"/><t name="d" i="2"/><list name="l" type="t"><entity>e</entity></list>
-kvio_undefine c s t e = 1
-kvio_undefine c s t {d,none,NULL} = 0 7: @ fatal error: multiple instances | 0 22: @ error: entity not existed
-kvio_define NULL s t e = 0 6
-kvio_define2 NULL s t e = null 6
-kvio_undefine NULL s t e = 0 6
+kvio_undefine c s t {e,d,none,NULL} = 1 | 0 7: @ fatal error: multiple instances | 0 22: @ error: entity not existed
+{kvio_define,kvio_define2,kvio_undefine} NULL s t e = 0 6 | null 6 | 0 6
 < <t name="d" i="1"/><t name="d" i="2"/><list name="l" type="t"><entity>e</entity></list>
 
 # A value keeps its place, a new one is the last. The text is taken literally.

@@ -8,8 +8,7 @@ kvio_join l {a,b} {0,1} = 0 10: @ error: a is already existed | ^ | 0 10: @ erro
 kvio_join l NULL 1 = 0 8: <content>
 kvio_join l o 0 = 1
 kvio_join l A -1 = 1
-kvio_join l "" -2147483648 = 1
-kvio_join l "" 0 = 0 10: @ error:  is already existed
+kvio_join l "" {-2147483648,0} = 1 | 0 10: @ error:  is already existed
 kvio_append l {"",NULL,a,a,""} = 1
 < <list name="l" type="t"><entity>a</entity><!-- c --><other>o</other><container>b</container><container>o</container>
 < <entity>A</entity><entity/><entity>#4</entity><entity>#5</entity><entity>a</entity><entity>a</entity>
@@ -47,29 +46,22 @@ kvio_change_container_element l xy p = 1
 kvio_change_container_element l "" q = 1
 kvio_change_container_element l {xy,NULL} p = 0 22
 kvio_change_container_element l a NULL = 0 8: <content>
-kvio_remove l {a,z,n} = 1
-kvio_remove l {a,NULL} = 0 22: @() error: a is not existed | 0 22: @() error: (null) is not existed
+kvio_remove l {a,z,n,a,NULL} = 1 | ^ | ^ | 0 22: @() error: a is not existed | 0 22: @() error: (null) is not existed
 < <list name="l" type="t"><entity>b</entity><other>a</other><entity>p</entity><entity>q</entity></list>
 
 # Positions count all elements, with a warning for each one on the way that is no entity.
 > <list name="l" type="t">&#10;<entity>a</entity><!-- -->&#10;<container>G</container><o/>&#10;<entity>b</entity>&#10;</list>
 kvio_insert l x {0,-1,6,2147483647,-2147483648} = 0 14: <data> / <data> / @() error: out of range
-kvio_insert l "" 5 = 1: <data> / <data>
-kvio_insert l NULL 5 = 1: <data> / <data>
+kvio_insert l {"",NULL} 5 = 1: <data> / <data>
 kvio_insert l "" 3 = 1: <data> / <data>
 kvio_insert l NULL 2 = 1: <data>
-kvio_insert l "" 1 = 1
-kvio_insert l x 1 = 1
+kvio_insert l {"",x} 1 = 1
 < <list name="l" type="t"><entity>x</entity><entity>#1</entity><entity>a</entity><!-- --><entity>#2</entity>
 < <container>G</container><entity>#3</entity><o/><entity>b</entity><entity>#5</entity><entity>#5</entity></list>
 
 > <list name="l" type="t">&#10;<entity>a</entity><!-- -->&#10;<container>G</container><o/>&#10;<entity>b</entity>&#10;</list>
-kvio_delete l {0,-1,5,2147483647,-2147483648} = 0 14: <data> / <data> / @() error: out of range
-kvio_delete l 4 = 1: <data> / <data>
-kvio_delete l 3 = 1: <data> / <data>
-kvio_delete l 2 = 1: <data>
-kvio_delete l 1 = 1
-kvio_delete l 1 = 0 14: @() error: out of range
+kvio_delete l {0,-1,5,2147483647,-2147483648,4,3,2,1,1} = 0 14: <data> / <data> / @() error: out of range | ^ | ^ | ^ |
+    ^ | 1: <data> / <data> | ^ | 1: <data> | 1 | 0 14: @() error: out of range
 kvio_insert l "" 2 = 0 14: @() error: out of range
 kvio_insert l x 1 = 1
 < <list name="l" type="t"><!-- --><entity>x</entity></list>
@@ -84,8 +76,8 @@ kvio_append {NULL,l} n = 0 13: <null> | 0 13: @ () error: bad iterator, no conta
 kvio_insert {NULL,l} n 1 = 0 13: <null> | 0 13: <bad> assoicaited
 kvio_delete {NULL,l} 1 = 0 13: <null> | 0 13: <bad> associated
 kvio_setattr_container {NULL,l} a 2 = 0 13: <null> | 0 13: <bad> associated
-kvio_unsetattr_container {NULL,l} a = 0 13: <null> | 0 13: <bad> associated
-kvio_getattr_container {NULL,l} a = 0 13: <null> | 0 13: <bad> assoiciated
+{kvio_unsetattr_container,kvio_getattr_container} {NULL,l} a = 0 13: <null> | 0 13: <bad> associated | 0 13: <null> | 0
+    13: <bad> assoiciated
 kvio_getattr_container2 {NULL,l} a 8 = 0 13: <null> | 0 13: <bad> assoiciated
 {kvio_size,kvio_real_size,kvio_check_loop,kvio_retrieve_all,kvio_retrieve_all2} NULL = -1 13: <null> | ^ | -1:
     do_kvio_check_loop() error: NULL iterator | null 19: do_kvio_check_loop() error: NULL iterator | null 23:

@@ -4,11 +4,10 @@ let range = @() error: out of range
 # container stand in its place.
 > <t name="A"/><t name="B"/><t name="C"/><list name="l" type="t"><entity>A</entity><container>l2</container><entity>B</entity></list>
 > <list name="l2" type="t"><entity>C</entity><entity>A</entity></list>
-kvio_size {l,l2} = 3 | 2
-kvio_real_size {l,l2} = 4 | 2 -
+{kvio_size,kvio_real_size} {l,l2} = 3 | 2 | 4 | 2 -
 kvio_check_loop {l,l2,l} = 0
-kvio_retrieve_all {l,l2} = 3 of 4 s/t[1]=A s/t[3]=C s/t[2]=B | 2 of 2 s/t[3]=C s/t[1]=A
-kvio_retrieve_all2 {l,l2} = 3 of 4 s/t[1]=A s/t[3]=C s/t[2]=B | 2 of 2 s/t[3]=C s/t[1]=A
+{kvio_retrieve_all,kvio_retrieve_all2} {l,l2} = 3 of 4 s/t[1]=A s/t[3]=C s/t[2]=B | 2 of 2 s/t[3]=C s/t[1]=A | 3 of 4
+    s/t[1]=A s/t[3]=C s/t[2]=B | 2 of 2 s/t[3]=C s/t[1]=A
 kvio_regain_index l {0,1,2,3,4,4294967295} = -1 14: <range> | 0 - "A\0" | 1 - "l2\0" | 0 - "B\0" | -1 14: <range>
 kvio_regain_index2 l 2 {0,1,2,3,5} = 1 - | 1 - "\0" | 1 - "l\0" | 1 - "l2\0" | 1 - "l2\0\0\0"
 kvio_regain_index2 l {0,4} 8 = -1 14: <range>
@@ -55,8 +54,7 @@ kvio_retrieve_index t {1,2} = s/t=a | null 14: <range>
 > <t name="a"/><t name="b"/><table name="m" type="t"><container>n</container></table>
 > <table name="n" type="t"><entity>a</entity><entity>b</entity></table><table name="o" type="t"><container>o</container></table>
 kvio_real_size {m,o} = 1
-kvio_retrieve_all m = 2 of 2 s/t[1]=a s/t[2]=b
-kvio_retrieve_all2 m = 2 of 2 s/t[1]=a s/t[2]=b
+{kvio_retrieve_all,kvio_retrieve_all2} m = 2 of 2 s/t[1]=a s/t[2]=b
 {kvio_retrieve_all,kvio_retrieve_all2} o = null 19
 
 # Members without text, and elements that are no members.
@@ -85,12 +83,10 @@ kvio_unsetattr_container l type = 1
 kvio_retrieve_index l 1 = null 7: @() fatal error: container is broken
 kvio_setattr_container l type t = 1
 kvio_setattr_container k name l = 1
-kvio_check_loop k = 0
-kvio_retrieve_all k = 2 of 2 s/t[2]=b s/t[1]=a
+{kvio_check_loop,kvio_retrieve_all} k = 0 | 2 of 2 s/t[2]=b s/t[1]=a
 # Arrays are one block.
 kvio_alloc_entities {-1,0,1000} = null - | 0 of 0 - | 0 of 1000 -
 array = kvio_retrieve_all2 l = 1 of 1 s/t[1]=a
-kvio_free_entities array = void
-kvio_free_entities NULL = void
+kvio_free_entities {array,NULL} = void
 < <t name="a"/><t name="b"/><list name="l" type="t"><entity>a</entity></list><list name="l" type="t"><entity>b</entity>
 < <container>l</container></list>
