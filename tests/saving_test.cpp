@@ -51,8 +51,8 @@ protected:
     }
 };
 
-// Every error at every step, alone and from then on, and a kill: the old document or the new one is there, whole, and the
-// next try works. Where a signal arrives, or a transfer is short, the save itself works.
+// Every error at every step, alone and from then on, and a kill: the old document or the new one is there, whole, and
+// the next try works. Where a signal arrives, or a transfer is short, the save itself works.
 TEST_F(Saving, EveryStepFailsOrIsTheLast) {
     const std::string old(2000, 'o');
     open("<t name='e'><f>" + old + "</f></t>");
@@ -197,8 +197,8 @@ TEST_F(Saving, ReadersFindWholeDocumentsWhileOthersSave) {
     EXPECT_EQ(ended(child), SIGKILL) << "it died by itself";
 }
 
-// Two processes do what they like with the same names, but that the last is neither renamed nor removed. A configuration
-// is never read half: whoever holds one finds it whole.
+// Two processes do what they like with the same names, but that the last is neither renamed nor removed. A
+// configuration is never read half: whoever holds one finds it whole.
 TEST_F(Saving, TwoProcessesOverTheSameFiles) {
     const std::string names[] = {"a.xml", "b.xml", "c.xml", "kept.xml"};
     const std::string text = "<kavex><s><t name='e'><f>" + std::string(5000, 'x') + "</f></t></s></kavex>";

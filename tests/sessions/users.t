@@ -90,7 +90,7 @@ arguments = </bin/ldapsearch><-z><1><-H><ldap://h:1><2><-x><-b><a"b"><-D><"><-w>
 # 511 bytes at most
 conf host h\nport 389\nbase {b*200}\nuid\nbinddn {d*126}\nbindpw {p*120} = 0 a
 arguments = ...p><(u=a)>
-conf host h\nport 389\nbase {b*200}\nuid\nbinddn {d*126}\nbindpw {p*121} = ...|[do_ldapsearch]LDAP command line is too long. User:a.
+conf host h\nport 389\nbase {b*200}\nuid\nbinddn {d*125}\nbindpw {p*122} = ...LDAP command line is too long. User:a.
 conf port 389\nbase b\nuid = -1 -|Get LDAP server information has failed.
 conf host h\nport 389\nuid = -1 -|Get LDAP server information has failed.
 conf host { *127}\n = -1 -|LDAP setting host is too long.|Get LDAP server information has failed.
