@@ -21,7 +21,7 @@
 // same inode number. A copy of the directory, or a file that moved to another one, has no redo file under its inode
 // number. A redo file that another user could have written is ignored.
 //
-// A file without a place for a redo file (the directory cannot be written, the disk has no room for it, the writer is
+// A file without a place for a redo file (the directory cannot be written, the disk has no room for both, the writer is
 // neither root nor the owner) is overwritten all the same: a crash then can tear it. A file that is saved through a
 // link in one directory and read through a link in another has its redo file in the first.
 #include <fcntl.h>
@@ -214,22 +214,26 @@ void stamp(int fd) noexcept {
     futimens(fd, times);
 }
 
-// Writes the contents over those of a file, whose first `same` bytes they share, and syncs it. What goes beyond the old
-// end is first: where there is no room for it the file is as it was. Where the contents are in a redo file, the file is
-// cut only when they are on the disk.
+// Writes what goes beyond the end of a file; where there is no room for it the file is as it was.
+bool extend(const Target &target, const char *contents, std::size_t size) noexcept {
+    const off_t old_size = target.status.st_size;
+    if (static_cast<off_t>(size) <= old_size ||
+        write_all(target.file.get(), contents + old_size, size - static_cast<std::size_t>(old_size), old_size))
+        return true;
+    KeptErrno kept_errno;
+    ftruncate(target.file.get(), old_size);
+    return false;
+}
+
+// Writes the contents over those of an extended file, whose first `same` bytes they share, and syncs it. Where they are
+// in a redo file, the file is cut only when they are on the disk.
 bool overwrite(const Target &target, const char *contents, std::size_t size, std::size_t same, bool in_redo) noexcept {
     const int fd = target.file.get();
-    const off_t old_size = target.status.st_size;
-    const std::size_t kept = std::min(size, static_cast<std::size_t>(old_size));
-    if (size > kept && !write_all(fd, contents + kept, size - kept, old_size)) {
-        KeptErrno kept_errno;
-        ftruncate(fd, old_size);
+    const off_t old_size = target.status.st_size, new_size = static_cast<off_t>(size);
+    if (!write_all(fd, contents + same, std::min(size, static_cast<std::size_t>(old_size)) - same,
+                   static_cast<off_t>(same)))
         return false;
-    }
-    if (!write_all(fd, contents + same, kept - same, static_cast<off_t>(same))) return false;
-    if (static_cast<off_t>(size) < old_size &&
-        ((in_redo && fdatasync(fd) != 0) || ftruncate(fd, static_cast<off_t>(size)) != 0))
-        return false;
+    if (new_size < old_size && ((in_redo && fdatasync(fd) != 0) || ftruncate(fd, new_size) != 0)) return false;
     stamp(fd);
     return fdatasync(fd) == 0;
 }
@@ -247,7 +251,8 @@ bool drop(const Target &target, const Descriptor &redo, RedoFile wanted) noexcep
 bool finish(Target &target, const Redo &redo) noexcept {
     Bytes now;
     if (!read_contents(target, now)) return false;
-    bool done = redo.state_of(now) == State::begun ? overwrite(target, redo.contents(), redo.size(), 0, true)
+    bool done = redo.state_of(now) == State::begun ? extend(target, redo.contents(), redo.size()) &&
+                                                         overwrite(target, redo.contents(), redo.size(), 0, true)
                                                    : fdatasync(target.file.get()) == 0;
     return done && drop(target, open_redo(target, O_RDWR), RedoFile::stays) &&
            fstat(target.file.get(), &target.status) == 0;
@@ -319,6 +324,8 @@ bool read_old(Target &target, const Bytes &contents, Bytes &sums, std::size_t &s
     return true;
 }
 
+bool is_no_room(int reason) noexcept { return reason == ENOSPC || reason == EDQUOT || reason == EFBIG; }
+
 // Writes and syncs the redo file; none where there is no place for it. Where it fails with errno, none is left.
 bool commit(const Target &target, const Bytes &sums, const Bytes &contents, Descriptor &redo) noexcept {
     Header header = {};
@@ -340,7 +347,7 @@ bool commit(const Target &target, const Bytes &sums, const Bytes &contents, Desc
     KeptErrno reason;
     drop(target, redo, RedoFile::is_removed);
     redo.close();
-    return reason.value == ENOSPC || reason.value == EDQUOT || reason.value == EFBIG;
+    return is_no_room(reason.value);
 }
 
 bool replace_existing(Target &target, const Bytes &contents, RedoFile wanted) noexcept {
@@ -349,9 +356,14 @@ bool replace_existing(Target &target, const Bytes &contents, RedoFile wanted) no
     if (!read_old(target, contents, sums, same) || fdatasync(target.file.get()) != 0) return false;
     if (same == contents.size() && static_cast<off_t>(same) == target.status.st_size) return true;
     Descriptor redo;
-    if (!commit(target, sums, contents, redo) ||
-        !overwrite(target, contents.begin(), contents.size(), same, bool(redo)))
-        return false;
+    if (!commit(target, sums, contents, redo)) return false;
+    bool has_room = extend(target, contents.begin(), contents.size());
+    if (!has_room && redo && is_no_room(errno)) {  // the redo file has taken it
+        drop(target, redo, RedoFile::is_removed);
+        redo.close();
+        has_room = extend(target, contents.begin(), contents.size());
+    }
+    if (!has_room || !overwrite(target, contents.begin(), contents.size(), same, bool(redo))) return false;
     if (redo) drop(target, redo, wanted);
     return true;
 }
