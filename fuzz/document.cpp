@@ -5,9 +5,8 @@
 
 #include <cstring>
 #include <functional>
-#include <map>
 #include <memory>
-#include <set>
+#include <regex>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -19,22 +18,16 @@ namespace {
 
 constexpr char path[] = "/etc/kavex/conf/a.xml";
 
-const char *const texts[] = {nullptr, "",
-                             // scopes
-                             "s", "s/u", "object/address", "*", "s | /kavex/u", "..", "count(s)", "s[1]",
-                             "descendant::u", "@a", "s/text()", "namespace::x", "x:s", "[",
-                             // types
-                             "t", "group", "list", "entity", "u", "p:t", "t/f", "address_t",
-                             // names
-                             "a", "b", "c", "d", "e", "f", "g", "lan", "#1", "&amp;", "&", "&#38;", "a'\"b", "&e;", "<",
-                             "\xc3\xa4", "&#0;", "&#x110000;", "a\tb",
-                             // fields and attributes
-                             "ip", "reference", "name", "type", "p:f", "xml:id", "xmlns", "text",
-                             // values
-                             "x", "4294967295", "-1", " 7 ", "<>&\"'", "\n", "]]>",
-                             "a long text that does not fit into small buffers of a caller",
-                             // files
-                             "a.xml", "b.xml", "c.xml", "/tmp/side.xml"};
+// Scopes, types, names, fields, values and files, for any argument.
+// clang-format off
+const char *const texts[] = {
+    nullptr, "", "s", "s/u", "object/address", "*", "s | /kavex/u", "..", "count(s)", "s[1]", "descendant::u", "@a",
+    "s/text()", "namespace::x", "x:s", "[", "t", "group", "list", "entity", "u", "p:t", "t/f", "address_t", "a", "b",
+    "c", "d", "e", "f", "g", "lan", "#1", "&amp;", "&", "&#38;", "a'\"b", "&e;", "<", "\xc3\xa4", "&#0;",
+    "&#x110000;", "a\tb", "ip", "reference", "name", "type", "p:f", "xml:id", "xmlns", "text", "x", "4294967295",
+    "-1", " 7 ", "<>&\"'", "\n", "]]>", "a long text that does not fit into small buffers of a caller", "a.xml",
+    "b.xml", "c.xml", "/tmp/side.xml"};
+// clang-format on
 
 // Everything that hangs on the documents.
 class Session {
@@ -49,26 +42,23 @@ public:
 
     template <class Result, class... Arguments>
     void call(const char *name, Result (*function)(Arguments...)) {
-        static const std::set<std::string> frees = {"kvio_dispose_table", "kvio_dispose_list",
-                                                    "kvio_dispose_group", "kvio_undefine",
-                                                    "kvio_remove",        "kvio_delete",
-                                                    "kvio_set",           "kvio_set2",
-                                                    "kvio_unset",         "kvio_rollback_checkpoint"};
         name_ = name;
         size_ = bytes_.ConsumeIntegralInRange<unsigned>(1, 40);
         small_.reset();
         const std::tuple<Arguments...> arguments{taken(static_cast<Arguments *>(nullptr))...};
-        // What the call frees might be below what is held: a value may be anything in a document written by hand.
-        if (frees.count(name)) drop_containers();
         if constexpr (std::is_void_v<Result>) {
             std::apply(function, arguments);
+            if (name_ == "kvio_release_checkpoint") checkpoint_ = nullptr;
         } else {
             const Result result = std::apply(function, arguments);
             if constexpr (std::is_same_v<Result, int>)
                 MUST(!small_ || result < 1 || std::memchr(small_.get(), '\0', size_));
+            if (name_ == "kvio_rollback_checkpoint" && result) checkpoint_ = nullptr;
             given(result);
         }
-        if (frees.count(name) && name_.rfind("kvio_set", 0) != 0) entity_ = nullptr;
+        // What the call has freed might be below what is held: a value may be anything in a document written by hand.
+        if (std::regex_match(name, std::regex("kvio_(dispose|undefine|remove$|delete|set|set2|unset|rollback).*")))
+            drop_handles();
     }
 
     void close_container() {
@@ -76,11 +66,8 @@ public:
     }
 
 private:
-    void drop_containers() {
-        while (!containers_.empty()) close_container();
-    }
     void drop_handles() {
-        drop_containers();
+        while (!containers_.empty()) close_container();
         entity_ = nullptr;
     }
 
@@ -99,7 +86,7 @@ private:
     kvio_iterator_t *taken(kvio_iterator_t **) { return containers_.empty() ? nullptr : one_of(containers_); }
     kvio_node_t *taken(kvio_node_t **) {
         const bool is_checkpoint = name_.find("checkpoint") != name_.npos;
-        return is_checkpoint ? std::exchange(checkpoint_, nullptr) : entity_;
+        return is_checkpoint ? checkpoint_ : entity_;
     }
     template <class T>
     T *taken(T **) {

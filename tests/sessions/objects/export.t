@@ -68,3 +68,13 @@ valid_property none_a one a = 0 22 at gone
 > <group name="a" type="t"><container>b</container></group><group name="b" type="t"><container>d</container></group><group name="d" type="t"/>
 valid_property {last_a,none_a} top a = 1 at last | 0 at last
 valid_property none_a {one,u} a = 0 at one | 0 at d
+
+# A search goes down 1,000 levels.
+>* 1001 <group name="g#" type="t"><container>g+</container></group>
+> <group name="g1001" type="t"/>
+valid_property {g1000_a,g1001_a} g0 a = 1 at g1000 | 0 at g1000
+
+# It opens 10,000 groups at most, where each level has two paths to the next one.
+>* 30 <group name="l#" type="t"><container>l+</container><container>l+</container></group>
+> <group name="l30" type="t"/>
+valid_property {none_a,l30_a} l0 a = 0 at l1 | 1 at l30
