@@ -477,7 +477,7 @@ int kvio_check_loop(kvio_iterator_t *iterator);
  * kvio_retrieve_all2() does not: it takes containers that are reached on several paths.
  *
  * The array's capacity is kvio_real_size(). It is the number of entities found instead for a table, when that number is
- * larger, and where containers are reached on so many paths that there is no memory for that capacity.
+ * larger, and where there is no memory for that capacity, which counts every path to a container.
  *
  * @return The array, to be released with kvio_free_entities(); or null: #KVIO_LOOP (the loop check gave anything but 0,
  *         for a bad handle, too, or a container contains itself); #KVIO_NO_MEMORY; #KVIO_UNRESOLVED (a member without
