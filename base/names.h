@@ -20,16 +20,28 @@ public:
     // Returns the first value added with this hash for which `is_it` is true; null if there is none.
     template <class Is>
     Value *find(std::uint32_t hash, Is is_it) noexcept {
-        if (slots_.empty()) return nullptr;
-        std::size_t at = hash & mask();
-        for (; slots_[at].hash; at = (at + 1) & mask())
-            if (slots_[at].hash == hash && is_it(slots_[at].value)) return &slots_[at].value;
-        return nullptr;
+        std::size_t at = seek(hash, is_it);
+        return at < slots_.size() ? &slots_[at].value : nullptr;
     }
 
-    // Adds a value; false when memory is short, with the table as it was.
-    bool add(std::uint32_t hash, Value value) noexcept {
-        if (4 * (size_ + 1) > 3 * slots_.size() && !grow()) return false;
+    // Removes that value, if there is one.
+    template <class Is>
+    void remove(std::uint32_t hash, Is is_it) noexcept {
+        std::size_t at = seek(hash, is_it);
+        if (at >= slots_.size()) return;
+        slots_[at].hash = 0;
+        --size_;
+        for (at = (at + 1) & mask(); slots_[at].hash; at = (at + 1) & mask()) {
+            Slot moved = slots_[at];
+            slots_[at].hash = 0;
+            place(moved);
+        }
+    }
+
+    // Adds a value; false when memory is short, with the table as it was. A full table grows so many times: by 4 for one
+    // that lives shortly, by 2 for one that is to be small.
+    bool add(std::uint32_t hash, Value value, std::size_t growth = 4) noexcept {
+        if (4 * (size_ + 1) > 3 * slots_.size() && !grow(growth)) return false;
         place({hash, value});
         ++size_;
         return true;
@@ -45,15 +57,24 @@ private:
 
     std::size_t mask() const noexcept { return slots_.size() - 1; }
 
+    // The slot of the first value with this hash for which `is_it` is true; SIZE_MAX if there is none.
+    template <class Is>
+    std::size_t seek(std::uint32_t hash, Is is_it) noexcept {
+        if (slots_.empty()) return SIZE_MAX;
+        for (std::size_t at = hash & mask(); slots_[at].hash; at = (at + 1) & mask())
+            if (slots_[at].hash == hash && is_it(slots_[at].value)) return at;
+        return SIZE_MAX;
+    }
+
     void place(Slot slot) noexcept {
         std::size_t at = slot.hash & mask();
         while (slots_[at].hash) at = (at + 1) & mask();
         slots_[at] = slot;
     }
 
-    bool grow() noexcept {
+    bool grow(std::size_t times) noexcept {
         Array<Slot> old;
-        if (!old.fill(slots_.empty() ? 16 : 4 * slots_.size(), Slot{0, Value()})) return false;
+        if (!old.fill(slots_.empty() ? 16 : times * slots_.size(), Slot{0, Value()})) return false;
         std::swap(slots_, old);
         std::size_t start = 0;  // a free slot, so that values of one hash keep their order
         while (start < old.size() && old[start].hash) ++start;

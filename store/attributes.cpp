@@ -9,16 +9,23 @@ constexpr const char *unattached = "() error: bad iterator, no container assoici
 
 xmlNode *element_of(kvio_node_t *entity, const char *who) { return store::is_given(entity, who) ? entity : nullptr; }
 
-int set(xmlNode *element, const char *name, const char *value) {
+// Calls change() for an attribute.
+template <class Change>
+int change_attribute(xmlNode *element, const char *name, Change change) {
     if (!element) return 0;
-    xml::set_attribute(element, name, value);
+    const bool renames = name && same(name, "name");
+    if (renames) store::forget(element);
+    change();
+    if (renames) store::learn(element);
     return succeed(1);
 }
 
+int set(xmlNode *element, const char *name, const char *value) {
+    return change_attribute(element, name, [=] { xml::set_attribute(element, name, value); });
+}
+
 int unset(xmlNode *element, const char *name) {
-    if (!element) return 0;
-    xml::remove_attribute(element, name);
-    return succeed(1);
+    return change_attribute(element, name, [=] { xml::remove_attribute(element, name); });
 }
 
 int get(const xmlNode *element, const char *name, const store::Buffer &buffer) {

@@ -80,6 +80,7 @@ int kvio_rollback_checkpoint(kvio_config_t *config, const char *scope, kvio_chec
     if (!element) return 0;
     if (!checkpoint) return fail(0, KVIO_BAD_ENTITY, "%s() error: NULL checkpoint\n", __func__);
     xmlAddNextSibling(element, checkpoint);
+    store::learn(checkpoint);
     return store::discard(element);
 }
 

@@ -4,9 +4,9 @@
 namespace {
 
 bool exists(const xmlNode *scope, const char *type, const char *name) {
-    for (const xmlNode *child = scope->children; child; child = child->next)
-        if (store::is_entity(child, type, name)) return true;
-    return false;
+    store::Found found;
+    store::search_scope(scope, type, name, true, found);
+    return found.count > 0;
 }
 
 xmlNode *define(const kvio_config_t *config, const char *scope, const char *type, const char *name) {

@@ -72,9 +72,13 @@ private:
     const xmlNode *member_ = nullptr;
     Container *nested_ = nullptr;  // the container that this member names
 
-    // The scope's entities are searched up to next_; these are the ones passed over, null once taken.
+    // The scope's entities are searched up to next_; these are the ones passed over.
+    struct Passed {
+        xmlNode *element;  // null once taken
+        const char *name;  // null unless it is in place
+    };
     xmlNode *next_ = nullptr;
-    NameTable<xmlNode *> passed_;
+    NameTable<Passed> passed_;
 };
 
 // Lists the containers that members can name, unless there are no container members. The first one of a name counts.
@@ -177,16 +181,18 @@ int Nesting::real_size() noexcept {
 // the scope where the search before ended: members in the order of their entities, as appending leaves them, need no
 // table.
 xmlNode *Nesting::take_entity(const char *name) noexcept {
-    auto is_named = [&](const xmlNode *passed) { return passed && xml::is_named(passed, name); };
-    xmlNode **passed = passed_.empty() ? nullptr : passed_.find(hash_of(name), is_named);
-    if (passed) return std::exchange(*passed, nullptr);
+    auto is_named = [&](const Passed &passed) {
+        return passed.element && (passed.name ? same(passed.name, name) : xml::is_named(passed.element, name));
+    };
+    Passed *passed = passed_.empty() ? nullptr : passed_.find(hash_of(name), is_named);
+    if (passed) return std::exchange(passed->element, nullptr);
     while (next_ && has_memory_) {
         xmlNode *child = std::exchange(next_, next_->next);
         const xmlAttr *at = store::is_entity(child, top_->type, nullptr) ? xml::name_of(child) : nullptr;
         if (!at) continue;
         xml::Text text = xml::Text::of(at);
         if (same(text, name)) return child;
-        has_memory_ = text && passed_.add(hash_of(text.get()), child);
+        has_memory_ = text && passed_.add(hash_of(text.get()), {child, text.in_place()});
     }
     return nullptr;
 }

@@ -70,8 +70,11 @@ static_assert(sizeof(void *) != 4 ||
 
 namespace store {
 
+void free_indexes(xmlDoc *document) noexcept;
+
 // Frees the document and the block. The lock is not the handle's memory: it is released by name.
 inline void free_config(kvio_config_t *config) noexcept {
+    free_indexes(config->doc);
     xmlFreeDoc(config->doc);
     std::free(config);
 }
@@ -116,6 +119,17 @@ struct Found {
     void add(xmlNode *element) noexcept { only = count++ ? nullptr : element; }
 };
 
+// Adds the entities of this name, or all for a null name, in one scope; those with a namespace only if `any_namespace`.
+void search_scope(const xmlNode *scope, const char *type, const char *name, bool any_namespace, Found &found) noexcept;
+
+// The same by an index, if there is one that answers. False: the scope must be searched, and note_search() be told.
+bool find_indexed(const xmlNode *scope, const char *type, const char *name, Found &found) noexcept;
+void note_search(const xmlNode *scope, const char *type) noexcept;
+
+// Keep the indexes true: for an element that was appended or renamed, and for one that will be removed or renamed.
+void learn(xmlNode *element) noexcept;
+void forget(const xmlNode *element) noexcept;
+
 // Finds what "/kavex/SCOPE/TYPE[@name=NAME]" selects, whatever bytes the name holds, or "/kavex/SCOPE/TYPE" for a null
 // name, or nothing for a null type. The root is no entity. If the status is not ok, code and line tell: code 7 for a
 // null or over-long scope and one that selects the root, code 8 for an expression that cannot be evaluated.
@@ -152,11 +166,13 @@ xml::Detached new_element(const char *kind, const char *name, const char *who) n
 // Hangs an element below a parent, as the last child. Null with code and line; it is gone then.
 inline xmlNode *append(xmlNode *parent, xml::Detached child, const char *who) noexcept {
     if (!xmlAddChild(parent, child.get())) return fail(nullptr, KVIO_XML, "%s error on xmlAddChild()\n", who);
+    learn(child.get());
     return child.release();
 }
 
 // Unlinks and frees a node with all below it. Succeeds with 1.
 inline int discard(xmlNode *node) noexcept {
+    forget(node);
     xmlUnlinkNode(node);
     xmlFreeNode(node);
     return succeed(1);

@@ -76,6 +76,9 @@ public:
     const char *get() const noexcept { return text_ ? text_ : ""; }
     friend bool same(const Text &text, const char *wanted) noexcept { return text && same(text.text_, wanted); }
 
+    // The text if it is in place, where it stays as long as its node; else null.
+    const char *in_place() const noexcept { return owned_ ? nullptr : text_; }
+
 private:
     Text() = default;
     Text(const xmlNode *holder, const xmlNode *first) noexcept {

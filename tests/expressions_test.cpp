@@ -100,4 +100,58 @@ TEST_F(Expressions, TheWalkAnswersLikeTheExpression) {
     EXPECT_GT(several, 10);
 }
 
+// A large scope is indexed by name. Its elements change at random between look-ups, which a scope that is an expression
+// answers without the index.
+TEST_F(Expressions, TheIndexAnswersLikeTheExpression) {
+    std::mt19937 random(20240608);
+    auto below = [&](unsigned limit) { return static_cast<unsigned>(random() % limit); };
+    auto some_name = [&] { return "n" + std::to_string(below(90)); };
+    for (int document = 0; document < 100 && !HasFailure(); ++document) {
+        std::string text;
+        for (unsigned i = 0; i < 70; ++i)
+            text += "<" + std::string(below(8) ? "t" : "list") + " name='n" +
+                    std::to_string(below(200) ? i : below(i + 1)) + (below(90) ? "'/>" : "' xmlns='urn:n'/>\n");
+        open_snapshot(text);
+        kvio_checkpoint_t *checkpoint = kvio_create_checkpoint(config, "s");
+        for (int step = 0; step < 60 && !HasFailure(); ++step) {
+            const std::string name = some_name(), other = some_name(), type = below(4) ? "t" : "list";
+            kvio_node_t *found = kvio_retrieve_entity(config, "s", type.c_str(), other.c_str());
+            switch (below(8)) {
+                case 0:
+                    kvio_define(config, "s", type.c_str(), name.c_str());
+                    break;
+                case 1:
+                    kvio_undefine(config, "s", type.c_str(), name.c_str());
+                    break;
+                case 2:
+                    kvio_close_list(kvio_create_list(config, "s", "t", name.c_str()));
+                    break;
+                case 3:
+                    kvio_dispose_list(config, "s", "t", name.c_str());
+                    break;
+                case 4:
+                    kvio_setattr_entity(found, "name", name.c_str());
+                    break;
+                case 5:
+                    if (below(9) == 0) kvio_unsetattr_entity(found, "name");
+                    break;
+                case 6:
+                    kvio_set(found, "v", "w");
+                    break;
+                default:
+                    if (below(9)) break;
+                    kvio_rollback_checkpoint(config, "s", checkpoint);
+                    checkpoint = kvio_create_checkpoint(config, "s");
+            }
+            for (const std::string &asked : {name, other, some_name()}) {
+                kvio_node_t *entity = kvio_retrieve_entity(config, "s", type.c_str(), asked.c_str());
+                const int code = kvio_errno;
+                EXPECT_EQ(kvio_retrieve_entity(config, "s[1]", type.c_str(), asked.c_str()), entity) << asked;
+                EXPECT_EQ(kvio_errno, code);
+            }
+        }
+        kvio_release_checkpoint(checkpoint);
+    }
+}
+
 }  // namespace

@@ -111,7 +111,7 @@ void Element::set_text(const std::string &text) const {
 }
 
 void Element::set_attribute(const char *name, const std::string &value) const {
-    if (!xmlSetProp(node_, xml::str(name), xml::str(value.c_str()))) throw std::bad_alloc();
+    if (!kvio_setattr_entity(node_, name, value.c_str()) || !has(name, value)) throw std::bad_alloc();
 }
 
 Element Element::add(const std::string &tag_name) const {
@@ -121,6 +121,7 @@ Element Element::add(const std::string &tag_name) const {
 }
 
 void Element::remove() const {
+    kvio_unsetattr_entity(node_, "name");  // the store finds it no more
     xmlNode *blanks = node_->prev;
     for (xmlNode *one : {blanks && xmlIsBlankNode(blanks) ? blanks : nullptr, node_}) {
         if (!one) continue;

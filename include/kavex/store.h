@@ -44,6 +44,9 @@
  * - **Ownership.** Handles belong to the caller and are released only through the store. Entity nodes belong to the
  *   document: never free them. A node is valid until its entity is undefined, its scope is replaced by
  *   kvio_rollback_checkpoint(), or its document is closed. No string argument is kept after a call.
+ *   A program that uses libxml2 may read the tree through a node, and change texts and attributes but "name". Elements are
+ *   named, added and removed through the store alone: it finds entities of large scopes by an index of their names, which
+ *   notices only what is appended to the scope otherwise.
  * - **Bounded copies.** A getter whose name ends in "2" takes the size of its buffer in bytes, at least 1 (with 0 it
  *   writes nothing). Byte size-1 is set to 0, then at most size-1 bytes of the text are copied; a shorter text is
  *   followed by zero bytes, so that the whole buffer is written; a longer one is cut, if need be inside a character.
