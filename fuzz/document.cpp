@@ -17,7 +17,6 @@
 namespace {
 
 constexpr char path[] = "/etc/kavex/conf/a.xml";
-
 // Scopes, types, names, fields, values and files, for any argument.
 // clang-format off
 const char *const texts[] = {

@@ -10,7 +10,7 @@
 //                                                other; directory b and pipe b make these, remove b takes it away
 //     key a.xml 0 0                              gives a file this ftok() key for a project
 //     damage l                                   takes the container element from a handle
-//     with read 3+ EIO kvio_dump ...             the call, in which the third read fails, and all that follow; short: it
+//     with read 3+ EIO kvio_dump ...             the call, in which the third read and all after it fail; short: it
 //                                                moves nothing
 //     show b.xml(640) = TEXT                     a file, by its mode if that is not 600
 //     let NAME = TEXT                            <NAME> stands for this text in outcomes
@@ -26,12 +26,12 @@
 //     < <t name="e"/>                            the document c, or that of another handle, if it changed
 //
 // An outcome is the result; kvio_errno, if it is not 0 ("-" for: as before); the bytes written; a number given; the
-// callbacks with their arguments; after a semicolon, files and locks that changed; after a colon, what was written to the
-// standard error stream (of the object layer only what begins with "%") and to the log. Nodes are shown as place and
+// callbacks with their arguments; after a semicolon, files and locks that changed; after a colon, what was written to
+// the standard error stream (of the object layer only what begins with "%") and to the log. Nodes are shown as place and
 // name, arrays as count, capacity and nodes, "@" is the function and "~" the configuration directory.
 //
 // The modes play the same sessions with each allocation of each call failing in turn, and with each callback and each
-// call of the store by the object layer. Then a call of the store does all of its work or fails and changes nothing, and
+// call of the store by the object layer. Then a call of the store does all of its work, or fails and changes nothing;
 // nothing leaves memory behind.
 #include <dlfcn.h>
 #include <libxml/tree.h>
@@ -606,7 +606,7 @@ xmlXPathContext *xmlXPathNewContext(xmlDoc *document) {
 
 namespace {
 
-// In Debian's 2.9.14 libxml2 loses blocks when memory is short in these: of copied nodes, and of the name of a reference.
+// In Debian's 2.9.14 libxml2 loses blocks when memory is short in these: of copied nodes and the name of a reference.
 const std::set<std::string> lost_by_libxml2 = {"kvio_backup_scope", "kvio_create_checkpoint", "kvio_join",
                                                "kvio_change_container_element", "kvio_insert"};
 
@@ -621,8 +621,8 @@ std::string without_counts(const State &state) {
 bool is_allowed(const std::string &function, bool has_expressions, const Seen &seen, const Seen &whole,
                 const State &before, State after, const State &done) {
     if (seen.text == whole.text && after == done) return true;
-    // An operation on a list or group says that it failed and may leave half of its work. Nobody notices that a count is
-    // not written, that members cannot be counted or checked for loops, and whether all members could be removed.
+    // An operation on a list or group says that it failed and may leave half of its work. It does not notice that a count
+    // is not written, that members cannot be counted or checked for loops, and whether all members could be removed.
     static const std::set<std::string> unnoticed = {"size", "check_loop", "begin", "end"};
     const bool is_store = function.rfind("kvio_", 0) == 0,
                has_failed = (whole.result != "0" && whole.result != "handle") || seen.result != whole.result;
@@ -647,7 +647,7 @@ bool is_allowed(const std::string &function, bool has_expressions, const Seen &s
     return seen.failed && (is_code || without_code.count(function)) && after == before;
 }
 
-// Plays each session with the first, second, third, ... fault in each call until none strikes. It begins again where the
+// Plays each session with the first, second, third, ... fault in each call until none strikes, and begins again where the
 // call has done something.
 void Play::sweep(const std::function<void(int)> &plan, bool (*struck)()) {
     struct Done {

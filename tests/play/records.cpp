@@ -105,7 +105,7 @@ private:
         if (has_moved) told += "@" + std::string(in_use->name);
         return due(Name);
     }
-    // A list takes any number that is not negative for success of `set_entry`, everything else that is not 0 is failure.
+    // A list takes any number that is not negative for success of `set_entry`; elsewhere all but 0 is failure.
     template <class... Arguments>
     static int failure(Arguments...) {
         return std::is_same_v<std::tuple<Arguments...>, std::tuple<kvio_node_t *, void *>> && Name[0] == 's' ? -1 : 1;

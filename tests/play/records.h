@@ -1,5 +1,5 @@
-// The records of lists and groups, with callbacks that tell what they are called with, and faults in these callbacks and
-// in the calls of the store that the object layer makes.
+// The records of lists and groups, with callbacks that tell what they are called with, and faults in these callbacks
+// and in the calls of the store that the object layer makes.
 #ifndef KAVEX_TESTS_PLAY_RECORDS_H
 #define KAVEX_TESTS_PLAY_RECORDS_H
 
