@@ -94,6 +94,14 @@ $ export TERM=dumb VISUAL='sh /tmp/editor'; tty() { printf $1 | script -qec 'kvi
 > echo status $?' /dev/null | grep -o 'status .'; }; tty 'y\nn\n'; tty 'y\ny\n'; kvio get d s t x g; ls /tmp/edit
 status 1|status 0|
 
+$ echo '<kavex><s/>' >d; echo 'echo "</kavex>" >>"$1"' >/tmp/editor; edit true -y; edit "$VISUAL" -y s
+> edit "$VISUAL" -y; grep -c . d d.broken; rm d.broken; echo 'touch "$1.swap"; sleep 9' >/tmp/editor
+> for signal in TERM HUP KILL; do env kvio edit d >/dev/null & until [ -e /tmp/edit/*/d.swap ]; do sleep 0.05; done
+> kill -$signal $!; wait $!; while [ -e /tmp/edit/* ]; do sleep 0.05; done; done >/dev/null 2>&1
+kvio: DIR/d:2: not well-formed: Premature end of data in tag kavex line 1|kvio: nothing is saved [4]|kvio:
+ /etc/kavex/conf/d:2: not well-formed: Premature end of data in tag kavex line 1 [4]|kvio: d is not well-formed: all
+ is new|kvio: the old file is kept as d.broken|d:3|d.broken:1
+
 A full disk leaves what was there as it was, and nothing that was not.
 $ head -c 150000 /dev/zero | tr '\0' x >/tmp/long; cp a small/a; for name in long longer
 > do kvio define small/a interface t $name f - </tmp/long; done; kvio ls small/a interface t; cp small/a /tmp/before
