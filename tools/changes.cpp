@@ -170,6 +170,26 @@ Document edited_document(const Call &call, const std::string &path) {
     }
 }
 
+// What is edited: the bytes of a broken configuration as they are.
+std::string bytes_to_edit(const Call &call, bool broken) {
+    return broken ? contents_of(path_of(call.name())) : bytes_of(Document::look(call.name()), call.scope());
+}
+
+// Saves what was edited, unless the configuration has changed since then; a broken one as `restore` would.
+int save_edited(const Call &call, Document &edited, bool broken, const std::string &before) {
+    auto refuse_if_changed = [&] {
+        if (bytes_to_edit(call, broken) != before) throw Failure{inconsistent, call.name() + " has changed meanwhile"};
+    };
+    if (!broken)
+        return save_change(call, [&](Document &current) {
+            refuse_if_changed();
+            put_into(current, edited, call.scope());
+        });
+    refuse_if_changed();
+    replace_broken(call, edited);
+    return success;
+}
+
 }  // namespace
 
 int save_change(const Call &call, const std::function<void(Document &)> &make) {
@@ -207,13 +227,9 @@ int batch(Call &call) {
     });
 }
 
-// A configuration that is not well-formed is edited as it is and saved as `restore` would.
 int edit(Call &call) {
     const bool broken = !call.given("SCOPE") && is_broken(call.name());
-    auto bytes = [&] {
-        return broken ? contents_of(path_of(call.name())) : bytes_of(Document::look(call.name()), call.scope());
-    };
-    const std::string before = bytes();
+    const std::string before = bytes_to_edit(call, broken);
     PrivateFile file(call.name(), before);
     Document edited = edited_document(call, file.path());
     std::string text;
@@ -226,18 +242,8 @@ int edit(Call &call) {
     if (!messages::quiet) put(text);
     if (call.has('n')) return success;
     if (!call.has('y') && !confirmed("Save this?")) return not_found;
-    auto refuse_if_changed = [&] {
-        if (bytes() != before) throw Failure{inconsistent, call.name() + " has changed meanwhile"};
-    };
     try {
-        if (!broken)
-            return save_change(call, [&](Document &current) {
-                refuse_if_changed();
-                put_into(current, edited, call.scope());
-            });
-        refuse_if_changed();
-        replace_broken(call, edited);
-        return success;
+        return save_edited(call, edited, broken, before);
     } catch (const Failure &failure) {
         file.keep = true;
         throw Failure{failure.status, failure.text + "; your version is " + file.path()};
