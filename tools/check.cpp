@@ -227,14 +227,13 @@ std::vector<Problem> problems_of(const Document &document) {
     return problems;
 }
 
-// Makes the repairs in reverse order, since a container may be removed with the members in it.
 void repair_all(const std::vector<Problem> &problems) {
-    for (auto problem = problems.rbegin(); problem != problems.rend(); ++problem) {
-        if (problem->remedy.empty()) continue;
-        if (problem->count.empty())
-            problem->target.remove();
+    for (const Problem &problem : problems) {
+        if (problem.remedy.empty()) continue;
+        if (problem.count.empty())
+            problem.target.remove();
         else
-            problem->target.set_attribute("reference", problem->count);
+            problem.target.set_attribute("reference", problem.count);
     }
 }
 
