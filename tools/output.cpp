@@ -25,14 +25,13 @@ std::string code_of(unsigned character) {
     return code;
 }
 
-// Control characters as \t, \n, \r and \u001b: they would break lines and columns, and control a terminal.
-std::string without_control(const std::string &text, bool escape_backslash) {
+// Control characters as \t, \n, \r and \u001b: they would break lines and columns, and control a terminal. A backslash
+// goes in front of what else is to be escaped.
+std::string without_control(const std::string &text, const char *escaped) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
         auto c = static_cast<unsigned char>(text[i]), next = static_cast<unsigned char>(text.c_str()[i + 1]);
-        if (c == '\\' && escape_backslash) {
-            result += "\\\\";
-        } else if (c == '\t' || c == '\n' || c == '\r') {
+        if (c == '\t' || c == '\n' || c == '\r') {
             result += c == '\t' ? "\\t" : (c == '\n' ? "\\n" : "\\r");
         } else if (c == 0xc2 && next >= 0x80 && next < 0xa0) {  // U+0080 to U+009F in UTF-8
             result += code_of(next);
@@ -40,6 +39,7 @@ std::string without_control(const std::string &text, bool escape_backslash) {
         } else if (c < ' ' || c == 0x7f) {
             result += code_of(c);
         } else {
+            if (c && std::strchr(escaped, c)) result += '\\';
             result += text[i];
         }
     }
@@ -72,7 +72,7 @@ void messages::silence_library() {
 }
 
 void messages::say(const std::string &text) {
-    if (!quiet) dprintf(original, "kvio: %s\n", without_control(text, false).c_str());
+    if (!quiet) dprintf(original, "kvio: %s\n", without_control(text, "").c_str());
 }
 
 bool messages::on_terminal() { return isatty(original); }
@@ -109,16 +109,9 @@ Strings lines_of(const std::string &text) {
     return lines;
 }
 
-std::string one_line(const std::string &text) { return without_control(text, true); }
+std::string one_line(const std::string &text) { return without_control(text, "\\"); }
 
-std::string json(const std::string &text) {
-    std::string result = "\"";
-    for (char c : text) {
-        if (c == '"' || c == '\\') result += '\\';
-        result += static_cast<unsigned char>(c) >= ' ' ? std::string(1, c) : code_of(static_cast<unsigned char>(c));
-    }
-    return result + '"';
-}
+std::string json(const std::string &text) { return '"' + without_control(text, "\"\\") + '"'; }
 
 std::string json_object(const Pairs &members) {
     std::string text;

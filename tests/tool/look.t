@@ -6,11 +6,11 @@ $ kvio show b; kvio show --format json b | fold -w 118; kvio show -Fxml b s/u
 > on() { TERM=$1 script -qec "$2" /dev/null | tr -d '\r' | sed 's/\x1b/^/g'; }; on xterm 'kvio show b'
 > NO_COLOR=1 on xterm 'kvio show b s/u'; on dumb 'kvio show b s/u'
 s/ [n=\t\\"]|  t x [a=1\n]|    f = a "b" \\\tc\nd|    f = 2|    g = x|  list l of t [b=2]|    x|  u/ text|[|
-  {"scope": "s", "attributes": {"n": "\u0009\\\""}, "entities": [|    {"type": "t", "name": "x", "attributes": {"a":
- "1\u000a"}, "fields": {"f": "a \"b\" \\\u0009c\u000ad", "g": "x"}}]|, "containers": [|    {"kind": "list", "type":
- "t", "name": "l", "attributes": {"b": "2"}, "members": [{"entity": "x"}]}], "scopes": [|    {"scope": "s/u",
- "attributes": {}, "text": "text", "entities": [], "containers": [], "scopes": []}]}|]|<?xml version="1.0"?>|<kavex>|
-  <s n="&#9;\&quot;">|    <u>text</u>|  </s>|</kavex>|^[1;34ms/^[0m^[2m [n=\t\\"]^[0m|├─ ^[32mt^[0m ^[1mx^[0m^[2m
+  {"scope": "s", "attributes": {"n": "\t\\\""}, "entities": [|    {"type": "t", "name": "x", "attributes": {"a":
+ "1\n"}, "fields": {"f": "a \"b\" \\\tc\nd", "g": "x"}}], "container|s": [|    {"kind": "list", "type": "t", "name":
+ "l", "attributes": {"b": "2"}, "members": [{"entity": "x"}]}], "scopes": [|    {"scope": "s/u", "attributes": {},
+ "text": "text", "entities": [], "containers": [], "scopes": []}]}|]|<?xml version="1.0"?>|<kavex>|  <s
+ n="&#9;\&quot;">|    <u>text</u>|  </s>|</kavex>|^[1;34ms/^[0m^[2m [n=\t\\"]^[0m|├─ ^[32mt^[0m ^[1mx^[0m^[2m
  [a=1\n]^[0m|│  ├─ f = a "b" \\\tc\nd|│  ├─ f = 2|│  └─ g = x|├─ ^[1;35mlist l^[0m of t^[2m [b=2]^[0m|│  └─ x|└─
  ^[1;34mu/^[0m text|u/ text|u/ text
 
@@ -52,9 +52,9 @@ $ for call in 'get a o/a host lan none' 'get a o/a host wän' ls 'ls a o' 'ls a 
 > do kvio $call --format=json; done; kvio find -Fjson a 1; kvio members -Fjson a o/a group host all
 > kvio find -Fjson a nothing
 [|  {"field": "none", "value": ""}|]|[|  {"field": "ip", "value": "10.9.0.1"}|]|[|  {"name": "a"},|  {"name": "b"}|]|[
-|  {"scope": "a"}|]|[|]|[|  {"kind": "table", "type": "net", "name": "o"}|]|[|  {"scope": "o/a", "type": "net",
- "name": "two", "field": "ip", "value": "1"}|]|[|  {"member": "container", "name": "in"},|  {"member": "entity",
- "name": "lan"}|]|[|] [1]
+|  {"scope": "a"}|]|[|]|[|  {"kind": "table", "type": "net", "name": "o\u007f\u009b"}|]|[|  {"scope": "o/a", "type":
+ "net", "name": "two", "field": "ip", "value": "1"}|]|[|  {"member": "container", "name": "in"},|  {"member":
+ "entity", "name": "lan"}|]|[|] [1]
 
 What is not there, or nearly so; usage. Of several mistakes the first one is told.
 $ for scope in many '//a' '' . 'o/a/net[1]' 's['; do kvio count a "$scope" host; done; kvio get a o/a hots lan
