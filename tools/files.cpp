@@ -176,9 +176,12 @@ std::string bytes_of(const Document &document, const std::string &scope) {
     xmlDocDumpFormatMemory(backup ? backup.get() : document.get()->doc, &text, &size, 1);
     const xml::String owner(text);
     if (!text || xml::out_of_memory()) throw std::bad_alloc();
-    // An encoding that lacks a character may end the document there, without an error.
+    // An encoding that lacks a character may end the document there, without an error. One scope goes without the
+    // entities that the document declares.
     if (!xml::Document(xmlReadMemory(xml::str(text), size, nullptr, nullptr, 0)))
-        throw Failure{misused, document.path() + ": it holds characters that its encoding lacks"};
+        throw Failure{misused,
+                      document.path() + (backup ? ": scope " + scope + " uses entities, which a dump alone keeps"
+                                                : ": it holds characters that its encoding lacks")};
     return {xml::str(text), static_cast<std::size_t>(size)};
 }
 

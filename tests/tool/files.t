@@ -62,6 +62,7 @@ $ kvio backup a object/user_group /tmp/groups; sed -i 's/<object>/<object note="
 $ for call in 'groups object/address' groups 'groups object' other cut no; do kvio restore a /tmp/$call; done
 > kvio restore -f a /tmp/other; kvio restore a - </etc; kvio restore a - <&-; head -c 3000 /tmp/a | kvio restore a -
 > (sleep 0.2; cat /tmp/a) | kvio restore a /dev/stdin object; kvio diff <(sleep 0.2; cat /tmp/a) a
+> echo '<!DOCTYPE kavex [<!ENTITY e "f">]><kavex><s>&e;</s></kavex>' >e; kvio backup e s; rm e
 > kvio restore -f a /tmp/groups; kvio ls a; echo '<kavex><new><v><t name="x"/></v></new></kavex>' >/tmp/new
 kvio: no scope object/address in /tmp/groups [1]|kvio: /tmp/groups has no scope interface, which a would lose; name
  the scope to restore, or use --force [4]|kvio: /tmp/groups has no scope object/address, which a would lose; name the
@@ -69,7 +70,8 @@ kvio: no scope object/address in /tmp/groups [1]|kvio: /tmp/groups has no scope 
  /tmp/cut:1: not well-formed: StartTag: invalid element name [4]|kvio: /tmp/no: No such file or directory [1]|kvio:
  /tmp/other: no configuration, its root element is not kavex [4]|kvio: -: Is a directory [5]|kvio: -: Bad file
  descriptor [5]|kvio: -:97: not well-formed: Premature end of data in tag address line 71 [4]|- interface interface_t
- lan description: offices|~ interface interface_t lan mtu: 1500 -> 9000 [1]|object|object/user_group
+ lan description: offices|~ interface interface_t lan mtu: 1500 -> 9000 [1]|kvio: /etc/kavex/conf/e: scope s uses
+ entities, which a dump alone keeps [2]|object|object/user_group
 $ kvio restore -n a /tmp/new new/v; kvio restore a /tmp/new new/v; kvio ls a new/v; kvio restore -f a /tmp/a
 > cmp a /tmp/a; echo '<kavex><s' >cut; kvio restore -n no /tmp/a; kvio restore cut /tmp/groups
 > kvio restore -n -f cut /tmp/groups; cat cut; kvio restore cut /tmp/a; kvio restore no /tmp/a; cat cut.broken
