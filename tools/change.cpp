@@ -145,6 +145,7 @@ void rename_all(Call &call, Document &document) {
     const Element element = document.find(call);
     Identity renamed = element.identity();
     const std::vector<Element> members = members_naming(element.parent(), renamed);
+    document.renamed.insert(document.renamed.end(), {renamed.name, call["NEW"]});
     renamed.name = checked_label(call["NEW"]);
     for (Element other : element.parent())
         if (other.is(renamed)) refuse_existing(renamed.label());

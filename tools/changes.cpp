@@ -84,14 +84,24 @@ int save_counted(const Call &call, const std::function<void(Document &)> &make) 
     });
 }
 
-// Those that NAME does not have.
+// Those that NAME does not have. The names that a change has replaced are like the new ones in the text of a fault.
 void refuse_new_faults(const Document &document, const std::string &name) {
     if (!document.structure_changed) return;
-    std::multiset<std::string> faults = faults_of(document);
+    Strings renamed = document.renamed;
+    std::sort(renamed.begin(), renamed.end(), [](auto &one, auto &other) { return one.size() > other.size(); });
+    auto nameless = [&](std::string fault) {
+        for (const std::string &one : renamed)
+            for (std::size_t at = fault.find(one); !one.empty() && at != std::string::npos;
+                 at = fault.find(one, at + 1))
+                fault.replace(at, one.size(), "\n");
+        return fault;
+    };
+    std::multimap<std::string, std::string> faults;
+    for (const std::string &fault : faults_of(document)) faults.emplace(nameless(fault), fault);
     if (!faults.empty() && !is_broken(name))
         for (const std::string &fault : faults_of(Document::look(name)))
-            if (auto found = faults.find(fault); found != faults.end()) faults.erase(found);
-    if (!faults.empty()) throw Failure{inconsistent, *faults.begin() + "; nothing is saved without --force"};
+            if (auto found = faults.find(nameless(fault)); found != faults.end()) faults.erase(found);
+    if (!faults.empty()) throw Failure{inconsistent, faults.begin()->second + "; nothing is saved without --force"};
 }
 
 // ---- edit

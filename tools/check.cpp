@@ -44,7 +44,8 @@ std::string contents_of(Element element) {
 
 class ScopeCheck {
 public:
-    ScopeCheck(Element scope, std::vector<Problem> &problems) : scope_(scope.scope()), problems_(problems) {
+    ScopeCheck(Element scope, std::vector<Problem> &problems)
+        : element_(scope), scope_(scope.scope()), problems_(problems) {
         for (Element child : scope)
             if (child.role() != Role::scope) elements_[child.identity()].push_back(child);
     }
@@ -125,9 +126,11 @@ private:
 
     enum class State { unseen, on_path, left };
 
+    // In the order of the document: the text of a loop does not change when a container in it is renamed or added.
     void look_for_loops() {
-        for (const auto &[identity, same] : elements_)
-            if (!identity.kind.empty() && states_[identity] == State::unseen) walk(same[0]);
+        for (Element child : element_)
+            if (child.role() == Role::container && states_[child.identity()] == State::unseen)
+                walk(elements_[child.identity()][0]);
     }
 
     // Walks from a container through those that it names. One on the path that is met again is a loop; one that was left
@@ -192,6 +195,7 @@ private:
         problem.target = element;
     }
 
+    Element element_;
     std::string scope_;
     std::vector<Problem> &problems_;
     std::map<Identity, std::vector<Element>> elements_;  // entities and containers

@@ -141,6 +141,7 @@ public:
 
     std::string output;              // of a change, to be printed once it is saved
     bool structure_changed = false;  // more than values: a fault may have come in
+    Strings renamed;                 // names before and after
     References references;           // as they were before the changes
 
 private:

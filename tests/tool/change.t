@@ -89,20 +89,21 @@ kvio: s: group h: a member is there already: x; nothing is saved without --force
  group g 1 group h group i group j|kvio: s: group h: a member names no t: no; nothing is saved without --force [4]|t x
  2 t y 0 t m t n 0 u x u z group g 2 group h group i group j group k
 $ kvio rename-entity a s t no v; kvio rename-container $h f; kvio rename-container a s list t l f; kvio show a s
-> kvio append a s group t j lost; kvio attr set a s t 'a & b' name z; kvio attr set -k group a s t f type u
+> kvio rename-container a s group t j lo; kvio append a s group t lo lost; kvio attr set a s t 'a & b' name z
+> kvio attr set -k group a s t f type u
 > kvio attr decrease a s t 'a & b' reference; kvio attr set $y reference 7; kvio join -cf a s group t f no
 > kvio rename-member a s group t f no h; kvio create-scope a s/v; kvio define a s v x; kvio define a s/u t x
 > kvio create a s group user_group_object_t u; kvio join a s group user_group_object_t u zoe; kvio check a
 kvio: no t no in s [1]|kvio: group f of t: it exists already [1]|s/|  t a & b [reference=2]|  t y [reference=0]|  t m|
   t n [reference=0]|  u x|  u z|  group f of t [reference=2]|    a & b|  group h of t|    no|    f (container)|    a &
  b|  group i of u|    x|  list f of t|    a & b|    a & b|  group j of t|    lost|  group k of t|    f (container)
-|kvio: s: group j: a member names no t: lost; nothing is saved without --force [4]|kvio: s: group f: a member names no
- t: a & b; nothing is saved without --force [4]|kvio: s: group f: a member names no u: a & b; nothing is saved without
- --force [4]|kvio: s: t a & b: reference is too low, or no number; nothing is saved without --force [4]|kvio: s: group
- f contains itself: f > h > f; nothing is saved without --force [4]|kvio: s/v: the scope has the name of a type beside
- it; nothing is saved without --force [4]|kvio: there are 2 scopes s/u [4]|s: group f: member 2 names no group: no|s:
- group h: member 1 names no t: no|s: group j: member 1 names no t: lost|s: t y: reference is 7, groups that name it: 0
- [4]
+|kvio: s: group lo: a member names no t: lost; nothing is saved without --force [4]|kvio: s: group f: a member names
+ no t: a & b; nothing is saved without --force [4]|kvio: s: group f: a member names no u: a & b; nothing is saved
+ without --force [4]|kvio: s: t a & b: reference is too low, or no number; nothing is saved without --force [4]|kvio:
+ s: group f contains itself: f > h > f; nothing is saved without --force [4]|kvio: s/v: the scope has the name of a
+ type beside it; nothing is saved without --force [4]|kvio: there are 2 scopes s/u [4]|s: group f: member 2 names no
+ group: no|s: group h: member 1 names no t: no|s: group lo: member 1 names no t: lost|s: t y: reference is 7, groups
+ that name it: 0 [4]
 
 A batch is saved as a whole or not at all. Its lines may name what comes later.
 $ batch() { cp /tmp/c a; printf "$@" | kvio batch a && counts; }

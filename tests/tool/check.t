@@ -27,8 +27,8 @@ kvio: nothing is repaired; --yes repairs it without a question|s/deep: the scope
  member 5 names no group: no (-)|s: group g: member 6 is there already: y (-)|s: group g: member 7 is neither entity
  nor container: other|s: group g: member 9 is there already: g|s: group h: member 6 names no t: # (-)|s: list n has no
  type|s: list of t has no name|s: list d of t has an identical duplicate (repair: remove it)|s: list d: member 1 names
- no t: no (-)|s: group g contains itself: g > g|s: group p contains itself: p > r > p|s: group k contains itself: k >
- k|s: t v: reference is missing, groups that name it: 2 (= 2)|s: t w: reference is -1, groups that name it: 0 (= 0)|s:
+ no t: no (-)|s: group g contains itself: g > g|s: group k contains itself: k > k|s: group p contains itself: p > r >
+ p|s: t v: reference is missing, groups that name it: 2 (= 2)|s: t w: reference is -1, groups that name it: 0 (= 0)|s:
  t y: reference is 0, groups that name it: 2 (= 2)|s: t z: reference is 5, groups that name it: 0|s: u x: reference is
  many, no number, groups that name it: 0 (= 0)|s: group g: reference is -1, groups that name it: 2 (= 2)|s: group i:
  reference is 0, groups that name it: 2 (= 2)|two: group g: member 1 names no t: b [4]|kvio: --yes goes with --repair
