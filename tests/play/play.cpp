@@ -27,8 +27,8 @@
 //
 // An outcome is the result; kvio_errno, if it is not 0 ("-" for: as before); the bytes written; a number given; the
 // callbacks with their arguments; after a semicolon, files and locks that changed; after a colon, what was written to
-// the standard error stream (of the object layer only what begins with "%") and to the log. Nodes are shown as place and
-// name, arrays as count, capacity and nodes, "@" is the function and "~" the configuration directory.
+// the standard error stream (of the object layer only what begins with "%") and to the log. Nodes are shown as place
+// and name, arrays as count, capacity and nodes, "@" is the function and "~" the configuration directory.
 //
 // The modes play the same sessions with each allocation of each call failing in turn, and with each callback and each
 // call of the store by the object layer. Then a call of the store does all of its work, or fails and changes nothing;
@@ -621,8 +621,8 @@ std::string without_counts(const State &state) {
 bool is_allowed(const std::string &function, bool has_expressions, const Seen &seen, const Seen &whole,
                 const State &before, State after, const State &done) {
     if (seen.text == whole.text && after == done) return true;
-    // An operation on a list or group says that it failed and may leave half of its work. It does not notice that a count
-    // is not written, that members cannot be counted or checked for loops, and whether all members could be removed.
+    // An operation on a list or group says that it failed and may leave half of its work. It does not notice that a
+    // count is not written, that members cannot be counted or checked for loops, and whether all members could be removed.
     static const std::set<std::string> unnoticed = {"size", "check_loop", "begin", "end"};
     const bool is_store = function.rfind("kvio_", 0) == 0,
                has_failed = (whole.result != "0" && whole.result != "handle") || seen.result != whole.result;
@@ -647,8 +647,8 @@ bool is_allowed(const std::string &function, bool has_expressions, const Seen &s
     return seen.failed && (is_code || without_code.count(function)) && after == before;
 }
 
-// Plays each session with the first, second, third, ... fault in each call until none strikes, and begins again where the
-// call has done something.
+// Plays each session with the first, second, third, ... fault in each call until none strikes, and begins again where
+// the call has done something.
 void Play::sweep(const std::function<void(int)> &plan, bool (*struck)()) {
     struct Done {
         Seen seen;
