@@ -2,10 +2,10 @@
 #ifndef KAVEX_BASE_TEXT_H
 #define KAVEX_BASE_TEXT_H
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 
 // Whether two texts are equal. Most texts differ in the first byte, which needs no call.
 inline bool same(const char *a, const char *b) noexcept { return *a == *b && std::strcmp(a, b) == 0; }
@@ -33,24 +33,14 @@ inline bool copy_if_fits(char *buffer, std::size_t size, const char *text) noexc
 
 // Numbers as the 32-bit target reads them: strtol and strtoul of base 10, saturated at 32 bits.
 inline std::int32_t to_int32(const char *text) noexcept {
-    long value = std::strtol(text, nullptr, 10);
-    if (value > std::numeric_limits<std::int32_t>::max()) return std::numeric_limits<std::int32_t>::max();
-    if (value < std::numeric_limits<std::int32_t>::min()) return std::numeric_limits<std::int32_t>::min();
-    return static_cast<std::int32_t>(value);
+    return static_cast<std::int32_t>(std::clamp<long>(std::strtol(text, nullptr, 10), INT32_MIN, INT32_MAX));
 }
 
 // A text with a minus sign is negated within 32 bits, as strtoul does where a long has 32.
 inline std::uint32_t to_uint32(const char *text) noexcept {
-    while (*text == ' ' || (*text >= '\t' && *text <= '\r')) ++text;
-    bool negative = *text == '-';
-    if (negative || *text == '+') ++text;
-    std::uint32_t value = 0;
-    for (; *text >= '0' && *text <= '9'; ++text) {
-        std::uint32_t digit = static_cast<std::uint32_t>(*text - '0');
-        if (__builtin_mul_overflow(value, 10u, &value) || __builtin_add_overflow(value, digit, &value))
-            return std::numeric_limits<std::uint32_t>::max();
-    }
-    return negative ? 0u - value : value;
+    constexpr long long most = UINT32_MAX;
+    long long value = std::strtoll(text, nullptr, 10);
+    return static_cast<std::uint32_t>(value < -most || value > most ? most : value);
 }
 
 #endif
