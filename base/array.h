@@ -76,14 +76,6 @@ public:
         return true;
     }
 
-    // Appends copies of a record until there are `size`, which are no fewer than now.
-    bool fill(std::size_t size, T record) noexcept {
-        std::size_t before = size_;
-        if (!resize(size)) return false;
-        std::fill(begin() + before, end(), record);
-        return true;
-    }
-
     // Keeps the first `size` records.
     void shorten(std::size_t size) noexcept { size_ = size; }
 

@@ -74,7 +74,8 @@ private:
 
     bool grow(std::size_t times) noexcept {
         Array<Slot> old;
-        if (!old.fill(slots_.empty() ? 16 : times * slots_.size(), Slot{0, Value()})) return false;
+        if (!old.resize(slots_.empty() ? 16 : times * slots_.size())) return false;
+        std::fill(old.begin(), old.end(), Slot{0, Value()});
         std::swap(slots_, old);
         std::size_t start = 0;  // a free slot, so that values of one hash keep their order
         while (start < old.size() && old[start].hash) ++start;
