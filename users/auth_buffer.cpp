@@ -22,31 +22,19 @@ int change_lock(int id, short by) {
     return semop(id, &operation, 1);
 }
 
-// The shared buffer. The destructor detaches it. Access needs the lock.
-class AttachedBuffer {
-public:
-    // Attaches the buffer. False after a failure, which is logged under the step's name.
-    AttachedBuffer(const char *step, const char *user) {
-        key_t key = key_of(paths::auth_buffer_key);
-        int id = key == -1 ? -1 : shmget(key, sizeof(auth_buffer_t), 0);
-        void *bytes = id < 0 ? nullptr : shmat(id, nullptr, 0);
-        if (id < 0)
-            kvlog(USER_OP, "[%s]Get shared buffer has failed. User:%s.", step, user);
-        else if (bytes == reinterpret_cast<void *>(-1))
-            kvlog(USER_OP, "[%s]Attach shared buffer has failed. User:%s.", step, user);
-        else
-            buffer_ = static_cast<auth_buffer_t *>(bytes);
-    }
-    AttachedBuffer(const AttachedBuffer &) = delete;
-    ~AttachedBuffer() {
-        if (buffer_) shmdt(buffer_);
-    }
-    explicit operator bool() const { return buffer_; }
-    auth_buffer_t *operator->() const { return buffer_; }
+// The shared buffer, attached. Access needs the lock.
+using AttachedBuffer = Owned<auth_buffer_t, shmdt>;
 
-private:
-    auth_buffer_t *buffer_ = nullptr;
-};
+// Attaches the buffer. Null after a failure, which is logged under the step's name.
+AttachedBuffer attach(const char *step, const char *user) {
+    key_t key = key_of(paths::auth_buffer_key);
+    int id = key == -1 ? -1 : shmget(key, sizeof(auth_buffer_t), 0);
+    if (id < 0) return LOGGED(nullptr, "[%s]Get shared buffer has failed. User:%s.", step, user);
+    void *bytes = shmat(id, nullptr, 0);
+    if (bytes == reinterpret_cast<void *>(-1))
+        return LOGGED(nullptr, "[%s]Attach shared buffer has failed. User:%s.", step, user);
+    return AttachedBuffer(static_cast<auth_buffer_t *>(bytes));
+}
 
 // The index of the user's first slot in a list of the buffer, or -1.
 template <class Entry>
@@ -63,7 +51,7 @@ int find_slot(const Entry (&slots)[AUTH_BUFFER_SLOTS], const char *user) {
 // on it.
 void release_radius(const char *user) {
     constexpr char step[] = "release_radius_db";
-    AttachedBuffer buffer(step, user);
+    AttachedBuffer buffer = attach(step, user);
     if (!buffer) return;
     int slot = find_slot(buffer->radius, user);
     if (slot >= 0)
@@ -74,7 +62,7 @@ void release_radius(const char *user) {
 
 // Frees the user's slots. False, after a message, if the buffer cannot be used.
 bool release_slots(const char *user, const char *function) {
-    AttachedBuffer buffer(function, user);
+    AttachedBuffer buffer = attach(function, user);
     if (!buffer) return false;
     int slot = find_slot(buffer->auth, user);
     if (slot < 0) return true;
@@ -87,23 +75,25 @@ bool release_slots(const char *user, const char *function) {
 
 }  // namespace
 
-BufferLock::BufferLock(const char *function, Reason missing) {
+BufferLock lock_buffer(const char *function, bool with_reason) {
     key_t key = key_of(paths::auth_lock_key);
-    id_ = key == -1 ? -1 : semget(key, 1, 0666);
-    if (id_ < 0 && missing == with_reason)
+    int id = key == -1 ? -1 : semget(key, 1, 0666);
+    if (id < 0 && with_reason)
         kvlog(USER_OP, "[%s]Get lock id has failed:%s.", function, std::strerror(errno));
-    else if (id_ < 0)
+    else if (id < 0)
         kvlog(USER_OP, "[%s]Get lock id has failed.", function);
-    if (id_ < 0 || change_lock(id_, -1) == 0) return;
-    kvlog(USER_OP, "[%s]Lock buffer has failed:%s.", function, std::strerror(errno));
-    id_ = -1;
+    else if (change_lock(id, -1) == 0)
+        return BufferLock(id);
+    else
+        kvlog(USER_OP, "[%s]Lock buffer has failed:%s.", function, std::strerror(errno));
+    return BufferLock();
 }
 
-int BufferLock::unlock() { return id_ < 0 ? 0 : change_lock(std::exchange(id_, -1), +1); }
+int unlock_buffer(int id) { return change_lock(id, +1); }
 
 int get_auth_module(const char *user) {
     if (!user) return -1;
-    AttachedBuffer buffer(__func__, user);
+    AttachedBuffer buffer = attach(__func__, user);
     if (!buffer) return -1;
     int slot = find_slot(buffer->auth, user);
     return slot < 0 ? -1 : buffer->auth[slot].method;
@@ -112,10 +102,10 @@ int get_auth_module(const char *user) {
 int get_info_from_radius(user_profile_t *profile, const char *user) {
     if (!profile || !user) return -1;
     int slot = -1;
-    if (AttachedBuffer searched("check_radius_db", user); searched) slot = find_slot(searched->radius, user);
+    if (AttachedBuffer searched = attach("check_radius_db", user)) slot = find_slot(searched->radius, user);
     if (slot < 0) return LOGGED(-1, "[%s]User:%s does not found in RADIUS database.", __func__, user);
 
-    AttachedBuffer buffer(__func__, user);
+    AttachedBuffer buffer = attach(__func__, user);
     if (!buffer) return -1;
     radius_entry_t entry = buffer->radius[slot];
     entry.user[sizeof entry.user - 1] = '\0';  // It may have changed if the caller does not hold the lock.
@@ -130,8 +120,8 @@ int get_info_from_radius(user_profile_t *profile, const char *user) {
 
 int release_auth_list(const char *user) {
     if (!user) return -1;
-    BufferLock lock(__func__);
+    BufferLock lock = lock_buffer(__func__);
     if (!lock || !release_slots(user, __func__)) return -1;
-    if (lock.unlock() == 0) return 0;
+    if (lock.close() == 0) return 0;
     return LOGGED(-1, "[%s]Unlock buffer has failed:%s.", __func__, std::strerror(errno));
 }

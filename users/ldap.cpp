@@ -95,22 +95,6 @@ bool write_command(char (&line)[command_size], const LdapSettings &settings, con
     return length >= 0 && static_cast<std::size_t>(length) < sizeof line;
 }
 
-// Finds the first character that can begin an argument; null if there is none.
-char *find_initial(char *text) {
-    text += std::strcspn(text, "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ./-+:\"");
-    return *text ? text : nullptr;
-}
-
-// Finds the end of an argument. A separating double quote behind a backslash belongs to the argument and loses the
-// backslash.
-char *find_separator(char *text, char separator) {
-    for (char *end = std::strchr(text, separator); end; end = std::strchr(end, separator)) {
-        if (separator != '"' || end[-1] != '\\') return end;
-        std::memmove(end - 1, end, std::strlen(end) + 1);
-    }
-    return nullptr;
-}
-
 // Asks one server for the user's entry, with the result of search().
 bool ask(const LdapSettings &settings, const char *host, const char *user, user_profile_t &profile) {
     char command[command_size], shown_command[command_size];
@@ -118,24 +102,10 @@ bool ask(const LdapSettings &settings, const char *host, const char *user, user_
     if (!write_command(command, settings, host, user, settings.bind_password))
         return LOGGED(false, "[%s]LDAP command line is too long. User:%s.", "do_ldapsearch", user);
     kvlog(USER_OP, "ldap cmd: %s\n", shown_command);
-    return search(Arguments(command), shown_command, host, user, settings.time_limit, profile);
+    return search(command, shown_command, host, user, settings.time_limit, profile);
 }
 
 }  // namespace
-
-// An argument in double quotes, which the first one cannot be, runs to the next quote, any other to the next space. At
-// least one character stands between two arguments, so that the array is large enough for any command line.
-Arguments::Arguments(char *line) {
-    for (char *start = find_initial(line); start; start = find_initial(start)) {
-        bool is_quoted = count && *start == '"';
-        if (is_quoted) ++start;
-        items[count++] = start;
-        start = find_separator(start, is_quoted ? '"' : ' ');
-        if (!start) break;
-        *start++ = '\0';
-    }
-    items[count] = nullptr;
-}
 
 int get_ldap_server_info(char *host, char *port, char *base, char *login_attribute, char *bind_dn, char *bind_password,
                          int *ssl, int *time_limit) {

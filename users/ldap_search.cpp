@@ -53,6 +53,33 @@ struct Pipe {
     Descriptor read, write;
 };
 
+// Finds the end of an argument. A separating double quote behind a backslash belongs to the argument and loses the
+// backslash.
+char *find_separator(char *text, char separator) {
+    for (char *end = std::strchr(text, separator); end; end = std::strchr(end, separator)) {
+        if (separator != '"' || end[-1] != '\\') return end;
+        std::memmove(end - 1, end, std::strlen(end) + 1);
+    }
+    return nullptr;
+}
+
+// Cuts a command line into arguments within itself, which end with a null pointer. An argument in double quotes, which
+// the first one cannot be, runs to the next quote, any other to the next space. At least one character stands between
+// two arguments, so that the array is large enough for any command line.
+void split(char *line, char *(&arguments)[command_size]) {
+    constexpr char initials[] = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ./-+:\"";
+    std::size_t count = 0;
+    for (char *start = std::strpbrk(line, initials); start; start = std::strpbrk(start, initials)) {
+        bool is_quoted = count && *start == '"';
+        if (is_quoted) ++start;
+        arguments[count++] = start;
+        start = find_separator(start, is_quoted ? '"' : ' ');
+        if (!start) break;
+        *start++ = '\0';
+    }
+    arguments[count] = nullptr;
+}
+
 void restore_default_signals() {
     struct sigaction action {};
     action.sa_handler = SIG_DFL;
@@ -63,14 +90,14 @@ void restore_default_signals() {
 }
 
 // The child between fork() and execv(): only async-signal-safe calls, until there is something to report.
-[[noreturn]] void run_tool(const Arguments &command, const char *shown_command, const Pipe &pipe) {
+[[noreturn]] void run_tool(char *const *command, const char *shown_command, const Pipe &pipe) {
     if (dup2(pipe.write.get(), STDOUT_FILENO) >= 0) {
         // With descriptor 2 closed, the tool's diagnostics would go into the next file that it opens.
         for (int fd : {STDIN_FILENO, STDERR_FILENO})
             if (fcntl(fd, F_GETFD) < 0) open("/dev/null", O_RDWR);
         restore_default_signals();
-        if (command.count)
-            execv(command.items[0], command.items);
+        if (*command)
+            execv(*command, command);
         else
             kvlog(USER_OP, "[%s]No acceptable initial character found.", "__execv");
     }
@@ -78,33 +105,30 @@ void restore_default_signals() {
     _exit(1);
 }
 
+bool has_ended(pid_t tool) { return waitpid(tool, nullptr, WNOHANG) != 0; }
+
+// Sends SIGTERM, and SIGKILL after a while. Waits for this process id only: the caller may have other children. Where
+// the caller ignores SIGCHLD, or its handler reaps, no child is left to wait for, and no process is killed.
+int end_tool(pid_t tool) {
+    if (has_ended(tool)) return 0;
+    kill(tool, SIGTERM);
+    for (std::int64_t deadline = now() + exit_grace; !has_ended(tool); poll(nullptr, 0, 1))
+        if (now() >= deadline) kill(tool, SIGKILL);
+    return 0;
+}
+
 // The running tool. It does not outlive this object.
-class Tool {
-public:
-    // Starts the tool; false with errno. No signal handler of the caller's runs in the child.
-    Tool(const Arguments &command, const char *shown_command, const Pipe &pipe) {
-        SignalsBlocked blocked;
-        pid_ = fork();
-        if (pid_ == 0) run_tool(command, shown_command, pipe);
-    }
-    Tool(const Tool &) = delete;
+using Tool = Number<end_tool>;
 
-    // Sends SIGTERM, and SIGKILL after a while. Waits for this process id only: the caller may have other children.
-    // Where the caller ignores SIGCHLD, or its handler reaps, no child is left to wait for, and no process is killed.
-    ~Tool() {
-        if (pid_ < 0 || has_ended()) return;
-        kill(pid_, SIGTERM);
-        for (std::int64_t deadline = now() + exit_grace; !has_ended(); poll(nullptr, 0, 1))
-            if (now() >= deadline) kill(pid_, SIGKILL);
-    }
-
-    explicit operator bool() const { return pid_ >= 0; }
-
-private:
-    bool has_ended() const { return waitpid(pid_, nullptr, WNOHANG) != 0; }
-
-    pid_t pid_;
-};
+// Starts the tool; none with errno. No signal handler of the caller's runs in the child.
+Tool start_tool(char *command, const char *shown_command, const Pipe &pipe) {
+    char *arguments[command_size];
+    split(command, arguments);
+    SignalsBlocked blocked;
+    pid_t pid = fork();
+    if (pid == 0) run_tool(arguments, shown_command, pipe);
+    return Tool(pid);
+}
 
 // Waits for the tool's output and reads it once. The tool writes the entry and the result of the search in separate
 // pieces: when the pipe becomes readable, perhaps only the first is there. False after a message.
@@ -152,12 +176,12 @@ int parse_search_result(char *text, user_profile_t *profile, const char *user) {
     return 1;
 }
 
-bool search(const Arguments &command, const char *shown_command, const char *host, const char *user, int time_limit,
-            user_profile_t &profile) {
+bool search(char (&command)[command_size], const char *shown_command, const char *host, const char *user,
+            int time_limit, user_profile_t &profile) {
     Pipe pipe;
     if (!pipe.read || !pipe.write)
         return LOGGED(false, "[%s]Cannot create pipe for ldapsearch:%s.", step, std::strerror(errno));
-    Tool tool(command, shown_command, pipe);
+    Tool tool = start_tool(command, shown_command, pipe);
     if (!tool) return LOGGED(false, "[%s]Cannot fork for ldapsearch:%s.", step, std::strerror(errno));
     pipe.write.close();
 

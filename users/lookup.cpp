@@ -45,7 +45,7 @@ user_profile_t *get_user_profile(const char *user) {
     if (!user) return nullptr;
     auto profile = zeroed<Owned<user_profile_t, free_user_profile>>();
     if (!profile) return LOGGED(nullptr, "[%s]Insufficient memory.", __func__);
-    BufferLock lock(__func__);
+    BufferLock lock = lock_buffer(__func__);
     if (!lock) return nullptr;
 
     int method = get_auth_module(user);
@@ -53,7 +53,7 @@ user_profile_t *get_user_profile(const char *user) {
     if (method == -1) return nullptr;
     int result = look_up(method, *profile, user);
 
-    if (lock.unlock() < 0) kvlog(USER_OP, "[%s]Unlock buffer has failed.", __func__);
+    if (lock.close() < 0) kvlog(USER_OP, "[%s]Unlock buffer has failed.", __func__);
     if (result < 0) return LOGGED(nullptr, "[%s]Get user profile has failed: %s.", __func__, std::strerror(errno));
     kvlog(USER_OP, "User:%s, type=%s, lease time=%d, reauth time=%d.", profile->name, word_of_code(profile->type),
           profile->lease_time, profile->re_auth);

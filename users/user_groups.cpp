@@ -125,7 +125,7 @@ UserGroup read_group(const char *name, const char *function) {
 
 user_group_t *retrieve_user_group(const char *group) {
     if (!group) return nullptr;
-    BufferLock lock(__func__);
+    BufferLock lock = lock_buffer(__func__);
     if (!lock) return nullptr;
     StoreCodeKept kept;
     return read_group(group, __func__).release();
@@ -148,14 +148,14 @@ int check_user_in_group(const char *group, const char *user) {
 
 int verify_user_group(const char *group) {
     if (!group) return -1;
-    BufferLock lock(__func__, BufferLock::without_reason);
+    BufferLock lock = lock_buffer(__func__, false);
     if (!lock) return -1;
     StoreCodeKept kept;
     Snapshot document = open_template(paths::group_template);
     if (!document) return LOGGED(-1, "[%s]Retrieve backup file has failed:%s.", __func__, std::strerror(errno));
     bool is_defined = kvio_retrieve_entity(document.get(), group_scope, "group_description_t", group);
     document.reset();
-    if (lock.unlock() < 0) return LOGGED(-1, "[%s]Unlock buffer has failed:%s.", __func__, std::strerror(errno));
+    if (lock.close() < 0) return LOGGED(-1, "[%s]Unlock buffer has failed:%s.", __func__, std::strerror(errno));
     return is_defined ? 1 : 0;
 }
 

@@ -51,37 +51,21 @@ Descriptor open_trusted(const char *path);
 // Turns a descriptor into a stream, to be read line by line; null with errno if there is none.
 File open_lines(Descriptor descriptor);
 
-// The buffer lock. The destructor releases it.
-class BufferLock {
-public:
-    enum Reason { with_reason, without_reason };
+// Gives the buffer lock back; 0, or -1 with errno.
+int unlock_buffer(int id);
 
-    // Takes the lock; waits until it is free or a signal handler runs. False after a failure, which is logged under the
-    // function's name; `missing` says whether the message about a missing semaphore set ends with the text of errno.
-    explicit BufferLock(const char *function, Reason missing = with_reason);
-    BufferLock(const BufferLock &) = delete;
-    ~BufferLock() { unlock(); }
-    explicit operator bool() const { return id_ >= 0; }
+using BufferLock = Number<unlock_buffer>;
 
-    // Releases the lock now; 0, or -1 with errno.
-    int unlock();
-
-private:
-    int id_;
-};
+// Takes the buffer lock; waits until it is free or a signal handler runs. None after a failure, which is logged under
+// the function's name. `with_reason` adds the text of errno to the message about a missing semaphore set.
+BufferLock lock_buffer(const char *function, bool with_reason = true);
 
 constexpr std::size_t command_size = 512;
 
-// Cuts a command line into arguments within itself. The items end with a null pointer, for execv().
-struct Arguments {
-    explicit Arguments(char *line);
-    char *items[command_size];
-    std::size_t count = 0;
-};
-
 // Runs the search tool, which asks one server for the user's entry. True if it was found and the profile filled, false
-// after a message. The tool does not survive the call, which takes at most the time limit and 2 seconds.
-bool search(const Arguments &command, const char *shown_command, const char *host, const char *user, int time_limit,
-            user_profile_t &profile);
+// after a message. The tool does not survive the call, which takes at most the time limit and 2 seconds. The command
+// line is cut into arguments within itself.
+bool search(char (&command)[command_size], const char *shown_command, const char *host, const char *user,
+            int time_limit, user_profile_t &profile);
 
 #endif
