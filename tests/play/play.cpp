@@ -623,7 +623,8 @@ bool is_allowed(const std::string &function, bool has_expressions, const Seen &s
     if (seen.text == whole.text && after == done) return true;
     // An operation on a list or group says that it failed and may leave half of its work. It does not notice that a
     // count is not written, that members cannot be counted or checked for loops, and whether all members could be
-    // removed. static const std::set<std::string> unnoticed = {"size", "check_loop", "begin", "end"};
+    // removed.
+    static const std::set<std::string> unnoticed = {"size", "check_loop", "begin", "end"};
     const bool is_store = function.rfind("kvio_", 0) == 0,
                has_failed = (whole.result != "0" && whole.result != "handle") || seen.result != whole.result;
     const bool is_noticed = function != "dispose_group" && !unnoticed.count(records::failed());
