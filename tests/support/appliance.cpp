@@ -28,17 +28,11 @@ std::string log_text;
 pid_t observer = -1;  // the process that is inside a call()
 int captured = -1;    // takes what is written to descriptor 2: a file in memory does not fill up as a pipe does
 
-// One line for each object, after the line of headings.
-int count_lines(const char *path) {
-    const std::string text = read_file(path);
-    return static_cast<int>(std::count(text.begin(), text.end(), '\n')) - 1;
-}
-
 // The numbers in a directory of /proc: open descriptors, or processes.
 std::set<std::string> numbers_in(const char *directory) {
     std::set<std::string> found;
     for (const auto &entry : fs::directory_iterator(directory))
-        if (isdigit(entry.path().filename().string()[0])) found.insert(entry.path().filename());
+        if (isdigit(entry.path().filename().c_str()[0])) found.insert(entry.path().filename());
     return found;
 }
 
@@ -48,16 +42,14 @@ std::set<std::string> numbers_in(const char *directory) {
 extern "C" void kvlog(int a, int b, int c, int d, int e, int f, int g, const char *tag, const char *format, ...) {
     faults::Pause pause;
     const int error = errno;
-    char head[200], *text = nullptr;
+    char line[8192];
+    const int head = std::snprintf(line, sizeof line, "%s %d,%d,%d,%d,%d,%d,%d: ", tag, a, b, c, d, e, f, g);
     va_list arguments;
     va_start(arguments, format);
-    if (vasprintf(&text, format, arguments) < 0) std::abort();
+    std::vsnprintf(line + head, sizeof line - static_cast<size_t>(head), format, arguments);
     va_end(arguments);
-    std::snprintf(head, sizeof head, "%s %d,%d,%d,%d,%d,%d,%d: ", tag, a, b, c, d, e, f, g);
-    const std::string line = std::string(head) + text;
-    std::free(text);
     if (observer >= 0 && getpid() != observer)
-        std::fputs(line.c_str(), stderr);
+        std::fputs(line, stderr);
     else
         log_text += line;
     errno = error;
@@ -87,13 +79,8 @@ Outcome observe(const std::function<long()> &body) {
     return outcome;
 }
 
-bool Outcome::operator==(const Outcome &other) const {
-    return result == other.result && code == other.code && err == other.err && log == other.log;
-}
-
 void PrintTo(const Outcome &outcome, std::ostream *out) {
-    *out << "{" << outcome.result << ", " << (outcome.code == untouched ? "untouched" : std::to_string(outcome.code))
-         << ", " << testing::PrintToString(outcome.err) << ", " << testing::PrintToString(outcome.log) << "}";
+    *out << outcome.result << " " << outcome.code << " err: " << outcome.err << " log: " << outcome.log;
 }
 
 void write_file(const std::string &path, const std::string &text, mode_t mode) {
@@ -109,20 +96,16 @@ std::string read_file(const std::string &path) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-bool file_exists(const std::string &path) { return access(path.c_str(), F_OK) == 0; }
+int lines_below_the_first(const char *path) {
+    const std::string text = read_file(path);
+    return static_cast<int>(std::count(text.begin(), text.end(), '\n')) - 1;
+}
 
 mode_t file_mode(const std::string &path) {
     struct stat status = {};
     EXPECT_EQ(stat(path.c_str(), &status), 0) << "no file " << path;
     return status.st_mode & 07777;
 }
-
-std::string config_path(const std::string &name) { return "/etc/kavex/conf/" + name; }
-bool is_redo_file(const std::string &path) { return path.find("/.kavex-redo-") != std::string::npos; }
-void write_config(const std::string &name, const std::string &text) { write_file(config_path(name), text); }
-std::string read_config(const std::string &name) { return read_file(config_path(name)); }
-
-int lock_count() { return count_lines("/proc/sysvipc/sem"); }
 
 bool locked(const std::string &path) {
     key_t key = ftok(path.c_str(), 0);
@@ -136,8 +119,8 @@ void ApplianceTest::SetUp() {
         std::fprintf(stderr, "These tests write the appliance's real paths: run them with scripts/appliance-root\n");
         std::exit(2);
     }
-    for (const char *directory : {"/etc/kavex/conf", "/etc/kavex/conf/small"})
-        for (const auto &entry : fs::directory_iterator(directory))
+    for (const char *directory : {"small/", ""})
+        for (const auto &entry : fs::directory_iterator(config_path(directory)))
             if (entry.path().filename() != "small") fs::remove_all(entry.path());
     kvio_initialize();
     call([] {});
@@ -148,17 +131,12 @@ void ApplianceTest::SetUp() {
 void ApplianceTest::TearDown() {
     faults::clear();
     EXPECT_EQ(lock_count(), 0) << "left behind: semaphores\n" << read_file("/proc/sysvipc/sem");
-    EXPECT_EQ(count_lines("/proc/sysvipc/shm"), 0) << "left behind: shared memory";
+    EXPECT_EQ(lines_below_the_first("/proc/sysvipc/shm"), 0) << "left behind: shared memory";
     EXPECT_EQ(numbers_in("/proc/self/fd"), descriptors_) << "left behind: descriptors";
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "left behind: a child";
     // A process whose parent died is buried by the root's first process, in its own time.
     for (int i = 0; i < 500 && numbers_in("/proc") != processes_; ++i) usleep(10000);
     EXPECT_EQ(numbers_in("/proc"), processes_) << "left behind: processes";
-}
-
-void OpenDocument::TearDown() {
-    close();
-    ApplianceTest::TearDown();
 }
 
 void OpenDocument::open_whole(const std::string &document) {
@@ -178,9 +156,4 @@ void OpenDocument::close() {
     close_container();
     if (config) call([&] { return kvio_close_config(config); });
     config = nullptr;
-}
-
-void OpenDocument::close_container() {
-    kvio_close_list(iterator);
-    iterator = nullptr;
 }

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <kavex/store.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <functional>
 #include <iosfwd>
@@ -15,6 +16,23 @@
 #include <type_traits>
 
 #include "tests/support/faults.h"
+
+void write_file(const std::string &path, const std::string &text, mode_t mode = 0600);
+std::string read_file(const std::string &path);  // fails the test when there is none
+inline bool file_exists(const std::string &path) { return access(path.c_str(), F_OK) == 0; }
+mode_t file_mode(const std::string &path);  // the permission bits
+int lines_below_the_first(const char *path);
+
+// In the directory of the configurations, where "small" has a full-size file system of 256 KiB.
+inline std::string config_path(const std::string &name) { return "/etc/kavex/conf/" + name; }
+inline void write_config(const std::string &name, const std::string &text) { write_file(config_path(name), text); }
+inline std::string read_config(const std::string &name) { return read_file(config_path(name)); }
+// What the store keeps beside a file that it has saved.
+inline bool is_redo_file(const std::string &path) { return path.find("/.kavex-redo-") != std::string::npos; }
+
+bool locked(const std::string &path);  // looks for the semaphore of the file itself
+// The semaphore sets of the private root.
+inline int lock_count() { return lines_below_the_first("/proc/sysvipc/sem"); }
 
 // Makes one test after the other start alike and checks in its end that it left nothing: no semaphore set, no shared
 // memory segment, the same descriptors, no child and no process of its children.
@@ -30,14 +48,17 @@ private:
 // The same with one open document: the elements of its scope "s" are written in the test.
 class OpenDocument : public ApplianceTest {
 protected:
-    void TearDown() override;
+    void TearDown() override {
+        close();
+        ApplianceTest::TearDown();
+    }
 
     // Each closes the document before; a snapshot comes from another file and has no lock.
     void open(const std::string &scope) { open_whole("<kavex><s>" + scope + "</s></kavex>"); }
     void open_whole(const std::string &document);
     void open_snapshot(const std::string &scope);
     void close();
-    void close_container();
+    void close_container() { kvio_close_list(std::exchange(iterator, nullptr)); }
     static std::string path() { return "/etc/kavex/conf/a.xml"; }
 
     kvio_config_t *config = nullptr;
@@ -54,7 +75,9 @@ struct Outcome {
     std::string err = {};  // what was written to descriptor 2, with what child processes logged
     std::string log = {};  // the system log, as "list_op 5,7,5,0,0,0,0: text\n", one after the other
 
-    bool operator==(const Outcome &other) const;
+    bool operator==(const Outcome &other) const {
+        return result == other.result && code == other.code && err == other.err && log == other.log;
+    }
 };
 void PrintTo(const Outcome &outcome, std::ostream *out);
 
@@ -74,19 +97,5 @@ Outcome call(Body &&body) {
             return static_cast<long>(body());
     });
 }
-
-void write_file(const std::string &path, const std::string &text, mode_t mode = 0600);
-std::string read_file(const std::string &path);  // fails the test when there is none
-bool file_exists(const std::string &path);
-mode_t file_mode(const std::string &path);  // the permission bits
-
-// In the directory of the configurations, where "small" has a full-size file system of 256 KiB.
-std::string config_path(const std::string &name);
-void write_config(const std::string &name, const std::string &text);
-std::string read_config(const std::string &name);
-bool is_redo_file(const std::string &path);  // what the store keeps beside a file that it has saved
-
-bool locked(const std::string &path);  // looks for the semaphore of the file itself
-int lock_count();                      // the semaphore sets of the private root
 
 #endif

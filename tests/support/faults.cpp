@@ -17,6 +17,9 @@
 #include <map>
 
 namespace faults {
+
+bool active;
+
 namespace {
 
 struct Plan {
@@ -31,7 +34,7 @@ struct Plan {
 std::vector<Plan> plans;
 std::map<std::pair<std::string, int>, key_t> keys;
 std::vector<Change> recorded;
-bool active, was_planned, fired, latest_struck, records;
+bool has_struck, records;
 int allocation_count;
 long block_count;
 
@@ -71,7 +74,7 @@ const Plan *due(const char *function) {
     for (Plan &plan : plans) {
         if (plan.function != function || plan.nth == 0 || (plan.nth > 1 && plan.nth--)) continue;
         if (plan.extent == once) plan.nth = 0;
-        fired = true;
+        has_struck = true;
         errno = plan.error ? plan.error : errno;
         if (!plan.deed) return &plan;
         Pause pause;
@@ -115,43 +118,32 @@ void shorten(const char *function, size_t bytes, int nth, Extent extent) {
 void intrude(const char *function, std::function<void()> deed, int nth) {
     plans.push_back({function, nth, once, 0, 0, std::move(deed)});
 }
-void set_key(const char *path, int project, key_t key) { keys[{path, project}] = key; }
-void fail_allocation(int nth, Extent extent) { fail("malloc", ENOMEM, nth, extent); }
+void set_key(const char *path, int project, int key) { keys[{path, project}] = key; }
 int allocations() { return allocation_count; }
 long blocks() { return block_count; }
-bool struck() { return latest_struck; }
+bool struck() { return has_struck; }
 
+std::vector<Change> &changes() { return recorded; }
 void record(bool wanted) {
     records = wanted;
     recorded.clear();
 }
-std::vector<Change> &changes() { return recorded; }
-
 void begin() {
-    was_planned = !plans.empty();
-    fired = false;
+    has_struck = has_struck && plans.empty();
     allocation_count = 0;
     active = true;
 }
-
 void end() {
     active = false;
-    if (was_planned) latest_struck = fired;
     plans.clear();
 }
-
 void clear() {
     end();
     keys.clear();
-    latest_struck = false;
+    has_struck = false;
 }
 
-Pause::Pause() : active_(active) { active = false; }
-Pause::~Pause() { active = active_; }
-
 }  // namespace faults
-
-// ---------------------------------------------------------------------------------- the functions of the C library
 
 // Compiled for large files: open() is open64(), pread() is pread64() and so on, as the library uses them.
 using faults::Change;

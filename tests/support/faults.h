@@ -3,16 +3,16 @@
 #ifndef KAVEX_TESTS_SUPPORT_FAULTS_H
 #define KAVEX_TESTS_SUPPORT_FAULTS_H
 
-#include <sys/types.h>
-
-#include <cstdint>
+#include <cerrno>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace faults {
 
 enum Extent { once, from_then_on };
+extern bool active;
 
 // The nth (1 is the next) use of a function fails with this errno. Known are those that faults.cpp defines.
 void fail(const char *function, int error, int nth = 1, Extent extent = once);
@@ -21,10 +21,10 @@ void shorten(const char *function, size_t bytes, int nth = 1, Extent extent = on
 // Runs a function right before the nth use of another one, as a second process might.
 void intrude(const char *function, std::function<void()> deed, int nth = 1);
 // ftok() of this path with this project id gives this key.
-void set_key(const char *path, int project, key_t key);
+void set_key(const char *path, int project, int key);
 
 // The nth allocation fails (malloc, calloc, realloc, also those of the XML library and of libc).
-void fail_allocation(int nth, Extent extent = once);
+inline void fail_allocation(int nth, Extent extent = once) { fail("malloc", ENOMEM, nth, extent); }
 // How many the latest call() asked for, and how many blocks were allocated and not released inside call()s. Both stay
 // at 0, and none fails, without KAVEX_TEST_ALLOCATIONS.
 int allocations();
@@ -36,7 +36,7 @@ bool struck();
 // A change of a file, or of a name in a directory, that a call() made.
 struct Change {
     enum Kind { write, resize, sync, name, unname, sync_names } kind;
-    std::uint64_t file;  // its inode
+    unsigned long file;  // its inode
     size_t offset;       // of what was written, or the new size
     std::string data;    // what was written, or the name's path
 };
@@ -51,15 +51,9 @@ void end();
 void clear();
 
 // Suspends the faults for code of the test program that runs inside a call: callbacks, the log recorder.
-class Pause {
-public:
-    Pause();
-    ~Pause();
-    Pause(const Pause &) = delete;
-    Pause &operator=(const Pause &) = delete;
-
-private:
-    bool active_;
+struct Pause {
+    ~Pause() { active = before; }
+    const bool before = std::exchange(active, false);
 };
 
 }  // namespace faults
