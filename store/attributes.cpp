@@ -9,23 +9,20 @@ constexpr const char *unattached = "() error: bad iterator, no container assoici
 
 xmlNode *element_of(kvio_node_t *entity, const char *who) { return store::is_given(entity, who) ? entity : nullptr; }
 
-// Calls change() for an attribute.
-template <class Change>
-int change_attribute(xmlNode *element, const char *name, Change change) {
+int set(xmlNode *element, const char *name, const char *value) {
     if (!element) return 0;
     const bool renames = name && same(name, "name");
     if (renames) store::forget(element);
-    change();
+    xml::set_attribute(element, name, value);
     if (renames) store::learn(element);
     return succeed(1);
 }
 
-int set(xmlNode *element, const char *name, const char *value) {
-    return change_attribute(element, name, [=] { xml::set_attribute(element, name, value); });
-}
-
 int unset(xmlNode *element, const char *name) {
-    return change_attribute(element, name, [=] { xml::remove_attribute(element, name); });
+    if (!element) return 0;
+    if (name && same(name, "name")) store::forget(element);
+    xml::remove_attribute(element, name);
+    return succeed(1);
 }
 
 int get(const xmlNode *element, const char *name, const store::Buffer &buffer) {

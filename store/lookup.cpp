@@ -123,15 +123,6 @@ xmlNode *scope_or_null(const kvio_config_t *config, const char *scope) noexcept 
     return is_root(found.only) ? nullptr : found.only;
 }
 
-void search_scope(const xmlNode *scope, const char *type, const char *name, bool any_namespace, Found &found) noexcept {
-    constexpr int few = 64;  // children that are searched faster than they are indexed
-    if (name && find_indexed(scope, type, name, found)) return;
-    int children = 0;
-    for (xmlNode *child = scope->children; child; child = child->next, ++children)
-        if ((any_namespace || !child->ns) && is_entity(child, type, name)) found.add(child);
-    if (name && children >= few) note_search(scope, type);
-}
-
 Found find_entities(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept {
     // Below the root there are scopes, not entities.
     if (!is_usable(scope) || (!is_plain(scope) && is_root(evaluate(document, scope).only)))

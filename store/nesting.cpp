@@ -23,6 +23,17 @@ struct Container {
     }
 };
 
+// A container or an entity in a table of names.
+struct Named {
+    xmlNode *element;   // null for an entity that is taken
+    const char *name;   // null unless it is in place
+    std::size_t index;  // of a container, in the list of them
+
+    bool is(const char *wanted) const noexcept {
+        return element && (name ? same(name, wanted) : xml::is_named(element, wanted));
+    }
+};
+
 class Nesting {
 public:
     explicit Nesting(const kvio_iterator_t *top) noexcept : top_(top) {}
@@ -64,7 +75,7 @@ private:
 
     const kvio_iterator_t *top_;
     Array<Container> containers_;  // the top, and those of the scope that a member can name
-    NameTable<std::uint32_t> container_names_;
+    NameTable<Named> container_names_;
     bool has_memory_ = true;
 
     Array<Frame> stack_;
@@ -73,12 +84,8 @@ private:
     Container *nested_ = nullptr;  // the container that this member names
 
     // The scope's entities are searched up to next_; these are the ones passed over.
-    struct Passed {
-        xmlNode *element;  // null once taken
-        const char *name;  // null unless it is in place
-    };
     xmlNode *next_ = nullptr;
-    NameTable<Passed> passed_;
+    NameTable<Named> passed_;
 };
 
 // Lists the containers that members can name, unless there are no container members. The first one of a name counts.
@@ -86,17 +93,16 @@ bool Nesting::list_containers() noexcept {
     if (!containers_.push({top_->node, Container::unseen, KVIO_OK, 0})) return false;
     const xmlNode *member = top_->node->children;
     while (member && !store::is_container_member(member)) member = member->next;
-    const xmlNode *scope = member ? store::scope_or_null(top_->config, top_->scope) : nullptr;
-    for (const xmlNode *child = scope ? scope->children : nullptr; child; child = child->next) {
+    xmlNode *scope = member ? store::scope_or_null(top_->config, top_->scope) : nullptr;
+    for (xmlNode *child = scope ? scope->children : nullptr; child; child = child->next) {
         const xmlAttr *name = store::is_container(child, top_->kind, top_->type) ? xml::name_of(child) : nullptr;
         if (!name) continue;
         xml::Text text = xml::Text::of(name);
         if (!text) return false;
-        std::uint32_t hash = hash_of(text.get());
-        auto is_named = [&](std::uint32_t at) { return xml::is_named(containers_[at].element, text.get()); };
-        if (container_names_.find(hash, is_named)) continue;
+        const std::uint32_t hash = hash_of(text.get());
+        if (container_names_.find(hash, [&](const Named &container) { return container.is(text.get()); })) continue;
         bool is_top = child == top_->node;
-        if (!container_names_.add(hash, is_top ? 0 : static_cast<std::uint32_t>(containers_.size()))) return false;
+        if (!container_names_.add(hash, {child, text.in_place(), is_top ? 0 : containers_.size()})) return false;
         if (!is_top && !containers_.push({child, Container::unseen, KVIO_OK, 0})) return false;
     }
     return true;
@@ -111,9 +117,9 @@ Nesting::Step Nesting::follow() noexcept {
         if (current_ == containers_.begin()) kvio_errno = KVIO_EMPTY_ITEM;
         return Step::nowhere;
     }
-    auto is_named = [&](std::uint32_t at) { return xml::is_named(containers_[at].element, name.get()); };
-    if (const std::uint32_t *at = container_names_.find(hash_of(name.get()), is_named)) {
-        nested_ = &containers_[*at];
+    auto is_it = [&](const Named &container) { return container.is(name.get()); };
+    if (const Named *container = container_names_.find(hash_of(name.get()), is_it)) {
+        nested_ = &containers_[container->index];
         return Step::container;
     }
     store::find_container(top_->config, top_->kind, top_->scope, top_->type, name.get(),
@@ -181,10 +187,8 @@ int Nesting::real_size() noexcept {
 // the scope where the search before ended: members in the order of their entities, as appending leaves them, need no
 // table.
 xmlNode *Nesting::take_entity(const char *name) noexcept {
-    auto is_named = [&](const Passed &passed) {
-        return passed.element && (passed.name ? same(passed.name, name) : xml::is_named(passed.element, name));
-    };
-    Passed *passed = passed_.empty() ? nullptr : passed_.find(hash_of(name), is_named);
+    auto is_it = [&](const Named &passed) { return passed.is(name); };
+    Named *passed = passed_.empty() ? nullptr : passed_.find(hash_of(name), is_it);
     if (passed) return std::exchange(passed->element, nullptr);
     while (next_ && has_memory_) {
         xmlNode *child = std::exchange(next_, next_->next);
@@ -192,7 +196,7 @@ xmlNode *Nesting::take_entity(const char *name) noexcept {
         if (!at) continue;
         xml::Text text = xml::Text::of(at);
         if (same(text, name)) return child;
-        has_memory_ = text && passed_.add(hash_of(text.get()), {child, text.in_place()});
+        has_memory_ = text && passed_.add(hash_of(text.get()), {child, text.in_place(), 0});
     }
     return nullptr;
 }

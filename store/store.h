@@ -122,10 +122,6 @@ struct Found {
 // Adds the entities of this name, or all for a null name, in one scope; those with a namespace only if `any_namespace`.
 void search_scope(const xmlNode *scope, const char *type, const char *name, bool any_namespace, Found &found) noexcept;
 
-// The same by an index, if there is one that answers. False: the scope must be searched, and note_search() be told.
-bool find_indexed(const xmlNode *scope, const char *type, const char *name, Found &found) noexcept;
-void note_search(const xmlNode *scope, const char *type) noexcept;
-
 // Keep the indexes true: for an element that was appended or renamed, and for one that will be removed or renamed.
 void learn(xmlNode *element) noexcept;
 void forget(const xmlNode *element) noexcept;
