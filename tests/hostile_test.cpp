@@ -142,6 +142,9 @@ TEST_F(Hostile, NothingIsSavedThatCannotBeReadBack) {
         EXPECT_EQ(length, value.size());
     }
     EXPECT_EQ(call([&] { return kvio_dump(config, "/dev/full"); }).code, KVIO_IO);
+    open_file("<kavex><s><t name='a' xmlns:n='u'/></s></kavex>");
+    EXPECT_EQ(kvio_setattr_entity(entity(), "xmlns:n", "v"), 1);
+    EXPECT_EQ(save().code, KVIO_IO);
     // An encoding that the XML library reads, but writes only in part.
     if (open_file(in("ISO-885-91")).code != 0) return;
     EXPECT_EQ(kvio_set(entity(), "f", "\xc3\xa4\xe2\x82\xac"), 1);
