@@ -73,17 +73,6 @@ void set_fields(kvio_node_t *entity, const Strings &pairs) {
     }
 }
 
-// Deletes an entity or container that no container names.
-void remove_unnamed(const Call &call, Document &document) {
-    const Element element = document.find(call);
-    const std::vector<Element> named = members_naming(element.parent(), element.identity());
-    if (!named.empty() && !call.has('f'))
-        throw Failure{inconsistent, named[0].parent().tag() + (' ' + named[0].parent().name()) + " names " +
-                                        element.name() + "; remove it from there first, or use --force"};
-    document.references.erase(element.node());
-    element.remove();
-}
-
 [[noreturn]] void refuse_existing(const std::string &what) { throw Failure{not_found, what + ": it exists already"}; }
 
 // A container, or a member of it.
@@ -94,23 +83,8 @@ std::string label_of(const Handle &handle, const std::string &member = "") {
 
 void refuse_member(const Handle &handle, const std::string &name) {
     for (Element member : Element(handle->node))
-        if ((member.is("entity") || member.is("container")) && member.has_text(name))
+        if ((member.is("entity") || member.is("container")) && member.text() == name)
             refuse_existing(label_of(handle, name));
-}
-
-using AttributeChange = int (*)(kvio_node_t *, const char *, uint32_t *);
-
-// The store counts from 0 after the largest number, and after a text that is no number.
-void change_counter(const Call &call, Document &document, AttributeChange change, bool up) {
-    const std::string &attribute = checked_name(call["ATTRIBUTE"], "attribute");
-    const Element entity = document.find(call);
-    const std::string text = entity.attribute(attribute).value_or("");
-    bool countable = text.size() <= 10 && text.find_first_not_of("0123456789") == std::string::npos;
-    if (!countable || (up && std::strtoull(text.c_str(), nullptr, 10) >= UINT32_MAX))
-        throw Failure{inconsistent, "attribute " + attribute + " is " + text + ", which cannot be counted on"};
-    uint32_t value = 0;
-    if (!change(entity.node(), attribute.c_str(), &value)) store_failure("attribute " + attribute);
-    document.output += std::to_string(value) + '\n';
 }
 
 }  // namespace
@@ -135,9 +109,15 @@ void define(Call &call, Document &document) {
     set_fields(entity, call.from("FIELD"));
 }
 
-void undefine(Call &call, Document &document) {
-    checked_type(call.type());
-    remove_unnamed(call, document);
+// Deletes an entity or container that no container names.
+void remove_unnamed(Call &call, Document &document) {
+    const Element element = document.find(call);
+    const std::vector<Element> named = members_naming(element.parent(), element.identity());
+    if (!named.empty() && !call.has('f'))
+        throw Failure{inconsistent, named[0].parent().tag() + (' ' + named[0].parent().name()) + " names " +
+                                        element.name() + "; remove it from there first, or use --force"};
+    document.references.erase(element.node());
+    element.remove();
 }
 
 // Renames an entity or container and the members that name it.
@@ -163,12 +143,10 @@ void create(Call &call, Document &document) {
     checked_name(call.type(), "type");
     checked_label(call.container());
     document.scope(call.scope());
-    auto create_it = kind_of(call.kind()).create;
-    Handle made(create_it(document.get(), call.scope().c_str(), call.type().c_str(), call.container().c_str()));
-    if (!made) store_failure(call.kind() + ' ' + call.container() + " of " + call.type() + " in " + call.scope());
+    auto make = kind_of(call.kind()).create;
+    const Handle made(make(document.get(), call.scope().c_str(), call.type().c_str(), call.container().c_str()));
+    if (!made) store_failure(identity_of(call).label() + " in " + call.scope());
 }
-
-void dispose(Call &call, Document &document) { remove_unnamed(call, document); }
 
 void join(Call &call, Document &document) {
     const Handle handle = document.handle_of(call);
@@ -237,8 +215,19 @@ void attr_unset(Call &call, Document &document) {
     if (!kvio_unsetattr_entity(target.node(), attribute.c_str())) store_failure(target.label());
 }
 
-void attr_increase(Call &call, Document &document) { change_counter(call, document, kvio_increase_entity_attr, true); }
-
-void attr_decrease(Call &call, Document &document) { change_counter(call, document, kvio_decrease_entity_attr, false); }
+// Adds 1, or subtracts it. The store counts from 0 after the largest number, and after a text that is no number.
+void attr_count(Call &call, Document &document) {
+    const bool up = call.verb->name == std::string("attr increase");
+    const std::string &attribute = checked_name(call["ATTRIBUTE"], "attribute");
+    const Element entity = document.find(call);
+    const std::string text = entity.attribute(attribute).value_or("");
+    bool countable = text.size() <= 10 && text.find_first_not_of("0123456789") == std::string::npos;
+    if (!countable || (up && std::strtoull(text.c_str(), nullptr, 10) >= UINT32_MAX))
+        throw Failure{inconsistent, "attribute " + attribute + " is " + text + ", which cannot be counted on"};
+    uint32_t value = 0;
+    auto count = up ? kvio_increase_entity_attr : kvio_decrease_entity_attr;
+    if (!count(entity.node(), attribute.c_str(), &value)) store_failure("attribute " + attribute);
+    document.output += std::to_string(value) + '\n';
+}
 
 }  // namespace kvio

@@ -208,11 +208,12 @@ int save_change(const Call &call, const std::function<void(Document &)> &make) {
         Document document = Document::change(call);
         make(document);
         if (!call.has('f')) refuse_new_faults(document, call.name());
-        if (call.has('n'))
+        if (call.has('n')) {
             differences(call, Document::look(call.name()), document, text);
-        else
+        } else {
             document.save();
-        if (!call.has('n')) text = document.output;
+            text = document.output;
+        }
     }
     put(text);  // without the lock, since a reader may keep it waiting
     return success;

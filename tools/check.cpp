@@ -19,14 +19,9 @@ struct Problem {
     std::string count;   // the count that it sets; empty: it removes the target
 };
 
-bool is_number(const std::string &text) {
-    std::size_t digits = !text.empty() && text[0] == '-' ? 1 : 0;
-    return text.size() > digits && text.find_first_not_of("0123456789", digits) == std::string::npos;
-}
-
-// The name of an entity member that was added without one: # and its number.
-bool is_default_name(const std::string &name) {
-    return name.size() > 1 && name[0] == '#' && name.find_first_not_of("0123456789", 1) == std::string::npos;
+// Whether digits alone follow a position, one at least.
+bool has_number(const std::string &text, std::size_t at) {
+    return text.size() > at && text.find_first_not_of("0123456789", at) == std::string::npos;
 }
 
 std::string short_label(Element element) { return element.tag() + (' ' + element.name()); }
@@ -67,6 +62,8 @@ private:
         return problems_.back();
     }
 
+    Problem &found(const std::string &text) { return found(text, text); }
+
     // Reports duplicates, and forgets those that are equal to the first: a repair removes them.
     void check_unique(std::vector<Element> &same, const std::string &what) {
         if (same.size() == 1) return;
@@ -86,10 +83,8 @@ private:
     }
 
     void check_container(Element container) {
-        bool typed = !container.type().empty(), named = !container.name().empty();
-        if (!typed) found(short_label(container) + " has no type", short_label(container) + " has no type");
-        const std::string nameless = container.identity().full_type() + " has no name";
-        if (!named) found(nameless, nameless);
+        if (container.type().empty()) found(short_label(container) + " has no type");
+        if (container.name().empty()) found(container.identity().full_type() + " has no name");
         std::map<std::string, std::string> seen;  // names of a group's members, and what they are of
         int position = 0;
         for (Element member : container) check_member(container, member, ++position, seen);
@@ -120,7 +115,8 @@ private:
         if (tag != "entity" && tag != "container") return "is neither entity nor container: " + tag;
         if (name.empty()) return "has no name";
         if (type.empty() || elements_.count(named_by(container, member))) return "";
-        if (tag == "entity" && (!holds_entities(type) || is_default_name(name))) return "";
+        bool is_default = name[0] == '#' && has_number(name, 1);  // of a member that was added without a name
+        if (tag == "entity" && (!holds_entities(type) || is_default)) return "";
         return "names no " + (tag == "entity" ? type : container.tag()) + ": " + name;
     }
 
@@ -168,7 +164,7 @@ private:
         while (path[first].parent() != container) --first;
         std::string text = short_label(container) + " contains itself: ";
         for (std::size_t i = first; i < path.size(); ++i) text += path[i].parent().name() + " > ";
-        found(text + container.name(), text + container.name());
+        found(text + container.name());
     }
 
     // Programs read 0 where the attribute is missing. One group may name an element that no program counts; with a
@@ -181,7 +177,7 @@ private:
         const int named = references_[identity];
         if (same.size() != 1 || (!text && named < 2)) return;
         if (is_group && (identity.type.empty() || identity.name.empty())) return;
-        bool number = !text || is_number(*text);
+        bool number = !text || has_number(*text, (*text)[0] == '-' ? 1 : 0);
         long counted = text ? std::strtol(text->c_str(), nullptr, 10) : 0;
         if (text && number && (counted == named || (is_group && counted == named - 1))) return;
         const std::string label = short_label(element);

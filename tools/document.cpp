@@ -42,9 +42,8 @@ constexpr Meaning meanings[] = {
 [[noreturn]] void parse_failure(const std::string &what) {
     const xmlError *error = xmlGetLastError();
     std::string line = error && error->line > 0 ? ':' + std::to_string(error->line) : "";
-    std::string reason = error && error->message ? error->message : "";
-    while (!reason.empty() && reason.back() == '\n') reason.pop_back();
-    throw Failure{inconsistent, what + line + ": not well-formed" + (reason.empty() ? "" : ": " + reason)};
+    std::string reason = error && error->message ? std::string(": ") + error->message : "";
+    throw Failure{inconsistent, what + line + ": not well-formed" + reason.substr(0, reason.find('\n'))};
 }
 
 }  // namespace

@@ -36,11 +36,9 @@ public:
 
     const char *tag() const { return reinterpret_cast<const char *>(node_->name); }
     bool is(const std::string &tag_name) const { return tag_name == tag(); }
-    std::string text() const;  // of all descendants
-    bool has_text(const std::string &wanted) const;
+    std::string text() const;   // of all descendants
     std::string value() const;  // as the store reads values: the text of the first child
     std::optional<std::string> attribute(const std::string &name) const;
-    bool has(const char *attribute_name, const std::string &value) const;
     std::string name() const { return attribute("name").value_or(""); }
     std::string type() const { return attribute("type").value_or(""); }
     Pairs attributes() const;

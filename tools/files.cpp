@@ -31,18 +31,22 @@ xml::Document document_of(Element scope) {
     return document;
 }
 
-void run_on_files(int (*operation)(const char *, const char *), const Call &call) {
-    const std::string &from = call.name(), &to = call["NEW"];
-    if (from == to) throw Failure{misused, from + " twice"};
-    with_lock(call, from + " to " + to, [&] { return operation(from.c_str(), to.c_str()) == 0; });
-}
-
 // Refuses what is there but no regular file.
 void check_regular(const std::string &path) {
     struct stat file;
     if (stat(path.c_str(), &file) != 0) return;
     if (S_ISDIR(file.st_mode)) system_failure(path, EISDIR);
     if (!S_ISREG(file.st_mode)) throw Failure{io_error, path + ": it is no regular file"};
+}
+
+// For NAME and NEW.
+int run_on_files(int (*operation)(const char *, const char *), const Call &call) {
+    const std::string &from = call.name(), &to = call["NEW"];
+    if (from == to) throw Failure{misused, from + " twice"};
+    check_regular(path_of(from));
+    check_regular(path_of(to));
+    with_lock(call, from + " to " + to, [&] { return operation(from.c_str(), to.c_str()) == 0; });
+    return success;
 }
 
 // Puts a pipe in the place of standard output.
@@ -79,7 +83,7 @@ std::set<std::string> scopes_of(const Document &document) {
 }
 
 void refuse_loss(const Document &source, const Document &target, const Call &call) {
-    std::set<std::string> kept = scopes_of(source);
+    const std::set<std::string> kept = scopes_of(source);
     const std::string within = call.given("SCOPE") ? call.scope() + '/' : "";
     for (const std::string &scope : scopes_of(target))
         if (scope.compare(0, within.size(), within) == 0 && !kept.count(scope))
@@ -204,17 +208,9 @@ void write_file(const std::string &path, const std::string &bytes) {
     system_failure(path, reason);
 }
 
-int copy(Call &call) {
-    check_regular(path_of(call.name()));
-    check_regular(path_of(call["NEW"]));
-    run_on_files(kvio_copy_config, call);
-    return success;
-}
+int copy(Call &call) { return run_on_files(kvio_copy_config, call); }
 
-int rename(Call &call) {
-    run_on_files(kvio_rename_config, call);
-    return success;
-}
+int rename(Call &call) { return run_on_files(kvio_rename_config, call); }
 
 int remove(Call &call) {
     with_lock(call, call.name(), [&] { return kvio_remove_config(call.name().c_str()) == 0; });

@@ -174,8 +174,8 @@ std::string complete(Strings words);
 Run show, get, ls, members, find, count, refs, attr_get, batch, edit;
 Run copy, rename, remove, save_as, backup, restore, diff, check, lock_status, lock_clear;
 Run user_show, user_method, user_release, user_groups, user_types;
-Change set, unset, define, undefine, rename_all, create_scope, create, dispose;
-Change join, append, insert, leave, rename_member, attr_set, attr_unset, attr_increase, attr_decrease;
+Change set, unset, define, remove_unnamed, rename_all, create_scope, create;
+Change join, append, insert, leave, rename_member, attr_set, attr_unset, attr_count;
 
 }  // namespace kvio
 

@@ -123,20 +123,16 @@ void put_names(Element container, Rows &rows) {
     for (Element one : container.parent()) groups.emplace(one.identity(), one);
     groups.erase(container.identity());
     std::set<std::string> names;
-    std::vector<Element> open = {container.begin()};  // the next member of each group
-    while (!open.empty()) {
-        const Element member = open.back();
-        if (!member) {
-            open.pop_back();
-            continue;
+    std::vector<Element> found = {container};
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        for (Element member : Element(found[i])) {
+            const Identity named = named_by(container, member);
+            if (member.is("entity") && names.insert(named.name).second) rows.add({{"entity", named.name}});
+            auto nested = member.is("container") ? groups.find(named) : groups.end();
+            if (nested == groups.end()) continue;
+            found.push_back(nested->second);
+            groups.erase(nested);
         }
-        open.back() = member.next();
-        const Identity named = named_by(container, member);
-        if (member.is("entity") && names.insert(named.name).second) rows.add({{"entity", named.name}});
-        auto nested = member.is("container") ? groups.find(named) : groups.end();
-        if (nested == groups.end()) continue;
-        open.push_back(nested->second.begin());
-        groups.erase(nested);
     }
 }
 
@@ -180,18 +176,17 @@ int show(Call &call) {
     const std::string format = format_of(call, true);
     if (format == "xml") return backup(call);
     Document document = Document::look(call.name());
-    std::vector<Element> shown;
-    if (call.given("SCOPE"))
-        shown.push_back(document.scope(call.scope()));
-    else
-        for (Element scope : document.root()) shown.push_back(scope);
     Strings objects;
-    for (Element element : shown) {
+    auto print = [&](Element scope) {
         if (format == "text")
-            draw(element, "", "");
+            draw(scope, "", "");
         else
-            objects.push_back(json_element(element, "  "));
-    }
+            objects.push_back(json_element(scope, "  "));
+    };
+    if (call.given("SCOPE"))
+        print(document.scope(call.scope()));
+    else
+        for (Element scope : document.root()) print(scope);
     if (format == "json") put(json_lines(objects));
     return success;
 }

@@ -10,18 +10,6 @@
 #include "store/xml.h"
 
 namespace kvio {
-namespace {
-
-// Counts each element that a group names once, however often it does.
-void count_members(Element group, const std::map<Identity, xmlNode *> &known, References &counts) {
-    std::set<xmlNode *> seen;
-    for (Element member : group) {
-        auto found = known.find(named_by(group, member));
-        if (found != known.end() && seen.insert(found->second).second) ++counts[found->second];
-    }
-}
-
-}  // namespace
 
 bool Identity::operator<(const Identity &other) const {
     return std::tie(kind, type, name) < std::tie(other.kind, other.type, other.name);
@@ -31,18 +19,11 @@ std::string Identity::label() const { return kind.empty() ? type + ' ' + name : 
 
 std::string Element::text() const { return xml::Text::below(node_).get(); }
 
-bool Element::has_text(const std::string &wanted) const { return same(xml::Text::below(node_), wanted.c_str()); }
-
 std::string Element::value() const { return node_->children ? xml::Text::content_of(node_->children).get() : ""; }
 
 std::optional<std::string> Element::attribute(const std::string &name) const {
     const xmlAttr *found = xml::attribute(node_, name.c_str());
     return found ? std::optional<std::string>(xml::Text::of(found).get()) : std::nullopt;
-}
-
-bool Element::has(const char *attribute_name, const std::string &value) const {
-    const xmlAttr *found = xml::attribute(node_, attribute_name);
-    return found && xml::same(found, value.c_str());
 }
 
 Pairs Element::attributes() const {
@@ -100,18 +81,18 @@ Identity Element::identity() const {
 }
 
 bool Element::is(const Identity &wanted) const {
-    if (!is(wanted.kind.empty() ? wanted.type : wanted.kind) || !has("name", wanted.name)) return false;
-    return wanted.kind.empty() || has("type", wanted.type);
+    if (!is(wanted.kind.empty() ? wanted.type : wanted.kind) || attribute("name") != wanted.name) return false;
+    return wanted.kind.empty() || attribute("type") == wanted.type;
 }
 
 void Element::set_text(const std::string &text) const {
     xmlNodeSetContent(node_, nullptr);
     xmlNodeAddContent(node_, xml::str(text.c_str()));
-    if (!has_text(text)) throw std::bad_alloc();
+    if (this->text() != text) throw std::bad_alloc();
 }
 
 void Element::set_attribute(const char *name, const std::string &value) const {
-    if (!kvio_setattr_entity(node_, name, value.c_str()) || !has(name, value)) throw std::bad_alloc();
+    if (!kvio_setattr_entity(node_, name, value.c_str()) || attribute(name) != value) throw std::bad_alloc();
 }
 
 Element Element::add(const std::string &tag_name) const {
@@ -150,10 +131,11 @@ std::vector<Element> members_naming(Element scope, const Identity &named) {
     const bool entity = named.kind.empty();
     std::vector<Element> found;
     for (Element container : scope) {
-        if (!(entity ? is_kind(container.tag()) : container.is(named.kind)) || !container.has("type", named.type))
+        if (!(entity ? is_kind(container.tag()) : container.is(named.kind)) ||
+            container.attribute("type") != named.type)
             continue;
         for (Element member : container)
-            if (member.is(entity ? "entity" : "container") && member.has_text(named.name)) found.push_back(member);
+            if (member.is(entity ? "entity" : "container") && member.text() == named.name) found.push_back(member);
     }
     return found;
 }
@@ -167,8 +149,13 @@ References references_below(Element root) {
             known.emplace(child.identity(), child.node());
             result[child.node()] = 0;
         }
-        for (Element group : scope)
-            if (group.is("group")) count_members(group, known, result);
+        for (Element group : scope) {
+            std::set<Identity> named;  // once each, however often the group does
+            if (group.is("group"))
+                for (Element member : group) named.insert(named_by(group, member));
+            for (const Identity &one : named)
+                if (auto found = known.find(one); found != known.end()) ++result[found->second];
+        }
     });
     return result;
 }

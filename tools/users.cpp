@@ -83,17 +83,16 @@ int user_groups(Call &call) {
 
 int user_types(Call &call) {
     Rows rows(call);
-    auto put_row = [&](const std::string &type, const Strings &numbers) {
-        rows.add({{"type", type},
-                  {"access", numbers[0]},
-                  {"visibility", numbers[1]},
-                  {"remote_admin", numbers[2]},
-                  {"remote_access", numbers[3]}});
+    const Strings columns = {"type", "access", "visibility", "remote_admin", "remote_access"};
+    auto put_row = [&](const Strings &texts) {
+        Pairs row;
+        for (std::size_t i = 0; i < columns.size(); ++i) row.emplace_back(columns[i], texts[i]);
+        rows.add(row);
     };
-    if (!rows.as_json()) put_row("type", {"access", "visibility", "remote_admin", "remote_access"});
+    if (!rows.as_json()) put_row(columns);
     for (const user_type_def_t *row = def_user_profile; row->type_name; ++row)
-        put_row(row->type_name, {std::to_string(row->access), std::to_string(row->visibility),
-                                 std::to_string(row->remote_admin), std::to_string(row->remote_access)});
+        put_row({row->type_name, std::to_string(row->access), std::to_string(row->visibility),
+                 std::to_string(row->remote_admin), std::to_string(row->remote_access)});
     return rows.finish();
 }
 

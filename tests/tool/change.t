@@ -28,11 +28,11 @@ $ kvio define a s t 'z & "z"' f 1 g 2; kvio define $x; kvio define a s group x; 
 > kvio undefine a s t 'z & "z"'; for scope in new/v new new/group s/t 'new/a b'; do kvio create-scope a "$scope"
 > done; kvio ls a
 kvio: t x in s: it exists already [1]|kvio: group is a kind of container, no type of entities [2]|kvio: type a b is
- not an XML name [2]|kvio: the name is empty [2]|kvio: type * is not an XML name [2]|kvio: group g names x; remove it
- from there first, or use --force [4]|f	1|g	2|kvio: t z & "z": it exists already [1]|kvio: the name is empty [2]|kvio:
- no t z & "z" in s [1]|kvio: new: it exists already [1]|kvio: group is a kind of container, no scope [2]|kvio: s/t:
- the scope has the name of a type beside it; nothing is saved without --force [4]|kvio: scope a b is not an XML name
- [2]|s|two|two|new|new/v
+ not an XML name [2]|kvio: the name is empty [2]|kvio: no * x in s [1]|kvio: group g names x; remove it from there
+ first, or use --force [4]|f	1|g	2|kvio: t z & "z": it exists already [1]|kvio: the name is empty [2]|kvio: no t z &
+ "z" in s [1]|kvio: new: it exists already [1]|kvio: group is a kind of container, no scope [2]|kvio: s/t: the scope
+ has the name of a type beside it; nothing is saved without --force [4]|kvio: scope a b is not an XML name [2]|s|two
+|two|new|new/v
 
 Containers and members.
 $ cp /tmp/a a; for call in 'list t m' 'list t m' 'heap t m' 'list t/t m'; do kvio create a s $call; done
