@@ -96,9 +96,7 @@ TEST_F(Hostile, UnusualDocumentsAreReadAndKept) {
         ASSERT_EQ(open_file(file).result, 1);
         const std::string text = "\xc3\xa4 \xe2\x82\xac ]]> <&>";  // the euro sign is in few of the small encodings
         ASSERT_EQ(kvio_set(entity(), "new", text.c_str()), 1);
-        xmlDoc *copy = xmlCopyDoc(entity()->doc, 1);
-        const int size = xmlSaveFormatFile("/tmp/expected.xml", copy, 1);
-        xmlFreeDoc(copy);
+        const int size = xmlSaveFormatFile("/tmp/expected.xml", entity()->doc, 1);
         EXPECT_EQ(save(), (Outcome{size, 0}));
         EXPECT_EQ(read_config("a.xml"), read_file("/tmp/expected.xml"));
         ASSERT_EQ(open_file(read_config("a.xml")).result, 1);
@@ -160,9 +158,9 @@ TEST_F(Hostile, FilesThatChangeBetweenTwoSteps) {
     const Act opening = [this] { return (config = kvio_open_config("a.xml", 0)) != nullptr; };
     const Act renaming = [] { return kvio_rename_config("a.xml", "c.xml"); };
     const std::tuple<const char *, int, Act, Act, int> rows[] = {
-        {"semget", 1, remove, opening, KVIO_NO_KEY}, {"open", 1, remove, opening, KVIO_MALFORMED},
-        {"semget", 1, replace, opening, KVIO_OK},    {"rename", 1, remove, renaming, KVIO_IO},
-        {"ftok", 3, fill, renaming, KVIO_EXISTS},    {"semget", 2, fill, renaming, KVIO_EXISTS},
+        {"semget", 1, remove, opening, KVIO_NO_KEY}, {"semget", 1, replace, opening, KVIO_OK},
+        {"rename", 1, remove, renaming, KVIO_IO},    {"ftok", 3, fill, renaming, KVIO_EXISTS},
+        {"semget", 2, fill, renaming, KVIO_EXISTS},
     };
     for (const auto &[function, nth, deed, run, code] : rows) {
         SCOPED_TRACE(std::string(function) + std::to_string(code));
@@ -180,14 +178,11 @@ TEST_F(Hostile, FilesThatChangeBetweenTwoSteps) {
 
 // The depth of nesting needs no stack, and paths cost no more than their containers.
 TEST_F(Hostile, DeepAndManyPaths) {
-    const std::tuple<int, size_t, const char *, int, Outcome> rows[] = {
-        {100'000, 1, "<entity>a</entity>", 0, {1, 0}},
-        {100'000, 1, "<container>0</container>", 1, {-1, 19}},
-        {30, 2, "<entity>a</entity>", 1, {1 << 30, 0}},
-        {200, 2, "<entity>a</entity>", 1, {-1, 2}},
-    };
-    for (const auto &[depth, times, last, loop, size] : rows) {
-        std::string text = "<t name='a'/><list name='" + std::to_string(depth) + "' type='t'>" + last + "</list>";
+    const std::string last = "<entity>a</entity>", first = "<container>0</container>";
+    const std::tuple<int, size_t, std::string, int, Outcome> rows[] = {
+        {100'000, 1, last, 0, {1, 0}}, {100'000, 1, first, 1, {-1, 19}}, {200, 2, last, 1, {-1, 2}}};
+    for (const auto &[depth, times, end, loop, size] : rows) {
+        std::string text = "<t name='a'/><list name='" + std::to_string(depth) + "' type='t'>" + end + "</list>";
         for (int i = 0; i < depth; ++i)
             text += "<list name='" + std::to_string(i) + "' type='t'>" +
                     repeat("<container>" + std::to_string(i + 1) + "</container>", times) + "</list>";
