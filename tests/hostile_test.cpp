@@ -179,8 +179,10 @@ TEST_F(Hostile, FilesThatChangeBetweenTwoSteps) {
 // The depth of nesting needs no stack, and paths cost no more than their containers.
 TEST_F(Hostile, DeepAndManyPaths) {
     const std::string last = "<entity>a</entity>", first = "<container>0</container>";
-    const std::tuple<int, size_t, std::string, int, Outcome> rows[] = {
-        {100'000, 1, last, 0, {1, 0}}, {100'000, 1, first, 1, {-1, 19}}, {200, 2, last, 1, {-1, 2}}};
+    const std::tuple<int, size_t, std::string, int, Outcome> rows[] = {{100'000, 1, last, 0, {1, 0}},
+                                                                       {100'000, 1, first, 1, {-1, 19}},
+                                                                       {30, 2, last, 1, {1 << 30, 0}},
+                                                                       {200, 2, last, 1, {-1, 2}}};
     for (const auto &[depth, times, end, loop, size] : rows) {
         std::string text = "<t name='a'/><list name='" + std::to_string(depth) + "' type='t'>" + end + "</list>";
         for (int i = 0; i < depth; ++i)
