@@ -199,16 +199,17 @@ Element Document::find(const std::string &scope_path, const Identity &wanted) co
     Strings types, names;
     Element found;
     for (Element child : parent) {
-        if (child.is(wanted) && found && wanted.kind.empty())
+        if (!child.is(wanted)) continue;
+        if (found && wanted.kind.empty())
             throw Failure{inconsistent, wanted.label() + " in " + scope_path + ": the name is not unique"};
-        if (child.is(wanted) && !found) found = child;
+        if (!found) found = child;
     }
     if (found) return found;
     for (Element child : parent) {
-        const Identity other = child.identity();
-        if (other.kind != wanted.kind || other.name.empty()) continue;
-        types.push_back(other.type);
-        if (other.type == wanted.type) names.push_back(other.name);
+        if (child.role() != (wanted.kind.empty() ? Role::entity : Role::container)) continue;
+        if (!wanted.kind.empty() && !child.is(wanted.kind)) continue;
+        const std::string type = wanted.kind.empty() ? child.tag() : child.type();
+        (type == wanted.type ? names : types).push_back(type == wanted.type ? child.name() : type);
     }
     throw Failure{not_found, "no " + wanted.label() + " in " + scope_path +
                                  (names.empty() ? suggestion(wanted.type, types) : suggestion(wanted.name, names))};
