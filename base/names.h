@@ -13,7 +13,7 @@ inline std::uint32_t hash_of(const char *text) noexcept {
     return hash ? hash : 1;
 }
 
-// The table keeps the hash of each text and a value, not the text: the caller compares the text that belongs to a value.
+// The table keeps the hash of each text and a value, not the text: the caller compares the text that goes with a value.
 template <class Value>
 class NameTable {
 public:
@@ -38,8 +38,8 @@ public:
         }
     }
 
-    // Adds a value; false when memory is short, with the table as it was. A full table grows so many times: by 4 for one
-    // that lives shortly, by 2 for one that is to be small.
+    // Adds a value; false when memory is short, with the table as it was. A full table grows by this factor: 4 where it
+    // lives shortly, 2 where it is to be small.
     bool add(std::uint32_t hash, Value value, std::size_t growth = 4) noexcept {
         if (4 * (size_ + 1) > 3 * slots_.size() && !grow(growth)) return false;
         place({hash, value});

@@ -1,8 +1,7 @@
 // What a container leads to through its container members: loops, sizes, and the entities in order.
 //
 // Every operation is a walk over the tree with an explicit stack: the nesting of a stored document may be deeper than
-// the stack of a thread. The containers of the scope are listed by name once, so that following a member does not search
-// the scope.
+// the stack of a thread. The containers of the scope are listed by name once: following a member does not search it.
 #include <algorithm>
 #include <climits>
 
@@ -229,8 +228,8 @@ bool Nesting::collect(Array<xmlNode *> &entities) noexcept {
 bool is_table(const kvio_iterator_t *iterator) { return iterator && same(iterator->kind, "table"); }
 
 // Collects the entities into an array with a slot for each of `size` members, or for more entities if a table counted
-// fewer. There can be so many paths to a container that no memory holds `size` slots: then it has as many as are needed.
-// Null with the code.
+// fewer. There can be too many paths to a container for `size` slots: then it has as many as are needed. Null with the
+// code.
 kvio_entities_t *collect(Nesting &nesting, int size) {
     Array<xmlNode *> found;
     if (!nesting.collect(found)) return nullptr;

@@ -103,8 +103,8 @@ int save(xmlDoc *document, const char *path, mode_t mode, RedoFile redo, const c
 // The longest scope: with "/kavex/" in front it makes 255 bytes.
 inline constexpr std::size_t max_scope = 255 - (sizeof "/kavex/" - 1);
 
-// Finds the one element that "/kavex/SCOPE" selects. Null with code and line if it selects none or several, and with the
-// code for a null config.
+// Finds the one element that "/kavex/SCOPE" selects. Null with code and line if it selects none or several; for a null
+// config with the code.
 xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *who) noexcept;
 
 // The same without a line and a code.

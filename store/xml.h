@@ -128,7 +128,7 @@ Document parse(const Bytes &bytes, const char *path) noexcept;
 // Whether what the document's references to entities stand for is more than the store takes.
 bool expands_too_far(const xmlDoc *document) noexcept;
 
-// The first node with bytes or names that XML cannot hold, or nested deeper than the parser goes. Null if there is none.
+// The first node with bytes or names that XML cannot hold, or nested deeper than the parser goes; null if all are fine.
 const xmlNode *find_unreadable(const xmlDoc *document) noexcept;
 
 // Appends the bytes that xmlSaveFormatFile() would write with format 1. False with errno: ENOMEM, EFBIG beyond what an

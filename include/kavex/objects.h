@@ -52,8 +52,8 @@
  *
  * **Results.** Lists return 0, or -1 on failure. Groups return 0, 1 on failure, or #GROUP_REFERENCE. A record
  * that lacks `config`, `scope`, `type`, `name`, `label`, or another field that the description says is needed, makes
- * group operations do nothing and return 0 (null from export_group()). After that, a name of another length than 1 to 63
- * bytes makes them do nothing and return 1 (null from export_group(), 0 from valid_property()).
+ * group operations do nothing and return 0 (null from export_group()). After that, a name not of 1 to 63 bytes makes
+ * them do nothing and return 1 (null from export_group(), 0 from valid_property()).
  *
  * **Messages** go to the system log, kvlog(), with the leading integers 5, 7, 5, 0, 0, 0, 0 and the tag "list_op" or
  * "group_op". They are listed before the lists and before the groups.
@@ -207,7 +207,7 @@ typedef struct group_desc_t {
  * - "%s: cannot join entry\n" (label): join_entry(), the entity cannot be created. "%s: cannot join entry %s\n" (both):
  *   join_entry(), the join is refused and the count is not 0.
  * - "%s: cannot specify properties for entry %s\n" (both): join_entry(), change_entry(). The latter also prints a
- *   line to the standard error stream, which begins with "% ", the step and the same text; steps are "kvio_open_group ",
+ *   line to the standard error stream, which begins with "% ", the step and the same text. Steps: "kvio_open_group ",
  *   "kvio_retrieve_entity ", "3 " (no buffer), "4 " (`get_property`), "5 " (`set_property`) and "" (closing).
  * - "%s: cannot join group %s, loop detected\n" (the labels of both groups): join_group().
  * - "cannot close property group\n", a failure, and "cannot close group\n", not one: export_group().

@@ -44,9 +44,9 @@
  * - **Ownership.** Handles belong to the caller and are released only through the store. Entity nodes belong to the
  *   document: never free them. A node is valid until its entity is undefined, its scope is replaced by
  *   kvio_rollback_checkpoint(), or its document is closed. No string argument is kept after a call.
- *   A program that uses libxml2 may read the tree through a node, and change texts and attributes but "name". Elements are
- *   named, added and removed through the store alone: it finds entities of large scopes by an index of their names, which
- *   notices only what is appended to the scope otherwise.
+ *   Programs with libxml2 may read the tree through a node, and change texts and attributes but "name". Elements are
+ *   named, added and removed through the store alone, which finds the entities of a large scope by an index. Else it
+ *   notices only what is appended to the scope.
  * - **Bounded copies.** A getter whose name ends in "2" takes the size of its buffer in bytes, at least 1 (with 0 it
  *   writes nothing). Byte size-1 is set to 0, then at most size-1 bytes of the text are copied; a shorter text is
  *   followed by zero bytes, so that the whole buffer is written; a longer one is cut, if need be inside a character.
@@ -137,8 +137,8 @@ enum kvio_code {
     /** The file is no well-formed XML document, or cannot be read. "%s is not well-formed\n" (path); kvio_restore():
      *  "restore failed, temporary file is broken.\n". errno is EBADMSG for what is not well-formed, of which
      *  xmlGetLastError() has line and reason; EOVERFLOW for entities that stand for too much; ENOMEM; EAGAIN if the
-     *  file changed at each of 1,000 tries to read it; EFBIG beyond 2 GiB; EISDIR or EINVAL for what is no regular file;
-     *  else the reason of open(2) or read(2). */
+     *  file changed at each of 1,000 tries to read it; EFBIG beyond 2 GiB; EISDIR or EINVAL for no regular file; else
+     *  the reason of open(2) or read(2). */
     KVIO_MALFORMED = 3,
     /** No key for the file: "ftok(%s) failed\n" (path). errno is that of stat(2), such as ENOENT; ENAMETOOLONG for a
      *  path of 4,096 bytes and more, EINVAL for a null or empty name. */

@@ -106,16 +106,10 @@ typedef struct user_type_def_t {
     const char *type_name;    /**< For example "admin". */
     const char *display_name; /**< For example "Administrator". */
     const char *def_set_name; /**< The name of the entity with the type's default settings. */
-    int32_t access;           /**< Access level. */
-    int32_t visibility;       /**< Visibility level. */
-    int32_t remote_admin;     /**< Remote administration. */
-    int32_t remote_access;    /**< Remote access. */
-    int32_t field8;           /**< Fields 8 to 13 are for the programs that read the table. */
-    int32_t field9;           /**< As field8. */
-    int32_t field10;          /**< As field8. */
-    const char *field11;      /**< As field8. */
-    int32_t field12;          /**< As field8. */
-    int32_t field13;          /**< As field8. */
+    int32_t access, visibility, remote_admin, remote_access; /**< As in #user_profile_t. */
+    int32_t field8, field9, field10; /**< Fields 8 to 13 are for programs that read the table. */
+    const char *field11;             /**< As field8. */
+    int32_t field12, field13;        /**< As field8. */
 } user_type_def_t;
 
 /** The built-in user types: "admin", "limited-admin", "ext-user" and "ext-group-user", then a row of zeros. A row's
