@@ -4,12 +4,14 @@
 
 #include <sys/types.h>
 
+#include <climits>
+
 #include "base/array.h"
 #include "base/owned.h"
 
 namespace store {
 
-// The full path of a configuration. A null, empty or over-long name makes a path that leads nowhere.
+// The full path of a configuration. Null, empty and over-long names are those of no file.
 class ConfigPath {
 public:
     ConfigPath(const char *directory, const char *name) noexcept;
@@ -25,8 +27,7 @@ public:
 private:
     const char *directory_;
     const char *name_;
-    int unusable_ = 0;  // why the path leads nowhere, as errno
-    char text_[4096];
+    char text_[PATH_MAX + 1];  // a path that was cut is too long for the system
 };
 
 // Reads a regular file: its contents before or after a save, never a mixture, while other processes save it and after
@@ -69,7 +70,6 @@ public:
     Status status() const noexcept { return status_; }
     int reason() const noexcept { return reason_; }     // errno of what failed
     bool created() const noexcept { return created_; }  // the file was missing
-    int id() const noexcept { return id_.get(); }
 
     // Replaces the file's contents, as replace() does, and gives a new file its name. False with errno, EEXIST where
     // another process has made a file of that name meanwhile.

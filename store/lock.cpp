@@ -8,18 +8,13 @@
 #include <cstdio>
 
 #include "base/files.h"
-#include "base/text.h"
 #include "store/files.h"
 
 namespace store {
 
 ConfigPath::ConfigPath(const char *directory, const char *name) noexcept
     : directory_(directory), name_(name ? name : "") {
-    int length = std::snprintf(text_, sizeof text_, "%s%s", directory_, name_);
-    if (empty(name))
-        unusable_ = EINVAL;
-    else if (length < 0 || static_cast<std::size_t>(length) >= sizeof text_)
-        unusable_ = ENAMETOOLONG;
+    std::snprintf(text_, sizeof text_, "%s%s", directory_, name_);
 }
 
 namespace {
@@ -33,8 +28,8 @@ key_t key_of(const char *path) noexcept {
 }  // namespace
 
 key_t ConfigPath::key() const noexcept {
-    if (!unusable_) return key_of(text_);
-    errno = unusable_;
+    if (*name_) return key_of(text_);
+    errno = EINVAL;
     return -1;
 }
 
