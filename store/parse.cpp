@@ -10,39 +10,28 @@
 namespace xml {
 namespace {
 
-// Notes a shortage of memory while it lives. In the record of the last error it would be lost when something else is
-// reported after it: a namespace that found no memory is missed, as undeclared, by the elements in it.
-class MemoryWatch {
-public:
-    explicit MemoryWatch(bool passes_on) noexcept
-        : passes_on_(passes_on), handler_(xmlStructuredError), context_(xmlStructuredErrorContext) {
-        xmlSetStructuredErrorFunc(this, note);
-    }
-    MemoryWatch(const MemoryWatch &) = delete;
-    MemoryWatch &operator=(const MemoryWatch &) = delete;
-    ~MemoryWatch() { xmlSetStructuredErrorFunc(context_, handler_); }
-
-    bool was_short() const noexcept { return short_; }
-
-private:
-    static void note(void *self, xmlError *error) noexcept {
-        auto *watch = static_cast<MemoryWatch *>(self);
-        // A text beyond the parser's limit is reported in the same way, as a "huge text node".
-        if (error->code == XML_ERR_NO_MEMORY && !(error->message && std::strstr(error->message, "huge")))
-            watch->short_ = true;
-        if (!watch->passes_on_) return;
-        if (watch->handler_)
-            watch->handler_(watch->context_, error);
-        else
-            xmlGenericError(xmlGenericErrorContext, "%s:%d: %s", error->file ? error->file : "", error->line,
-                            error->message ? error->message : "\n");
-    }
-
-    bool passes_on_;  // errors, to where they would have gone
-    xmlStructuredErrorFunc handler_;
-    void *context_;
-    bool short_ = false;
+// What errors are reported to while a document is parsed. In the record of the last error a shortage of memory would be
+// lost when something else is reported after it: a namespace that found no memory is missed, as undeclared, by the
+// elements in it.
+struct Watch {
+    const bool passes_on;  // errors, to where they would have gone
+    const xmlStructuredErrorFunc handler = xmlStructuredError;
+    void *const context = xmlStructuredErrorContext;
+    bool was_short = false;  // of memory
 };
+
+void note(void *to, xmlError *error) noexcept {
+    auto *watch = static_cast<Watch *>(to);
+    // A text beyond the parser's limit is reported in the same way, as a "huge text node".
+    if (error->code == XML_ERR_NO_MEMORY && !(error->message && std::strstr(error->message, "huge")))
+        watch->was_short = true;
+    if (!watch->passes_on) return;
+    if (watch->handler)
+        watch->handler(watch->context, error);
+    else
+        xmlGenericError(xmlGenericErrorContext, "%s:%d: %s", error->file ? error->file : "", error->line,
+                        error->message ? error->message : "\n");
+}
 
 struct Unread {
     const Bytes &bytes;
@@ -78,12 +67,14 @@ Parser make_parser(Unread &unread, const char *path) noexcept {
 
 // As xmlParseFile() parses the bytes of a file, within the same limits and with the defaults that the caller has set.
 Document parse(const Bytes &bytes, const char *path) noexcept {
-    MemoryWatch memory(path);
+    Watch watch{path != nullptr};
+    xmlSetStructuredErrorFunc(&watch, note);
     Unread unread{bytes};
     Parser parser = make_parser(unread, path);
     if (parser) xmlParseDocument(parser.get());
     Document document(parser ? std::exchange(parser->myDoc, nullptr) : nullptr);
-    if (!parser || memory.was_short())
+    xmlSetStructuredErrorFunc(watch.context, watch.handler);
+    if (!parser || watch.was_short)
         errno = ENOMEM;
     else if (!parser->wellFormed)
         errno = EBADMSG;
