@@ -72,68 +72,62 @@ bool is_declaration(const xmlNode *element, const xmlAttr *attribute) noexcept {
 // Looks at the nodes of a document in its order.
 class Examination {
 public:
-    const xmlNode *find_unreadable(const xmlNode *node) noexcept;
+    // The nodes of a parsed document lie one after another: what is fetched ahead is looked at soon.
+    const xmlNode *find_unreadable(const xmlNode *node) noexcept {
+        while (node) {
+            __builtin_prefetch(reinterpret_cast<const char *>(node) + 4096);
+            __builtin_prefetch(reinterpret_cast<const char *>(node) + 4160);
+            if (!is_readable(node)) return node;
+            if (is_element(node) && node->children) {
+                ++depth_;
+                node = node->children;
+                continue;
+            }
+            for (; !node->next && is_element(node->parent); --depth_) node = node->parent;
+            node = node->next;
+        }
+        return nullptr;
+    }
 
 private:
-    bool is_known_name(const xmlChar *name) noexcept;
-    bool has_readable_attributes(const xmlNode *element) noexcept;
-    bool is_readable(const xmlNode *node) noexcept;
+    // The names of a document are in its dictionary: few texts, each of which has one address.
+    bool is_known_name(const xmlChar *name) noexcept {
+        const xmlChar *&known = names_[reinterpret_cast<std::size_t>(name) % std::size(names_)];
+        if (known != name && !is_name(name)) return false;
+        known = name;
+        return true;
+    }
+
+    bool has_readable_attributes(const xmlNode *element) noexcept {
+        for (const xmlAttr *at = element->properties; at; at = at->next) {
+            if (!is_known_name(at->name) || is_declaration(element, at)) return false;
+            for (const xmlNode *text = at->children; text; text = text->next)
+                if (text->type == XML_TEXT_NODE && text->content && !is_text(text->content)) return false;
+        }
+        return true;
+    }
+
+    // Whether a node reads back, apart from what is below it.
+    bool is_readable(const xmlNode *node) noexcept {
+        switch (node->type) {
+            case XML_ELEMENT_NODE:
+                return depth_ <= xmlParserMaxDepth && is_known_name(node->name) && has_readable_attributes(node);
+            case XML_TEXT_NODE:
+            case XML_CDATA_SECTION_NODE:
+                return !node->content || is_text(node->content);
+            case XML_COMMENT_NODE:
+                return !node->content || (is_text(node->content) && is_comment(node->content));
+            case XML_PI_NODE:
+                return is_name(node->name) &&
+                       (!node->content || (is_text(node->content) && !std::strstr(str(node->content), "?>")));
+            default:
+                return true;
+        }
+    }
 
     unsigned depth_ = 0;
     const xmlChar *names_[256] = {};  // names that are good, by their addresses
 };
-
-// The names of a document are in its dictionary: few texts, each of which has one address.
-bool Examination::is_known_name(const xmlChar *name) noexcept {
-    const xmlChar *&known = names_[reinterpret_cast<std::size_t>(name) % std::size(names_)];
-    if (known != name && !is_name(name)) return false;
-    known = name;
-    return true;
-}
-
-bool Examination::has_readable_attributes(const xmlNode *element) noexcept {
-    for (const xmlAttr *at = element->properties; at; at = at->next) {
-        if (!is_known_name(at->name) || is_declaration(element, at)) return false;
-        for (const xmlNode *text = at->children; text; text = text->next)
-            if (text->type == XML_TEXT_NODE && text->content && !is_text(text->content)) return false;
-    }
-    return true;
-}
-
-// Whether a node reads back, apart from what is below it.
-bool Examination::is_readable(const xmlNode *node) noexcept {
-    switch (node->type) {
-        case XML_ELEMENT_NODE:
-            return depth_ <= xmlParserMaxDepth && is_known_name(node->name) && has_readable_attributes(node);
-        case XML_TEXT_NODE:
-        case XML_CDATA_SECTION_NODE:
-            return !node->content || is_text(node->content);
-        case XML_COMMENT_NODE:
-            return !node->content || (is_text(node->content) && is_comment(node->content));
-        case XML_PI_NODE:
-            return is_name(node->name) &&
-                   (!node->content || (is_text(node->content) && !std::strstr(str(node->content), "?>")));
-        default:
-            return true;
-    }
-}
-
-// The nodes of a parsed document lie one after another: what is fetched ahead is looked at soon.
-const xmlNode *Examination::find_unreadable(const xmlNode *node) noexcept {
-    while (node) {
-        __builtin_prefetch(reinterpret_cast<const char *>(node) + 4096);
-        __builtin_prefetch(reinterpret_cast<const char *>(node) + 4160);
-        if (!is_readable(node)) return node;
-        if (is_element(node) && node->children) {
-            ++depth_;
-            node = node->children;
-            continue;
-        }
-        for (; !node->next && is_element(node->parent); --depth_) node = node->parent;
-        node = node->next;
-    }
-    return nullptr;
-}
 
 // What a node within an entity counts: its text, and elements and references so much that none is free.
 std::size_t weight(const xmlNode *node) noexcept {
