@@ -1,4 +1,4 @@
-// The table of user types, the exported one that is made from it, and the fields that all sources fill alike.
+// The table of user types, the exported one, and the fields that all sources fill alike.
 #include "users/users.h"
 
 static_assert(sizeof(user_profile_t) == 1184 && (sizeof(void *) != 4 || sizeof(user_type_def_t) == 52));
@@ -10,22 +10,16 @@ constexpr UserType types[] = {
     {USER_TYPE_USER, "user", 80, 80, 1, 1},     {USER_TYPE_EXT_USER, "ext-user", 80, 80, 1, 1},
     {USER_TYPE_GUEST, "guest", 50, 50, 0, 1},
 };
-constexpr const UserType &admin = types[0], &limited_admin = types[1], &user = types[2], &ext_user = types[3],
-                         &guest = types[4];
-
-constexpr user_type_def_t row(const char *name, const char *display, const char *def_set, const UserType &type,
-                              const char *field11, std::int32_t field12, std::int32_t field13) noexcept {
-    return {name, display, def_set, type.access, type.visibility, type.remote_admin, type.remote_access, 1440,
-            1440, 1440,    field11, field12,     field13};
-}
+constexpr const UserType &user = types[2], &ext_user = types[3], &guest = types[4];
 
 }  // namespace
 
 const user_type_def_t def_user_profile[5] = {
-    row(admin.word, "Administrator", "def_set_admin", admin, "admin_users", 5, 1),
-    row(limited_admin.word, "Limited-Admin", "def_set_ladmin", limited_admin, "admin_users", 5, 1),
-    row(ext_user.word, "Ext-User", "def_set_ext_user", ext_user, "ext_local_users", 128, 0),
-    row("ext-group-user", "Ext-Group-User", "def_set_ext_group_user", ext_user, "ext_local_users", 128, 0),
+    {"admin", "Administrator", "def_set_admin", 120, 120, 1, 0, 1440, 1440, 1440, "admin_users", 5, 1},
+    {"limited-admin", "Limited-Admin", "def_set_ladmin", 100, 100, 1, 0, 1440, 1440, 1440, "admin_users", 5, 1},
+    {"ext-user", "Ext-User", "def_set_ext_user", 80, 80, 1, 1, 1440, 1440, 1440, "ext_local_users", 128, 0},
+    {"ext-group-user", "Ext-Group-User", "def_set_ext_group_user", 80, 80, 1, 1, 1440, 1440, 1440, "ext_local_users",
+     128, 0},
     {},
 };
 
