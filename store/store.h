@@ -159,7 +159,7 @@ inline bool is_member(const xmlNode *node) noexcept { return is_entity_member(no
 xml::Detached new_element(const char *kind, const char *who) noexcept;
 xml::Detached new_element(const char *kind, const char *name, const char *who) noexcept;
 
-// Hangs an element below a parent, as the last child. Null with code and line; it is gone then.
+// Hangs an element below a parent, as the last child. Null with code and line; frees the child on failure.
 inline xmlNode *append(xmlNode *parent, xml::Detached child, const char *who) noexcept {
     if (!xmlAddChild(parent, child.get())) return fail(nullptr, KVIO_XML, "%s error on xmlAddChild()\n", who);
     learn(child.get());
