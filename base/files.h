@@ -17,6 +17,17 @@ struct DescriptorName {
 // Opens a file for reading. Does not wait for a writer where the path is that of a pipe.
 Descriptor open_to_read(const char *path) noexcept;
 
+// Opens a file of a directory in which all users may create files. Fails with ENOENT if another user than root and the
+// effective one owns the file or a symbolic link at the path, or if others may write the file.
+Descriptor open_trusted(const char *path) noexcept;
+
+// fclose() itself has attributes that a template argument would lose.
+inline void close_file(std::FILE *file) noexcept { std::fclose(file); }
+using File = Owned<std::FILE, close_file>;
+
+// Turns a descriptor into a stream, to be read line by line; null with errno if there is none.
+File open_lines(Descriptor descriptor) noexcept;
+
 // Reads up to `size` bytes from an offset, fewer only where the file ends. The number of bytes, or -1 with errno.
 ssize_t read_all(int fd, void *bytes, std::size_t size, off_t offset) noexcept;
 

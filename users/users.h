@@ -1,4 +1,4 @@
-// Declarations that the sources of users/ share: user types, files, the authentication buffer and its lock, LDAP.
+// Declarations that the sources of users/ share: user types, the authentication buffer and its lock, LDAP.
 #ifndef KAVEX_USERS_USERS_H
 #define KAVEX_USERS_USERS_H
 
@@ -38,18 +38,6 @@ inline bool name_fits(const char *name, const char *function) {
 inline bool set_name(user_profile_t &profile, const char *name, const char *function) {
     return name_fits(name, function) && copy_if_fits(profile.name, sizeof profile.name, name);
 }
-
-// fclose() itself has attributes that a template argument would lose.
-inline void close_file(std::FILE *file) { std::fclose(file); }
-
-using File = Owned<std::FILE, close_file>;
-
-// Opens a file of a directory in which all users may create files. Fails with ENOENT if another user than root and the
-// effective one owns the file or a symbolic link at the path, or if others may write the file.
-Descriptor open_trusted(const char *path);
-
-// Turns a descriptor into a stream, to be read line by line; null with errno if there is none.
-File open_lines(Descriptor descriptor);
 
 // Gives the buffer lock back; 0, or -1 with errno.
 int unlock_buffer(int id);
