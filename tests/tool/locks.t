@@ -5,26 +5,22 @@ $ cd /etc/kavex/conf; echo "root:x:0:0::/:/bin/sh" >/etc/passwd; for name in a b
 > s/"(pid|semaphore)": [0-9]*/"\1": N/g; s/: "2[0-9: -]*"/: DATE/'; }
 
 One process died with a open, another one holds b and has the library mapped: who only looks does not mind.
-$ hold b; python3 $TESTS/tool/hold.py a; kvio lock status --all | tidy; kvio lock status c no dir ''
-> kvio lock status -q a c; kvio lock status b c >/dev/null; kvio lock status a | grep -c "since $(date +%F)"
-> kvio ls b; kvio check b; for call in 'set b s t x f 1' 'copy b d' 'copy c b' 'remove b' 'save-as c b' 'restore b a'
-> do kvio $call; done; for call in 'rename b d' 'batch b' 'create-scope b d'; do kvio -q $call </dev/null; done
+$ hold b; python3 $TESTS/tool/hold.py a; kvio lock status --all | tidy; kvio lock status c no dir
+> kvio lock status -q a c; kvio lock status b c >/dev/null; kvio lock status a | grep -c "since $(date +%F)"; kvio ls b
+> kvio check b; kvio copy c b
+> for call in 'set b s t x f 1' 'copy b d' 'remove b' 'save-as c b' 'restore b a' 'rename b d'; do kvio -q $call; done
 > kvio check -R b; ls; kvio lock clear -y a | tidy; kvio lock clear -fq a; kvio lock clear -fy a | tidy
-> kvio lock status a; kvio lock clear -y a; kvio lock clear no; kvio lock clear dir
+> kvio lock status a; kvio lock clear -y a; kvio lock clear no
 a: held since DATE by uid 0 (root), semaphore N|  process N (python3)|b: held since DATE by uid 0 (root), semaphore N|
   process N (python3)|c: free [3]|kvio: /etc/kavex/conf/no: No such file or directory|kvio: /etc/kavex/conf/dir: Is a
- directory|kvio: /etc/kavex/conf/: Is a directory|c: free [1] [3]|1|s|kvio: /etc/kavex/conf/b: another process holds
- it (see kvio lock status) [3]|kvio: b to d: another process holds it (see kvio lock status) [3]|kvio: c to b: another
- process holds it (see kvio lock status) [3]|kvio: b: another process holds it (see kvio lock status) [3]|kvio:
- /etc/kavex/conf/b: another process holds it (see kvio lock status) [3]|kvio: /etc/kavex/conf/b: another process holds
- it (see kvio lock status) [3] [3] [3] [3]|a|b|c|dir|small|kvio: process N (python3) may hold a; --force removes the
- lock nevertheless [3] [2]|kvio: process N (python3) may hold a|a: free|kvio: a is free|kvio: /etc/kavex/conf/no: No
- such file or directory [1]|kvio: /etc/kavex/conf/dir: Is a directory [5]
+ directory|c: free [1] [3]|1|s|kvio: c to b: another process holds it (see kvio lock status) [3] [3] [3] [3] [3] [3]
+ [3]|a|b|c|dir|small|kvio: process N (python3) may hold a; --force removes the lock nevertheless [3] [2]|kvio: process
+ N (python3) may hold a|a: free|kvio: a is free|kvio: /etc/kavex/conf/no: No such file or directory [1]
 
 The holder ends, its lock stays until somebody who is asked says yes.
 $ kill $holder; wait $holder 2>/dev/null; kvio lock clear b </dev/null
-> tty() { echo $1 | script -qec "kvio lock clear $2 b; echo status \$?" /dev/null | grep -o 'status .'; }; tty n
-> tty x; tty ''; tty y -q; kvio lock status -q b; tty y; kvio lock status b
+> tty() { echo $1 | script -qec "kvio lock clear $2 b; echo status \$?" /dev/null | grep -o 'status .'; }; tty n; tty x
+> tty ''; tty y -q; kvio lock status -q b; tty y; kvio lock status b
 kvio: no terminal to ask on; --yes answers in advance [2]|status 1|status 1|status 1|status 2 [3]|status 0|b: free
 
 A process that started after the lock was taken does not stop `lock clear`; what is not the store's needs --force.

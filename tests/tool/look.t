@@ -48,29 +48,27 @@ container	in|entity	lan|lan|"2's"|wän|lan|o/a	host	lan	ip	10.0.0.1|o/a	host	wä
 |o/a	host	wän	ip	10.9.0.1 [1]|o/a	host	lan|o/a	net	lan|o/a	group of host	in	entity	lan|o/a	group of
  host	all	entity	lan|o/a	list of host	order	entity	lan|o/a	table of net	o\u007f\u009b	entity	lan [1]|3|0
 |group	host	all [1]
-$ for call in 'get a o/a host lan none' 'get a o/a host wän' ls 'ls a o' 'ls a o/a list' 'refs a o/a net lan'
+$ for call in 'get a o/a host lan none' 'get a o/a host wän' 'ls a o' 'ls a o/a list' 'refs a o/a net lan'
 > do kvio $call --format=json; done; kvio find -Fjson a 1; kvio members -Fjson a o/a group host all
 > kvio find -Fjson a nothing
-[|  {"field": "none", "value": ""}|]|[|  {"field": "ip", "value": "10.9.0.1"}|]|[|  {"name": "a"},|  {"name": "b"}|]|[
-|  {"scope": "a"}|]|[|]|[|  {"kind": "table", "type": "net", "name": "o\u007f\u009b"}|]|[|  {"scope": "o/a", "type":
- "net", "name": "two", "field": "ip", "value": "1"}|]|[|  {"member": "container", "name": "in"},|  {"member":
- "entity", "name": "lan"}|]|[|] [1]
+[|  {"field": "none", "value": ""}|]|[|  {"field": "ip", "value": "10.9.0.1"}|]|[|  {"scope": "a"}|]|[|]|[|  {"kind":
+ "table", "type": "net", "name": "o\u007f\u009b"}|]|[|  {"scope": "o/a", "type": "net", "name": "two", "field": "ip",
+ "value": "1"}|]|[|  {"member": "container", "name": "in"},|  {"member": "entity", "name": "lan"}|]|[|] [1]
 
 What is not there, or nearly so; usage. Of several mistakes the first one is told.
-$ for scope in many '//a' '' . 'o/a/net[1]' 's['; do kvio count a "$scope" host; done; kvio get a o/a hots lan
-> kvio get a o/a host lam; kvio members a o/a group host inn; kvio shwo; kvio gets; kvio u; kvio attr; kvio
-> kvio get a 1 2; kvio get a 1 2 3 4 5; kvio lock; kvio show -Z --frob a; kvio show a --format; kvio show --pager=x a
-> kvio ls -- -q; kvio ls -F xml
+$ for scope in many '//a' '' 'o/a/net[1]'; do kvio count a "$scope" host; done; kvio get a o/a hots lan
+> kvio members a o/a group host inn; kvio shwo; kvio gets; kvio u; kvio attr; kvio; kvio get a 1 2
+> kvio get a 1 2 3 4 5; kvio show -Z --frob a; kvio show a --format; kvio show --pager=x a; kvio ls -- -q
+> kvio ls -F xml
 kvio: there are 2 scopes many [4]|kvio: no scope //a in /etc/kavex/conf/a; did you mean o/a? [1]|kvio: the scope is
- empty [2]|kvio: no scope . in /etc/kavex/conf/a [1]|kvio: o/a/net[1] is an entity or container, no scope [1]|kvio: no
- scope s[ in /etc/kavex/conf/a [1]|kvio: no hots lan in o/a; did you mean host? [1]|kvio: no host lam in o/a; did you
- mean lan? [1]|kvio: no group inn of host in o/a; did you mean in? [1]|kvio: no verb shwo; did you mean show? [2]
-|kvio: no verb gets; did you mean get? [2]|kvio: no verb u; kvio --help lists them [2]|kvio: the verb is one of attr
- get, attr set, attr unset, attr increase, attr decrease [2]|kvio: no verb; see kvio --help [2]|kvio: usage: kvio get
- [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]|kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]
-|kvio: the verb is one of lock status, lock clear [2]|kvio: no option -Z; see kvio show --help [2]|kvio: no argument
- for --format; see kvio show --help [2]|kvio: no option --pager; see kvio show --help [2]|kvio: /etc/kavex/conf/-q: No
- such file or directory [1]|kvio: FORMAT is text or json, not xml [2]
+ empty [2]|kvio: o/a/net[1] is an entity or container, no scope [1]|kvio: no hots lan in o/a; did you mean host? [1]
+|kvio: no group inn of host in o/a; did you mean in? [1]|kvio: no verb shwo; did you mean show? [2]|kvio: no verb
+ gets; did you mean get? [2]|kvio: no verb u; kvio --help lists them [2]|kvio: the verb is one of attr get, attr set,
+ attr unset, attr increase, attr decrease [2]|kvio: no verb; see kvio --help [2]|kvio: usage: kvio get [OPTION]...
+ NAME SCOPE TYPE ENTITY [FIELD] [2]|kvio: usage: kvio get [OPTION]... NAME SCOPE TYPE ENTITY [FIELD] [2]|kvio: no
+ option -Z; see kvio show --help [2]|kvio: no argument for --format; see kvio show --help [2]|kvio: no option --pager;
+ see kvio show --help [2]|kvio: /etc/kavex/conf/-q: No such file or directory [1]|kvio: FORMAT is text or json, not
+ xml [2]
 $ kvio -q gets; kvio get -q a; kvio set -q --frob; command kvio get a o/a net two ip 2>/dev/null; kvio help count
 > (kvio -h; for verb in $(kvio --complete ''); do kvio $verb -h; done) | grep -v Example | grep '.\{80\}'
 > for way in -V --version version; do kvio $way; done | tr -s 0-9 N; kvio -v set b s t x f 1 | tr -s 0-9 N
@@ -83,18 +81,17 @@ Files that are none, or too much; short memory is never told as a fault of the f
 $ echo '<kavex><a>' >broken; echo '<other/>' >other; touch closed; chmod 0 closed
 > (echo '<!DOCTYPE kavex [<!ENTITY e "'; head -c 99999 /dev/zero | tr '\0' x; echo '">]><kavex><s><t name="x"><f>'
 > yes '&e;' | head -600; echo '</f></t></s></kavex>') >bomb; for file in broken other closed ghost dir a/b bomb
-> do kvio ls $file; done; for file in broken other closed ghost dir a/b bomb; do kvio set -q $file s t e f 1; done
-> for room in $(seq 30000 2000 60000); do (ulimit -v $room; kvio show a) 2>&1; done | grep -c formed
+> do kvio ls $file; done; for room in $(seq 30000 2000 60000); do (ulimit -v $room; kvio show a) 2>&1
+> done | grep -c formed
 kvio: /etc/kavex/conf/broken:2: not well-formed: Premature end of data in tag a line 1 [4]|kvio:
  /etc/kavex/conf/other: no configuration, its root element is not kavex [4]|kvio: /etc/kavex/conf/closed: Permission
  denied [6]|kvio: /etc/kavex/conf/ghost: No such file or directory [1]|kvio: /etc/kavex/conf/dir: Is a directory [5]
-|kvio: /etc/kavex/conf/a/b: Not a directory [1]|kvio: /etc/kavex/conf/bomb: its entities expand to too much text [4]
- [4] [4] [6] [1] [5] [1] [4]|0
+|kvio: /etc/kavex/conf/a/b: Not a directory [1]|kvio: /etc/kavex/conf/bomb: its entities expand to too much text [4]|0
 
 Nothing that gives orders to a terminal gets there; what does not get to standard output is missed.
 $ echo '<kavex><s><t name="&#155;m&#127;"/><list name="&#127;" type="t"/></s></kavex>' >"$name"; kvio ls | head -1
-> kvio show "$name" s | tail -2; kvio get "$name" s t "$name"; kvio lock status "$name"
-> echo '<kavex><s/></kavex>' >d; kvio diff "$name" d
+> kvio show "$name" s | tail -2; kvio get "$name" s t "$name"; kvio lock status "$name"; echo '<kavex><s/></kavex>' >d
+> kvio diff "$name" d
 > for call in 'show b' 'show -F json b' 'show -F xml b' 'dump b' 'backup b s' 'user types' '--complete u'
 > do command kvio $call 2>&1 >/dev/full; echo $?; done | sort | uniq -c
 \u001b[1mb\u0085\u009f\u007f\\\r|  t \u009bm\u007f|  list \u007f of t|kvio: no t \u001b[1mb\u0085\u009f\u007f\\r in s

@@ -1,8 +1,7 @@
-$ kvio user types; for call in 'show al' 'method al' 'release al' 'groups staff al'; do kvio user $call; done
+$ kvio user types; kvio user method al; kvio user groups staff al
 type	access	visibility	remote_admin	remote_access|admin	120	120	1	0|limited-admin	100	100	1	0|ext-user	80	80	1	1
-|ext-group-user	80	80	1	1|kvio: al has not logged in, or there is no authentication buffer [1]|kvio: al has not logged
- in, or there is no authentication buffer [1]|kvio: al has not logged in, or there is no authentication buffer [1]
-|kvio: /tmp/template_group.xml: No such file or directory [1]
+|ext-group-user	80	80	1	1|kvio: al has not logged in, or there is no authentication buffer [1]|kvio:
+ /tmp/template_group.xml: No such file or directory [1]
 
 The authentication modules are at work.
 $ touch /lib/security/pam_unix.so /lib/security/pam_auth_admin.so
@@ -11,19 +10,16 @@ $ touch /lib/security/pam_unix.so /lib/security/pam_auth_admin.so
 > echo 'host 127.0.0.1,port 9,base b,pam_login_attribute uid,binddn r,bindpw sesame' | tr , '\n' >/etc/http_ldap.conf
 $ auth_module start; auth_module login al local; auth_module login rob radius 4 720 240; auth_module login dora ldap
 > auth_module login eve local; kvio user show al; kvio user show rob; for user in al rob dora no
-> do kvio user method $user; done; kvio user method -F json al; kvio user show no; kvio user show eve
+> do kvio user method $user; done; kvio user method -F json al; kvio user show eve
 > KVLOG_STDERR=1 kvio user show dora | grep -c sesame; KVLOG_STDERR=1 kvio -v user show dora | grep -c sesame
 > kvio user release rob; kvio user release rob
 name	al|account	al|type	admin|access	120|visibility	110|lease_time	1440|re_auth	480|remote_admin	1|remote_access	0
 |name	rob|account	radius-users|type	limited-admin|access	100|visibility	100|lease_time	720|re_auth	240|remote_admin	1
 |remote_access	0|local	1|radius	2|ldap	3|kvio: no has not logged in, or there is no authentication buffer [1]|[|
-  {"method": "local", "number": "1"}|]|kvio: no has not logged in, or there is no authentication buffer [1]|kvio: no
- profile of eve (the system log has the reason) [1]|0|0|kvio: rob has not logged in, or there is no authentication
- buffer [1]
-$ kvio user groups staff
-> $EXAMPLES/make-configuration | sed 's|<entity>erin<|<container>office</container>&|' >/tmp/template_group.xml
+  {"method": "local", "number": "1"}|]|kvio: no profile of eve (the system log has the reason) [1]|0|0|kvio: rob has
+ not logged in, or there is no authentication buffer [1]
+$ $EXAMPLES/make-configuration | sed 's|<entity>erin<|<container>office</container>&|' >/tmp/template_group.xml
 > kvio user groups -Fjson staff; kvio user groups staff bob && echo yes; kvio user groups staff eve
 > kvio user groups no; kvio user groups office bob; auth_module stop
-kvio: /tmp/template_group.xml: No such file or directory [1]|[|  {"user": "alice"},|  {"user": "bob"},|  {"user":
- "carol"},|  {"user": "dave"}|]|yes [1]|kvio: no user group no [1]|kvio: user group office cannot be read: its nesting
- loops or it is missing [4]
+[|  {"user": "alice"},|  {"user": "bob"},|  {"user": "carol"},|  {"user": "dave"}|]|yes [1]|kvio: no user group no [1]
+|kvio: user group office cannot be read: its nesting loops or it is missing [4]
