@@ -8,12 +8,15 @@
 #include "users/users.h"
 
 namespace {
-std::vector<std::string> arguments;
+std::vector<std::string> arguments;  // of the first host
 }
 
 // In place of the library's search: keeps the arguments that the tool would get for the first host, and fails.
-bool search(const Arguments &command, const char *, const char *, const char *, int, user_profile_t &) {
-    if (arguments.empty()) arguments.assign(command.items, command.items + command.count);
+bool search(char (&command)[command_size], const char *, const char *, const char *, int, user_profile_t &) {
+    char *parts[command_size];
+    if (!arguments.empty()) return false;
+    split(command, parts);
+    for (char **part = parts; *part; ++part) arguments.push_back(*part);
     return false;
 }
 

@@ -105,7 +105,31 @@ bool ask(const LdapSettings &settings, const char *host, const char *user, user_
     return search(command, shown_command, host, user, settings.time_limit, profile);
 }
 
+// Finds the end of an argument. A separating double quote behind a backslash belongs to the argument and loses the
+// backslash.
+char *find_separator(char *text, char separator) {
+    for (char *end = std::strchr(text, separator); end; end = std::strchr(end, separator)) {
+        if (separator != '"' || end[-1] != '\\') return end;
+        std::memmove(end - 1, end, std::strlen(end) + 1);
+    }
+    return nullptr;
+}
+
 }  // namespace
+
+void split(char *line, char *(&arguments)[command_size]) {
+    constexpr char initials[] = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ./-+:\"";
+    std::size_t count = 0;
+    for (char *start = std::strpbrk(line, initials); start; start = std::strpbrk(start, initials)) {
+        bool is_quoted = count && *start == '"';
+        if (is_quoted) ++start;
+        arguments[count++] = start;
+        start = find_separator(start, is_quoted ? '"' : ' ');
+        if (!start) break;
+        *start++ = '\0';
+    }
+    arguments[count] = nullptr;
+}
 
 int get_ldap_server_info(char *host, char *port, char *base, char *login_attribute, char *bind_dn, char *bind_password,
                          int *ssl, int *time_limit) {

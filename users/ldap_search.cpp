@@ -53,33 +53,6 @@ struct Pipe {
     Descriptor read, write;
 };
 
-// Finds the end of an argument. A separating double quote behind a backslash belongs to the argument and loses the
-// backslash.
-char *find_separator(char *text, char separator) {
-    for (char *end = std::strchr(text, separator); end; end = std::strchr(end, separator)) {
-        if (separator != '"' || end[-1] != '\\') return end;
-        std::memmove(end - 1, end, std::strlen(end) + 1);
-    }
-    return nullptr;
-}
-
-// Cuts a command line into arguments within itself, which end with a null pointer. An argument in double quotes, which
-// the first one cannot be, runs to the next quote, any other to the next space. At least one character stands between
-// two arguments, so that the array is large enough for any command line.
-void split(char *line, char *(&arguments)[command_size]) {
-    constexpr char initials[] = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ./-+:\"";
-    std::size_t count = 0;
-    for (char *start = std::strpbrk(line, initials); start; start = std::strpbrk(start, initials)) {
-        bool is_quoted = count && *start == '"';
-        if (is_quoted) ++start;
-        arguments[count++] = start;
-        start = find_separator(start, is_quoted ? '"' : ' ');
-        if (!start) break;
-        *start++ = '\0';
-    }
-    arguments[count] = nullptr;
-}
-
 void restore_default_signals() {
     struct sigaction action {};
     action.sa_handler = SIG_DFL;

@@ -50,6 +50,11 @@ BufferLock lock_buffer(const char *function, bool with_reason = true);
 
 constexpr std::size_t command_size = 512;
 
+// Cuts a command line into arguments within itself, which end with a null pointer. An argument in double quotes, which
+// the first one cannot be, runs to the next quote, any other to the next space. At least one character stands between
+// two arguments, so that the array is large enough for any command line.
+void split(char *line, char *(&arguments)[command_size]);
+
 // Runs the search tool, which asks one server for the user's entry. True if it was found and the profile filled, false
 // after a message. The tool does not survive the call, which takes at most the time limit and 2 seconds. The command
 // line is cut into arguments within itself.
