@@ -102,7 +102,7 @@ private:
         for (const xmlAttr *at = element->properties; at; at = at->next) {
             if (!is_known_name(at->name) || is_declaration(element, at)) return false;
             for (const xmlNode *text = at->children; text; text = text->next)
-                if (text->type == XML_TEXT_NODE && text->content && !is_text(text->content)) return false;
+                if (!is_readable(text)) return false;
         }
         return true;
     }
@@ -115,6 +115,8 @@ private:
             case XML_TEXT_NODE:
             case XML_CDATA_SECTION_NODE:
                 return !node->content || is_text(node->content);
+            case XML_ENTITY_REF_NODE:
+                return node->doc->intSubset;  // which declares it: a copy of a scope lacks it
             case XML_COMMENT_NODE:
                 return !node->content || (is_text(node->content) && is_comment(node->content));
             case XML_PI_NODE:

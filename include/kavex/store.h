@@ -333,7 +333,8 @@ int kvio_dump(kvio_config_t *config, const char *path);
 kvio_config_t *kvio_restore(kvio_config_t *config, const char *path);
 
 /** Writes one scope to a file of its own: a document with the root `kavex`, the ancestors of the scope with their
- *  attributes, and the scope with everything below it, so that the same scope string finds it there.
+ *  attributes, and the scope with everything below it, so that the same scope string finds it there. Declarations of
+ *  entities are not in it: a scope that refers to one fails with #KVIO_IO.
  *  @param path  As for kvio_dump().
  *  @return 1, or 0: #KVIO_NULL_CONFIG, #KVIO_BAD_SCOPE, #KVIO_XML, #KVIO_IO. */
 int kvio_backup_scope(kvio_config_t *config, const char *scope, const char *path);
