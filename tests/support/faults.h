@@ -36,9 +36,9 @@ bool struck();
 // A change of a file, or of a name in a directory, that a call() made.
 struct Change {
     enum Kind { write, resize, sync, name, unname, sync_names } kind;
-    unsigned long file;  // its inode
-    size_t offset;       // of what was written, or the new size
-    std::string data;    // what was written, or the name's path
+    ino_t file;        // its inode
+    size_t offset;     // of what was written, or the new size
+    std::string data;  // what was written, or the name's path
 };
 
 // Records the changes made inside call()s from now on, or no longer.
