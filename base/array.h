@@ -42,8 +42,8 @@ public:
         return *this;
     }
 
-    // Appends a record; false when memory is short, with the array as it was.
-    bool push(T record) noexcept {
+    // Appends a record, which is none of the array's; false when memory is short, with the array as it was.
+    bool push(const T &record) noexcept {
         if (size_ == capacity_ && !reserve(capacity_ ? 2 * capacity_ : 16)) return false;
         records_[size_++] = record;
         return true;

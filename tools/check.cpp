@@ -31,7 +31,7 @@ std::string contents_of(Element element) {
     Pairs sorted = element.attributes();
     std::sort(sorted.begin(), sorted.end());
     std::string text = std::string("<") + element.tag();
-    for (const auto &[name, value] : sorted) text += '\1' + name + '\1' + value;
+    for (const auto &[name, value] : sorted) text.append(1, '\1').append(name).append(1, '\1').append(value);
     if (element.is_empty()) return text + '>' + element.text();
     for (Element child : element) text += contents_of(child);
     return text + "</>";

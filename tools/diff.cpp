@@ -39,7 +39,8 @@ private:
     }
 
     void add_attributes(Element element, const std::string &place) {
-        for (const auto &[name, value] : element.other_attributes()) add(place + separator + '@' + name, value);
+        const std::string prefix = place + separator + '@';
+        for (const auto &[name, value] : element.other_attributes()) add(prefix + name, value);
     }
 
     void add_scope(Element scope) {
@@ -151,8 +152,7 @@ Document configuration_or_file(const std::string &name) {
 
 bool differences(const Call &call, const Document &before, const Document &after, std::string &text) {
     Texts texts;
-    Contents(before, old_side, texts);
-    Contents(after, new_side, texts);
+    Contents old_contents(before, old_side, texts), new_contents(after, new_side, texts);
     Report report(call);
     bool different = false;
     for (const auto &[place, sides] : texts) {

@@ -125,7 +125,7 @@ std::string one_line(const std::string &text);
 // JSON: a string with its quotes, an object of names and finished values or texts, an array of finished values.
 std::string json(const std::string &text);
 std::string json_object(const Pairs &members);
-std::string json_texts(Pairs members);
+std::string json_texts(const Pairs &members);
 std::string json_array(const Strings &values);
 std::string json_lines(const Strings &objects);  // an array with a line for each
 

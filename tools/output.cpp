@@ -119,9 +119,10 @@ std::string json_object(const Pairs &members) {
     return '{' + text + '}';
 }
 
-std::string json_texts(Pairs members) {
-    for (auto &[name, text] : members) text = json(text);
-    return json_object(members);
+std::string json_texts(const Pairs &members) {
+    Pairs values;
+    for (const auto &[name, text] : members) values.emplace_back(name, json(text));
+    return json_object(values);
 }
 
 std::string json_array(const Strings &values) {

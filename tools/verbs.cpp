@@ -220,7 +220,10 @@ std::string argument_at(const Verb &verb, std::size_t index) {
     return usage.repeated ? usage.words[count - usage.repeated + (index - count) % usage.repeated] : "";
 }
 
-const std::string &Call::option(char letter) const { return has(letter) ? options.at(letter) : none; }
+const std::string &Call::option(char letter) const {
+    auto given = options.find(letter);
+    return given == options.end() ? none : given->second;
+}
 
 std::size_t Call::index(const char *what) const {
     const Strings words = usage_of(*verb).words;
