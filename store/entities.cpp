@@ -48,8 +48,9 @@ bool replace_text(xmlNode *element, const char *value) {
 
 bool add_value(xmlNode *entity, const char *field, const char *value) {
     if (empty(field)) return false;
+    // Made outside the document: in its dictionary the name would stay when the element is gone.
     auto element = xml::guarded<xml::Detached>(
-        [&] { return xmlNewDocRawNode(entity->doc, entity->ns, xml::str(field), xml::str(value)); });
+        [&] { return xmlNewDocRawNode(nullptr, entity->ns, xml::str(field), xml::str(value)); });
     return element && xmlAddChild(entity, element.get()) && element.release();
 }
 

@@ -60,6 +60,7 @@ Parser make_parser(Unread &unread, const char *path) noexcept {
     }
     input->filename = reinterpret_cast<char *>(xmlStrdup(str(path)));
     inputPush(parser.get(), input);  // a new parser has room for it
+    parser->dictNames = 1;           // the tree shares its names instead of copying each
     return parser;
 }
 

@@ -58,7 +58,8 @@ bool set_attribute(xmlNode *node, const char *name, const char *value) noexcept 
         replace_children(existing, std::move(text));
         return true;
     }
-    auto fresh = guarded<Owned<xmlAttr, xmlFreeProp>>([&] { return xmlNewDocProp(node->doc, str(name), nullptr); });
+    // Made outside the document: in its dictionary the name would stay when the attribute is gone.
+    auto fresh = guarded<Owned<xmlAttr, xmlFreeProp>>([&] { return xmlNewDocProp(nullptr, str(name), nullptr); });
     if (!fresh || !fresh->name) return false;  // libxml2 does not report a name that it could not copy
     replace_children(fresh.get(), std::move(text));
     xmlAddChild(node, reinterpret_cast<xmlNode *>(fresh.release()));
