@@ -129,41 +129,34 @@ private:
                 walk(elements_[child.identity()][0]);
     }
 
+    using Path = std::vector<std::pair<Element, Element>>;  // containers, each with its member that is looked at next
+
     // Walks from a container through those that it names. One on the path that is met again is a loop; one that was left
     // is not walked again.
-    void walk(Element container) {
-        std::vector<Element> path;  // of members, each in the container that the one before it names
-        Element member = container.begin();
-        states_[container.identity()] = State::on_path;
-        for (;;) {
+    void walk(Element start) {
+        Path path = {{start, start.begin()}};
+        while (!path.empty()) {
+            const auto [container, member] = path.back();
+            states_[container.identity()] = member ? State::on_path : State::left;
             if (!member) {
-                states_[container.identity()] = State::left;
-                if (path.empty()) return;
-                container = path.back().parent();
-                member = path.back().next();
                 path.pop_back();
                 continue;
             }
+            ++path.back().second;
             auto named = member.is("container") ? elements_.find(named_by(container, member)) : elements_.end();
-            State state = named == elements_.end() ? State::left : states_[named->first];
-            path.push_back(member);
-            if (state == State::unseen) {
-                states_[named->first] = State::on_path;
-                container = named->second[0];
-                member = container.begin();
-                continue;
-            }
-            if (state == State::on_path) report_loop(path, named->second[0]);
-            path.pop_back();
-            member = member.next();
+            if (named == elements_.end()) continue;
+            const Element next = named->second[0];
+            const State state = states_[named->first];
+            if (state == State::unseen) path.emplace_back(next, next.begin());
+            if (state == State::on_path) report_loop(path, next);
         }
     }
 
-    void report_loop(const std::vector<Element> &path, Element container) {
-        std::size_t first = path.size() - 1;
-        while (path[first].parent() != container) --first;
+    void report_loop(const Path &path, Element container) {
         std::string text = short_label(container) + " contains itself: ";
-        for (std::size_t i = first; i < path.size(); ++i) text += path[i].parent().name() + " > ";
+        std::size_t first = path.size() - 1;
+        while (path[first].first != container) --first;
+        for (; first < path.size(); ++first) text += path[first].first.name() + " > ";
         found(text + container.name());
     }
 
@@ -206,11 +199,11 @@ std::vector<Problem> problems_of(const Document &document) {
     if (!root.is("kavex")) found(std::string("the root element is ") + root.tag() + ", not kavex");
     std::map<std::string, int> scopes;
     std::set<std::string> others;  // paths of entity types and kinds
-    each_scope(root, [&](Element scope) {
-        const std::string path = scope.scope();
-        ++scopes[path];
-        for (Element child : scope)
-            if (child.role() != Role::scope) others.insert(path + '/' + child.tag());
+    each_below(root, [&](Element one) {
+        if (one.role() == Role::scope)
+            ++scopes[one.scope()];
+        else
+            others.insert(one.scope() + '/' + one.tag());
     });
     for (const auto &[path, many] : scopes) {
         if (many > 1) found(path + ": the scope occurs " + std::to_string(many) + " times");

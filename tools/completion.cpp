@@ -42,18 +42,13 @@ void add(Proposals &found, const Line &line, const std::string &what, Element el
 Proposals elements(const Line &line, const std::string &what) {
     Proposals found;
     Document document = Document::look(line.call.name());
-    if (what == "SCOPE") {
-        each_scope(document.root(), [&](Element scope) { found.insert(scope.scope()); });
-        return found;
-    }
-    auto add_all = [&](Element scope) {
-        for (Element child : scope)
-            if (child.role() != Role::scope) add(found, line, what, child);
-    };
-    if (line.call.scope().empty())
-        each_scope(document.root(), add_all);
-    else
-        add_all(document.scope(line.call.scope()));
+    const std::string &path = line.call.scope();
+    const Element scope = path.empty() ? Element() : document.scope(path);
+    each_below(document.root(), [&](Element one) {
+        const bool is_scope = one.role() == Role::scope;
+        if (is_scope && what == "SCOPE") found.insert(one.scope());
+        if (!is_scope && what != "SCOPE" && (path.empty() || one.parent() == scope)) add(found, line, what, one);
+    });
     return found;
 }
 

@@ -70,7 +70,8 @@ private:
     xmlNode *node_;
 };
 
-// The scopes below an element, in document order.
+// The scopes, entities and containers below an element, or the scopes alone, in document order.
+void each_below(Element parent, const std::function<void(Element)> &visit);
 void each_scope(Element parent, const std::function<void(Element)> &visit);
 
 // Members of user groups are names of users, which are no entities of the configuration.

@@ -146,6 +146,7 @@ void put_entities(Document &document, const Call &call, Rows &rows) {
 
 // The name of an entity or container, its fields or members, if they match the pattern.
 void find_in(Element element, const Call &call, const std::string &pattern, Rows &rows) {
+    if (element.role() == Role::scope) return;
     const Identity identity = element.identity();
     const std::string &field = call.option('e');
     const bool container = !identity.kind.empty();
@@ -159,15 +160,6 @@ void find_in(Element element, const Call &call, const std::string &pattern, Rows
     if (field.empty()) add_match(identity.name, Element());
     for (Element part : element)
         if (field.empty() || part.is(field)) add_match(container ? part.text() : part.value(), part);
-}
-
-void find_below(Element scope, const Call &call, const std::string &pattern, Rows &rows) {
-    for (Element child : scope) {
-        if (child.role() == Role::scope)
-            find_below(child, call, pattern, rows);
-        else
-            find_in(child, call, pattern, rows);
-    }
 }
 
 }  // namespace
@@ -240,7 +232,8 @@ int members(Call &call) {
 int find(Call &call) {
     Document document = Document::look(call.name());
     Rows rows(call, true);
-    find_below(call.given("SCOPE") ? document.scope(call.scope()) : document.root(), call, call["PATTERN"], rows);
+    each_below(call.given("SCOPE") ? document.scope(call.scope()) : document.root(),
+               [&](Element one) { find_in(one, call, call["PATTERN"], rows); });
     return rows.finish(not_found);
 }
 

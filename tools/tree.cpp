@@ -111,12 +111,17 @@ void Element::remove() const {
     }
 }
 
-void each_scope(Element parent, const std::function<void(Element)> &visit) {
+void each_below(Element parent, const std::function<void(Element)> &visit) {
     for (Element child : parent) {
-        if (child.role() != Role::scope) continue;
         visit(child);
-        each_scope(child, visit);
+        if (child.role() == Role::scope) each_below(child, visit);
     }
+}
+
+void each_scope(Element parent, const std::function<void(Element)> &visit) {
+    each_below(parent, [&](Element one) {
+        if (one.role() == Role::scope) visit(one);
+    });
 }
 
 bool holds_entities(const std::string &type) { return type != "user_group_object_t"; }
