@@ -89,54 +89,36 @@ std::string without_marks(std::string text) {
 
 std::string shown(const std::string &text) { return one_line(without_marks(text)); }
 
-class Report {
-public:
-    explicit Report(const Call &call) : json_(format_of(call) == "json") {}
-    std::string text() const { return json_ ? json_lines(objects_) : text_; }
+// Whether a place is outside of the latest one that is missing as a whole; it becomes the latest one then.
+bool is_new(const std::string &place, std::string &whole) {
+    bool within = !whole.empty() && place.compare(0, whole.size(), whole) == 0 && place.size() > whole.size();
+    char next = within ? place[whole.size()] : ' ';
+    bool is_scope = whole.find(separator) == std::string::npos;
+    if (within && (next == separator || (is_scope && next == '/'))) return false;
+    whole = place;
+    return true;
+}
 
-    void add(const std::string &place, const Text &before, const Text &after) {
-        if (!(before && after) && !is_new(place, missing_[before ? new_side : old_side])) return;
-        if (json_)
-            objects_.push_back(object(place, before, after));
-        else
-            text_ += coloured(!after ? "31" : !before ? "32" : "33", line(place, before, after)) + '\n';
+std::string line(std::string place, const Text &before, const Text &after) {
+    std::replace(place.begin(), place.end(), separator, ' ');
+    std::string text = shown(before.value_or("")) + (before && after ? " -> " : "") + shown(after.value_or(""));
+    if (!text.empty()) text.insert(0, ": ");
+    text.insert(0, (!after ? "- " : !before ? "+ " : "~ ") + shown(place));
+    return coloured(!after ? "31" : !before ? "32" : "33", text) + '\n';
+}
+
+std::string object(const std::string &place, const Text &before, const Text &after) {
+    Strings parts;
+    for (std::size_t begin = 0, end; begin <= place.size(); begin = end + 1) {
+        end = std::min(place.find(separator, begin), place.size());
+        parts.push_back(json(without_marks(place.substr(begin, end - begin))));
     }
-
-private:
-    // Whether a place is outside of the latest one that is missing as a whole; it becomes the latest one then.
-    static bool is_new(const std::string &place, std::string &whole) {
-        bool within = !whole.empty() && place.compare(0, whole.size(), whole) == 0 && place.size() > whole.size();
-        char next = within ? place[whole.size()] : ' ';
-        bool is_scope = whole.find(separator) == std::string::npos;
-        if (within && (next == separator || (is_scope && next == '/'))) return false;
-        whole = place;
-        return true;
-    }
-
-    static std::string line(std::string place, const Text &before, const Text &after) {
-        std::replace(place.begin(), place.end(), separator, ' ');
-        std::string text = shown(before.value_or("")) + (before && after ? " -> " : "") + shown(after.value_or(""));
-        if (!text.empty()) text.insert(0, ": ");
-        return (!after ? "- " : !before ? "+ " : "~ ") + shown(place) + text;
-    }
-
-    static std::string object(const std::string &place, const Text &before, const Text &after) {
-        Strings parts;
-        for (std::size_t begin = 0, end; begin <= place.size(); begin = end + 1) {
-            end = std::min(place.find(separator, begin), place.size());
-            parts.push_back(json(without_marks(place.substr(begin, end - begin))));
-        }
-        const char *change = !after ? "removed" : !before ? "added" : "changed";
-        Pairs members = {{"change", json(change)}, {"place", json_array(parts)}};
-        if (before) members.emplace_back("old", json(without_marks(*before)));
-        if (after) members.emplace_back("new", json(without_marks(*after)));
-        return json_object(members);
-    }
-
-    bool json_;
-    std::string text_, missing_[2];  // the latest place that each side lacks
-    Strings objects_;
-};
+    const char *change = !after ? "removed" : !before ? "added" : "changed";
+    Pairs members = {{"change", json(change)}, {"place", json_array(parts)}};
+    if (before) members.emplace_back("old", json(without_marks(*before)));
+    if (after) members.emplace_back("new", json(without_marks(*after)));
+    return json_object(members);
+}
 
 // A configuration of this name, or else a file.
 Document configuration_or_file(const std::string &name) {
@@ -153,15 +135,17 @@ Document configuration_or_file(const std::string &name) {
 bool differences(const Call &call, const Document &before, const Document &after, std::string &text) {
     Texts texts;
     Contents old_contents(before, old_side, texts), new_contents(after, new_side, texts);
-    Report report(call);
-    bool different = false;
+    const bool as_json = format_of(call) == "json";
+    std::string missing[2];  // the latest place that each side lacks
+    Strings reported;
     for (const auto &[place, sides] : texts) {
-        if (sides[old_side] == sides[new_side]) continue;
-        report.add(place, sides[old_side], sides[new_side]);
-        different = true;
+        const Text &old_text = sides[old_side], &new_text = sides[new_side];
+        if (old_text == new_text) continue;
+        if (!(old_text && new_text) && !is_new(place, missing[old_text ? new_side : old_side])) continue;
+        reported.push_back(as_json ? object(place, old_text, new_text) : line(place, old_text, new_text));
     }
-    text = report.text();
-    return different;
+    text = as_json ? json_lines(reported) : joined(reported, "");
+    return !reported.empty();
 }
 
 // As diff(1): the old one first, and status 2 for whatever keeps them from being compared.

@@ -18,13 +18,11 @@
 namespace kvio {
 namespace {
 
-struct Meaning {
+constexpr struct {
     kvio_code code;
     Status status;
     const char *text;
-};
-
-constexpr Meaning meanings[] = {
+} meanings[] = {
     {KVIO_LOCKED, locked, "another process holds it (see kvio lock status)"},
     {KVIO_NO_MEMORY, io_error, "out of memory"},
     {KVIO_BAD_SCOPE, inconsistent, "the name is not unique"},
@@ -85,7 +83,7 @@ void store_failure(const std::string &what) {
     const int reason = errno;
     if (kvio_errno == KVIO_LOCKED && (reason == ENOSPC || reason == ENOMEM))
         throw Failure{io_error, what + ": no lock can be made: " + std::strerror(reason)};
-    for (const Meaning &meaning : meanings)
+    for (const auto &meaning : meanings)
         if (meaning.code == kvio_errno) throw Failure{meaning.status, what + ": " + meaning.text};
     if (kvio_errno == KVIO_NO_FILE) system_failure(what, ENOENT);
     if (kvio_errno == KVIO_IO && reason == EILSEQ)

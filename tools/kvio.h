@@ -122,6 +122,8 @@ Strings lines_of(const std::string &text);  // which end with a line feed, or ca
 // \u001b.
 std::string one_line(const std::string &text);
 
+std::string joined(const Strings &texts, const char *separator);
+
 // JSON: a string with its quotes, an object of names and finished values or texts, an array of finished values.
 std::string json(const std::string &text);
 std::string json_object(const Pairs &members);
@@ -158,13 +160,13 @@ public:
     explicit Rows(const Call &call, bool explains_status = false)
         : json_(format_of(call) == "json"), silent_(explains_status && messages::quiet) {}
     void add(const Pairs &row);
-    Status finish(Status if_empty = success);  // prints what add() has not printed yet; the status of the verb
+    Status finish(Status if_empty = success);  // prints them; the status of the verb
     bool as_json() const { return json_; }
 
 private:
-    bool json_, silent_, empty_ = true;
-    Strings objects_;
-    std::vector<Strings> lines_;
+    bool json_, silent_;
+    std::vector<Strings> rows_;  // of columns, or of one object
+    std::vector<std::size_t> widths_;
 };
 
 // ---- completion.cpp: proposals for the last word, a line each; one empty line where bash is to propose files.

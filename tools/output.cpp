@@ -51,16 +51,6 @@ std::size_t width(const std::string &text) {
     return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xc0) != 0x80; }));
 }
 
-void put_line(const Strings &columns, const std::vector<std::size_t> &widths) {
-    std::string line;
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        line += columns[i];
-        if (i + 1 == columns.size()) break;
-        line += widths.empty() ? "\t" : std::string(widths[i] + 2 - width(columns[i]), ' ');
-    }
-    put(line + '\n');
-}
-
 }  // namespace
 
 bool messages::quiet = false;
@@ -113,10 +103,16 @@ std::string one_line(const std::string &text) { return without_control(text, "\\
 
 std::string json(const std::string &text) { return '"' + without_control(text, "\"\\") + '"'; }
 
+std::string joined(const Strings &texts, const char *separator) {
+    std::string all;
+    for (const std::string &text : texts) all.append(&text == &texts[0] ? "" : separator).append(text);
+    return all;
+}
+
 std::string json_object(const Pairs &members) {
-    std::string text;
-    for (const auto &[name, value] : members) text += (text.empty() ? "" : ", ") + json(name) + ": " + value;
-    return '{' + text + '}';
+    Strings parts;
+    for (const auto &[name, value] : members) parts.push_back(json(name) + ": " + value);
+    return '{' + joined(parts, ", ") + '}';
 }
 
 std::string json_texts(const Pairs &members) {
@@ -125,16 +121,10 @@ std::string json_texts(const Pairs &members) {
     return json_object(values);
 }
 
-std::string json_array(const Strings &values) {
-    std::string text;
-    for (const std::string &value : values) text += (text.empty() ? "" : ", ") + value;
-    return '[' + text + ']';
-}
+std::string json_array(const Strings &values) { return '[' + joined(values, ", ") + ']'; }
 
 std::string json_lines(const Strings &objects) {
-    std::string text;
-    for (const std::string &object : objects) text += (text.empty() ? "\n  " : ",\n  ") + object;
-    return '[' + text + "\n]\n";
+    return (objects.empty() ? "[" : "[\n  ") + joined(objects, ",\n  ") + "\n]\n";
 }
 
 void put(const std::string &text) {
@@ -190,28 +180,23 @@ std::string format_of(const Call &call, bool xml_allowed) {
 }
 
 void Rows::add(const Pairs &row) {
-    empty_ = false;
-    if (silent_) return;
-    if (json_) return objects_.push_back(json_texts(row));
-    Strings line;
-    for (const auto &[name, value] : row) line.push_back(one_line(value));
-    if (on_terminal())
-        lines_.push_back(line);
-    else
-        put_line(line, {});
+    rows_.emplace_back();
+    if (json_) return rows_.back().push_back(json_texts(row));
+    for (const auto &[name, value] : row) rows_.back().push_back(one_line(value));
+    widths_.resize(std::max(widths_.size(), row.size()));
+    // The last column of a row does not widen the one of longer rows.
+    for (std::size_t i = 0; i + 1 < row.size(); ++i) widths_[i] = std::max(widths_[i], width(rows_.back()[i]));
 }
 
 Status Rows::finish(Status if_empty) {
-    std::vector<std::size_t> widths;
-    for (const Strings &line : lines_)
-        for (std::size_t i = 0; i < line.size(); ++i) {
-            if (i == widths.size()) widths.push_back(0);
-            // The last column of a row does not widen the one of longer rows.
-            if (i + 1 < line.size()) widths[i] = std::max(widths[i], width(line[i]));
-        }
-    for (const Strings &line : lines_) put_line(line, widths);
-    if (json_ && !silent_) put(json_lines(objects_));
-    return empty_ ? if_empty : success;
+    Strings lines;
+    for (Strings &row : rows_) {
+        for (std::size_t i = 0; i + 1 < row.size(); ++i)
+            row[i] += on_terminal() ? std::string(widths_[i] + 2 - width(row[i]), ' ') : "\t";
+        lines.push_back(joined(row, ""));
+    }
+    if (!silent_) put(json_ ? json_lines(lines) : joined(lines, "\n") + (lines.empty() ? "" : "\n"));
+    return rows_.empty() ? if_empty : success;
 }
 
 }  // namespace kvio
