@@ -161,7 +161,7 @@ void join(Call &call, Document &document) {
             document.find(call.scope(), {entities ? "" : call.kind(), call.type(), name});
     }
     if (entities || call.has('f')) return;
-    Owned<kvio_entities_t, kvio_free_entities> found(kvio_retrieve_all2(handle.get()));
+    Entities found(kvio_retrieve_all2(handle.get()));
     if (!found && kvio_errno == KVIO_LOOP) store_failure(label_of(handle));
 }
 

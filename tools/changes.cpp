@@ -111,8 +111,7 @@ void refuse_new_faults(const Document &document, const std::string &name) {
 class PrivateFile {
 public:
     PrivateFile(const std::string &name, const std::string &bytes) {
-        const char *parent = std::getenv("TMPDIR");
-        directory_ = std::string(parent && *parent ? parent : "/tmp") + "/kvio.XXXXXX";
+        directory_ = environment("TMPDIR", "/tmp") + "/kvio.XXXXXX";
         start_remover();
         path_ = directory_ + '/' + name.substr(name.rfind('/') + 1);
         write_file(path_, bytes);
@@ -152,13 +151,11 @@ private:
 };
 
 void run_editor(const std::string &path) {
-    const char *editor = std::getenv("VISUAL");
-    if (!editor || !*editor) editor = std::getenv("EDITOR");
-    if (!editor || !*editor) editor = "vi";
+    const std::string editor = environment("VISUAL", environment("EDITOR", "vi"));
     setenv("KVIO_EDITED", path.c_str(), 1);
-    const std::string command = std::string(editor) + " \"$KVIO_EDITED\"";
+    const std::string command = editor + " \"$KVIO_EDITED\"";
     if (std::system(command.c_str()) != 0)  // NOLINT(cert-env33-c): the user's own command
-        throw Failure{io_error, std::string("the editor ") + editor + " failed; nothing is saved"};
+        throw Failure{io_error, "the editor " + editor + " failed; nothing is saved"};
 }
 
 // What was edited, once it is well-formed and has no new faults.

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <map>
 
 #include "document.h"
 
@@ -13,10 +12,10 @@ namespace {
 
 struct Problem {
     std::string text;
-    std::string fault;   // the text without positions and counts; empty: not caused by a change
-    std::string remedy;  // what a repair does; empty: nothing is safe
-    Element target;      // of the repair
-    std::string count;   // the count that it sets; empty: it removes the target
+    std::string fault;           // the text without positions and counts; empty: not caused by a change
+    std::string remedy = "";     // what a repair does; empty: nothing is safe
+    Element target = Element();  // of the repair
+    std::string count = "";      // the count that it sets; empty: it removes the target
 };
 
 // Whether digits alone follow a position, one at least.
@@ -58,7 +57,7 @@ public:
 
 private:
     Problem &found(const std::string &text, const std::string &fault) {
-        problems_.push_back({scope_ + ": " + text, fault.empty() ? "" : scope_ + ": " + fault, "", Element(), ""});
+        problems_.push_back({scope_ + ": " + text, fault.empty() ? "" : scope_ + ": " + fault});
         return problems_.back();
     }
 
@@ -194,7 +193,7 @@ private:
 
 std::vector<Problem> problems_of(const Document &document) {
     std::vector<Problem> problems;
-    auto found = [&](const std::string &text) { problems.push_back({text, text, "", Element(), ""}); };
+    auto found = [&](const std::string &text) { problems.push_back({text, text}); };
     Element root = document.any_root();
     if (!root.is("kavex")) found(std::string("the root element is ") + root.tag() + ", not kavex");
     std::map<std::string, int> scopes;

@@ -1,7 +1,6 @@
 // Proposals for the word at the cursor of a command line: the usage of a verb names what each argument is.
 #include <algorithm>
 #include <cctype>
-#include <set>
 
 #include "document.h"
 

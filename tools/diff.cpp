@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <map>
-#include <optional>
 
 #include "base/paths.h"
 #include "document.h"

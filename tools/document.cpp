@@ -97,8 +97,7 @@ void store_failure(const std::string &what) {
 
 std::unique_ptr<SignalsBlocked> with_lock(const Call &call, const std::string &what,
                                           const std::function<bool()> &attempt) {
-    const char *preset = std::getenv("KVIO_WAIT");
-    const std::string text = call.has('w') ? call.option('w') : (preset && *preset ? preset : "0");
+    const std::string text = call.has('w') ? call.option('w') : environment("KVIO_WAIT", "0");
     char *end;
     const double seconds = std::strtod(text.c_str(), &end);
     if (text.empty() || *end || !(seconds >= 0)) throw Failure{misused, "SECONDS is a number, not " + text};
@@ -204,10 +203,9 @@ Element Document::find(const std::string &scope_path, const Identity &wanted) co
     }
     if (found) return found;
     for (Element child : parent) {
-        if (child.role() != (wanted.kind.empty() ? Role::entity : Role::container)) continue;
-        if (!wanted.kind.empty() && !child.is(wanted.kind)) continue;
-        const std::string type = wanted.kind.empty() ? child.tag() : child.type();
-        (type == wanted.type ? names : types).push_back(type == wanted.type ? child.name() : type);
+        const Identity its = child.identity();
+        if (child.role() == Role::scope || its.kind != wanted.kind) continue;
+        (its.type == wanted.type ? names : types).push_back(its.type == wanted.type ? its.name : its.type);
     }
     throw Failure{not_found, "no " + wanted.label() + " in " + scope_path +
                                  (names.empty() ? suggestion(wanted.type, types) : suggestion(wanted.name, names))};

@@ -45,12 +45,12 @@ public:
     Pairs other_attributes() const;  // without those of its identity
 
     // for (Element child : element) visits the child elements: an element is the iterator that stands at it.
-    Element begin() const;
+    Element begin() const { return Element(xmlFirstElementChild(node_)); }
     Element end() const { return Element(); }
     bool is_empty() const { return !begin(); }
     Element operator*() const { return *this; }
     Element &operator++() { return *this = next(); }
-    Element next() const;                              // the next child of its parent
+    Element next() const { return Element(xmlNextElementSibling(node_)); }
     Element child(const std::string &tag_name) const;  // the first of this name, or null
     bool operator!=(Element other) const { return node_ != other.node_; }
 
@@ -75,9 +75,9 @@ void each_below(Element parent, const std::function<void(Element)> &visit);
 void each_scope(Element parent, const std::function<void(Element)> &visit);
 
 // Members of user groups are names of users, which are no entities of the configuration.
-bool holds_entities(const std::string &type);
+inline bool holds_entities(const std::string &type) { return type != "user_group_object_t"; }
 
-bool is_kind(const std::string &tag);  // table, list or group
+inline bool is_kind(const std::string &tag) { return tag == "table" || tag == "list" || tag == "group"; }
 
 // The entity or container that a member names.
 Identity named_by(Element container, Element member);
@@ -110,6 +110,7 @@ std::unique_ptr<SignalsBlocked> with_lock(const Call &call, const std::string &w
                                           const std::function<bool()> &attempt);
 
 using Handle = Owned<kvio_iterator_t, kvio_close_table>;
+using Entities = Owned<kvio_entities_t, kvio_free_entities>;
 
 // What a call is about: its CONTAINER, its ENTITY, or with --kind the container of that name.
 Identity identity_of(const Call &call);

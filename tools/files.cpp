@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <new>
-#include <set>
 
 #include "base/files.h"
 #include "document.h"
@@ -76,19 +75,16 @@ std::string target_of(const std::string &path) {
     return real.get();
 }
 
-std::set<std::string> scopes_of(const Document &document) {
-    std::set<std::string> paths;
-    each_scope(document.root(), [&](Element scope) { paths.insert(scope.scope()); });
-    return paths;
-}
-
 void refuse_loss(const Document &source, const Document &target, const Call &call) {
-    const std::set<std::string> kept = scopes_of(source);
+    std::set<std::string> lost;
     const std::string within = call.given("SCOPE") ? call.scope() + '/' : "";
-    for (const std::string &scope : scopes_of(target))
-        if (scope.compare(0, within.size(), within) == 0 && !kept.count(scope))
-            throw Failure{inconsistent, call["FILE"] + " has no scope " + scope + ", which " + call.name() +
-                                            " would lose; name the scope to restore, or use --force"};
+    each_scope(target.root(), [&](Element scope) {
+        if (scope.scope().compare(0, within.size(), within) == 0) lost.insert(scope.scope());
+    });
+    each_scope(source.root(), [&](Element scope) { lost.erase(scope.scope()); });
+    if (!lost.empty())
+        throw Failure{inconsistent, call["FILE"] + " has no scope " + *lost.begin() + ", which " + call.name() +
+                                        " would lose; name the scope to restore, or use --force"};
 }
 
 // Saves under another name. A failure leaves no empty file under a new one.

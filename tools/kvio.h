@@ -102,6 +102,8 @@ std::string help(const Verb *verb);  // null: all verbs
 std::string suggestion(const std::string &word, const Strings &known);
 
 // ---- output.cpp
+std::string environment(const char *name, const std::string &preset);  // a variable that is set and not empty
+
 // Messages go to the standard error stream as it was when the program started, one line each, unless --quiet.
 namespace messages {
 extern bool quiet;

@@ -9,10 +9,7 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <ctime>
-#include <memory>
-#include <optional>
 
 #include "document.h"
 

@@ -1,9 +1,6 @@
 // The verbs that look. They read snapshots, so that they work while another process holds the file.
 #include <fnmatch.h>
 
-#include <map>
-#include <set>
-
 #include "document.h"
 
 namespace kvio {
@@ -136,12 +133,6 @@ void put_names(Element container, Rows &rows) {
     }
 }
 
-void put_entities(Document &document, const Call &call, Rows &rows) {
-    Owned<kvio_entities_t, kvio_free_entities> found(kvio_retrieve_all2(document.handle_of(call).get()));
-    if (!found) store_failure(document.find(call).label());
-    for (int i = 0; i < found->count; ++i) rows.add({{"entity", Element(found->items[i]).name()}});
-}
-
 // ---- find
 
 // The name of an entity or container, its fields or members, if they match the pattern.
@@ -220,12 +211,15 @@ int members(Call &call) {
     Document document = Document::look(call.name());
     Rows rows(call);
     Element container = document.find(call);
-    if (!call.has('r'))
+    if (!call.has('r')) {
         for (Element member : container) rows.add({{"member", member.tag()}, {"name", member.text()}});
-    else if (holds_entities(call.type()))
-        put_entities(document, call, rows);
-    else
+    } else if (holds_entities(call.type())) {
+        const Entities found(kvio_retrieve_all2(document.handle_of(call).get()));
+        if (!found) store_failure(container.label());
+        for (int i = 0; i < found->count; ++i) rows.add({{"entity", Element(found->items[i]).name()}});
+    } else {
         put_names(container, rows);
+    }
     return rows.finish();
 }
 

@@ -53,6 +53,11 @@ std::size_t width(const std::string &text) {
 
 }  // namespace
 
+std::string environment(const char *name, const std::string &preset) {
+    const char *value = std::getenv(name);
+    return value && *value ? value : preset;
+}
+
 bool messages::quiet = false;
 
 void messages::silence_library() {
@@ -142,11 +147,10 @@ bool on_terminal() {
 }
 
 Pager::Pager(bool wanted) {
-    const char *pager = std::getenv("PAGER");
     decorated();  // as long as standard output is the terminal
     if (!wanted || !on_terminal()) return;
     setenv("LESS", "FRX", 0);
-    stream_ = popen(pager && *pager ? pager : "less", "we");  // NOLINT(cert-env33-c): the user's own command
+    stream_ = popen(environment("PAGER", "less").c_str(), "we");  // NOLINT(cert-env33-c): the user's own command
     if (!stream_) return;
     std::signal(SIGPIPE, SIG_IGN);  // the user may quit the pager before the end
     dup2(fileno(stream_), 1);
@@ -161,10 +165,8 @@ Pager::~Pager() {
 }
 
 bool decorated() {
-    static const bool result = [] {
-        const char *no_colour = std::getenv("NO_COLOR"), *terminal = std::getenv("TERM");
-        return on_terminal() && !(no_colour && *no_colour) && terminal && std::string(terminal) != "dumb";
-    }();
+    static const bool result =
+        on_terminal() && environment("NO_COLOR", "").empty() && environment("TERM", "dumb") != "dumb";
     return result;
 }
 

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <new>
-#include <set>
 #include <tuple>
 
 #include "store/xml.h"
@@ -42,10 +41,6 @@ Pairs Element::other_attributes() const {
     }
     return result;
 }
-
-Element Element::begin() const { return Element(xmlFirstElementChild(node_)); }
-
-Element Element::next() const { return Element(xmlNextElementSibling(node_)); }
 
 Element Element::child(const std::string &tag_name) const {
     for (Element one : *this)
@@ -123,10 +118,6 @@ void each_scope(Element parent, const std::function<void(Element)> &visit) {
         if (one.role() == Role::scope) visit(one);
     });
 }
-
-bool holds_entities(const std::string &type) { return type != "user_group_object_t"; }
-
-bool is_kind(const std::string &tag) { return tag == "table" || tag == "list" || tag == "group"; }
 
 Identity named_by(Element container, Element member) {
     return {member.is("container") ? container.tag() : "", container.type(), member.text()};

@@ -35,17 +35,16 @@ int user_show(Call &call) {
         throw Failure{not_found, "no profile of " + call["USER"] + " (the system log has the reason)"};
     }
     Rows rows(call);
-    auto put_row = [&](const char *field, const std::string &value) { rows.add({{"field", field}, {"value", value}}); };
-    put_row("name", profile->name);
-    put_row("account", profile->account);
-    put_row("type", type_word(profile->type));
-    const std::pair<const char *, int> numbers[] = {{"access", profile->access},
-                                                    {"visibility", profile->visibility},
-                                                    {"lease_time", profile->lease_time},
-                                                    {"re_auth", profile->re_auth},
-                                                    {"remote_admin", profile->remote_admin},
-                                                    {"remote_access", profile->remote_access}};
-    for (const auto &[field, value] : numbers) put_row(field, std::to_string(value));
+    const Pairs fields = {{"name", profile->name},
+                          {"account", profile->account},
+                          {"type", type_word(profile->type)},
+                          {"access", std::to_string(profile->access)},
+                          {"visibility", std::to_string(profile->visibility)},
+                          {"lease_time", std::to_string(profile->lease_time)},
+                          {"re_auth", std::to_string(profile->re_auth)},
+                          {"remote_admin", std::to_string(profile->remote_admin)},
+                          {"remote_access", std::to_string(profile->remote_access)}};
+    for (const auto &[field, value] : fields) rows.add({{"field", field}, {"value", value}});
     return rows.finish();
 }
 
