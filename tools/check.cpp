@@ -27,10 +27,10 @@ std::string short_label(Element element) { return element.tag() + (' ' + element
 
 // Everything below an element in one text: equal for elements that differ at most in the order of attributes.
 std::string contents_of(Element element) {
-    Pairs sorted = element.attributes();
-    std::sort(sorted.begin(), sorted.end());
+    std::multiset<std::string> sorted;
+    for (const auto &[name, value] : element.attributes()) sorted.insert(joined({"", name, value}, "\1"));
     std::string text = std::string("<") + element.tag();
-    for (const auto &[name, value] : sorted) text.append(1, '\1').append(name).append(1, '\1').append(value);
+    for (const std::string &attribute : sorted) text += attribute;
     if (element.is_empty()) return text + '>' + element.text();
     for (Element child : element) text += contents_of(child);
     return text + "</>";

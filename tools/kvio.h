@@ -19,7 +19,7 @@ struct Failure {
 };
 
 using Strings = std::vector<std::string>;
-using Pairs = std::vector<std::pair<std::string, std::string>>;  // names and texts
+using Pairs = std::vector<std::pair<const char *, std::string>>;  // texts by names that are literals or in a document
 
 class Document;
 struct Call;

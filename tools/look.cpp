@@ -32,10 +32,9 @@ void put_values(const Call &call, const Document &document) {
 // ---- show
 
 std::string attributes_of(Element element) {
-    std::string text;
-    for (const auto &[name, value] : element.other_attributes())
-        text += (text.empty() ? " [" : ", ") + name + '=' + one_line(value);
-    return text.empty() ? text : coloured("2", text + ']');
+    Strings texts;
+    for (const auto &[name, value] : element.other_attributes()) texts.push_back(name + ('=' + one_line(value)));
+    return texts.empty() ? "" : coloured("2", " [" + joined(texts, ", ") + ']');
 }
 
 std::string drawn(Element element) {

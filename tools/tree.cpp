@@ -35,9 +35,9 @@ Pairs Element::attributes() const {
 Pairs Element::other_attributes() const {
     const Role its_role = role();
     Pairs result;
-    for (const auto &one : attributes()) {
-        bool identifies = one.first == "name" || (one.first == "type" && its_role == Role::container);
-        if (its_role == Role::scope || !identifies) result.push_back(one);
+    for (const auto &[name, value] : attributes()) {
+        bool identifies = xml::same(name, "name") || (xml::same(name, "type") && its_role == Role::container);
+        if (its_role == Role::scope || !identifies) result.emplace_back(name, value);
     }
     return result;
 }

@@ -85,7 +85,7 @@ int user_types(Call &call) {
     const Strings columns = {"type", "access", "visibility", "remote_admin", "remote_access"};
     auto put_row = [&](const Strings &texts) {
         Pairs row;
-        for (std::size_t i = 0; i < columns.size(); ++i) row.emplace_back(columns[i], texts[i]);
+        for (std::size_t i = 0; i < columns.size(); ++i) row.emplace_back(columns[i].c_str(), texts[i]);
         rows.add(row);
     };
     if (!rows.as_json()) put_row(columns);
