@@ -110,8 +110,8 @@ void refuse_new_faults(const Document &document, const std::string &name) {
 // where this process is killed, by another one, which waits for the end of a pipe that this one holds.
 class PrivateFile {
 public:
-    PrivateFile(const std::string &name, const std::string &bytes) {
-        directory_ = environment("TMPDIR", "/tmp") + "/kvio.XXXXXX";
+    PrivateFile(const std::string &name, const std::string &bytes)
+        : directory_(environment("TMPDIR", "/tmp") + "/kvio.XXXXXX") {
         start_remover();
         path_ = directory_ + '/' + name.substr(name.rfind('/') + 1);
         write_file(path_, bytes);
