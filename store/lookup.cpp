@@ -118,11 +118,6 @@ xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *
     return found.only;
 }
 
-xmlNode *scope_or_null(const kvio_config_t *config, const char *scope) noexcept {
-    Found found = select_scope(config, scope);
-    return is_root(found.only) ? nullptr : found.only;
-}
-
 Found find_entities(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept {
     // Below the root there are scopes, not entities.
     if (!is_usable(scope) || (!is_plain(scope) && is_root(evaluate(document, scope).only)))

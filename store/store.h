@@ -107,9 +107,6 @@ inline constexpr std::size_t max_scope = 255 - (sizeof "/kavex/" - 1);
 // config with the code.
 xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *who) noexcept;
 
-// The same without a line and a code.
-xmlNode *scope_or_null(const kvio_config_t *config, const char *scope) noexcept;
-
 // What a look-up selects.
 struct Found {
     enum Status { ok, no_context, failed } status = ok;

@@ -9,21 +9,6 @@ void Text::put_together(const xmlNode *node) noexcept {
     if (owned_ || out_of_memory()) text_ = str(owned_.get());
 }
 
-Text Text::content_of(const xmlNode *node) noexcept {
-    Text text;
-    if (!node) return text;
-    switch (node->type) {
-        case XML_ELEMENT_NODE:
-            return below(node);
-        case XML_ENTITY_REF_NODE:
-            text.put_together(node);
-            return text;
-        default:
-            if (node->content) text.text_ = str(node->content);
-            return text;
-    }
-}
-
 namespace {
 
 // Compares with "PREFIX:NAME", or with "NAME" for an attribute without a prefix.

@@ -69,18 +69,14 @@ public:
         return Text(reinterpret_cast<const xmlNode *>(attribute), attribute->children);
     }
     // The text that a node of any type stands for: the content of a text node, the texts below an element; "" for null.
-    static Text content_of(const xmlNode *node) noexcept;
+    static Text content_of(const xmlNode *node) noexcept { return Text(node, node); }
 
     // False when memory was short; the text is "" then.
     explicit operator bool() const noexcept { return text_ != nullptr; }
     const char *get() const noexcept { return text_ ? text_ : ""; }
     friend bool same(const Text &text, const char *wanted) noexcept { return text && same(text.text_, wanted); }
 
-    // The text if it is in place, where it stays as long as its node; else null.
-    const char *in_place() const noexcept { return owned_ ? nullptr : text_; }
-
 private:
-    Text() = default;
     Text(const xmlNode *holder, const xmlNode *first) noexcept {
         if (!first) return;
         if (!first->next && (first->type == XML_TEXT_NODE || first->type == XML_CDATA_SECTION_NODE)) {
