@@ -7,8 +7,6 @@ namespace {
 
 constexpr const char *unattached = "() error: bad iterator, no container assoiciated";
 
-xmlNode *element_of(kvio_node_t *entity, const char *who) { return store::is_given(entity, who) ? entity : nullptr; }
-
 int set(xmlNode *element, const char *name, const char *value) {
     if (!element) return 0;
     const bool renames = name && same(name, "name");
@@ -31,37 +29,33 @@ int get(const xmlNode *element, const char *name, const store::Buffer &buffer) {
     return at ? buffer.take(xml::Text::of(at)) : buffer.take_nothing();
 }
 
-using CounterText = char[16];
-
-bool read_counter(kvio_node_t *entity, const char *attribute, uint32_t &counter, const char *who) {
-    CounterText text;
-    if (!store::is_given(entity, who) || !kvio_getattr_entity2(entity, attribute, text, sizeof text)) return false;
-    counter = to_uint32(text);
-    return true;
-}
-
-int write_counter(kvio_node_t *entity, const char *attribute, uint32_t counter) {
-    CounterText text;
-    std::snprintf(text, sizeof text, "%lu", static_cast<unsigned long>(counter));
+// Adds 1 to a counter or, unless it is 0, subtracts 1.
+int count(kvio_node_t *entity, const char *attribute, bool up, uint32_t *value, const char *who) {
+    char text[16];
+    if (!store::given(entity, who) || !kvio_getattr_entity2(entity, attribute, text, sizeof text)) return 0;
+    const uint32_t before = to_uint32(text), after = up ? before + 1 : before - (before > 0);
+    if (value) *value = after;
+    if (after == before) return succeed(1);
+    std::snprintf(text, sizeof text, "%lu", static_cast<unsigned long>(after));
     return kvio_setattr_entity(entity, attribute, text);
 }
 
 }  // namespace
 
 int kvio_setattr_entity(kvio_node_t *entity, const char *attribute, const char *value) {
-    return set(element_of(entity, __func__), attribute, value);
+    return set(store::given(entity, __func__), attribute, value);
 }
 
 int kvio_unsetattr_entity(kvio_node_t *entity, const char *attribute) {
-    return unset(element_of(entity, __func__), attribute);
+    return unset(store::given(entity, __func__), attribute);
 }
 
 int kvio_getattr_entity(kvio_node_t *entity, const char *attribute, char *buffer) {
-    return get(element_of(entity, __func__), attribute, {buffer});
+    return get(store::given(entity, __func__), attribute, {buffer});
 }
 
 int kvio_getattr_entity2(kvio_node_t *entity, const char *attribute, char *buffer, unsigned int size) {
-    return get(element_of(entity, __func__), attribute, {buffer, size});
+    return get(store::given(entity, __func__), attribute, {buffer, size});
 }
 
 int kvio_setattr_container(kvio_iterator_t *iterator, const char *attribute, const char *value) {
@@ -81,17 +75,9 @@ int kvio_getattr_container2(kvio_iterator_t *iterator, const char *attribute, ch
 }
 
 int kvio_increase_entity_attr(kvio_node_t *entity, const char *attribute, uint32_t *value) {
-    uint32_t counter;
-    if (!read_counter(entity, attribute, counter, __func__)) return 0;
-    ++counter;
-    if (value) *value = counter;
-    return write_counter(entity, attribute, counter);
+    return count(entity, attribute, true, value, __func__);
 }
 
 int kvio_decrease_entity_attr(kvio_node_t *entity, const char *attribute, uint32_t *value) {
-    uint32_t counter;
-    if (!read_counter(entity, attribute, counter, __func__)) return 0;
-    if (counter != 0) write_counter(entity, attribute, --counter);
-    if (value) *value = counter;
-    return succeed(1);
+    return count(entity, attribute, false, value, __func__);
 }

@@ -3,21 +3,21 @@
 
 namespace {
 
-xml::Detached copy_node(xmlNode *node, int depth) {
-    return xml::guarded<xml::Detached>([&] { return xmlCopyNode(node, depth); });
-}
-
 constexpr int whole_tree = 1;
 constexpr int attributes_only = 2;
 
+// Copies a node; null with code and line.
+xml::Detached copy_node(xmlNode *node, int depth, const char *who) {
+    auto copy = xml::guarded<xml::Detached>([&] { return xmlCopyNode(node, depth); });
+    return copy ? std::move(copy) : fail(nullptr, KVIO_XML, "%s error on xmlCopyNode()\n", who);
+}
+
 // A copy of the scope inside bare copies of its ancestors up to the root, which is left out; null with code and line.
 xml::Detached copy_with_ancestors(xmlNode *scope, const char *who) {
-    xml::Detached copy = copy_node(scope, whole_tree);
-    if (!copy) return fail(nullptr, KVIO_XML, "%s error on xmlCopyNode()\n", who);
-    for (xmlNode *ancestor = scope->parent; xml::is_element(ancestor->parent); ancestor = ancestor->parent) {
-        xml::Detached around = copy_node(ancestor, attributes_only);
-        if (!around) return fail(nullptr, KVIO_XML, "%s error on xmlCopyNode()\n", who);
-        if (!store::append(around.get(), std::move(copy), who)) return nullptr;
+    xml::Detached copy = copy_node(scope, whole_tree, who);
+    for (xmlNode *ancestor = scope->parent; copy && xml::is_element(ancestor->parent); ancestor = ancestor->parent) {
+        xml::Detached around = copy_node(ancestor, attributes_only, who);
+        if (!around || !store::append(around.get(), std::move(copy), who)) return nullptr;
         copy = std::move(around);
     }
     return copy;
@@ -69,10 +69,8 @@ int kvio_backup_scope(kvio_config_t *config, const char *scope, const char *path
 
 kvio_checkpoint_t *kvio_create_checkpoint(kvio_config_t *config, const char *scope) {
     xmlNode *element = store::find_scope(config, scope, __func__);
-    if (!element) return nullptr;
-    xml::Detached copy = copy_node(element, whole_tree);
-    if (!copy) return fail(nullptr, KVIO_XML, "%s error on xmlCopyNode()\n", __func__);
-    return succeed(copy.release());
+    xml::Detached copy = element ? copy_node(element, whole_tree, __func__) : nullptr;
+    return copy ? succeed(copy.release()) : nullptr;
 }
 
 int kvio_rollback_checkpoint(kvio_config_t *config, const char *scope, kvio_checkpoint_t *checkpoint) {

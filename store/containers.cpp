@@ -63,11 +63,6 @@ int dispose(const char *kind, kvio_config_t *config, const char *scope, const ch
     return element ? store::discard(element) : 0;
 }
 
-int close(kvio_iterator_t *iterator) {
-    std::free(iterator);
-    return 1;
-}
-
 }  // namespace
 
 kvio_iterator_t *kvio_create_table(kvio_config_t *config, const char *scope, const char *type, const char *name) {
@@ -100,6 +95,9 @@ int kvio_dispose_group(kvio_config_t *config, const char *scope, const char *typ
     return dispose("group", config, scope, type, name);
 }
 
-int kvio_close_table(kvio_iterator_t *iterator) { return close(iterator); }
-int kvio_close_list(kvio_iterator_t *iterator) { return close(iterator); }
-int kvio_close_group(kvio_iterator_t *iterator) { return close(iterator); }
+int kvio_close_table(kvio_iterator_t *iterator) {
+    std::free(iterator);
+    return 1;
+}
+int kvio_close_list(kvio_iterator_t *iterator) { return kvio_close_table(iterator); }
+int kvio_close_group(kvio_iterator_t *iterator) { return kvio_close_table(iterator); }

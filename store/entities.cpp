@@ -3,17 +3,13 @@
 
 namespace {
 
-bool exists(const xmlNode *scope, const char *type, const char *name) {
-    store::Found found;
-    store::search_scope(scope, type, name, true, found);
-    return found.count > 0;
-}
-
 xmlNode *define(const kvio_config_t *config, const char *scope, const char *type, const char *name) {
     const char *who = "do_kvio_define";
     xmlNode *parent = store::find_scope(config, scope, who);
     if (!parent) return nullptr;
-    if (type && name && exists(parent, type, name))
+    store::Found existing;
+    if (type && name) store::search_scope(parent, type, name, true, existing);
+    if (existing.count > 0)
         return fail(nullptr, KVIO_EXISTS, "%s(%s): scope:[%s] type:[%s] name:[%s] is existed\n", who, config->path,
                     scope, type, name);
     xml::Detached entity = store::new_element(type, name, who);
@@ -55,7 +51,7 @@ bool add_value(xmlNode *entity, const char *field, const char *value) {
 }
 
 int set_value(xmlNode *entity, const char *field, const char *value, const char *who) {
-    if (!store::is_given(entity, who)) return 0;
+    if (!store::given(entity, who)) return 0;
     xmlNode *element = find_value(entity, field);
     bool stored = value && (element ? replace_text(element, value) : add_value(entity, field, value));
     if (!stored) return fail(0, KVIO_XML, "%s() error on xmlNewTextChild()\n", who);
@@ -69,22 +65,22 @@ Block<char> duplicate(const char *text, const char *what) {
     return copy;
 }
 
-int read_name(const xmlNode *entity, const store::Buffer &buffer, const char *who) {
-    if (!store::is_given(entity, who)) return 0;
+int read_name(xmlNode *entity, const store::Buffer &buffer, const char *who) {
+    if (!store::given(entity, who)) return 0;
     const xmlAttr *name = xml::name_of(entity);
     if (!name) return fail(0, KVIO_BAD_SCOPE, "%s() fatal error: attribute 'name' is missed\n", who);
     return buffer.take(xml::Text::of(name));
 }
 
 // Returns the value element of a field that is to be read; null with code and line.
-const xmlNode *value_of(const xmlNode *entity, const char *field, const char *who) {
-    if (!store::is_given(entity, who)) return nullptr;
+const xmlNode *value_of(xmlNode *entity, const char *field, const char *who) {
+    if (!store::given(entity, who)) return nullptr;
     const xmlNode *element = find_value(entity, field);
     if (!element) return fail(element, KVIO_NOT_FOUND, "%s() error: element '%s' is not found\n", who, shown(field));
     return element;
 }
 
-int read_value(const xmlNode *entity, const char *field, const store::Buffer &buffer, const char *who) {
+int read_value(xmlNode *entity, const char *field, const store::Buffer &buffer, const char *who) {
     const xmlNode *element = value_of(entity, field, who);
     if (!element) return 0;
     return element->children ? buffer.take(xml::Text::content_of(element->children)) : buffer.take_nothing();
@@ -107,7 +103,7 @@ int kvio_undefine(kvio_config_t *config, const char *scope, const char *type, co
 }
 
 int kvio_compare_name(kvio_node_t *entity, const char *name) {
-    if (!store::is_given(entity, __func__)) return 0;
+    if (!store::given(entity, __func__)) return 0;
     return succeed(name && xml::is_named(entity, name) ? 1 : 0);
 }
 

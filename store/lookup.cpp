@@ -32,23 +32,18 @@ const char *behind_step(const xmlNode *node, const char *path) noexcept {
     return !*name && (!*path || *path == '/') ? path : nullptr;
 }
 
-// Visits every element that a plain path selects below a node.
-template <class Visit>
-void for_each_on_path(const xmlNode *parent, const char *path, Visit &visit) {
+// Adds the elements that a plain path selects below a node; for a type their entities, as search_scope() does.
+void add_on_path(const xmlNode *parent, const char *path, const char *type, const char *name, Found &found) noexcept {
     for (xmlNode *child = parent->children; child; child = child->next) {
         const char *rest = behind_step(child, path);
         if (!rest) continue;
         if (*rest)
-            for_each_on_path(child, rest + 1, visit);
+            add_on_path(child, rest + 1, type, name, found);
+        else if (type)
+            search_scope(child, type, name, false, found);
         else
-            visit(child);
+            found.add(child);
     }
-}
-
-template <class Visit>
-void for_each_scope(const xmlDoc *document, const char *scope, Visit visit) {
-    auto below_root = [&](xmlNode *root) { for_each_on_path(root, scope, visit); };
-    for_each_on_path(reinterpret_cast<const xmlNode *>(document), "kavex", below_root);
 }
 
 // Whether an element is the root.
@@ -97,21 +92,25 @@ Found evaluate(xmlDoc *document, const char *scope, const char *type = nullptr, 
     return {Found::ok, nodes->nodeNr, only};
 }
 
-bool is_usable(const char *scope) noexcept { return scope && strnlen(scope, max_scope + 1) <= max_scope; }
-
-Found select_scope(const kvio_config_t *config, const char *scope) noexcept {
-    if (!is_usable(scope)) return {};
-    if (!is_plain(scope)) return evaluate(config->doc, scope);
+// Selects in the plain way if possible; `type` and `name` as for evaluate().
+Found select(xmlDoc *document, const char *scope, const char *type = nullptr, const char *name = nullptr) noexcept {
+    if (!is_plain(scope) || (type && (!is_plain(type) || std::strchr(type, '/'))))
+        return evaluate(document, scope, type, name);
     Found found;
-    for_each_scope(config->doc, scope, [&](xmlNode *element) { found.add(element); });
+    const xmlNode *root = xmlDocGetRootElement(document);
+    const char *rest = root ? behind_step(root, "kavex") : nullptr;
+    if (rest && !*rest) add_on_path(root, scope, type, name, found);
     return found;
 }
+
+bool is_usable(const char *scope) noexcept { return scope && strnlen(scope, max_scope + 1) <= max_scope; }
 
 }  // namespace
 
 xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *who) noexcept {
     if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
-    Found found = select_scope(config, scope);
+    Found found;
+    if (is_usable(scope)) found = select(config->doc, scope);
     if (found.status == Found::no_context) return fail(nullptr, KVIO_XML, "%s error on xmlXPathNewContext()\n", who);
     if (!found.only || is_root(found.only))
         return fail(nullptr, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n", who);
@@ -120,16 +119,11 @@ xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *
 
 Found find_entities(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept {
     // Below the root there are scopes, not entities.
-    if (!is_usable(scope) || (!is_plain(scope) && is_root(evaluate(document, scope).only)))
+    if (!is_usable(scope) || (!is_plain(scope) && is_root(select(document, scope).only)))
         return fail(Found{Found::failed}, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n",
                     who);
-    Found found;
-    if (!type) return found;
-    if (is_plain(scope) && is_plain(type) && !std::strchr(type, '/')) {
-        for_each_scope(document, scope, [&](const xmlNode *parent) { search_scope(parent, type, name, false, found); });
-        return found;
-    }
-    found = evaluate(document, scope, type, name);
+    if (!type) return {};
+    Found found = select(document, scope, type, name);
     if (is_root(found.only)) found.only = nullptr;
     if (found.status == Found::ok) return found;
     const char *call = found.status == Found::failed ? "xmlXPathEvalExpression" : "xmlXPathNewContext";

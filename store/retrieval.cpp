@@ -4,8 +4,7 @@
 namespace {
 
 // Returns the member at a position among those that `counts` accepts; null if there are fewer.
-template <class Counts>
-const xmlNode *member_at(const xmlNode *container, unsigned int position, Counts counts) {
+const xmlNode *member_at(const xmlNode *container, unsigned int position, bool (*counts)(const xmlNode *)) {
     for (const xmlNode *child = container->children; child; child = child->next)
         if (counts(child) && --position == 0) return child;
     return nullptr;
@@ -59,13 +58,12 @@ kvio_node_t *kvio_retrieve_index(kvio_iterator_t *iterator, unsigned int positio
 kvio_entities_t *kvio_list_entities(kvio_config_t *config, const char *scope, const char *type) {
     const xmlNode *parent = store::find_scope(config, scope, __func__);
     if (!parent) return nullptr;
-    auto is_listed = [&](const xmlNode *child) { return type && xml::is_element(child, type); };
-    int count = 0;
-    for (const xmlNode *child = parent->children; child; child = child->next) count += is_listed(child);
-    store::Entities array(kvio_alloc_entities(count));
+    store::Found found;
+    if (type) store::search_scope(parent, type, nullptr, true, found);
+    store::Entities array(kvio_alloc_entities(found.count));
     if (!array) return fail(nullptr, KVIO_NO_MEMORY);
-    for (xmlNode *child = parent->children; child; child = child->next)
-        if (is_listed(child)) array->items[array->count++] = child;
+    for (xmlNode *child = parent->children; array->count < found.count; child = child->next)
+        if (xml::is_element(child, type)) array->items[array->count++] = child;
     return succeed(array.release());
 }
 

@@ -198,9 +198,9 @@ struct Buffer {
     }
 };
 
-// Whether an entity was passed; false with code and line if not.
-inline bool is_given(const xmlNode *entity, const char *who) noexcept {
-    return entity || fail(false, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
+// Returns the entity that was passed; for null with code and line.
+inline xmlNode *given(xmlNode *entity, const char *who) noexcept {
+    return entity ? entity : fail(nullptr, KVIO_BAD_ENTITY, "%s() error: NULL entity\n", who);
 }
 
 // Returns the container element of a handle. Null with code and line for a null handle and one without an element:
