@@ -14,11 +14,16 @@ constexpr const char *assoiciated = "() error: bad iterator, no container assoic
 constexpr const char *assoicaited = "() error: bad iterator, no container assoicaited";
 constexpr const char *spaced = " () error: bad iterator, no container assoicaited";
 
+// Finds the first member of this name. Null with the code; not KVIO_NOT_FOUND where memory for a text was short.
 xmlNode *find_member(const xmlNode *container, const char *name) {
-    if (!name) return nullptr;
-    for (xmlNode *child = container->children; child; child = child->next)
-        if (store::is_member(child) && same(xml::Text::below(child), name)) return child;
-    return nullptr;
+    kvio_code code = KVIO_NOT_FOUND;
+    for (xmlNode *child = name ? container->children : nullptr; child; child = child->next) {
+        if (!store::is_member(child)) continue;
+        xml::Text text = xml::Text::below(child);
+        if (same(text, name)) return child;
+        if (!text) code = KVIO_XML;
+    }
+    return fail(nullptr, code);
 }
 
 // Whether a character reference, given behind its "&", stands for a character that XML allows.
@@ -94,6 +99,7 @@ int kvio_join(kvio_iterator_t *iterator, const char *name, int is_entity) {
     xmlNode *container = store::writable(iterator, __func__, assoiciated);
     if (!container) return 0;
     if (find_member(container, name)) return fail(0, KVIO_EXISTS, "%s error: %s is already existed\n", __func__, name);
+    if (kvio_errno != KVIO_NOT_FOUND) return 0;
     const char *kind = is_entity ? "entity" : "container";
     return add_member(container, nullptr, new_member(container, kind, name, __func__), __func__);
 }
@@ -102,15 +108,15 @@ int kvio_remove(kvio_iterator_t *iterator, const char *name) {
     xmlNode *container = store::writable(iterator, __func__, assoiciated);
     if (!container) return 0;
     xmlNode *member = find_member(container, name);
-    if (!member) return fail(0, KVIO_NOT_FOUND, "%s() error: %s is not existed\n", __func__, shown(name));
-    return store::discard(member);
+    if (!member && kvio_errno == KVIO_NOT_FOUND) say("%s() error: %s is not existed\n", __func__, shown(name));
+    return member ? store::discard(member) : 0;
 }
 
 int kvio_change_container_element(kvio_iterator_t *iterator, const char *old_name, const char *new_name) {
     xmlNode *container = store::writable(iterator, __func__, spaced);
     if (!container) return 0;
     xmlNode *member = find_member(container, old_name);
-    if (!member) return fail(0, KVIO_NOT_FOUND);
+    if (!member) return 0;
     xml::Detached fresh = new_member(container, xml::str(member->name), new_name, __func__);
     if (!fresh) return 0;
     std::swap(member->children, fresh->children);

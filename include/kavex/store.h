@@ -162,8 +162,8 @@ enum kvio_code {
      *  (in kvio_backup_scope() without the question; also for a null or empty type), "xmlNewProp(): no memory?" (also
      *  for a null name), "xmlAddChild()", "xmlAddPrevSibling()", "xmlCopyNode()", "xmlEncodeSpecialChars()",
      *  "xmlNodeSetContent()" (a name that is no character data); "%s() error on xmlNewTextChild()\n" (also for a null
-     *  value and a null or empty field); "%s fatal error: cannot create a new XML document\n". Getters that lack memory
-     *  for a text: no line. */
+     *  value and a null or empty field); "%s fatal error: cannot create a new XML document\n". Getters, and
+     *  searches of a member, that lack memory for a text: no line. */
     KVIO_XML = 8,
     /** What was to be created exists. Containers: "%s(%s): scope:[%s] %s:[%s] type:[%s] is existed\n" (function, path,
      *  scope, kind, name, type); entities: "%s(%s): scope:[%s] type:[%s] name:[%s] is existed\n" (function, path,

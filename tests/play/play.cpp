@@ -642,8 +642,7 @@ bool is_allowed(const std::string &function, bool has_expressions, const Seen &s
             at = before.things.count(at->first) || at->first.rfind("lock", 0) == 0 ? std::next(at)
                                                                                    : after.things.erase(at);
     static const std::set<int> codes = {KVIO_NO_MEMORY, KVIO_MALFORMED, KVIO_IO, KVIO_XML};
-    static const std::set<std::string> without_code = {"kvio_check_loop", "kvio_set2", "kvio_alloc_entities",
-                                                       "kvio_change_container_element"};
+    static const std::set<std::string> without_code = {"kvio_check_loop", "kvio_set2", "kvio_alloc_entities"};
     const bool is_code = codes.count(seen.code) || (has_expressions && seen.code == KVIO_BAD_SCOPE);
     return seen.failed && (is_code || without_code.count(function)) && after == before;
 }

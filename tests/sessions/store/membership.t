@@ -41,6 +41,7 @@ kvio_change_container_element l old {AT&T,a&,&foo;,&#;,&#0;,&#x110000;,&#65,&amp
 # The first member of the name is meant, whatever its kind and however it is written.
 > <list name="l" type="t"><entity>b</entity><other>a</other><container>a</container><entity>a</entity>
 > <entity>x<!-- -->y</entity><entity><![CDATA[z]]></entity><entity/></list>
+kvio_join l xy 1 = 0 10: @ error: xy is already existed
 kvio_change_container_element l a n = 1
 kvio_change_container_element l xy p = 1
 kvio_change_container_element l "" q = 1
