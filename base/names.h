@@ -20,22 +20,21 @@ public:
     // Returns the first value added with this hash for which `is_it` is true; null if there is none.
     template <class Is>
     Value *find(std::uint32_t hash, Is is_it) noexcept {
-        std::size_t at = seek(hash, is_it);
-        return at < slots_.size() ? &slots_[at].value : nullptr;
+        if (slots_.empty()) return nullptr;
+        std::size_t at = hash & mask();
+        for (; slots_[at].hash; at = (at + 1) & mask())
+            if (slots_[at].hash == hash && is_it(slots_[at].value)) return &slots_[at].value;
+        return nullptr;
     }
 
-    // Removes that value, if there is one.
-    template <class Is>
-    void remove(std::uint32_t hash, Is is_it) noexcept {
-        std::size_t at = seek(hash, is_it);
-        if (at >= slots_.size()) return;
+    // Removes a value that find() has returned for this hash. What was placed behind it is placed anew.
+    void remove(std::uint32_t hash, const Value *value) noexcept {
+        std::size_t at = hash & mask();
+        while (&slots_[at].value != value) at = (at + 1) & mask();
         slots_[at].hash = 0;
         --size_;
-        for (at = (at + 1) & mask(); slots_[at].hash; at = (at + 1) & mask()) {
-            Slot moved = slots_[at];
-            slots_[at].hash = 0;
-            place(moved);
-        }
+        for (at = (at + 1) & mask(); slots_[at].hash; at = (at + 1) & mask())
+            place(std::exchange(slots_[at], Slot{0, Value()}));
     }
 
     // Adds a value; false when memory is short, with the table as it was. A full table grows by this factor: 4 where it
@@ -56,15 +55,6 @@ private:
     };
 
     std::size_t mask() const noexcept { return slots_.size() - 1; }
-
-    // The slot of the first value with this hash for which `is_it` is true; SIZE_MAX if there is none.
-    template <class Is>
-    std::size_t seek(std::uint32_t hash, Is is_it) noexcept {
-        if (slots_.empty()) return SIZE_MAX;
-        for (std::size_t at = hash & mask(); slots_[at].hash; at = (at + 1) & mask())
-            if (slots_[at].hash == hash && is_it(slots_[at].value)) return at;
-        return SIZE_MAX;
-    }
 
     void place(Slot slot) noexcept {
         std::size_t at = slot.hash & mask();
