@@ -32,7 +32,7 @@ bool is_under_way(const char *name, const Level *level) {
 // whether one did. A member that cannot be read ends the search of the group that has it.
 bool search_nested(const group_desc_t *group, const Level &level, int &expansions, Callback<bool(const char *)> visit) {
     if (level.depth > deepest_level || ++expansions > most_expansions) return false;
-    GroupHandle opened = open_group(group, group->type, level.name);
+    GroupHandle opened = open_group(group, level.name);
     int count = opened ? size_of(group, opened.get()) : 0;
     for (int position = 1; position <= count; ++position) {
         char name[name_size];
@@ -106,7 +106,7 @@ bool export_property(const group_desc_t *group, kvio_node_t *entity, int index, 
 bool export_properties(group_desc_t *group, Array<Name> &names, kvio_node_t *member, int index, void *handle) {
     char entry[name_size];
     if (!read_name(member, entry)) return false;
-    GroupHandle opened = open_group(group, group->property_type, PropertyNames(group, entry).container);
+    GroupHandle opened = open_property_group(group, PropertyNames(group, entry));
     if (!opened) return false;
     Entities properties(kvio_retrieve_all(opened.get()));
     if (!properties) return false;
@@ -143,7 +143,7 @@ int valid_property(const char *property, group_desc_t *group, const char *entry)
 }
 
 void *export_group(group_desc_t *group) {
-    if (!complete(group) || !can_export(group) || !good_name(group->name)) return nullptr;
+    if (!complete(group) || !can_export(group)) return nullptr;
     GroupHandle opened = open_group(group);
     if (!opened) return nullptr;
     Entities members(kvio_retrieve_all(opened.get()));

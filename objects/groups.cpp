@@ -62,7 +62,6 @@ int change_references(kvio_iterator_t *group, int difference, int least) {
 // Opens the group of a record and adds to its count.
 int change_use(const group_desc_t *group, int difference, int least) {
     if (!complete(group)) return 0;
-    if (!good_name(group->name)) return 1;
     GroupHandle opened = open_group(group);
     return opened ? change_references(opened.get(), difference, least) : 1;
 }
@@ -87,7 +86,7 @@ int remove_properties(const group_desc_t *group, const char *name) {
         if (group->get_property(entity, buffer.get()) != 0 || group->property_removed(buffer.get()) != 0) result = 1;
     }
     if (!kvio_undefine(group->config, group->scope, group->property_type, names.entity)) return 1;
-    GroupHandle opened = open_group(group, group->property_type, names.container);
+    GroupHandle opened = open_property_group(group, names);
     if (!opened) return 1;
     if (!kvio_remove(opened.get(), names.entity))
         return LOGGED_AS(1, GROUP_OP, "%s: cannot remove entry %s\n", group->label, name);
@@ -114,7 +113,6 @@ int remove_members(const group_desc_t *group, kvio_iterator_t *opened, int count
 
 int list_group(const group_desc_t *group) {
     if (!complete(group) || !can_list(group)) return 0;
-    if (!good_name(group->name)) return 1;
     GroupHandle opened = open_group(group);
     if (!opened) return 1;
     int result = list_members(group, opened.get());
@@ -125,7 +123,7 @@ int list_group(const group_desc_t *group) {
 
 int create_group(const group_desc_t *parent, const group_desc_t *group) {
     if (!complete(parent) || !complete(group)) return 0;
-    if (!good_name(parent->name) || !good_name(group->name)) return 1;
+    if (!good_name(group->name)) return 1;
     GroupHandle outer = open_group(parent);
     if (!outer) return 1;
     if (parent->max_groups != 0 && kvio_size(outer.get()) == parent->max_groups)
@@ -142,7 +140,7 @@ int unuse_group(const group_desc_t *group) { return change_use(group, -1, 1); }
 
 int remove_entry(const group_desc_t *group, const char *name) {
     if (!complete(group) || !can_tell_removed(group)) return 0;
-    if (!good_name(group->name) || !good_name(name)) return 1;
+    if (!good_name(name)) return 1;
     GroupHandle opened = open_group(group);
     if (!opened) return 1;
     kvio_node_t *entity = find_entry(group, name);
@@ -162,10 +160,10 @@ int remove_entry(const group_desc_t *group, const char *name) {
 
 int remove_group(const group_desc_t *group, const char *name) {
     if (!complete(group)) return 0;
-    if (!good_name(group->name) || !good_name(name)) return 1;
+    if (!good_name(name)) return 1;
     GroupHandle outer = open_group(group);
     if (!outer) return 1;
-    GroupHandle nested = open_group(group, group->type, name);
+    GroupHandle nested = open_group(group, name);
     if (!nested) return 1;
     if (int failure = change_references(nested.get(), -1, fewest_references)) return failure;
     return kvio_remove(outer.get(), name) ? 0 : 1;
@@ -173,7 +171,7 @@ int remove_group(const group_desc_t *group, const char *name) {
 
 int dispose_group(const group_desc_t *parent, const group_desc_t *group) {
     if (!complete(parent) || !complete(group)) return 0;
-    if (!good_name(parent->name) || !good_name(group->name)) return 1;
+    if (!good_name(group->name)) return 1;
     GroupHandle outer = open_group(parent);
     if (!outer) return 1;
     GroupHandle opened = open_group(group);

@@ -18,7 +18,7 @@ bool cannot_change(const group_desc_t *group, const char *name, const char *step
 // Creates the property entity of a new member, and the property group if there is none. A failure undoes nothing.
 bool add_properties(const group_desc_t *group, const char *name, void *data) {
     PropertyNames names(group, name);
-    GroupHandle opened = open_group(group, group->property_type, names.container);
+    GroupHandle opened = open_property_group(group, names);
     if (!opened) opened.reset(kvio_create_group(group->config, group->scope, group->property_type, names.container));
     if (!opened) return log_cannot_specify(group, name);
     if (!kvio_join(opened.get(), names.entity, 1)) return false;
@@ -47,7 +47,7 @@ bool change_property(const group_desc_t *group, const PropertyNames &names, cons
 
 bool change_properties(const group_desc_t *group, const char *name, void *data) {
     PropertyNames names(group, name);
-    GroupHandle opened = open_group(group, group->property_type, names.container);
+    GroupHandle opened = open_property_group(group, names);
     if (!opened) return cannot_change(group, name, "kvio_open_group ");
     bool is_changed = change_property(group, names, name, data);
     if (!opened.close()) return cannot_change(group, name, "");
@@ -87,7 +87,7 @@ bool can_change(const group_desc_t *group, const void *entry_data, const void *p
 
 int join_entry(const group_desc_t *group, const char *name, void *entry_data, void *property_data) {
     if (!can_join(group, entry_data, property_data)) return 0;
-    if (!good_name(group->name) || !good_name(name)) return 1;
+    if (!good_name(name)) return 1;
     GroupHandle opened = open_group(group);
     if (!opened) return 1;
     kvio_node_t *entity;
@@ -110,7 +110,7 @@ int join_entry(const group_desc_t *group, const char *name, void *entry_data, vo
 
 int join_group(const group_desc_t *group, const group_desc_t *nested) {
     if (!complete(group) || !complete(nested)) return 0;
-    if (!good_name(group->name) || !good_name(nested->name)) return 1;
+    if (!good_name(nested->name)) return 1;
     GroupHandle outer = open_group(group);
     if (!outer) return 1;
     GroupHandle inner = open_group(nested);
@@ -133,7 +133,7 @@ int join_group(const group_desc_t *group, const group_desc_t *nested) {
 
 int change_entry(const group_desc_t *group, const char *name, void *entry_data, void *property_data) {
     if (!can_change(group, entry_data, property_data)) return 0;
-    if (!good_name(group->name) || !good_name(name)) return 1;
+    if (!good_name(name)) return 1;
     GroupHandle opened = open_group(group);
     if (!opened) return 1;
     kvio_node_t *entity = find_entry(group, name);

@@ -77,11 +77,15 @@ struct PropertyNames {
     char container[property_group_size], entity[property_size];
 };
 
-inline GroupHandle open_group(const group_desc_t *group, const char *type, const char *name) {
-    return GroupHandle(kvio_open_group(group->config, group->scope, type, name));
+inline GroupHandle open_property_group(const group_desc_t *group, const PropertyNames &names) {
+    return GroupHandle(kvio_open_group(group->config, group->scope, group->property_type, names.container));
 }
 
-inline GroupHandle open_group(const group_desc_t *group) { return open_group(group, group->type, group->name); }
+// Opens a group of the record's scope and type; none if there is none, or if the name is not good.
+inline GroupHandle open_group(const group_desc_t *group, const char *name) {
+    return GroupHandle(good_name(name) ? kvio_open_group(group->config, group->scope, group->type, name) : nullptr);
+}
+inline GroupHandle open_group(const group_desc_t *group) { return open_group(group, group->name); }
 
 template <class Record>
 kvio_node_t *find_entry(const Record *record, const char *name) {

@@ -12,13 +12,6 @@ struct LdapSettings {
     bool bind;  // with bind_dn and bind_password
 };
 
-// A setting whose value is text.
-struct TextSetting {
-    const char *key;
-    char *buffer;
-    std::size_t size;
-};
-
 // A line of the settings file: at most 254 characters, the line feed and the NUL.
 constexpr int line_size = 256;
 
@@ -28,15 +21,6 @@ bool read_to_end(const char *line, std::FILE *file) {
     if (length < line_size - 1 || line[length - 1] == '\n') return true;
     for (int c = std::getc(file); c != EOF && c != '\n';) c = std::getc(file);
     return false;
-}
-
-// Moves `line` to its key and cuts it at the space behind. Returns the value, with its line feed; null without a space.
-char *split_setting(char *&line) {
-    line += std::strspn(line, " ");
-    char *space = std::strchr(line, ' ');
-    if (!space) return nullptr;
-    *space = '\0';
-    return space + 1;
 }
 
 bool has_several_words(const char *text) {
@@ -136,12 +120,16 @@ int get_ldap_server_info(char *host, char *port, char *base, char *login_attribu
     if (!host || !port || !base || !login_attribute || !bind_dn || !bind_password || !ssl || !time_limit) return -1;
     File file = open_lines(open_to_read(paths::ldap_settings));
     if (!file) return LOGGED(-1, "Open http_ldap configuration file has failed.");
-    const TextSetting texts[] = {{"host", host, sizeof(LdapSettings::host)},
-                                 {"port", port, sizeof(LdapSettings::port)},
-                                 {"base", base, sizeof(LdapSettings::base)},
-                                 {"pam_login_attribute", login_attribute, sizeof(LdapSettings::login_attribute)},
-                                 {"binddn", bind_dn, sizeof(LdapSettings::bind_dn)},
-                                 {"bindpw", bind_password, sizeof(LdapSettings::bind_password)}};
+    const struct {
+        const char *key;
+        char *buffer;
+        std::size_t size;
+    } texts[] = {{"host", host, sizeof(LdapSettings::host)},
+                 {"port", port, sizeof(LdapSettings::port)},
+                 {"base", base, sizeof(LdapSettings::base)},
+                 {"pam_login_attribute", login_attribute, sizeof(LdapSettings::login_attribute)},
+                 {"binddn", bind_dn, sizeof(LdapSettings::bind_dn)},
+                 {"bindpw", bind_password, sizeof(LdapSettings::bind_password)}};
     *bind_dn = *bind_password = '\0';
     *ssl = 0;
     *time_limit = 10;
@@ -150,9 +138,9 @@ int get_ldap_server_info(char *host, char *port, char *base, char *login_attribu
     char buffer[line_size];
     while (std::fgets(buffer, sizeof buffer, file.get())) {
         bool is_whole = read_to_end(buffer, file.get());
-        char *key = buffer;
-        const char *value = split_setting(key);
+        char *key = buffer + std::strspn(buffer, " "), *value = std::strchr(key, ' ');
         if (!value) continue;
+        *value++ = '\0';
         if (same(key, "host")) several_hosts = has_several_words(value);
         if (same(key, "ssl")) *ssl = std::strncmp(value, "yes", 3) == 0;
         if (same(key, "timelimit")) *time_limit = to_int32(value);
