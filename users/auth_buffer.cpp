@@ -60,33 +60,15 @@ void release_radius(const char *user) {
         kvlog(USER_OP, "[%s]User:%s does not found in RADIUS database.", step, user);
 }
 
-// Frees the user's slots. False, after a message, if the buffer cannot be used.
-bool release_slots(const char *user, const char *function) {
-    AttachedBuffer buffer = attach(function, user);
-    if (!buffer) return false;
-    int slot = find_slot(buffer->auth, user);
-    if (slot < 0) return true;
-    auth_entry_t &entry = buffer->auth[slot];
-    entry.in_use = 0;
-    entry.user[0] = '\0';
-    if (entry.method == AUTH_METHOD_RADIUS) release_radius(user);
-    return true;
-}
-
 }  // namespace
 
 BufferLock lock_buffer(const char *function, bool with_reason) {
     key_t key = key_of(paths::auth_lock_key);
     int id = key == -1 ? -1 : semget(key, 1, 0666);
-    if (id < 0 && with_reason)
-        kvlog(USER_OP, "[%s]Get lock id has failed:%s.", function, std::strerror(errno));
-    else if (id < 0)
-        kvlog(USER_OP, "[%s]Get lock id has failed.", function);
-    else if (change_lock(id, -1) == 0)
-        return BufferLock(id);
-    else
-        kvlog(USER_OP, "[%s]Lock buffer has failed:%s.", function, std::strerror(errno));
-    return BufferLock();
+    if (id < 0 && !with_reason) return LOGGED(BufferLock(), "[%s]Get lock id has failed.", function);
+    if (id < 0) return LOGGED(BufferLock(), "[%s]Get lock id has failed:%s.", function, std::strerror(errno));
+    if (change_lock(id, -1) == 0) return BufferLock(id);
+    return LOGGED(BufferLock(), "[%s]Lock buffer has failed:%s.", function, std::strerror(errno));
 }
 
 int unlock_buffer(int id) { return change_lock(id, +1); }
@@ -121,7 +103,16 @@ int get_info_from_radius(user_profile_t *profile, const char *user) {
 int release_auth_list(const char *user) {
     if (!user) return -1;
     BufferLock lock = lock_buffer(__func__);
-    if (!lock || !release_slots(user, __func__)) return -1;
+    AttachedBuffer buffer = lock ? attach(__func__, user) : nullptr;
+    if (!buffer) return -1;
+    int slot = find_slot(buffer->auth, user);
+    if (slot >= 0) {
+        auth_entry_t &entry = buffer->auth[slot];
+        entry.in_use = 0;
+        entry.user[0] = '\0';
+        if (entry.method == AUTH_METHOD_RADIUS) release_radius(user);
+    }
+    buffer.reset();
     if (lock.close() == 0) return 0;
     return LOGGED(-1, "[%s]Unlock buffer has failed:%s.", __func__, std::strerror(errno));
 }

@@ -5,38 +5,27 @@
 
 namespace {
 
-// Where the profile of a user with a remote authentication method comes from.
-struct RemoteSource {
-    int (*look_up)(user_profile_t *profile, const char *user);
-    const char *default_account;  // the local account of users who have none of their own
-    const char *shown_account;    // its name in the message
-};
-
-constexpr RemoteSource radius{get_info_from_radius, "radius-users", "radius-user"};
-constexpr RemoteSource ldap{get_info_from_ldap, "ldap-users", "ldap-user"};
-
-// Asks the source, and a local account where the source fails. A name that has a slot in the shared buffer fits in
-// both fields.
-int look_up_remote_user(const RemoteSource &source, user_profile_t &profile, const char *user) {
-    int result = source.look_up(&profile, user);
+// Fills a profile from the source of the method, and from a local account where a remote source fails. A name that has
+// a slot in the shared buffer fits in both fields.
+int look_up(int method, user_profile_t &profile, const char *user) {
+    if (method == AUTH_METHOD_LOCAL) {
+        copy_if_fits(profile.account, sizeof profile.account, user);
+        return get_info_from_local(&profile, user, USER_TYPE_ANY);
+    }
+    const bool is_radius = method == AUTH_METHOD_RADIUS;
+    int result = is_radius ? get_info_from_radius(&profile, user) : get_info_from_ldap(&profile, user);
     user_profile_t scratch;
     bool has_account = get_info_from_local(&scratch, user, USER_TYPE_EXT_USER) == 0;
-    const char *account = has_account ? user : source.default_account;
+    const char *account = has_account ? user : is_radius ? "radius-users" : "ldap-users";
     if (result < 0) {
         if (!has_account)
-            kvlog(USER_OP, "Get user information from local database use default %s account.", source.shown_account);
+            kvlog(USER_OP, "Get user information from local database use default %s account.",
+                  is_radius ? "radius-user" : "ldap-user");
         result = get_info_from_local(&profile, account, USER_TYPE_EXT_USER);
         copy_if_fits(profile.name, sizeof profile.name, user);
     }
     copy_if_fits(profile.account, sizeof profile.account, account);
     return result;
-}
-
-int look_up(int method, user_profile_t &profile, const char *user) {
-    if (method == AUTH_METHOD_RADIUS) return look_up_remote_user(radius, profile, user);
-    if (method != AUTH_METHOD_LOCAL) return look_up_remote_user(ldap, profile, user);
-    copy_if_fits(profile.account, sizeof profile.account, user);
-    return get_info_from_local(&profile, user, USER_TYPE_ANY);
 }
 
 }  // namespace

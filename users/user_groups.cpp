@@ -31,9 +31,8 @@ struct StoreCodeKept {
 // be read or open_trusted() refuses it.
 Snapshot open_template(const char *path) {
     if (open_trusted(path)) return Snapshot(kvio_restore_scope(path));
-    int error = errno;
+    KeptErrno kept;
     std::fprintf(stderr, "%s is not well-formed\n", path);  // as the store prints it for a missing file
-    errno = error;
     return nullptr;
 }
 
@@ -85,21 +84,6 @@ struct Expansion {
     }
 };
 
-// The members of a group of the template file; null after a message. Needs the buffer lock.
-UserGroup read_group(const char *name, const char *function) {
-    Snapshot document = open_template(paths::group_template);
-    if (!document) return LOGGED(nullptr, "[%s]Open backup file has failed.", function);
-    GroupHandle group(kvio_open_group(document.get(), group_scope, group_type, name));
-    if (!group) return LOGGED(nullptr, "[%s]Open group has failed.", function);
-    // Checks that the group is sound and has no loops.
-    Owned<kvio_entities_t, kvio_free_entities> entities(kvio_retrieve_all(group.get()));
-    if (!entities) return LOGGED(nullptr, "[%s]Retrieve group's entities has failed.", function);
-    auto record = zeroed<UserGroup>();
-    if (!record) return LOGGED(nullptr, "[%s]Insufficient memory.", function);
-    if (!Expansion{document.get(), *record, name, function}.run({name, nullptr, 1})) return nullptr;
-    return record;
-}
-
 }  // namespace
 
 user_group_t *retrieve_user_group(const char *group) {
@@ -107,7 +91,17 @@ user_group_t *retrieve_user_group(const char *group) {
     BufferLock lock = lock_buffer(__func__);
     if (!lock) return nullptr;
     StoreCodeKept kept;
-    return read_group(group, __func__).release();
+    Snapshot document = open_template(paths::group_template);
+    if (!document) return LOGGED(nullptr, "[%s]Open backup file has failed.", __func__);
+    GroupHandle opened(kvio_open_group(document.get(), group_scope, group_type, group));
+    if (!opened) return LOGGED(nullptr, "[%s]Open group has failed.", __func__);
+    // Checks that the group is sound and has no loops.
+    Owned<kvio_entities_t, kvio_free_entities> entities(kvio_retrieve_all(opened.get()));
+    if (!entities) return LOGGED(nullptr, "[%s]Retrieve group's entities has failed.", __func__);
+    auto record = zeroed<UserGroup>();
+    if (!record) return LOGGED(nullptr, "[%s]Insufficient memory.", __func__);
+    if (!Expansion{document.get(), *record, group, __func__}.run({group, nullptr, 1})) return nullptr;
+    return record.release();
 }
 
 int get_member(kvio_config_t *document, const char *group, user_group_t *record) {
