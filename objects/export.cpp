@@ -72,17 +72,6 @@ std::string_view group_of(std::string_view property, std::string_view entry) {
     return property == entry ? group : std::string_view();
 }
 
-// Points the name of a record at its own buffer. The destructor points it at the caller's string again.
-struct BorrowedName {
-    explicit BorrowedName(group_desc_t *group) : record(group), own(group->name) { group->name = buffer; }
-    BorrowedName(const BorrowedName &) = delete;
-    ~BorrowedName() { record->name = own; }
-
-    group_desc_t *const record;
-    char *const own;
-    char buffer[name_size] = {};
-};
-
 bool can_export(const group_desc_t *group) {
     return group->export_begin && group->export_discard && (!group->export_entry || reads_entries(group)) &&
            (!group->export_property || (group->property_type && reads_properties(group)));
@@ -95,14 +84,29 @@ bool export_entry(const group_desc_t *group, kvio_node_t *entity, int index, voi
            group->export_entry(index, handle, name, buffer.get()) == 0;
 }
 
-bool export_property(const group_desc_t *group, kvio_node_t *entity, int index, int property_index, void *handle) {
+// Exports a property if it belongs to the group or to a nested one, whose name the record has meanwhile. `names` is empty
+// until a property of another group is met.
+bool export_property(group_desc_t *group, Array<Name> &names, kvio_node_t *entity, const char *entry, int index,
+                     int property_index, void *handle) {
+    char property[property_size];
+    if (!kvio_name2(entity, property, sizeof property)) return false;
+    std::string_view owner = group_of(property, entry);
+    if (owner != group->name) {
+        if (names.empty() && !read_names(group, group->name, names)) return false;
+        auto is_owner = [=](const Name &nested) { return owner == nested.text; };
+        if (std::none_of(names.begin(), names.end(), is_owner)) return true;
+    }
+    Name name{};
+    std::copy(owner.begin(), owner.end(), name.text);
+    char *const own = std::exchange(group->name, name.text);
     Buffer buffer = property_buffer(group);
-    return buffer && group->get_property(entity, buffer.get()) == 0 &&
-           group->export_property(index, property_index, handle, buffer.get()) == 0;
+    bool exported = buffer && group->get_property(entity, buffer.get()) == 0 &&
+                    group->export_property(index, property_index, handle, buffer.get()) == 0;
+    group->name = own;
+    return exported;
 }
 
-// Exports those properties of an entry that belong to the group or to a nested one. `names` is empty until a property of
-// another group is met.
+// Exports the properties of an entry.
 bool export_properties(group_desc_t *group, Array<Name> &names, kvio_node_t *member, int index, void *handle) {
     char entry[name_size];
     if (!read_name(member, entry)) return false;
@@ -110,19 +114,8 @@ bool export_properties(group_desc_t *group, Array<Name> &names, kvio_node_t *mem
     if (!opened) return false;
     Entities properties(kvio_retrieve_all(opened.get()));
     if (!properties) return false;
-    BorrowedName name(group);
-    for (int i = 0; i < properties->count; ++i) {
-        char property[property_size];
-        if (!kvio_name2(properties->items[i], property, sizeof property)) return false;
-        std::string_view owner = group_of(property, entry);
-        if (owner != name.own) {
-            if (names.empty() && !read_names(group, name.own, names)) return false;
-            auto is_owner = [=](const Name &nested) { return owner == nested.text; };
-            if (std::none_of(names.begin(), names.end(), is_owner)) continue;
-        }
-        *std::copy(owner.begin(), owner.end(), name.buffer) = '\0';
-        if (!export_property(group, properties->items[i], index, i, handle)) return false;
-    }
+    for (int i = 0; i < properties->count; ++i)
+        if (!export_property(group, names, properties->items[i], entry, index, i, handle)) return false;
     return opened.close() || LOGGED_AS(false, GROUP_OP, "cannot close property group\n");
 }
 

@@ -134,7 +134,7 @@ int create_group(const group_desc_t *parent, const group_desc_t *group) {
     return kvio_join(outer.get(), group->name, 0) ? 0 : 1;
 }
 
-int use_group(const group_desc_t *group) { return change_use(group, +1, fewest_references); }
+int use_group(const group_desc_t *group) { return change_use(group, +1, INT_MIN); }
 
 int unuse_group(const group_desc_t *group) { return change_use(group, -1, 1); }
 
@@ -165,7 +165,7 @@ int remove_group(const group_desc_t *group, const char *name) {
     if (!outer) return 1;
     GroupHandle nested = open_group(group, name);
     if (!nested) return 1;
-    if (int failure = change_references(nested.get(), -1, fewest_references)) return failure;
+    if (int failure = change_references(nested.get(), -1, INT_MIN)) return failure;
     return kvio_remove(outer.get(), name) ? 0 : 1;
 }
 

@@ -58,7 +58,7 @@ bool change_properties(const group_desc_t *group, const char *name, void *data) 
 int find_or_create(const group_desc_t *group, const char *name, kvio_node_t **entity, int *count) {
     *count = 0;
     *entity = find_entry(group, name);
-    if (*entity) return get_references(*entity, count) && *count != most_references ? 0 : GROUP_REFERENCE;
+    if (*entity) return get_references(*entity, count) && *count != INT_MAX ? 0 : GROUP_REFERENCE;
     *entity = kvio_define2(group->config, group->scope, group->type, name);
     if (!*entity) return LOGGED_AS(1, GROUP_OP, "%s: cannot join entry\n", group->label);
     if (set_references(*entity, 0)) return 0;
@@ -124,7 +124,7 @@ int join_group(const group_desc_t *group, const group_desc_t *nested) {
     }
     int count = 0;
     if (!get_references(inner.get(), &count)) return GROUP_REFERENCE;
-    if (count == most_references) {
+    if (count == INT_MAX) {
         kvio_remove(outer.get(), nested->name);
         return GROUP_REFERENCE;
     }

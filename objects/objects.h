@@ -5,9 +5,9 @@
 
 #include <kavex/objects.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstring>
-#include <limits>
 #include <memory>
 
 #include "base/kvlog.h"
@@ -128,9 +128,6 @@ inline bool get_references(kvio_iterator_t *group, int *count) { return get_iter
 inline bool get_references(kvio_node_t *entry, int *count) { return get_entity_int(entry, "reference", count); }
 inline bool set_references(kvio_iterator_t *group, int count) { return set_iterator_int(group, "reference", count); }
 inline bool set_references(kvio_node_t *entry, int count) { return set_entity_int(entry, "reference", count); }
-
-constexpr int fewest_references = std::numeric_limits<int>::min();
-constexpr int most_references = std::numeric_limits<int>::max();
 
 }  // namespace objects
 
