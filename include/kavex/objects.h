@@ -27,8 +27,8 @@
  * What holds for all functions, and is not repeated at each:
  *
  * **Documents.** The functions work on the caller's open document. They open the containers they need, close them
- * before they return, and never save. They use the functions of store.h only, whose diagnostics and
- * codes come on top of what is said here. There are no locks: a document is used by one thread at a time.
+ * before they return, and never save. The diagnostics and codes of the functions of store.h come on top of what is said
+ * here. There are no locks: a document is used by one thread at a time.
  *
  * **Records.** A record is only read, apart from the field `name` in valid_property() and export_group(), and nothing
  * of it is kept after a call. A null record counts as one with no field filled in.
@@ -52,8 +52,8 @@
  *
  * **Results.** Lists return 0, or -1 on failure. Groups return 0, 1 on failure, or #GROUP_REFERENCE. A record
  * that lacks `config`, `scope`, `type`, `name`, `label`, or another field that the description says is needed, makes
- * group operations do nothing and return 0 (null from export_group()). After that, a name not of 1 to 63 bytes makes
- * them do nothing and return 1 (null from export_group(), 0 from valid_property()).
+ * group operations and delete_list() do nothing and return 0 (null from export_group()). After that, a name not of 1 to
+ * 63 bytes makes group operations do nothing and return 1 (null from export_group(), 0 from valid_property()).
  *
  * **Messages** go to the system log, kvlog(), with the leading integers 5, 7, 5, 0, 0, 0, 0 and the tag "list_op" or
  * "group_op". They are listed before the lists and before the groups.
@@ -96,7 +96,8 @@ typedef struct list_desc_t {
  * @name Lists
  * Every operation opens the list first and fails if there is none; then no callback runs. A callback that is needed and
  * null is a failure without a message. An entry is looked up by its name in `scope` and `type`; that it is a member of
- * this list is not checked. A null name is one that does not exist, "(null)" in messages.
+ * this list is not checked. A null name is one that does not exist, "(null)" in messages. A listing calls `begin` first
+ * and `end` last, if there are any, and ends at the first failure; positions count from 1.
  *
  * Messages, with the name of the entry unless said otherwise:
  * - "System integrity error!\n" (no argument): the list cannot be opened.
@@ -111,16 +112,12 @@ typedef struct list_desc_t {
  */
 /**@{*/
 
-/** Prints one entry in full, or, for a null name, the names and reference counts of all members. Calls `begin` first
- *  and `end` last, if there are any.
- *
- *  With a name, it reads entries and needs `print_entry`, which gets position 1. Without one, `print_name` is needed.
- *  It gets positions from 1, the first 63 bytes of the name, and the integer in the first 15 bytes of the entity's
- *  attribute "refcount", -1 if that is missing or empty. The first failure ends the listing. */
+/** Lists one entry in full, or, for a null name, the names and reference counts of all members. With a name, it reads
+ *  entries and needs `print_entry`. Without one, it needs `print_name`, which gets the first 63 bytes of the name, and
+ *  the integer in the first 15 bytes of the entity's attribute "refcount", -1 if that is missing or empty. */
 int list_list(const list_desc_t *list, const char *name);
 
-/** Prints all members in full, positions from 1, reusing one buffer. Calls `begin` first and `end` last, if there are
- *  any. Reads entries and needs `print_entry`. The first failure ends the listing. */
+/** Lists all members in full, reusing one buffer. Reads entries and needs `print_entry`. */
 int list_list2(const list_desc_t *list);
 
 /** Creates an entity, appends it to the list and fills it with `set_entry`, which is needed. A failure leaves neither
@@ -131,8 +128,7 @@ int append_list(const list_desc_t *list, void *data, const char *name);
 int change_list(const list_desc_t *list, void *data, const char *name);
 
 /** Deletes an entity, then its membership. Reference counts are not looked at, no callback runs. An entity that cannot
- *  be deleted keeps its membership; a membership that cannot be removed does not bring the entity back. A record that
- *  lacks `config`, `scope`, `type`, `name` or `label`: 0, nothing done. */
+ *  be deleted keeps its membership; a membership that cannot be removed does not bring the entity back. */
 int delete_list(const list_desc_t *list, const char *name);
 
 /** Fills the caller's buffer with `get_entry`, which is needed. */
@@ -223,9 +219,8 @@ typedef struct group_desc_t {
  *  printed (in this case up to and including the next entry that is printed); it ends at any other failure. */
 int list_group(const group_desc_t *group);
 
-/** Makes an empty group with the count 0 and joins it into a parent. Both records must be complete. A parent that has
- *  exactly `max_groups` members: 0, a message, nothing created. A new group whose count cannot be set, or that cannot
- *  be joined, stays. */
+/** Makes an empty group with the count 0 and joins it into a parent. A parent that has exactly `max_groups` members: 0,
+ *  a message, nothing created. A new group whose count cannot be set, or that cannot be joined, stays. */
 int create_group(const group_desc_t *parent, const group_desc_t *group);
 
 /** Counts a user of the group: adds 1 to its count. */
@@ -248,9 +243,8 @@ int remove_entry(const group_desc_t *group, const char *name);
  *  remove leaves the count decreased. */
 int remove_group(const group_desc_t *group, const char *name);
 
-/** Deletes a group that is not referenced: takes it out of its parent, removes its members as remove_entry() and
- *  remove_group() do, with the group record's callbacks, and deletes the container. Both records must be complete. A
- *  group with a count above 0: #GROUP_REFERENCE, nothing changed.
+/** Deletes a group with a count of 0 or less: takes it out of its parent, removes its members as remove_entry() and
+ *  remove_group() do, with the group record's callbacks, and deletes the container.
  *
  *  Each removal is tried on the first member, and its result is ignored; a member that cannot be removed keeps those
  *  behind it. If a member cannot be read the result is 1. If the members cannot be counted the group is out of its
@@ -268,10 +262,10 @@ int dispose_group(const group_desc_t *parent, const group_desc_t *group);
  *  leaves the store's code: #KVIO_EXISTS for a name that is a member already, #KVIO_XML for one with an ampersand. */
 int join_entry(const group_desc_t *group, const char *name, void *entry_data, void *property_data);
 
-/** Nests one group in another and raises the nested group's count. Both records must be complete. A nesting that leads
- *  back to a group, or to one group on two paths, is undone: 1 and #KVIO_LOOP. If the count cannot be read or written
- *  the membership stays; if it is at the largest int already the membership is undone. The codes of a join that the
- *  store refuses are those of join_entry(). */
+/** Nests one group in another and raises the nested group's count. A nesting that leads back to a group, or to one
+ *  group on two paths, is undone: 1 and #KVIO_LOOP. If the count cannot be read or written the membership stays; if it
+ *  is at the largest int already the membership is undone. The codes of a join that the store refuses are those of
+ *  join_entry(). */
 int join_group(const group_desc_t *group, const group_desc_t *nested);
 
 /** Rewrites an entry and its properties in this group, each if there is data for it. `set_entry` and `set_property`
@@ -285,8 +279,7 @@ int change_entry(const group_desc_t *group, const char *name, void *entry_data, 
  *  group whose member it is.
  *
  *  A group that leads back to itself is not entered again. A search goes down 1,000 levels at most and opens 10,000
- *  groups at most; what lies beyond counts as not found. join_group() keeps a nesting from having loops and second
- *  paths.
+ *  groups at most; what lies beyond counts as not found.
  *
  *  @param group Its `name` points to a writable buffer of at least 64 bytes, and is left holding the name of
  *          the last nested group visited. The basic fields are not checked.

@@ -25,8 +25,8 @@
  *   lock cannot be taken or released.
  * - "[%s]Get shared buffer has failed. User:%s.", "[%s]Attach shared buffer has failed. User:%s.": the shared
  *   authentication buffer cannot be used.
- * - "[%s]User name is too long:%s.": a user name of 32 bytes and more fits in no profile. It is refused before the
- *   profile is touched: a cut name could be that of another user.
+ * - "[%s]User name is too long:%s.": a name of 32 bytes and more fits in no profile, and a cut one could be that of
+ *   another user. Every function that fills a profile refuses it, with the profile untouched.
  * - "[%s]Insufficient memory."
  *
  * **Texts.** Names are compared byte for byte. Numbers are read as by strtol(3) with base 10 where a long has 32 bits;
@@ -192,8 +192,8 @@ int get_passwd_line(FILE *file, const char *user, int wanted_type, char *line);
  *  type 1 with its numbers, lease time 10 and re-authentication time 180, whatever that line has ("[%s]User:%s found
  *  in domain database.").
  *  Logs "[%s]User:%s does not found in local database." and "[%s]buf=%s" (the domain line, or nothing) on the way.
- *  @return 0; or -1 with the profile untouched: a needed file is missing ("[%s]Open password file has failed."),
- *          neither has the line ("[%s]User:%s does not found in domain database."), or the name is too long. */
+ *  @return 0; or -1 with the profile untouched: a needed file is missing ("[%s]Open password file has failed."), or
+ *          neither has the line ("[%s]User:%s does not found in domain database."). */
 int get_info_from_local(user_profile_t *profile, const char *user, int wanted_type);
 /**@}*/
 
@@ -201,9 +201,9 @@ int get_info_from_local(user_profile_t *profile, const char *user, int wanted_ty
  *  0, 1, 3 or 4) with its numbers, the lease time and the re-authentication time. Hold the buffer lock. The buffer is
  *  attached twice, first for a search that is reported as "check_radius_db".
  *  @return 0; or -1 with the profile untouched: there is no record, or the search cannot use the buffer ("[%s]User:%s
- *          does not found in RADIUS database."), the second attachment fails, the record has type -1 ("[%s]RADIUS
- *          user:%s does not have attributes."), or the name is too long; or -1 with the profile filled: lease time or
- *          re-authentication time is 0 ("[%s]Cannot retrieve lease time/reauth time for RADIUS user:%s."). */
+ *          does not found in RADIUS database."), the second attachment fails, or the record has type -1 ("[%s]RADIUS
+ *          user:%s does not have attributes."); or -1 with the profile filled: lease time or re-authentication time is
+ *          0 ("[%s]Cannot retrieve lease time/reauth time for RADIUS user:%s."). */
 int get_info_from_radius(user_profile_t *profile, const char *user);
 
 /**
@@ -252,9 +252,9 @@ int get_ldap_server_info(char *host, char *port, char *base, char *login_attribu
 /** Fills a profile from the output of the search tool, a NUL-terminated text that is not changed: the name; the type
  *  with its numbers; lease time and re-authentication time. Each value begins one byte after the colon of its marker.
  *  @return 1; or 0 with the profile untouched: "LDAP search result does not found.", "LDAP search result does not be
- *          zero:%d." (a result code of RFC 4511 but 0 and 4, size limit exceeded), or the name is too long; or 0 with
- *          a part of the profile written: "Cannot find type in LDAP search result.", "Cannot find leaseTime in LDAP
- *          search result.", "Cannot find reauthTime in LDAP search result." */
+ *          zero:%d." (a result code of RFC 4511 but 0 and 4, size limit exceeded); or 0 with a part of it written:
+ *          "Cannot find type in LDAP search result.", "Cannot find leaseTime in LDAP search result.", "Cannot find
+ *          reauthTime in LDAP search result." */
 int parse_search_result(char *text, user_profile_t *profile, const char *user);
 
 /** Fills a profile as parse_search_result() does, from the first server in the settings file that has the user.
@@ -265,8 +265,8 @@ int parse_search_result(char *text, user_profile_t *profile, const char *user);
  *  limit, too); "[%s]LDAP server %s. Timeout %d secs."; "[%s]LDAP server %s. Read return: %d(%s)." (no output; also
  *  after the child process could not run the tool and has logged "[%s]Cannot execute command:%s (%s)."); "[%s]LDAP
  *  server %s. User:%s does not exist." behind a message of parse_search_result().
- *  @return 0; or -1: the name is too long, which is seen first; the settings cannot be read or lack a required one
- *          ("Get LDAP server information has failed."); or no server has the user. */
+ *  @return 0; or -1: the settings cannot be read or lack a required one ("Get LDAP server information has failed."),
+ *          or no server has the user. */
 int get_info_from_ldap(user_profile_t *profile, const char *user);
 /**@}*/
 
@@ -278,9 +278,9 @@ typedef struct user_group_t {
 } user_group_t;
 
 /** Collects the members of a group of "/tmp/template_group.xml" (containers "user_group_object_t" of the scope
- *  "object/user_group"), those of a nested group in its place. A user who is in several of the groups is listed several times. A member whose name is too long is logged
- *  and left out, and so is a nested group with a name of more than 127 bytes ("[%s]Group name is too long:%s."). Holds
- *  the buffer lock while it reads.
+ *  "object/user_group"), those of a nested group in its place. A user who is in several of the groups is listed several
+ *  times. A member whose name is too long is logged and left out, and so is a nested group with a name of more than 127
+ *  bytes ("[%s]Group name is too long:%s."). Holds the buffer lock while it reads.
  *  @return The members, to be released with free_user_group(); or null: the lock cannot be taken; the file cannot be
  *          read ("[%s]Open backup file has failed."); there is no such group ("[%s]Open group has failed."); the
  *          nesting loops, reaches a group twice or names one that is missing ("[%s]Retrieve group's entities has
@@ -315,7 +315,7 @@ void free_user_group(user_group_t *group);
  *  and "visibility" (at most 5 bytes are read), "lease_time" and "re_auth" (11), "remote_admin" and "remote_access"
  *  (1), in this order. From the first missing one on they count as empty: a guest's type, and 0 for the numbers.
  *  @param name  The user's name, for the profile.
- *  @return 0; or -1 with the profile untouched: no file or no such entity, no message; or the name is too long. */
+ *  @return 0; or -1 with the profile untouched: no file or no such entity, no message. */
 int get_remote_setting(user_profile_t *profile, const char *name);
 
 /** Returns the profile of a user who has logged in. Holds the buffer lock all the time, also during an LDAP search.
