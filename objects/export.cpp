@@ -84,8 +84,8 @@ bool export_entry(const group_desc_t *group, kvio_node_t *entity, int index, voi
            group->export_entry(index, handle, name, buffer.get()) == 0;
 }
 
-// Exports a property if it belongs to the group or to a nested one, whose name the record has meanwhile. `names` is empty
-// until a property of another group is met.
+// Exports a property if it belongs to the group or to a nested one; the record has the name of that group meanwhile.
+// `names` is empty until a property of another group is met.
 bool export_property(group_desc_t *group, Array<Name> &names, kvio_node_t *entity, const char *entry, int index,
                      int property_index, void *handle) {
     char property[property_size];
