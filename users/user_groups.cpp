@@ -1,6 +1,8 @@
 // User groups, their descriptions, and the default settings for users, read from the template files.
 #include <cerrno>
+#include <climits>
 
+#include "base/array.h"
 #include "users/users.h"
 
 static_assert(sizeof(user_group_t) == 1213476);
@@ -12,13 +14,11 @@ constexpr char group_type[] = "user_group_object_t";
 constexpr int capacity = sizeof(user_group_t::members) / sizeof(user_profile_t);
 constexpr std::size_t longest_name = 127;
 
-// Bounds of an expansion, which get_member() does not check for loops before: groups that each nest the next one twice
-// double their number on every level, and without members the record never becomes full.
-constexpr int deepest_level = 1000;  // a level costs less than a kilobyte of stack
-constexpr int most_groups = 10'000;  // opened by one expansion
+// Bounds expansions that the store has not checked for loops: groups that each nest the next one twice double their
+// number on every level, and without members the record never becomes full.
+constexpr int most_unchecked_groups = 10'000;
 
 using Snapshot = Owned<kvio_config_t, kvio_close_config>;
-using GroupHandle = Owned<kvio_iterator_t, kvio_close_group>;
 using UserGroup = Owned<user_group_t, free_user_group>;
 
 // Restores kvio_errno, which belongs to the caller's own store calls. Declare it before the handles of the store.
@@ -36,46 +36,67 @@ Snapshot open_template(const char *path) {
     return nullptr;
 }
 
-// A group that is being expanded, and the groups around it.
-struct Level {
-    const char *name;
-    const Level *outer;
-    int depth;
-};
-
-// Appends the members of a group to a record, with the members of nested groups in their place.
+// Appends the members of a group to a record, with the members of nested groups in their place. The groups that are
+// being expanded are kept on a stack here: their depth is limited by memory only.
 struct Expansion {
+    struct Level {
+        char name[longest_name + 1];
+        kvio_iterator_t *group;
+        int size;      // -1 if the group cannot be opened
+        int position;  // of the latest member, from 1
+    };
+
     kvio_config_t *document;
     user_group_t &record;
     const char *asked;     // the name of the outermost group
+    int groups_left;       // that may still be opened
     const char *function;  // which the messages name
-    int groups = 0;        // opened so far
+    Array<Level> levels = {};
+
+    ~Expansion() {
+        for (const Level &level : levels) kvio_close_group(level.group);
+    }
 
     // False, after a message, if not all members could be appended; the record then holds those before.
-    bool run(const Level &level) {
-        if (level.depth > deepest_level || ++groups > most_groups)
-            return LOGGED(false, "[%s]Group:%s is nested too deeply.", function, shown(asked));
-        GroupHandle group(kvio_open_group(document, group_scope, group_type, level.name));
-        if (!group && kvio_errno == KVIO_NO_MEMORY) return out_of_memory();
-        int size = kvio_size(group.get());  // -1 if the group cannot be opened
-        for (int position = 1; position <= size; ++position)
-            if (!append_member(group.get(), position, level)) return false;
+    bool run() {
+        if (!enter(asked)) return false;
+        while (!levels.empty()) {
+            Level &level = levels.top();
+            if (level.position < level.size) {
+                if (!append_member(level.group, ++level.position)) return false;
+            } else {
+                kvio_close_group(level.group);
+                levels.pop();
+            }
+        }
         return true;
     }
 
     bool out_of_memory() const { return LOGGED(false, "[%s]Insufficient memory.", function); }
 
+    bool enter(const char *name) {
+        if (groups_left-- == 0) return LOGGED(false, "[%s]Group:%s is nested too deeply.", function, shown(asked));
+        Level level{};
+        copy_if_fits(level.name, sizeof level.name, shown(name));
+        level.group = kvio_open_group(document, group_scope, group_type, name);
+        if (!level.group && kvio_errno == KVIO_NO_MEMORY) return out_of_memory();
+        level.size = kvio_size(level.group);
+        if (levels.push(level)) return true;
+        kvio_close_group(level.group);
+        return out_of_memory();
+    }
+
     // Skips a member that has no name, and a group that is being expanded already. Logs and skips a name that is too
     // long.
-    bool append_member(kvio_iterator_t *group, int position, const Level &level) {
+    bool append_member(kvio_iterator_t *group, int position) {
         char name[longest_name + 2];  // One byte more than a name may have, to recognise names that were cut.
         int kind = kvio_regain_index2(group, static_cast<unsigned>(position), name, sizeof name);
         if (kind < 0) return kvio_errno != KVIO_XML || out_of_memory();
         if (kind == 1) {
             if (std::strlen(name) > longest_name) return LOGGED(true, "[%s]Group name is too long:%s.", function, name);
-            for (const Level *at = &level; at; at = at->outer)
-                if (same(shown(at->name), name)) return true;
-            return run({name, &level, level.depth + 1});
+            for (const Level &level : levels)
+                if (same(level.name, name)) return true;
+            return enter(name);
         }
         if (!name_fits(name, function)) return true;
         if (record.member_count >= 0 && record.member_count < capacity)
@@ -93,20 +114,20 @@ user_group_t *retrieve_user_group(const char *group) {
     StoreCodeKept kept;
     Snapshot document = open_template(paths::group_template);
     if (!document) return LOGGED(nullptr, "[%s]Open backup file has failed.", __func__);
-    GroupHandle opened(kvio_open_group(document.get(), group_scope, group_type, group));
+    Owned<kvio_iterator_t, kvio_close_group> opened(kvio_open_group(document.get(), group_scope, group_type, group));
     if (!opened) return LOGGED(nullptr, "[%s]Open group has failed.", __func__);
     // Checks that the group is sound and has no loops.
     Owned<kvio_entities_t, kvio_free_entities> entities(kvio_retrieve_all(opened.get()));
     if (!entities) return LOGGED(nullptr, "[%s]Retrieve group's entities has failed.", __func__);
     auto record = zeroed<UserGroup>();
     if (!record) return LOGGED(nullptr, "[%s]Insufficient memory.", __func__);
-    if (!Expansion{document.get(), *record, group, __func__}.run({group, nullptr, 1})) return nullptr;
+    if (!Expansion{document.get(), *record, group, INT_MAX, __func__}.run()) return nullptr;
     return record.release();
 }
 
 int get_member(kvio_config_t *document, const char *group, user_group_t *record) {
     StoreCodeKept kept;
-    if (record) Expansion{document, *record, group, __func__}.run({group, nullptr, 1});
+    if (record) Expansion{document, *record, group, most_unchecked_groups, __func__}.run();
     return 1;
 }
 

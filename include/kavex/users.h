@@ -278,20 +278,22 @@ typedef struct user_group_t {
 } user_group_t;
 
 /** Collects the members of a group of "/tmp/template_group.xml" (containers "user_group_object_t" of the scope
- *  "object/user_group"), those of a nested group in its place. A user who is in several of the groups is listed several
- *  times. A member whose name is too long is logged and left out, and so is a nested group with a name of more than 127
- *  bytes ("[%s]Group name is too long:%s."). Holds the buffer lock while it reads.
+ *  "object/user_group"), those of a nested group in its place. Groups may be nested as deeply as kvio_retrieve_all()
+ *  accepts. A user who is in several of the groups is listed several times. A member whose name is too long is logged
+ *  and left out, and so is a nested group with a name of more than 127 bytes ("[%s]Group name is too long:%s."). Holds
+ *  the buffer lock while it reads.
  *  @return The members, to be released with free_user_group(); or null: the lock cannot be taken; the file cannot be
  *          read ("[%s]Open backup file has failed."); there is no such group ("[%s]Open group has failed."); the
  *          nesting loops, reaches a group twice or names one that is missing ("[%s]Retrieve group's entities has
- *          failed."); memory is short; "[%s]Group:%s is nested too deeply.", at the 1,001st level or the 10,001st
- *          group; or "[%s]Group:%s has more than %d members.", 1,024: an incomplete list would hide members. */
+ *          failed."); memory is short; or "[%s]Group:%s has more than %d members.", 1,024, since an incomplete list
+ *          would hide members. */
 user_group_t *retrieve_user_group(const char *group);
 
 /** Appends the members of a group of an open document to a record, as retrieve_user_group() does, but without its
  *  checks and without the lock: hold it. A group that leads back to itself is expanded once; one that cannot be opened
- *  adds nothing. The failures after the checks, and their messages, end the appending; a group counts as often as it
- *  is reached.
+ *  adds nothing. Appending ends, after a message, when the record has its 1,024 members, when memory is short, or at
+ *  the 10,001st group, counting each as often as it is reached ("[%s]Group:%s is nested too deeply."): unchecked
+ *  groups may multiply without end.
  *  @return 1 in every case. */
 int get_member(kvio_config_t *document, const char *group, user_group_t *record);
 
