@@ -48,15 +48,6 @@ int run_on_files(int (*operation)(const char *, const char *), const Call &call)
     return success;
 }
 
-// Puts a pipe in the place of standard output.
-void put_into_pipe(const std::string &path, const std::string &bytes) {
-    const Descriptor pipe(open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));  // fails when no process reads it
-    if (!pipe) system_failure(path, errno);
-    fcntl(pipe.get(), F_SETFL, O_WRONLY);
-    dup2(pipe.get(), 1);
-    put(bytes);
-}
-
 std::string directory_of(const std::string &path) {
     std::size_t slash = path.find_last_of('/');
     return slash == std::string::npos ? "." : path.substr(0, slash + 1);
@@ -189,8 +180,13 @@ std::string bytes_of(const Document &document, const std::string &scope) {
 void write_file(const std::string &path, const std::string &bytes) {
     if (path.empty() || path == "-") return put(bytes);
     struct stat file;
-    if (stat(path.c_str(), &file) == 0 && S_ISFIFO(file.st_mode) && file.st_uid == geteuid())
-        return put_into_pipe(path, bytes);
+    if (stat(path.c_str(), &file) == 0 && S_ISFIFO(file.st_mode) && file.st_uid == geteuid()) {
+        const Descriptor pipe(open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));  // fails when no process reads it
+        if (!pipe) system_failure(path, errno);
+        fcntl(pipe.get(), F_SETFL, O_WRONLY);
+        dup2(pipe.get(), 1);
+        return put(bytes);
+    }
     const std::string target = target_of(path);
     std::string temporary = directory_of(target) + "/.kvio.XXXXXX";
     SignalsBlocked signals;

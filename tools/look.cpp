@@ -17,18 +17,6 @@ void or_default(const Call &call, Print print) {
     }
 }
 
-void put_values(const Call &call, const Document &document) {
-    Rows rows(call);
-    const std::string &wanted = call["FIELD"];
-    const Element entity = document.find(call), field = entity.child(wanted);
-    if (!wanted.empty() && !field)
-        throw Failure{not_found, "field " + wanted + " of " + entity.label() + ": not found"};
-    if (field && !rows.as_json()) return put(field.value() + '\n');
-    for (Element one : entity)
-        if (!field || one == field) rows.add({{"field", one.tag()}, {"value", one.value()}});
-    rows.finish();
-}
-
 // ---- show
 
 std::string attributes_of(Element element) {
@@ -176,7 +164,17 @@ int show(Call &call) {
 int get(Call &call) {
     checked_name(call.type(), "type");
     Document document = Document::look(call.name());
-    or_default(call, [&] { put_values(call, document); });
+    or_default(call, [&] {
+        Rows rows(call);
+        const std::string &wanted = call["FIELD"];
+        const Element entity = document.find(call), field = entity.child(wanted);
+        if (!wanted.empty() && !field)
+            throw Failure{not_found, "field " + wanted + " of " + entity.label() + ": not found"};
+        if (field && !rows.as_json()) return put(field.value() + '\n');
+        for (Element one : entity)
+            if (!field || one == field) rows.add({{"field", one.tag()}, {"value", one.value()}});
+        rows.finish();
+    });
     return success;
 }
 
