@@ -24,8 +24,6 @@
  * </address>
  * @endcode
  *
- * What holds for all functions, and is not repeated at each:
- *
  * **Documents.** The functions work on the caller's open document. They open the containers they need, close them
  * before they return, and never save. The diagnostics and codes of the functions of store.h come on top of what is said
  * here. There are no locks: a document is used by one thread at a time.
@@ -251,11 +249,10 @@ int remove_group(const group_desc_t *group, const char *name);
  *  parent, but stays. */
 int dispose_group(const group_desc_t *parent, const group_desc_t *group);
 
-/** Adds an entry to the group. An entity that does not exist is created. `set_entry` writes the data, if there is any,
- *  with null for the current entry; the entry's count is raised last. Property data makes the properties of this
- *  membership: the entry's property group if need be, a property entity, `set_property` with null for the current
- *  properties. Either data may be null. Needed: `set_entry` with entry data; `set_property` and `property_type` with
- *  property data.
+/** Adds an entry to the group, and makes its entity if there is none. Entry data, unless null, needs `set_entry`, which
+ *  gets null for the current entry. Property data, unless null, needs `set_property` and `property_type`, and makes the
+ *  properties of this membership: the entry's property group if need be, a property entity, and what `set_property`
+ *  does with null for the current properties. The entry's count is raised last.
  *
  *  An entity with the count 0 is deleted again when `set_entry` or the join fails. A failure in the property steps
  *  leaves the entry joined and its count not raised, and what those steps made in place. A join that the store refuses
@@ -296,9 +293,8 @@ int valid_property(const char *property, group_desc_t *group, const char *entry)
  *  `export_property` run, the record's `name` points to a copy of the name of the group that the properties belong to;
  *  afterwards it points to the caller's string again, on every path.
  *
- *  @return The handle from `export_begin`, which is the caller's now; or null after the first failure: the
- *          handle, if there was one, went to `export_discard`. A nesting that leads to one group on two paths is a
- *          failure. */
+ *  @return The handle from `export_begin`, which is the caller's now; or null after the first failure, such as a
+ *          nesting that leads to one group on two paths: the handle, if there was one, went to `export_discard`. */
 void *export_group(group_desc_t *group);
 /**@}*/
 

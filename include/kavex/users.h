@@ -12,8 +12,6 @@
  * free_user_profile(profile);
  * @endcode
  *
- * The following holds for all functions and is not repeated at each.
- *
  * **Results.** 0 (or 1 for "found") on success, -1 on failure, null for records. A null argument is a failure, without
  * a message. #kvio_errno is left as it was. No string argument is kept after a call.
  *
