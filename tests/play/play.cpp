@@ -392,10 +392,7 @@ void plan_fault(const Words &words) {
     for (int known = 1; known < 134; ++known)
         if (words[3] == ::shown(strerrorname_np(known))) error = known;
     const faults::Extent extent = words[2].back() == '+' ? faults::from_then_on : faults::once;
-    if (error)
-        faults::fail(form::argument(words[1]), error, std::stoi(words[2]), extent);
-    else
-        faults::shorten(form::argument(words[1]), 0, std::stoi(words[2]), extent);
+    faults::fail(form::argument(words[1]), error, std::stoi(words[2]), extent);
 }
 
 // A line as it is to be: of a call, with its outcome.

@@ -1,15 +1,10 @@
 #include "tests/support/appliance.h"
 
-#include <errno.h>
-#include <fcntl.h>
 #include <stdarg.h>
-#include <sys/ipc.h>
 #include <sys/mman.h>
-#include <sys/sem.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -24,9 +19,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string log_text;
-pid_t observer = -1;  // the process that is inside a call()
-int captured = -1;    // takes what is written to descriptor 2: a file in memory does not fill up as a pipe does
+// Files in memory, which do not fill up as a pipe does: the system log, and what is written to descriptor 2.
+const int log_file = memfd_create("log", MFD_CLOEXEC), error_file = memfd_create("stderr", MFD_CLOEXEC);
+
+const pid_t tester = getpid();
+
+// Empties one of them and gives what was in it.
+std::string taken(int file) {
+    std::string text(static_cast<size_t>(lseek(file, 0, SEEK_END)), '\0');
+    if (pread(file, text.data(), text.size(), 0) < 0 || ftruncate(file, 0) < 0) std::abort();
+    lseek(file, 0, SEEK_SET);
+    return text;
+}
 
 // The numbers in a directory of /proc: open descriptors, or processes.
 std::set<std::string> numbers_in(const char *directory) {
@@ -36,47 +40,35 @@ std::set<std::string> numbers_in(const char *directory) {
     return found;
 }
 
+// How many lines stand below the first one of a file.
+long lines_of(const char *path) {
+    const std::string text = read_file(path);
+    return std::count(text.begin(), text.end(), '\n') - 1;
+}
+
 }  // namespace
 
 // Takes the place of the appliance's log library. What a child process of the library logs shows at descriptor 2.
 extern "C" void kvlog(int a, int b, int c, int d, int e, int f, int g, const char *tag, const char *format, ...) {
     faults::Pause pause;
-    const int error = errno;
-    char line[8192];
-    const int head = std::snprintf(line, sizeof line, "%s %d,%d,%d,%d,%d,%d,%d: ", tag, a, b, c, d, e, f, g);
+    const int error = errno, file = getpid() == tester ? log_file : 2;
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(line + head, sizeof line - static_cast<size_t>(head), format, arguments);
+    dprintf(file, "%s %d,%d,%d,%d,%d,%d,%d: ", tag, a, b, c, d, e, f, g);
+    vdprintf(file, format, arguments);
     va_end(arguments);
-    if (observer >= 0 && getpid() != observer)
-        std::fputs(line, stderr);
-    else
-        log_text += line;
     errno = error;
 }
 
 Outcome observe(const std::function<long()> &body) {
-    Outcome outcome;
-    log_text.clear();
+    taken(log_file);
+    taken(error_file);
     kvio_errno = untouched;
-    if (captured < 0) captured = memfd_create("stderr", MFD_CLOEXEC);
-    std::fflush(stderr);
-    const int terminal = fcntl(2, F_DUPFD_CLOEXEC, 100);
-    if (terminal < 0 || ftruncate(captured, 0) < 0 || lseek(captured, 0, SEEK_SET) < 0 || dup2(captured, 2) < 0)
-        std::abort();
-    observer = getpid();
     faults::begin();
-    outcome.result = body();
+    const long result = body();
     faults::end();
-    observer = -1;
-    outcome.code = kvio_errno;
-    std::fflush(stderr);
-    dup2(terminal, 2);
-    close(terminal);
-    outcome.err.resize(static_cast<size_t>(lseek(captured, 0, SEEK_END)));
-    if (pread(captured, outcome.err.data(), outcome.err.size(), 0) < 0) std::abort();
-    outcome.log = log_text;
-    return outcome;
+    const int code = kvio_errno;
+    return {result, code, taken(error_file), taken(log_file)};
 }
 
 void PrintTo(const Outcome &outcome, std::ostream *out) {
@@ -87,7 +79,7 @@ void write_file(const std::string &path, const std::string &text, mode_t mode) {
     std::error_code ignored;
     fs::create_directories(fs::path(path).parent_path(), ignored);
     std::ofstream(path, std::ios::binary) << text;
-    EXPECT_EQ(chmod(path.c_str(), mode), 0) << path << ": " << std::strerror(errno);
+    fs::permissions(path, fs::perms{mode});
 }
 
 std::string read_file(const std::string &path) {
@@ -96,32 +88,18 @@ std::string read_file(const std::string &path) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-int lines_below_the_first(const char *path) {
-    const std::string text = read_file(path);
-    return static_cast<int>(std::count(text.begin(), text.end(), '\n')) - 1;
-}
+mode_t file_mode(const std::string &path) { return static_cast<mode_t>(fs::status(path).permissions()); }
 
-mode_t file_mode(const std::string &path) {
-    struct stat status = {};
-    EXPECT_EQ(stat(path.c_str(), &status), 0) << "no file " << path;
-    return status.st_mode & 07777;
-}
-
-bool locked(const std::string &path) {
-    key_t key = ftok(path.c_str(), 0);
-    if (key == 0) key = ftok(path.c_str(), 1);
-    EXPECT_NE(key, -1) << "no file " << path;
-    return key != -1 && semget(key, 0, 0) >= 0;
-}
+int lock_count() { return static_cast<int>(lines_of("/proc/sysvipc/sem")); }
 
 void ApplianceTest::SetUp() {
     if (!std::getenv("KAVEX_PRIVATE_ROOT")) {
         std::fprintf(stderr, "These tests write the appliance's real paths: run them with scripts/appliance-root\n");
         std::exit(2);
     }
-    for (const char *directory : {"small/", ""})
-        for (const auto &entry : fs::directory_iterator(config_path(directory)))
-            if (entry.path().filename() != "small") fs::remove_all(entry.path());
+    dup2(error_file, 2);
+    for (const auto &entry : fs::recursive_directory_iterator(config_path("")))
+        if (!entry.is_directory()) fs::remove(entry);
     kvio_initialize();
     call([] {});
     descriptors_ = numbers_in("/proc/self/fd");
@@ -129,9 +107,10 @@ void ApplianceTest::SetUp() {
 }
 
 void ApplianceTest::TearDown() {
+    close();
     faults::clear();
     EXPECT_EQ(lock_count(), 0) << "left behind: semaphores\n" << read_file("/proc/sysvipc/sem");
-    EXPECT_EQ(lines_below_the_first("/proc/sysvipc/shm"), 0) << "left behind: shared memory";
+    EXPECT_EQ(lines_of("/proc/sysvipc/shm"), 0) << "left behind: shared memory";
     EXPECT_EQ(numbers_in("/proc/self/fd"), descriptors_) << "left behind: descriptors";
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "left behind: a child";
     // A process whose parent died is buried by the root's first process, in its own time.
@@ -139,20 +118,14 @@ void ApplianceTest::TearDown() {
     EXPECT_EQ(numbers_in("/proc"), processes_) << "left behind: processes";
 }
 
-void OpenDocument::open_whole(const std::string &document) {
+void ApplianceTest::open_whole(const std::string &document) {
     close();
     write_config("a.xml", document);
     call([&] { return config = kvio_open_config("a.xml", 0); });
     ASSERT_TRUE(config) << document;
 }
 
-void OpenDocument::open_snapshot(const std::string &scope) {
-    close();
-    write_file("/tmp/snapshot.xml", "<kavex><s>" + scope + "</s></kavex>");
-    ASSERT_TRUE(config = kvio_restore_scope("/tmp/snapshot.xml"));
-}
-
-void OpenDocument::close() {
+void ApplianceTest::close() {
     close_container();
     if (config) call([&] { return kvio_close_config(config); });
     config = nullptr;

@@ -21,7 +21,6 @@ void write_file(const std::string &path, const std::string &text, mode_t mode = 
 std::string read_file(const std::string &path);  // fails the test when there is none
 inline bool file_exists(const std::string &path) { return access(path.c_str(), F_OK) == 0; }
 mode_t file_mode(const std::string &path);  // the permission bits
-int lines_below_the_first(const char *path);
 
 // In the directory of the configurations, where "small" has a full-size file system of 256 KiB.
 inline std::string config_path(const std::string &name) { return "/etc/kavex/conf/" + name; }
@@ -30,40 +29,32 @@ inline std::string read_config(const std::string &name) { return read_file(confi
 // What the store keeps beside a file that it has saved.
 inline bool is_redo_file(const std::string &path) { return path.find("/.kavex-redo-") != std::string::npos; }
 
-bool locked(const std::string &path);  // looks for the semaphore of the file itself
-// The semaphore sets of the private root.
-inline int lock_count() { return lines_below_the_first("/proc/sysvipc/sem"); }
+int lock_count();  // the semaphore sets of the private root
 
-// Makes one test after the other start alike and checks in its end that it left nothing: no semaphore set, no shared
-// memory segment, the same descriptors, no child and no process of its children.
+// Makes one test after the other start alike, with at most one open document, and checks in its end that it left nothing:
+// no semaphore set, no shared memory segment, the same descriptors, no child and no process of its children.
 class ApplianceTest : public testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
 
+    // Opens a document whose scope "s" has these elements. It is closed before the next one, and in the end.
+    void open(const std::string &scope) { open_whole("<kavex><s>" + scope + "</s></kavex>"); }
+    void open_whole(const std::string &document);
+    void open_snapshot(const std::string &scope) { open(scope); }
+    void close();
+    static int close(int fd) { return ::close(fd); }
+    void close_container() { kvio_close_list(std::exchange(iterator, nullptr)); }
+    static std::string path() { return config_path("a.xml"); }
+
+    kvio_config_t *config = nullptr;
+    kvio_iterator_t *iterator = nullptr;
+
 private:
     std::set<std::string> descriptors_, processes_;
 };
 
-// The same with one open document: the elements of its scope "s" are written in the test.
-class OpenDocument : public ApplianceTest {
-protected:
-    void TearDown() override {
-        close();
-        ApplianceTest::TearDown();
-    }
-
-    // Each closes the document before; a snapshot comes from another file and has no lock.
-    void open(const std::string &scope) { open_whole("<kavex><s>" + scope + "</s></kavex>"); }
-    void open_whole(const std::string &document);
-    void open_snapshot(const std::string &scope);
-    void close();
-    void close_container() { kvio_close_list(std::exchange(iterator, nullptr)); }
-    static std::string path() { return "/etc/kavex/conf/a.xml"; }
-
-    kvio_config_t *config = nullptr;
-    kvio_iterator_t *iterator = nullptr;
-};
+using OpenDocument = ApplianceTest;
 
 // What kvio_errno holds before each call: an outcome with this code left it alone.
 constexpr int untouched = 4711;
@@ -87,8 +78,8 @@ Outcome observe(const std::function<long()> &body);
 // call([&] { return node = kvio_define2(...); }).
 template <class Body>
 Outcome call(Body &&body) {
+    using Result = decltype(body());
     return observe([&]() -> long {
-        using Result = decltype(body());
         if constexpr (std::is_void_v<Result>)
             return body(), 0;
         else if constexpr (std::is_pointer_v<Result>)

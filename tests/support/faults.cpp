@@ -2,7 +2,6 @@
 #include "tests/support/faults.h"
 
 #include <dlfcn.h>
-#include <errno.h>
 #include <fcntl.h>
 #include <malloc.h>
 #include <stdarg.h>
@@ -13,12 +12,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <map>
 
 namespace faults {
 
 bool active;
+std::vector<Change> *changes;
 
 namespace {
 
@@ -26,47 +27,14 @@ struct Plan {
     std::string function;
     int nth;
     Extent extent;
-    int error;     // or 0:
-    size_t bytes;  // how far a transfer is shortened
-    std::function<void()> deed;
+    int error;
+    std::function<void()> deed;  // in place of an error
 };
-
 std::vector<Plan> plans;
 std::map<std::pair<std::string, int>, key_t> keys;
-std::vector<Change> recorded;
-bool has_struck, records;
+bool has_struck;
 int allocation_count;
 long block_count;
-
-// 0 where there is no file; errno stays.
-ino_t inode_of(const char *path) {
-    const int error = errno;
-    struct stat now;
-    const ino_t inode = lstat(path, &now) == 0 ? now.st_ino : 0;
-    errno = error;
-    return inode;
-}
-
-// Notes what has been done to an open file; gives the result, which is negative where nothing has.
-template <class Result>
-Result noted(Result result, Change::Kind kind, int fd, off_t offset = 0, const void *data = nullptr) {
-    struct stat now;
-    if (!active || !records || result < 0 || fstat(fd, &now) != 0) return result;
-    Pause pause;
-    if (kind == Change::sync && S_ISDIR(now.st_mode)) kind = Change::sync_names;
-    const std::string bytes(static_cast<const char *>(data), data ? static_cast<size_t>(result) : 0);
-    recorded.push_back({kind, now.st_ino, static_cast<size_t>(offset), bytes});
-    return result;
-}
-
-// The same of names: that of a file which may be gone, and that of one which may be new.
-int noted(int result, const char *old_name, ino_t old_file, const char *new_name = nullptr) {
-    if (!active || !records || result < 0) return result;
-    Pause pause;
-    if (old_name && old_file) recorded.push_back({Change::unname, old_file, 0, old_name});
-    if (new_name) recorded.push_back({Change::name, inode_of(new_name), 0, new_name});
-    return result;
-}
 
 // The plan that strikes at this use of the function, with its errno.
 const Plan *due(const char *function) {
@@ -93,43 +61,47 @@ auto next(const char *name) {
     return found;
 }
 
-template <auto Function, class Result = int, class... Arguments>
-Result run(const char *name, Result failure, Arguments... arguments) {
+template <auto Function, class... Arguments>
+auto run(const char *name, Arguments... arguments) {
     const auto real = next<Function>(name);  // first, as it may set errno
-    return due(name) ? failure : real(arguments...);
+    using Result = decltype(real(arguments...));
+    return due(name) ? Result(-1L) : real(arguments...);
 }
 
-// A transfer either fails, or goes on with what is left of its size.
-template <auto Function, class Data, class... Offset>
-ssize_t transfer(const char *name, int fd, Data *data, size_t size, Offset... offset) {
+template <auto Function, class Data>
+ssize_t transfer(const char *name, int fd, Data *data, size_t size, off_t at) {
     const auto real = next<Function>(name);
     const Plan *plan = due(name);
-    return plan && plan->error ? -1 : real(fd, data, plan ? std::min(size, plan->bytes) : size, offset...);
+    const auto most = plan ? 1024 - static_cast<size_t>(at) % 1024 : size;
+    return plan && plan->error ? -1 : real(fd, data, std::min(size, most), at);
+}
+
+// Notes what has been done to an open file, or to a name. Gives the result, which is negative where nothing has been.
+template <class Result>
+Result noted(Result result, Change::Kind kind, int fd, const char *data = "", off_t offset = 0) {
+    if (!active || !changes || result < 0) return result;
+    Pause pause;
+    struct stat file = {}, named = {};
+    const bool is_name = kind == Change::name;
+    if (is_name && stat(data, &named) == 0) offset = static_cast<off_t>(named.st_ino);
+    is_name ? stat(std::string(data, std::strrchr(data, '/')).c_str(), &file) : fstat(fd, &file);
+    const size_t size = kind == Change::write ? static_cast<size_t>(result) : std::strlen(data);
+    changes->push_back({kind, file.st_ino, {data, size}, static_cast<std::uint64_t>(offset)});
+    return result;
 }
 
 }  // namespace
 
-void fail(const char *function, int error, int nth, Extent extent) {
-    plans.push_back({function, nth, extent, error, 0, {}});
-}
-void shorten(const char *function, size_t bytes, int nth, Extent extent) {
-    plans.push_back({function, nth, extent, 0, bytes, {}});
-}
-void intrude(const char *function, std::function<void()> deed, int nth) {
-    plans.push_back({function, nth, once, 0, 0, std::move(deed)});
+void fail(const char *function, int error, int nth, Extent extent, std::function<void()> deed) {
+    plans.push_back({function, nth, extent, error, std::move(deed)});
+    has_struck = false;
 }
 void set_key(const char *path, int project, int key) { keys[{path, project}] = key; }
+void clear() { keys.clear(); }
+bool struck() { return has_struck; }
 int allocations() { return allocation_count; }
 long blocks() { return block_count; }
-bool struck() { return has_struck; }
-
-std::vector<Change> &changes() { return recorded; }
-void record(bool wanted) {
-    records = wanted;
-    recorded.clear();
-}
 void begin() {
-    has_struck = has_struck && plans.empty();
     allocation_count = 0;
     active = true;
 }
@@ -137,20 +109,11 @@ void end() {
     active = false;
     plans.clear();
 }
-void clear() {
-    end();
-    keys.clear();
-    has_struck = false;
-}
 
 }  // namespace faults
 
 // Compiled for large files: open() is open64(), pread() is pread64() and so on, as the library uses them.
-using faults::Change;
-using faults::inode_of;
-using faults::noted;
-using faults::run;
-using faults::transfer;
+using namespace faults;
 
 extern "C" {
 
@@ -159,75 +122,68 @@ int open(const char *path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    const bool is_new = (flags & O_CREAT) && !inode_of(path);
-    return noted(run<&open>("open", -1, path, flags, mode), nullptr, 0, is_new ? path : nullptr);
+    const int fd = run<&open>("open", path, flags, mode);
+    return flags & O_CREAT ? noted(fd, Change::name, fd, path) : fd;
 }
-ssize_t read(int fd, void *data, size_t size) { return transfer<&read>("read", fd, data, size); }
-ssize_t write(int fd, const void *data, size_t size) { return transfer<&write>("write", fd, data, size); }
+ssize_t read(int fd, void *data, size_t size) { return run<&read>("read", fd, data, size); }
 ssize_t pread(int fd, void *data, size_t size, off_t at) { return transfer<&pread>("pread", fd, data, size, at); }
 ssize_t pwrite(int fd, const void *data, size_t size, off_t at) {
-    return noted(transfer<&pwrite>("pwrite", fd, data, size, at), Change::write, fd, at, data);
+    return noted(transfer<&pwrite>("pwrite", fd, data, size, at), Change::write, fd, static_cast<const char *>(data),
+                 at);
 }
 // One that fails has closed the descriptor all the same.
 int close(int fd) {
-    const int result = faults::next<&close>("close")(fd);
-    return faults::due("close") ? -1 : result;
+    const int result = next<&close>("close")(fd);
+    return due("close") ? -1 : result;
 }
-int fdatasync(int fd) { return noted(run<&fdatasync>("fdatasync", -1, fd), Change::sync, fd); }
-int fsync(int fd) { return noted(run<&fsync>("fsync", -1, fd), Change::sync, fd); }
+int fdatasync(int fd) { return noted(run<&fdatasync>("fdatasync", fd), Change::sync, fd); }
+int fsync(int fd) { return noted(run<&fsync>("fsync", fd), Change::sync, fd); }
 int ftruncate(int fd, off_t size) noexcept {
-    return noted(run<&ftruncate>("ftruncate", -1, fd, size), Change::resize, fd, size);
+    return noted(run<&ftruncate>("ftruncate", fd, size), Change::resize, fd, "", size);
 }
 int linkat(int from, const char *path, int to, const char *name, int flags) noexcept {
-    return noted(run<&linkat>("linkat", -1, from, path, to, name, flags), nullptr, 0, name);
+    return noted(run<&linkat>("linkat", from, path, to, name, flags), Change::name, -1, name);
 }
-int rename(const char *from, const char *to) noexcept {
-    const ino_t file = inode_of(from);
-    return noted(run<&rename>("rename", -1, from, to), from, file, to);
-}
-int unlink(const char *path) noexcept {
-    const ino_t file = inode_of(path);
-    return noted(run<&unlink>("unlink", -1, path), path, file);
-}
-int semget(key_t key, int count, int flags) noexcept { return run<&semget>("semget", -1, key, count, flags); }
-int semop(int id, sembuf *operations, size_t count) noexcept { return run<&semop>("semop", -1, id, operations, count); }
-int shmget(key_t key, size_t size, int flags) noexcept { return run<&shmget>("shmget", -1, key, size, flags); }
-void *shmat(int id, const void *address, int flags) noexcept {
-    return run<&shmat>("shmat", reinterpret_cast<void *>(-1), id, address, flags);
-}
-int pipe2(int *ends, int flags) noexcept { return run<&pipe2>("pipe2", -1, ends, flags); }
-pid_t fork() noexcept { return run<&fork>("fork", -1); }
+int unlink(const char *path) noexcept { return noted(run<&unlink>("unlink", path), Change::name, -1, path); }
+int rename(const char *from, const char *to) noexcept { return run<&rename>("rename", from, to); }
+int semget(key_t key, int count, int flags) noexcept { return run<&semget>("semget", key, count, flags); }
+int semop(int id, sembuf *operations, size_t count) noexcept { return run<&semop>("semop", id, operations, count); }
+int shmget(key_t key, size_t size, int flags) noexcept { return run<&shmget>("shmget", key, size, flags); }
+void *shmat(int id, const void *address, int flags) noexcept { return run<&shmat>("shmat", id, address, flags); }
+int pipe2(int *ends, int flags) noexcept { return run<&pipe2>("pipe2", ends, flags); }
+pid_t fork() noexcept { return run<&fork>("fork"); }
 key_t ftok(const char *path, int project) noexcept {
-    const key_t key = run<&ftok>("ftok", -1, path, project);
-    faults::Pause pause;
-    const auto set = faults::keys.find({path ? path : "", project});
-    return key == -1 || set == faults::keys.end() ? key : set->second;
+    const key_t key = run<&ftok>("ftok", path, project);
+    Pause pause;
+    const auto set = keys.find({path ? path : "", project});
+    return key == -1 || set == keys.end() ? key : set->second;
 }
 
 #ifdef KAVEX_TEST_ALLOCATIONS
-void *__libc_malloc(size_t size);
 void *__libc_calloc(size_t count, size_t size);
-void *__libc_realloc(void *block, size_t size);
 void __libc_free(void *block);
 
-static bool no_memory() {
-    faults::allocation_count += faults::active;
-    return faults::due("malloc");
-}
-static void *counted(void *block) {
-    faults::block_count += faults::active && block;
+void *calloc(size_t count, size_t size) noexcept {
+    allocation_count += active;
+    void *block = due("malloc") ? nullptr : __libc_calloc(count, size);
+    block_count += active && block;
     return block;
 }
-void *malloc(size_t size) noexcept { return no_memory() ? nullptr : counted(__libc_malloc(size)); }
-void *calloc(size_t count, size_t size) noexcept { return no_memory() ? nullptr : counted(__libc_calloc(count, size)); }
-void *realloc(void *block, size_t size) noexcept {
-    if (no_memory()) return nullptr;
-    return block ? __libc_realloc(block, size) : counted(__libc_realloc(block, size));
+// What uses a block before it is written, or after it is released, finds no text and no address in it.
+void *malloc(size_t size) noexcept {
+    void *block = calloc(1, size);
+    return active && block ? std::memset(block, 0xa5, size) : block;
 }
-// What uses a block after this finds no text and no address in it.
+void *realloc(void *block, size_t size) noexcept {
+    void *moved = malloc(size);
+    if (!moved || !block) return moved;
+    std::memcpy(moved, block, std::min(size, malloc_usable_size(block)));
+    free(block);
+    return moved;
+}
 void free(void *block) noexcept {
-    if (faults::active && block) std::memset(block, 0xa5, malloc_usable_size(block));
-    faults::block_count -= faults::active && block;
+    if (active && block) std::memset(block, 0xa5, malloc_usable_size(block));
+    block_count -= active && block;
     __libc_free(block);
 }
 #endif
