@@ -49,16 +49,6 @@ int list_members(const group_desc_t *group, kvio_iterator_t *opened) {
     return failed ? 1 : 0;
 }
 
-// Adds to a group's count. Returns the result of the operation: 1 for a count below `least`, GROUP_REFERENCE for one that
-// would leave the range of an int; neither is changed.
-int change_references(kvio_iterator_t *group, int difference, int least) {
-    int count = 0;
-    if (!get_references(group, &count)) return GROUP_REFERENCE;
-    if (count < least) return 1;
-    if (__builtin_add_overflow(count, difference, &count) || !set_references(group, count)) return GROUP_REFERENCE;
-    return 0;
-}
-
 // Opens the group of a record and adds to its count.
 int change_use(const group_desc_t *group, int difference, int least) {
     if (!complete(group)) return 0;
@@ -165,7 +155,7 @@ int remove_group(const group_desc_t *group, const char *name) {
     if (!outer) return 1;
     GroupHandle nested = open_group(group, name);
     if (!nested) return 1;
-    if (int failure = change_references(nested.get(), -1, INT_MIN)) return failure;
+    if (int failure = change_references(nested.get(), -1)) return failure;
     return kvio_remove(outer.get(), name) ? 0 : 1;
 }
 

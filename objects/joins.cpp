@@ -122,13 +122,7 @@ int join_group(const group_desc_t *group, const group_desc_t *nested) {
         kvio_errno = KVIO_LOOP;
         return 1;
     }
-    int count = 0;
-    if (!get_references(inner.get(), &count)) return GROUP_REFERENCE;
-    if (count == INT_MAX) {
-        kvio_remove(outer.get(), nested->name);
-        return GROUP_REFERENCE;
-    }
-    return set_references(inner.get(), count + 1) ? 0 : GROUP_REFERENCE;
+    return change_references(inner.get(), +1);
 }
 
 int change_entry(const group_desc_t *group, const char *name, void *entry_data, void *property_data) {

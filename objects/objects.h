@@ -129,6 +129,16 @@ inline bool get_references(kvio_node_t *entry, int *count) { return get_entity_i
 inline bool set_references(kvio_iterator_t *group, int count) { return set_iterator_int(group, "reference", count); }
 inline bool set_references(kvio_node_t *entry, int count) { return set_entity_int(entry, "reference", count); }
 
+// Adds to a group's count. Returns the result of the operation: 1 for a count below `least`, GROUP_REFERENCE for one
+// that would leave the range of an int; neither is changed.
+inline int change_references(kvio_iterator_t *group, int difference, int least = INT_MIN) {
+    int count = 0;
+    if (!get_references(group, &count)) return GROUP_REFERENCE;
+    if (count < least) return 1;
+    if (__builtin_add_overflow(count, difference, &count) || !set_references(group, count)) return GROUP_REFERENCE;
+    return 0;
+}
+
 }  // namespace objects
 
 #endif

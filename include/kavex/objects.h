@@ -260,9 +260,8 @@ int dispose_group(const group_desc_t *parent, const group_desc_t *group);
 int join_entry(const group_desc_t *group, const char *name, void *entry_data, void *property_data);
 
 /** Nests one group in another and raises the nested group's count. A nesting that leads back to a group, or to one
- *  group on two paths, is undone: 1 and #KVIO_LOOP. If the count cannot be read or written the membership stays; if it
- *  is at the largest int already the membership is undone. The codes of a join that the store refuses are those of
- *  join_entry(). */
+ *  group on two paths, is undone: 1 and #KVIO_LOOP. If the count cannot be read or changed the membership stays. The
+ *  codes of a join that the store refuses are those of join_entry(). */
 int join_group(const group_desc_t *group, const group_desc_t *nested);
 
 /** Rewrites an entry and its properties in this group, each if there is data for it. `set_entry` and `set_property`

@@ -78,8 +78,8 @@ join_group g {c,c,missing,most} = 0 | 1 10 | 1 22 | -18004
 join_group missing c = 1 22
 < <group name="a" type="t"><container>b</container></group><group name="b" type="t"><container>c</container>
 < <entity>e</entity></group><group name="c" type="t" reference="1"/><group name="x" type="t"><container>b</container>
-< </group><group name="g" type="t"><container>gone</container><container>c</container></group>
-< <group name="most" type="t" reference="2147483647"/>
+< </group><group name="g" type="t"><container>gone</container><container>c</container><container>most</container>
+< </group><group name="most" type="t" reference="2147483647"/>
 
 # A change sees what was there, makes no properties and needs no member.
 > <t name="a" reference="1"><v>1</v></t><group name="g" type="t"><entity>a</entity></group><p name="g_a"><v>2</v></p>
