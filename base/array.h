@@ -36,9 +36,11 @@ class Array {
 public:
     Array() = default;
     ~Array() { Memory::release(records_, capacity_ * sizeof(T)); }
-    Array(Array &&other) noexcept { swap(other); }
+    Array(Array &&other) noexcept { *this = std::move(other); }
     Array &operator=(Array &&other) noexcept {
-        swap(other);
+        std::swap(records_, other.records_);
+        std::swap(size_, other.size_);
+        std::swap(capacity_, other.capacity_);
         return *this;
     }
 
@@ -93,12 +95,6 @@ public:
     const T *end() const noexcept { return records_ + size_; }
 
 private:
-    void swap(Array &other) noexcept {
-        std::swap(records_, other.records_);
-        std::swap(size_, other.size_);
-        std::swap(capacity_, other.capacity_);
-    }
-
     T *records_ = nullptr;
     std::size_t size_ = 0;
     std::size_t capacity_ = 0;

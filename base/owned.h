@@ -39,9 +39,7 @@ public:
     explicit Number(int number = -1) noexcept : number_(number) {}
     Number(Number &&other) noexcept : number_(other.release()) {}
     Number &operator=(Number &&other) noexcept {
-        int number = other.release();
-        close();
-        number_ = number;
+        std::swap(number_, other.number_);
         return *this;
     }
     ~Number() { close(); }

@@ -42,10 +42,10 @@ kvio_iterator_t *create(const char *kind, kvio_config_t *config, const char *sco
     if (store::find_container(parent, kind, type, name))
         return fail(nullptr, KVIO_EXISTS, "%s(%s): scope:[%s] %s:[%s] type:[%s] is existed\n", create_template,
                     config->path, scope, kind, name, type);
-    xml::Detached element = store::new_element(kind, name, create_template);
-    if (!element) return nullptr;
-    if (!xml::set_attribute(element.get(), "type", type))
-        return fail(nullptr, KVIO_XML, "%s error on xmlNewProp(): no memory?\n", create_template);
+    xml::Detached element = store::new_element(kind, create_template);
+    if (!element || !store::set_attribute(element, "name", name, create_template) ||
+        !store::set_attribute(element, "type", type, create_template))
+        return nullptr;
     store::Iterator iterator = new_handle(kind, element.get(), config, scope, type);
     if (!iterator || !store::append(parent, std::move(element), create_template)) return nullptr;
     return succeed(iterator.release());

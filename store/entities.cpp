@@ -12,8 +12,9 @@ xmlNode *define(const kvio_config_t *config, const char *scope, const char *type
     if (existing.count > 0)
         return fail(nullptr, KVIO_EXISTS, "%s(%s): scope:[%s] type:[%s] name:[%s] is existed\n", who, config->path,
                     scope, type, name);
-    xml::Detached entity = store::new_element(type, name, who);
-    xmlNode *defined = entity ? store::append(parent, std::move(entity), who) : nullptr;
+    xml::Detached entity = store::new_element(type, who);
+    if (!entity || !store::set_attribute(entity, "name", name, who)) return nullptr;
+    xmlNode *defined = store::append(parent, std::move(entity), who);
     return defined ? succeed(defined) : nullptr;
 }
 
@@ -54,8 +55,7 @@ int set_value(xmlNode *entity, const char *field, const char *value, const char 
     if (!store::given(entity, who)) return 0;
     xmlNode *element = find_value(entity, field);
     bool stored = value && (element ? replace_text(element, value) : add_value(entity, field, value));
-    if (!stored) return fail(0, KVIO_XML, "%s() error on xmlNewTextChild()\n", who);
-    return succeed(1);
+    return stored ? succeed(1) : fail(0, KVIO_XML, "%s() error on xmlNewTextChild()\n", who);
 }
 
 // Returns a copy of a text; null with the line.

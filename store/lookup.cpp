@@ -11,6 +11,10 @@
 namespace store {
 namespace {
 
+// Counts of a look-up that failed.
+constexpr int no_context = -1;
+constexpr int no_result = -2;
+
 bool is_name_start(char c) noexcept { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
 
 bool is_name_char(char c) noexcept { return is_name_start(c) || (c >= '0' && c <= '9') || c == '-' || c == '.'; }
@@ -49,11 +53,6 @@ void add_on_path(const xmlNode *parent, const char *path, const char *type, cons
 // Whether an element is the root.
 bool is_root(const xmlNode *element) noexcept { return element && !xml::is_element(element->parent); }
 
-// Returns the value of the variable $name, which is the only one.
-xmlXPathObject *name_variable(void *value, const xmlChar *variable, const xmlChar *) noexcept {
-    return xml::same(variable, "name") ? xmlXPathNewString(static_cast<const xmlChar *>(value)) : nullptr;
-}
-
 // Evaluates an expression as xmlXPathEvalExpression() does, which frees its state twice when there is no memory for the
 // stack of values. Here the stack is allocated first; libxml2 enlarges it.
 xml::Result evaluate_expression(const char *expression, xmlXPathContext *context) noexcept {
@@ -79,17 +78,19 @@ Found evaluate(xmlDoc *document, const char *scope, const char *type = nullptr, 
     char *text = nullptr;
     const char *predicate = name ? "[@name=$name]" : "";
     if (asprintf(&text, "/kavex[1]/%s%s%s%s", scope, type ? "/" : "", type ? type : "", predicate) < 0)
-        return {Found::failed};
+        return {no_result};
     Block<char> expression(text);
     auto context = xml::guarded<xml::Context>([&] { return xmlXPathNewContext(document); });
-    if (!context) return {Found::no_context};
-    if (name) xmlXPathRegisterVariableLookup(context.get(), name_variable, const_cast<char *>(name));
+    if (!context) return {no_context};
+    auto value = xml::guarded<xml::Result>([&] { return xmlXPathNewCString(name); });
+    if (!value || xmlXPathRegisterVariable(context.get(), xml::str("name"), value.get()) != 0) return {no_result};
+    value.release();
     xml::Result result = evaluate_expression(expression.get(), context.get());
-    if (!result) return {Found::failed};
+    if (!result) return {no_result};
     const xmlNodeSet *nodes = result->type == XPATH_NODESET ? result->nodesetval : nullptr;
     if (!nodes) return {};
     xmlNode *only = nodes->nodeNr == 1 && xml::is_element(nodes->nodeTab[0]) ? nodes->nodeTab[0] : nullptr;
-    return {Found::ok, nodes->nodeNr, only};
+    return {nodes->nodeNr, only};
 }
 
 // Selects in the plain way if possible; `type` and `name` as for evaluate().
@@ -103,7 +104,8 @@ Found select(xmlDoc *document, const char *scope, const char *type = nullptr, co
     return found;
 }
 
-bool is_usable(const char *scope) noexcept { return scope && strnlen(scope, max_scope + 1) <= max_scope; }
+// Whether "/kavex/" and the scope together have 255 bytes at most.
+bool is_usable(const char *scope) noexcept { return scope && strnlen(scope, 256) + std::strlen("/kavex/") <= 255; }
 
 }  // namespace
 
@@ -111,7 +113,7 @@ xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *
     if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
     Found found;
     if (is_usable(scope)) found = select(config->doc, scope);
-    if (found.status == Found::no_context) return fail(nullptr, KVIO_XML, "%s error on xmlXPathNewContext()\n", who);
+    if (found.count == no_context) return fail(nullptr, KVIO_XML, "%s error on xmlXPathNewContext()\n", who);
     if (!found.only || is_root(found.only))
         return fail(nullptr, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n", who);
     return found.only;
@@ -120,13 +122,12 @@ xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *
 Found find_entities(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept {
     // Below the root there are scopes, not entities.
     if (!is_usable(scope) || (!is_plain(scope) && is_root(select(document, scope).only)))
-        return fail(Found{Found::failed}, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n",
-                    who);
+        return fail(Found{-1}, KVIO_BAD_SCOPE, "%s fatal error: scope not existed or multiple instances\n", who);
     if (!type) return {};
     Found found = select(document, scope, type, name);
     if (is_root(found.only)) found.only = nullptr;
-    if (found.status == Found::ok) return found;
-    const char *call = found.status == Found::failed ? "xmlXPathEvalExpression" : "xmlXPathNewContext";
+    if (found.count >= 0) return found;
+    const char *call = found.count == no_result ? "xmlXPathEvalExpression" : "xmlXPathNewContext";
     return fail(found, KVIO_XML, "%s error on %s()\n", who, call);
 }
 
@@ -134,7 +135,7 @@ xmlNode *find_entity(const kvio_config_t *config, const char *scope, const char 
                      const char *who) noexcept {
     if (!config) return fail(nullptr, KVIO_NULL_CONFIG);
     Found found = find_entities(config->doc, scope, name ? type : nullptr, name, who);
-    if (found.status != Found::ok) return nullptr;
+    if (found.count < 0) return nullptr;
     if (found.count > 1) return fail(nullptr, KVIO_BAD_SCOPE, "%s fatal error: multiple instances\n", who);
     return found.only ? succeed(found.only) : fail(nullptr, KVIO_NOT_FOUND);
 }
@@ -168,11 +169,9 @@ xml::Detached new_element(const char *kind, const char *who) noexcept {
     return element;
 }
 
-xml::Detached new_element(const char *kind, const char *name, const char *who) noexcept {
-    xml::Detached element = new_element(kind, who);
-    if (element && !xml::set_attribute(element.get(), "name", name))
-        return fail(nullptr, KVIO_XML, "%s error on xmlNewProp(): no memory?\n", who);
-    return element;
+bool set_attribute(const xml::Detached &element, const char *name, const char *value, const char *who) noexcept {
+    return xml::set_attribute(element.get(), name, value) ||
+           fail(false, KVIO_XML, "%s error on xmlNewProp(): no memory?\n", who);
 }
 
 }  // namespace store

@@ -49,7 +49,7 @@ kvio_node_t *kvio_retrieve_index(kvio_iterator_t *iterator, unsigned int positio
     if (!type) return fail(nullptr, KVIO_BAD_SCOPE, "%s() fatal error: container is broken\n", __func__);
     xml::Text type_text = xml::Text::of(type);
     store::Found found = store::find_entities(container->doc, iterator->scope, type_text.get(), name.get(), __func__);
-    if (found.status != store::Found::ok) return nullptr;
+    if (found.count < 0) return nullptr;
     if (!found.only)
         return fail(nullptr, KVIO_BAD_SCOPE, "%s() fatal error: entity not existed or multiple instances\n", __func__);
     return succeed(found.only);
@@ -70,7 +70,7 @@ kvio_entities_t *kvio_list_entities(kvio_config_t *config, const char *scope, co
 int kvio_entity_count(kvio_config_t *config, const char *scope, const char *type) {
     if (!config) return fail(0, KVIO_NULL_CONFIG);
     store::Found found = store::find_entities(config->doc, scope, type, nullptr, __func__);
-    return found.status == store::Found::ok ? succeed(found.count) : 0;
+    return found.count < 0 ? 0 : succeed(found.count);
 }
 
 kvio_entities_t *kvio_alloc_entities(int n) {

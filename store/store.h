@@ -100,17 +100,13 @@ bool serialise(xmlDoc *document, Bytes &bytes, const char *who) noexcept;
 // Saves a document to a path, as replace() does. The number of bytes, or -1 with the code and its lines.
 int save(xmlDoc *document, const char *path, mode_t mode, RedoFile redo, const char *who) noexcept;
 
-// The longest scope: with "/kavex/" in front it makes 255 bytes.
-inline constexpr std::size_t max_scope = 255 - (sizeof "/kavex/" - 1);
-
 // Finds the one element that "/kavex/SCOPE" selects. Null with code and line if it selects none or several; for a null
 // config with the code.
 xmlNode *find_scope(const kvio_config_t *config, const char *scope, const char *who) noexcept;
 
 // What a look-up selects.
 struct Found {
-    enum Status { ok, no_context, failed } status = ok;
-    int count = 0;            // the nodes selected
+    int count = 0;            // the nodes selected, or less than 0
     xmlNode *only = nullptr;  // the element, if exactly one node is selected and it is an element
 
     void add(xmlNode *element) noexcept { only = count++ ? nullptr : element; }
@@ -124,7 +120,7 @@ void learn(xmlNode *element) noexcept;
 void forget(const xmlNode *element) noexcept;
 
 // Finds what "/kavex/SCOPE/TYPE[@name=NAME]" selects, whatever bytes the name holds, or "/kavex/SCOPE/TYPE" for a null
-// name, or nothing for a null type. The root is no entity. If the status is not ok, code and line tell: code 7 for a
+// name, or nothing for a null type. The root is no entity. A count below 0 has code and line: code 7 for a
 // null or over-long scope and one that selects the root, code 8 for an expression that cannot be evaluated.
 Found find_entities(xmlDoc *document, const char *scope, const char *type, const char *name, const char *who) noexcept;
 
@@ -152,9 +148,11 @@ inline bool is_entity_member(const xmlNode *node) noexcept { return xml::is_elem
 inline bool is_container_member(const xmlNode *node) noexcept { return xml::is_element(node, "container"); }
 inline bool is_member(const xmlNode *node) noexcept { return is_entity_member(node) || is_container_member(node); }
 
-// Creates an element outside the tree, the second one with the attribute "name". Null with code and line.
+// Creates an element outside the tree. Null with code and line.
 xml::Detached new_element(const char *kind, const char *who) noexcept;
-xml::Detached new_element(const char *kind, const char *name, const char *who) noexcept;
+
+// Sets an attribute of a new element. False with code and line.
+bool set_attribute(const xml::Detached &element, const char *name, const char *value, const char *who) noexcept;
 
 // Hangs an element below a parent, as the last child. Null with code and line; frees the child on failure.
 inline xmlNode *append(xmlNode *parent, xml::Detached child, const char *who) noexcept {
