@@ -1,4 +1,4 @@
-// Copies of text into fixed buffers, and numbers read from text.
+// Texts: compared, copied into fixed buffers, and read as numbers.
 #ifndef KAVEX_BASE_TEXT_H
 #define KAVEX_BASE_TEXT_H
 
@@ -14,14 +14,6 @@ inline bool same(const char *a, const char *b) noexcept { return *a == *b && std
 inline const char *shown(const char *text) noexcept { return text ? text : "(null)"; }
 
 inline bool empty(const char *text) noexcept { return !text || !*text; }
-
-// The bounded copy of every getter whose name ends in "2": the whole buffer is written, a longer text is cut after
-// size - 1 bytes. A size of 0 writes nothing.
-inline void bounded_copy(char *buffer, std::size_t size, const char *text) noexcept {
-    if (!size) return;
-    buffer[size - 1] = '\0';
-    std::strncpy(buffer, text, size - 1);
-}
 
 // Copies text with its NUL when it fits, and leaves the buffer alone when it does not.
 inline bool copy_if_fits(char *buffer, std::size_t size, const char *text) noexcept {

@@ -19,7 +19,7 @@ int set(xmlNode *element, const char *name, const char *value) {
 int unset(xmlNode *element, const char *name) {
     if (!element) return 0;
     if (name && same(name, "name")) store::forget(element);
-    xml::remove_attribute(element, name);
+    if (xmlAttr *at = xml::attribute(element, name)) xmlRemoveProp(at);
     return succeed(1);
 }
 

@@ -3,8 +3,7 @@
 
 namespace {
 
-constexpr int whole_tree = 1;
-constexpr int attributes_only = 2;
+constexpr int whole_tree = 1, attributes_only = 2;
 
 // Copies a node; null with code and line.
 xml::Detached copy_node(xmlNode *node, int depth, const char *who) {

@@ -32,28 +32,133 @@ public:
     // Counts the entity members of all containers, once for each path that leads to them; prints the line of each member
     // that names no container. False with the code when a container contains itself or, if each is to be reached
     // `once`, when one is reached again, and when memory is short.
-    bool count(bool once) noexcept;
+    bool count(bool once) noexcept {
+        for (Step step = next(); step != Step::end; step = next()) {
+            if (step == Step::failed) return false;
+            if (step == Step::entity) {
+                current_->add(1);
+            } else if (step == Step::container) {
+                const bool is_new = nested_->state == Container::unseen;
+                if (!is_new && (once || nested_->state == Container::under_way)) return fail(false, KVIO_LOOP);
+                kvio_errno = nested_->code;
+                current_->add(nested_->amount);
+                if (is_new) enter(*nested_);
+            } else if (step == Step::nowhere) {
+                current_->amount = -1;
+                current_->next = nullptr;
+            } else {
+                nested_->state = Container::done;
+                nested_->code = kvio_errno;
+                if (current_) current_->add(nested_->amount);
+            }
+        }
+        return true;
+    }
 
     // The entity members of the top, or -1.
     long long size() const noexcept { return top_.amount; }
 
-    // Appends the entities in order of their first occurrence; false with the code.
-    bool collect(Array<xmlNode *> &entities) noexcept;
+    // Appends the entities in order of their first occurrence; false with the code. A container that is reached again
+    // can take further entities of the same names. When a visit adds none, later visits cannot either, and the container
+    // is skipped from then on.
+    bool collect(Array<xmlNode *> &entities) noexcept {
+        unsearched_ = top_.element->parent->children;
+        for (Step step = next(); step != Step::end; step = next()) {
+            const auto collected = static_cast<long long>(entities.size());
+            if (step == Step::failed) return false;
+            if (step == Step::entity) {
+                xml::Text name = xml::Text::below(member_);
+                if (name && !*name.get()) return fail(false, KVIO_UNRESOLVED);
+                if (!name || !take_entity(name.get(), entities)) return fail(false, KVIO_NO_MEMORY);
+            } else if (step == Step::container) {
+                if (nested_->state == Container::under_way) return fail(false, KVIO_LOOP);
+                if (nested_->state == Container::done) continue;
+                nested_->amount = collected;
+                enter(*nested_);
+            } else if (step == Step::nowhere) {
+                return fail(false, KVIO_UNRESOLVED);
+            } else {
+                nested_->state = nested_->amount == collected ? Container::done : Container::unseen;
+            }
+        }
+        return true;
+    }
 
 private:
     // What the walk comes to: an entity member, a container member that names nested_ or nothing (which is reported),
     // the end of nested_, or the end of all. It fails with the code when memory is short.
     enum class Step { entity, container, nowhere, left, end, failed };
 
-    Step next() noexcept;
-    Step follow() noexcept;
-    bool list_containers(const xmlNode *scope) noexcept;
-    bool take_entity(const char *name, Array<xmlNode *> &entities) noexcept;
-
     void enter(Container &container) noexcept {
         container.state = Container::under_way;
         container.next = container.element->children;
         container.outer = std::exchange(current_, &container);
+    }
+
+    Step next() noexcept {
+        while (current_) {
+            member_ = current_->next;
+            if (!member_) {
+                nested_ = std::exchange(current_, current_->outer);
+                return Step::left;
+            }
+            current_->next = member_->next;
+            if (store::is_entity_member(member_)) return Step::entity;
+            if (store::is_container_member(member_)) return follow();
+        }
+        return Step::end;
+    }
+
+    // Finds the container that a member names. If there is none sets the code and prints the line of an open that fails.
+    Step follow() noexcept {
+        const char *who = "kvio_container_create_template";
+        xml::Text name = xml::Text::below(member_);
+        if (!name) return fail(Step::failed, KVIO_NO_MEMORY);
+        if (!*name.get()) {
+            if (current_ == &top_) kvio_errno = KVIO_EMPTY_ITEM;
+            return Step::nowhere;
+        }
+        if (containers_.empty()) {
+            const xmlNode *scope = store::find_scope(handle_->config, handle_->scope, who);
+            if (!scope) return Step::nowhere;
+            if (!list_containers(scope)) return fail(Step::failed, KVIO_NO_MEMORY);
+        }
+        auto is_it = [&](const Container &container) { return xml::is_named(container.element, name.get()); };
+        nested_ = containers_.find(hash_of(name.get()), is_it);
+        if (nested_ && nested_->element == top_.element) nested_ = &top_;
+        if (nested_) return Step::container;
+        store::find_container(handle_->config, handle_->kind, handle_->scope, handle_->type, name.get(), who);
+        return Step::nowhere;
+    }
+
+    // Lists the containers that members can name. The first one of a name will be found.
+    bool list_containers(const xmlNode *scope) noexcept {
+        for (xmlNode *child = scope->children; child; child = child->next) {
+            const xmlAttr *at =
+                store::is_container(child, handle_->kind, handle_->type) ? xml::name_of(child) : nullptr;
+            if (!at) continue;
+            xml::Text name = xml::Text::of(at);
+            if (!name || !containers_.add(hash_of(name.get()), {child})) return false;
+        }
+        return true;
+    }
+
+    // Appends the first entity of this name that no member has taken, if there is one; false when memory is short. Goes
+    // on in the scope where the search before ended: members in the order of their entities, as appending leaves them,
+    // need no table.
+    bool take_entity(const char *name, Array<xmlNode *> &entities) noexcept {
+        auto is_it = [&](const xmlNode *entity) { return entity && xml::is_named(entity, name); };
+        xmlNode **passed = passed_.empty() ? nullptr : passed_.find(hash_of(name), is_it);
+        if (passed) return entities.push(std::exchange(*passed, nullptr));
+        while (unsearched_) {
+            xmlNode *child = std::exchange(unsearched_, unsearched_->next);
+            const xmlAttr *at = store::is_entity(child, handle_->type, nullptr) ? xml::name_of(child) : nullptr;
+            if (!at) continue;
+            xml::Text text = xml::Text::of(at);
+            if (same(text, name)) return entities.push(child);
+            if (!text || !passed_.add(hash_of(text.get()), child)) return false;
+        }
+        return true;
     }
 
     const kvio_iterator_t *handle_;
@@ -67,119 +172,6 @@ private:
     xmlNode *unsearched_ = nullptr;
     NameTable<xmlNode *> passed_;
 };
-
-// Lists the containers that members can name. The first one of a name will be found.
-bool Walk::list_containers(const xmlNode *scope) noexcept {
-    for (xmlNode *child = scope->children; child; child = child->next) {
-        const xmlAttr *at = store::is_container(child, handle_->kind, handle_->type) ? xml::name_of(child) : nullptr;
-        if (!at) continue;
-        xml::Text name = xml::Text::of(at);
-        if (!name || !containers_.add(hash_of(name.get()), {child})) return false;
-    }
-    return true;
-}
-
-// Finds the container that a member names. If there is none sets the code and prints the line of an open that fails.
-Walk::Step Walk::follow() noexcept {
-    const char *who = "kvio_container_create_template";
-    xml::Text name = xml::Text::below(member_);
-    if (!name) return fail(Step::failed, KVIO_NO_MEMORY);
-    if (!*name.get()) {
-        if (current_ == &top_) kvio_errno = KVIO_EMPTY_ITEM;
-        return Step::nowhere;
-    }
-    if (containers_.empty()) {
-        const xmlNode *scope = store::find_scope(handle_->config, handle_->scope, who);
-        if (!scope) return Step::nowhere;
-        if (!list_containers(scope)) return fail(Step::failed, KVIO_NO_MEMORY);
-    }
-    nested_ = containers_.find(
-        hash_of(name.get()), [&](const Container &container) { return xml::is_named(container.element, name.get()); });
-    if (nested_ && nested_->element == top_.element) nested_ = &top_;
-    if (nested_) return Step::container;
-    store::find_container(handle_->config, handle_->kind, handle_->scope, handle_->type, name.get(), who);
-    return Step::nowhere;
-}
-
-Walk::Step Walk::next() noexcept {
-    while (current_) {
-        member_ = current_->next;
-        if (!member_) {
-            nested_ = std::exchange(current_, current_->outer);
-            return Step::left;
-        }
-        current_->next = member_->next;
-        if (store::is_entity_member(member_)) return Step::entity;
-        if (store::is_container_member(member_)) return follow();
-    }
-    return Step::end;
-}
-
-bool Walk::count(bool once) noexcept {
-    for (Step step = next(); step != Step::end; step = next()) {
-        if (step == Step::failed) return false;
-        if (step == Step::entity) {
-            current_->add(1);
-        } else if (step == Step::container) {
-            const bool is_new = nested_->state == Container::unseen;
-            if (!is_new && (once || nested_->state == Container::under_way)) return fail(false, KVIO_LOOP);
-            kvio_errno = nested_->code;
-            current_->add(nested_->amount);
-            if (is_new) enter(*nested_);
-        } else if (step == Step::nowhere) {
-            current_->amount = -1;
-            current_->next = nullptr;
-        } else {
-            nested_->state = Container::done;
-            nested_->code = kvio_errno;
-            if (current_) current_->add(nested_->amount);
-        }
-    }
-    return true;
-}
-
-// Appends the first entity of this name that no member has taken, if there is one; false when memory is short. Goes on
-// in the scope where the search before ended: members in the order of their entities, as appending leaves them, need no
-// table.
-bool Walk::take_entity(const char *name, Array<xmlNode *> &entities) noexcept {
-    auto is_it = [&](const xmlNode *entity) { return entity && xml::is_named(entity, name); };
-    xmlNode **passed = passed_.empty() ? nullptr : passed_.find(hash_of(name), is_it);
-    if (passed) return entities.push(std::exchange(*passed, nullptr));
-    while (unsearched_) {
-        xmlNode *child = std::exchange(unsearched_, unsearched_->next);
-        const xmlAttr *at = store::is_entity(child, handle_->type, nullptr) ? xml::name_of(child) : nullptr;
-        if (!at) continue;
-        xml::Text text = xml::Text::of(at);
-        if (same(text, name)) return entities.push(child);
-        if (!text || !passed_.add(hash_of(text.get()), child)) return false;
-    }
-    return true;
-}
-
-// A container that is reached again can take further entities of the same names. When a visit adds none, later visits
-// cannot either, and the container is skipped from then on.
-bool Walk::collect(Array<xmlNode *> &entities) noexcept {
-    unsearched_ = top_.element->parent->children;
-    for (Step step = next(); step != Step::end; step = next()) {
-        const auto collected = static_cast<long long>(entities.size());
-        if (step == Step::failed) return false;
-        if (step == Step::entity) {
-            xml::Text name = xml::Text::below(member_);
-            if (name && !*name.get()) return fail(false, KVIO_UNRESOLVED);
-            if (!name || !take_entity(name.get(), entities)) return fail(false, KVIO_NO_MEMORY);
-        } else if (step == Step::container) {
-            if (nested_->state == Container::under_way) return fail(false, KVIO_LOOP);
-            if (nested_->state == Container::done) continue;
-            nested_->amount = collected;
-            enter(*nested_);
-        } else if (step == Step::nowhere) {
-            return fail(false, KVIO_UNRESOLVED);
-        } else {
-            nested_->state = nested_->amount == collected ? Container::done : Container::unseen;
-        }
-    }
-    return true;
-}
 
 bool is_table(const kvio_iterator_t *iterator) { return iterator && same(iterator->kind, "table"); }
 

@@ -169,17 +169,19 @@ inline int discard(xmlNode *node) noexcept {
     return succeed(1);
 }
 
-// The buffer of a getter: for a bounded copy if there is a size, as where the getter's name ends in "2", else for the
-// whole text.
+// The buffer of a getter; with a size where the getter's name ends in "2".
 struct Buffer {
     char *bytes;
     std::size_t size = SIZE_MAX;
 
+    // Copies the whole text, or writes the whole buffer: a longer text is cut after size - 1 bytes.
     void copy(const char *text) const noexcept {
-        if (size == SIZE_MAX)
+        if (size == SIZE_MAX) {
             std::strcpy(bytes, text);
-        else
-            bounded_copy(bytes, size, text);
+        } else if (size > 0) {
+            bytes[size - 1] = '\0';
+            std::strncpy(bytes, text, size - 1);
+        }
     }
 
     // Copies a text. 1, or 0 with the code when memory for the text was short.

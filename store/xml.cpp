@@ -51,8 +51,4 @@ bool set_attribute(xmlNode *node, const char *name, const char *value) noexcept 
     return true;
 }
 
-void remove_attribute(xmlNode *node, const char *name) noexcept {
-    if (xmlAttr *at = attribute(node, name)) xmlRemoveProp(at);
-}
-
 }  // namespace xml

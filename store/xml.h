@@ -111,7 +111,6 @@ inline bool is_named(const xmlNode *element, const char *name) noexcept {
 
 // Sets an attribute to a text, taken as it is; an existing one is unchanged when memory is short.
 bool set_attribute(xmlNode *node, const char *name, const char *value) noexcept;
-void remove_attribute(xmlNode *node, const char *name) noexcept;
 
 // Parses a file as store::load() reads it. Only the path says where it is: no URL, no catalogue, "-" is a file name.
 // Null with errno: why the file cannot be read, ENOMEM, EBADMSG when it is not well-formed, or EOVERFLOW when it
