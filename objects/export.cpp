@@ -3,7 +3,6 @@
 #include <string_view>
 
 #include "base/array.h"
-#include "base/function.h"
 #include "objects/objects.h"
 
 using namespace objects;
@@ -30,7 +29,8 @@ bool is_under_way(const char *name, const Level *level) {
 
 // Calls visit(name) for each group nested in a group, depth first in member order, until one call returns true. Returns
 // whether one did. A member that cannot be read ends the search of the group that has it.
-bool search_nested(const group_desc_t *group, const Level &level, int &expansions, Callback<bool(const char *)> visit) {
+template <class Visit>
+bool search_nested(const group_desc_t *group, const Level &level, int &expansions, Visit &visit) {
     if (level.depth > deepest_level || ++expansions > most_expansions) return false;
     GroupHandle opened = open_group(group, level.name);
     int count = opened ? size_of(group, opened.get()) : 0;
