@@ -32,44 +32,40 @@
  * - **Texts.** All strings are NUL-terminated bytes and are compared byte for byte. They are UTF-8 (RFC 3629), of
  *   characters that XML 1.0 allows; types, fields and attribute names are XML names
  *   (https://www.w3.org/TR/xml/#NT-Name). Calls that change the document take other texts, too; saving refuses them. A
- *   null name counts as one that names nothing: the call fails or finds nothing, it does not crash. Buffers must not be
- *   null.
+ *   null name is one that names nothing: the call fails or finds nothing. Buffers must not be null.
  * - **Scopes.** A scope is an element below the root, given as the path of element names after "/kavex/", such as
  *   "object/address". Any XPath 1.0 expression is taken, as long as "/kavex/" and the scope together select exactly one
- *   element, which is not the root; else the call fails with #KVIO_BAD_SCOPE. Plain paths of element names are by far
- *   the fastest. "/kavex/" and the scope together are at most 255 bytes; a longer scope is refused with that code.
- *   kvio_retrieve_entity(), kvio_undefine() and kvio_entity_count() take a scope that selects several elements, and one
- *   that selects none, as "/kavex/SCOPE/TYPE" is their expression.
+ *   element, which is not the root, and have at most 255 bytes; else the call fails with #KVIO_BAD_SCOPE. Plain paths
+ *   of element names are by far the fastest. kvio_retrieve_entity(), kvio_undefine() and kvio_entity_count() take a
+ *   scope that selects several elements, and one that selects none, as "/kavex/SCOPE/TYPE" is their expression.
  * - **Names.** The name of an entity is unique for its type in its scope; entities of different types may share a name.
  * - **Ownership.** Handles belong to the caller and are released only through the store. Entity nodes belong to the
  *   document: never free them. A node is valid until its entity is undefined, its scope is replaced by
  *   kvio_rollback_checkpoint(), or its document is closed. No string argument is kept after a call.
  *   Programs with libxml2 may read the tree through a node, and change texts and attributes but "name". Elements are
- *   named, added and removed through the store alone, which finds the entities of a large scope by an index. Else it
+ *   named, added and removed through the store alone, which finds the entities of a large scope by an index and else
  *   notices only what is appended to the scope.
  * - **Bounded copies.** A getter whose name ends in "2" takes the size of its buffer in bytes, at least 1 (with 0 it
  *   writes nothing). Byte size-1 is set to 0, then at most size-1 bytes of the text are copied; a shorter text is
  *   followed by zero bytes, so that the whole buffer is written; a longer one is cut, if need be inside a character.
  *   Getters without the "2" copy the whole text with its NUL: the caller knows that the buffer is large enough.
- * - **Snapshots.** A handle of kvio_restore_scope() holds no lock. Container handles made from it are read-only; that
- *   is fixed when they are made. Everything else works on a snapshot as on any document, defining, setting and saving
- *   too.
+ * - **Snapshots.** A handle of kvio_restore_scope() holds no lock. Container handles made from it are read-only, as
+ *   long as they live. Everything else works on a snapshot as on any document, defining, setting and saving too.
  * - **Threads.** The store starts none and takes no lock within a process. A document, and everything reached through
  *   it, is used by one thread at a time; #kvio_errno is one integer for the whole process.
  * - **Locks.** The lock on a file is a System V semaphore set (semget(2)) whose key is ftok(3) of the full path with
- *   project id 0 (id 1 where that gives 0, which is IPC_PRIVATE and no lock). It exists while the lock is
- *   held; no call waits for it. Two files whose keys coincide share one lock. The lock does not end with its process: a
- *   process that dies with an open handle leaves the file locked until the semaphore is removed, with `ipcrm -S` and
- *   the file's key (ipcs(1) lists the keys). A process that is killed while it makes a new file can leave the lock of a
- *   file that has no name yet.
- * - **Saving.** A save survives a crash at any instant: a kill of the process or of its group, a loss of power. The
- *   next reader finds the old document or the new one, whole. The file keeps its inode (the lock hangs on it), its
- *   links, its owner and its mode, and is written in place. Beside it, in the same directory, a *redo file* named
- *   ".kavex-redo-" and the number of the inode first receives the new contents and is synced (fdatasync(2)); the next
- *   call that opens, copies, renames, removes or replaces the file finishes a save that was interrupted, and readers
- *   take the contents from the redo file. It has the owner and the readers of the file, stays for the next save of a
- *   configuration, and goes with kvio_remove_config(); beside a dump, a backup or a snapshot it is removed. Readers
- *   without a lock see the old or the new document also while it is saved.
+ *   project id 0 (id 1 where that gives 0, which is IPC_PRIVATE and no lock). It exists while the lock is held; no call
+ *   waits for it. Two files whose keys coincide share one lock. A process that dies with an open handle leaves the file
+ *   locked until the semaphore is removed, with `ipcrm -S` and the file's key (ipcs(1) lists the keys); one that is
+ *   killed while it makes a new file can leave the lock of a file that has no name yet.
+ * - **Saving.** A save survives a crash at any instant: a kill of the process or of its group, a loss of power.
+ *   Readers, also those without a lock, find the old document or the new one, whole. The file keeps its inode (the lock
+ *   hangs on it), its links, its owner and its mode, and is written in place. Beside it, in the same directory, a *redo
+ *   file* named ".kavex-redo-" and the number of the inode first receives the new contents and is synced
+ *   (fdatasync(2)); the next call that opens, copies, renames, removes or replaces the file finishes a save that was
+ *   interrupted, and readers take the contents from the redo file. It has the owner and the readers of the file, stays
+ *   for the next save of a configuration, and goes with kvio_remove_config(); beside a dump, a backup or a snapshot it
+ *   is removed.
  *   Where there is no place for a redo file (the directory cannot be written, the disk is too full, the process is
  *   neither root nor the owner of the file, /proc is missing), the file is overwritten without one: a crash then can
  *   tear it, and a reader can see it half written. So it is where a file is saved through a link in one directory and
@@ -162,8 +158,8 @@ enum kvio_code {
      *  (in kvio_backup_scope() without the question; also for a null or empty type), "xmlNewProp(): no memory?" (also
      *  for a null name), "xmlAddChild()", "xmlAddPrevSibling()", "xmlCopyNode()", "xmlEncodeSpecialChars()",
      *  "xmlNodeSetContent()" (a name that is no character data); "%s() error on xmlNewTextChild()\n" (also for a null
-     *  value and a null or empty field); "%s fatal error: cannot create a new XML document\n". Getters, and
-     *  searches of a member, that lack memory for a text: no line. */
+     *  value and a null or empty field); "%s fatal error: cannot create a new XML document\n". Getters and
+     *  searches for a member that lack memory for a text: no line. */
     KVIO_XML = 8,
     /** What was to be created exists. Containers: "%s(%s): scope:[%s] %s:[%s] type:[%s] is existed\n" (function, path,
      *  scope, kind, name, type); entities: "%s(%s): scope:[%s] type:[%s] name:[%s] is existed\n" (function, path,
@@ -222,17 +218,14 @@ static inline const char *kvio_code_text(int code) {
  *  stay. */
 void kvio_initialize(void);
 
-/**
- * Opens a configuration under its lock. A second open of a file that is open, also in the same process, fails at once.
- *
- * @param name   File name relative to #KVIO_CONFIG_DIRECTORY. "__system_default.xml" is looked up in "/etc/" instead,
- *               here alone: for all other functions that name, too, is one in the configuration directory.
- * @param flags  0, or #KVIO_CREATE: a missing file is made from "/etc/__system_default.xml", with mode 0600, after the
- *               line "%s is not existed. Creating from template\n" (name). It never replaces a file that appeared
- *               meanwhile. Without a template that can be parsed no file is made, and the open fails.
- * @return The handle, to be released with kvio_close_config(); or null, with no lock left behind: #KVIO_NO_KEY,
- *         #KVIO_LOCKED, #KVIO_NO_MEMORY, #KVIO_MALFORMED.
- */
+/** Opens a configuration under its lock. A second open of a file that is open, also in the same process, fails at once.
+ *  @param name   File name relative to #KVIO_CONFIG_DIRECTORY. "__system_default.xml" is looked up in "/etc/" instead,
+ *                here alone: for all other functions that name, too, is one in the configuration directory.
+ *  @param flags  0, or #KVIO_CREATE: a missing file is made from "/etc/__system_default.xml", with mode 0600, after the
+ *                line "%s is not existed. Creating from template\n" (name). It never replaces a file that appeared
+ *                meanwhile. Without a template that can be parsed no file is made, and the open fails.
+ *  @return The handle, to be released with kvio_close_config(); or null, with no lock left behind: #KVIO_NO_KEY,
+ *          #KVIO_LOCKED, #KVIO_NO_MEMORY, #KVIO_MALFORMED. */
 kvio_config_t *kvio_open_config(const char *name, int flags);
 
 /** Writes the document to the handle's file (see "Saving" above), indented. The lock is not looked at: a snapshot is
@@ -241,14 +234,11 @@ kvio_config_t *kvio_open_config(const char *name, int flags);
  *          call may be repeated. */
 int kvio_save_config(kvio_config_t *config);
 
-/**
- * Writes the document to another file of the configuration directory and moves the handle there: from now on it locks
- * and saves to the new file, and the old one is free for others. A missing file is created with mode 0600.
- *
- * @return The size of the file in bytes, or -1: #KVIO_NULL_CONFIG, #KVIO_NO_KEY, #KVIO_LOCKED (also under the handle's
- *         own name, and when another process makes a file of that name meanwhile), #KVIO_IO. After a failure the handle
- *         keeps its old file and lock; an empty file that was created for the new name stays.
- */
+/** Writes the document to another file of the configuration directory and moves the handle there: from now on it locks
+ *  and saves to the new file, and the old one is free for others. A missing file is created with mode 0600.
+ *  @return The size of the file in bytes, or -1: #KVIO_NULL_CONFIG, #KVIO_NO_KEY, #KVIO_LOCKED (also under the handle's
+ *          own name, and when another process makes a file of that name meanwhile), #KVIO_IO. After a failure the
+ *          handle keeps its old file and lock; an empty file that was created for the new name stays. */
 int kvio_save_as(kvio_config_t *config, const char *name);
 
 /** Releases the lock and frees the document and the handle, without saving. Close the container handles first.
@@ -312,14 +302,11 @@ int kvio_close_group(kvio_iterator_t *iterator);
 
 /* -------------------------------------------------------------------- backups, snapshots and checkpoints */
 
-/**
- * Writes the whole document to a file of the caller's choice (see "Saving" above), which is not locked. A missing file
- * gets the mode 0666 less the umask(2). To a pipe, terminal or device the bytes are written as they are; the call waits
- * for the reader of a pipe.
- *
- * @param path  Used as it is, relative to the working directory unless it begins with '/'; no name is special.
- * @return The size in bytes, or -1: #KVIO_NULL_CONFIG, #KVIO_IO.
- */
+/** Writes the whole document to a file of the caller's choice (see "Saving" above), which is not locked. A missing file
+ *  gets the mode 0666 less the umask(2). To a pipe, terminal or device the bytes are written as they are; the call
+ *  waits for the reader of a pipe.
+ *  @param path  Used as it is, relative to the working directory unless it begins with '/'; no name is special.
+ *  @return The size in bytes, or -1: #KVIO_NULL_CONFIG, #KVIO_IO. */
 int kvio_dump(kvio_config_t *config, const char *path);
 
 /** Reads a dump back: a second handle with the document of that file, for the configuration that the given handle
@@ -339,8 +326,7 @@ kvio_config_t *kvio_restore(kvio_config_t *config, const char *path);
  *  @return 1, or 0: #KVIO_NULL_CONFIG, #KVIO_BAD_SCOPE, #KVIO_XML, #KVIO_IO. */
 int kvio_backup_scope(kvio_config_t *config, const char *scope, const char *path);
 
-/** Opens a file as a snapshot. No lock is taken and none is looked for: a file that another process saves can be read
- *  this way.
+/** Opens a file as a snapshot, also one that is locked.
  *  @return The snapshot, to be released with kvio_close_config(); or null: #KVIO_NO_MEMORY; #KVIO_MALFORMED, also for a
  *          path that is null, empty or of 4,096 bytes and more. */
 kvio_config_t *kvio_restore_scope(const char *path);
@@ -350,9 +336,8 @@ kvio_config_t *kvio_restore_scope(const char *path);
  *          #KVIO_NULL_CONFIG, #KVIO_BAD_SCOPE, #KVIO_XML. */
 kvio_checkpoint_t *kvio_create_checkpoint(kvio_config_t *config, const char *scope);
 
-/** Puts a checkpoint in the place of a scope, whatever element it was copied from. Container handles and entity nodes
- *  of the replaced scope are invalid afterwards; the checkpoint belongs to the document when the call succeeds, and
- *  stays with the caller when it fails.
+/** Puts a checkpoint in the place of a scope, whatever element it was copied from. The checkpoint belongs to the
+ *  document when the call succeeds, and stays with the caller when it fails.
  *  @return 1, or 0: #KVIO_NULL_CONFIG, #KVIO_BAD_SCOPE, #KVIO_XML, #KVIO_BAD_ENTITY. */
 int kvio_rollback_checkpoint(kvio_config_t *config, const char *scope, kvio_checkpoint_t *checkpoint);
 
@@ -369,7 +354,7 @@ int kvio_define(kvio_config_t *config, const char *scope, const char *type, cons
 kvio_node_t *kvio_define2(kvio_config_t *config, const char *scope, const char *type, const char *name);
 
 /** Deletes an entity with its attributes and values. Members of containers that name it stay: remove them with
- *  kvio_remove(). Every node held for the entity is invalid afterwards.
+ *  kvio_remove().
  *  @return 1, or 0 with nothing removed: #KVIO_NULL_CONFIG; #KVIO_NOT_FOUND, also when the scope selects nothing;
  *          #KVIO_BAD_SCOPE when several entities match, and for a null or over-long scope; #KVIO_XML. */
 int kvio_undefine(kvio_config_t *config, const char *scope, const char *type, const char *name);
@@ -474,19 +459,16 @@ int kvio_real_size(kvio_iterator_t *iterator);
  *          cannot be opened. #kvio_errno is 0 afterwards in every case. */
 int kvio_check_loop(kvio_iterator_t *iterator);
 
-/**
- * Resolves the members into entity nodes, container members expanded in their place, each entity once, at its first
- * occurrence. Members whose entity does not exist are left out. Where several entities have a member's name, each
- * member of that name takes the next one. kvio_retrieve_all() checks lists and groups with kvio_check_loop() first,
- * kvio_retrieve_all2() does not: it takes containers that are reached on several paths.
+/** Resolves the members into entity nodes, container members expanded in their place, each entity once, at its first
+ *  occurrence. Members whose entity does not exist are left out. Where several entities have a member's name, each
+ *  member of that name takes the next one. kvio_retrieve_all() checks lists and groups with kvio_check_loop() first,
+ *  kvio_retrieve_all2() does not: it takes containers that are reached on several paths.
  *
- * The array's capacity is kvio_real_size(). It is the number of entities found instead for a table, when that number is
- * larger, and where there is no memory for that capacity, which counts every path to a container.
- *
- * @return The array, to be released with kvio_free_entities(); or null: #KVIO_LOOP (the loop check gave anything but 0,
- *         for a bad handle, too, or a container contains itself); #KVIO_NO_MEMORY; #KVIO_UNRESOLVED (a member without
- *         text, a member container that cannot be opened; kvio_retrieve_all2(), or a table: a bad handle).
- */
+ *  The array's capacity is kvio_real_size(). It is the number of entities found instead for a table, when that number
+ *  is larger, and where there is no memory for that capacity, which counts every path to a container.
+ *  @return The array, to be released with kvio_free_entities(); or null: #KVIO_LOOP (the loop check gave anything but
+ *          0, for a bad handle, too, or a container contains itself); #KVIO_NO_MEMORY; #KVIO_UNRESOLVED (a member
+ *          without text, a member container that cannot be opened; kvio_retrieve_all2(), or a table: a bad handle). */
 kvio_entities_t *kvio_retrieve_all(kvio_iterator_t *iterator);
 kvio_entities_t *kvio_retrieve_all2(kvio_iterator_t *iterator);
 
