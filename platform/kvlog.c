@@ -7,6 +7,7 @@
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <syslog.h>
 
 __attribute__((visibility("default"), format(printf, 9, 10))) void kvlog(int a, int b, int c, int d, int e, int f,
@@ -24,8 +25,7 @@ void kvlog(int a, int b, int c, int d, int e, int f, int g, const char *tag, con
     va_end(arguments);
     syslog(LOG_USER | LOG_INFO, "%s: %s", tag, line);
     if (echo && *echo) {
-        size_t length = 0;
-        while (line[length]) ++length;
+        size_t length = strlen(line);
         fprintf(stderr, "%s: %s%s", tag, line, length && line[length - 1] == '\n' ? "" : "\n");
     }
 }

@@ -78,12 +78,10 @@ public:
 
 private:
     Text(const xmlNode *holder, const xmlNode *first) noexcept {
-        if (!first) return;
-        if (!first->next && (first->type == XML_TEXT_NODE || first->type == XML_CDATA_SECTION_NODE)) {
-            if (first->content) text_ = str(first->content);
-        } else {
+        if (first && (first->next || (first->type != XML_TEXT_NODE && first->type != XML_CDATA_SECTION_NODE)))
             put_together(holder);
-        }
+        else if (first && first->content)
+            text_ = str(first->content);
     }
     void put_together(const xmlNode *node) noexcept;
 
