@@ -4,10 +4,10 @@
     transcript.py [--update] PATH FILE
 
 One bash runs the commands, with PATH in front of its search path. A command is a line "$ COMMAND" and "> " in front of
-its further lines. Below stands what it printed to both streams: its lines in one, with "|" between them, folded; "[N]"
-is the exit status of a kvio that failed. What follows an empty line, up to the next command, is a comment. Of a file
-*.md the session is what stands between ```console and ```, not folded and without exit statuses. --update writes what
-was seen into the file.
+its further lines; all 'X...' 'Y...' stands for kvio X..., kvio Y... Below stands what it printed to both streams: its lines
+in one, with "|" between them, folded; "! " stands for "kvio: ", "~" for the directory of the configurations, and "[N]" is
+the exit status of a kvio that failed. Of a file *.md the session is what stands between ```console and ```, not folded
+and without exit statuses. --update writes what was seen into the file.
 """
 import difflib
 import os
@@ -16,6 +16,7 @@ import subprocess
 import sys
 
 STATUSES = 'kvio() { command kvio "$@" 2>&1 || { set -- $?; echo "[$1]"; return $1; }; }\n'
+STATUSES += 'all() { for call in "$@"; do kvio $call; done; }\n'
 *update, search, path = sys.argv[1:]
 assert os.environ.get("KAVEX_PRIVATE_ROOT"), "run me with scripts/appliance-root"
 tests = os.path.dirname(os.path.abspath(__file__))
@@ -30,19 +31,18 @@ if readme:
 def folded(output):
     if readme or not output:
         return output
-    line = re.sub(r"\n(\[\d+\])(?=\n)", r" \1", output).removesuffix("\n").replace("\n", "|")
+    line = re.sub("(?m)^kvio: ", "! ", output).replace("/etc/kavex/conf/", "~")
+    line = re.sub(r"\n(\[\d+\])(?=\n)", r" \1", line).removesuffix("\n").replace("\n", "|")
     return "\n".join(re.findall(r".{0,117}\S(?=[ |]|$)|.{1,118}", line) or ["|"]) + "\n"
 
 
-shown, *parts = re.split(r"^\$ (.*\n(?:>.*\n)*)", text, flags=re.M)
-commands, recorded = parts[::2], parts[1::2]
+commands = re.findall(r"^\$ (.*\n(?:>.*\n)*)", text, flags=re.M)
 script = "" if readme else STATUSES
 script += "".join(re.sub("(?m)^> ?", "", command) + "printf '\\1'\n" for command in commands)
 run = subprocess.run(["bash", "-c", script], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
 *outputs, rest = run.stdout.decode(errors="backslashreplace").split("\1")
 assert commands and len(outputs) == len(commands), f"bash ended early: {rest}"
-for command, output, before in zip(commands, outputs, recorded):
-    shown += "$ " + command + folded(output) + re.sub(r"\A(.+\n)*", "", before)
+shown = "".join("$ " + command + folded(output) for command, output in zip(commands, outputs))
 if semaphores := open("/proc/sysvipc/sem").readlines()[1:]:
     shown += f"{len(semaphores)} semaphore sets are left\n"
 if update:

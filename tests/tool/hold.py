@@ -8,11 +8,10 @@ import sys
 
 name, *library = sys.argv[1:]
 libc = ctypes.CDLL(None)
-if library:
-    with open(library[0], "rb") as file:
-        view = mmap.mmap(file.fileno(), 0, prot=mmap.PROT_READ)
 flags = 0o3000 | int(os.environ.get("MODE", "0"), 8)  # IPC_CREAT | IPC_EXCL
 assert libc.semget(libc.ftok(name.encode(), 0) or 1, int(os.environ.get("MANY", "1")), flags) >= 0
-if library:
+for path in library:
+    with open(path, "rb") as file:
+        view = mmap.mmap(file.fileno(), 0, prot=mmap.PROT_READ)
     print("held", flush=True)
     signal.pause()
