@@ -52,17 +52,12 @@ Checksum checksum(const void *data, std::size_t size, Checksum seed = 0) noexcep
     constexpr auto factor = static_cast<Checksum>(0x9E3779B97F4A7C15u);
     const char *bytes = static_cast<const char *>(data);
     Checksum sums[4] = {seed, size, 1, 2}, words[4] = {};
-    for (const char *end = bytes + size; bytes != end;) {
-        std::size_t length = std::min(sizeof words, static_cast<std::size_t>(end - bytes));
-        if (length == sizeof words)
-            std::memcpy(words, bytes, sizeof words);
-        else
-            std::memcpy(words, bytes, length);
+    for (std::size_t at = 0; at < size; at += sizeof words) {
+        std::memcpy(words, bytes + at, std::min(sizeof words, size - at));
         for (int i = 0; i < 4; ++i) {
             sums[i] = (sums[i] ^ words[i]) * factor;
             sums[i] ^= sums[i] >> (4 * sizeof(Checksum));
         }
-        bytes += length;
     }
     return ((sums[0] * factor + sums[1]) * factor + sums[2]) * factor + sums[3];
 }
@@ -70,7 +65,7 @@ Checksum checksum(const void *data, std::size_t size, Checksum seed = 0) noexcep
 // In the byte order of the machine, which alone reads it. A cleared header is all zeros. The number of the device is
 // left out: on some file systems it changes with each mount.
 struct Header {
-    char magic[8];
+    std::uint64_t magic;
     std::uint64_t inode;  // of the file
     std::uint32_t old_size, new_size;
     Checksum payload;  // of the checksums and contents that follow the header
@@ -80,7 +75,7 @@ struct Header {
     Checksum own_sum() const noexcept { return checksum(this, offsetof(Header, header)); }
 };
 
-constexpr char magic[8] = {'k', 'v', 'x', 'r', 'e', 'd', 'o', '2'};
+constexpr std::uint64_t magic = 0x326F64657278766B;  // "kvxredo2"
 
 // A regular file, open, and the path of its redo file.
 struct Target {
@@ -129,46 +124,38 @@ bool is_absent(int reason) noexcept {
 enum class State { untouched, begun, written_by_others };
 
 // A save that was committed: the contents that the file is to have.
-class Redo {
-public:
+struct Redo {
+    Header header = {};
+    Bytes payload;
+
     // Reads a file's redo file. False with errno where it cannot be read now.
     bool read(const Target &target) noexcept;
 
-    explicit operator bool() const noexcept { return header_.inode != 0; }
-    const char *contents() const noexcept { return payload_.begin() + header_.sums_size(); }
-    std::size_t size() const noexcept { return header_.new_size; }
+    explicit operator bool() const noexcept { return header.inode != 0; }
+    const char *contents() const noexcept { return payload.begin() + header.sums_size(); }
 
     // What the save has done to a file that has these contents now.
     State state_of(const Bytes &now) const noexcept;
-
-    // Whether it is the same save.
-    bool is(const Redo &other) const noexcept { return std::memcmp(&header_, &other.header_, sizeof header_) == 0; }
-
-private:
-    Header header_ = {};
-    Bytes payload_;
 };
 
 bool Redo::read(const Target &target) noexcept {
     Descriptor redo = open_redo(target, O_RDONLY);
     if (!redo) return is_absent(errno);
-    Header header = {};
-    if (read_all(redo.get(), &header, sizeof header, 0) < 0) return false;
-    if (std::memcmp(header.magic, magic, sizeof magic) != 0 || header.header != header.own_sum() ||
-        header.inode != target.status.st_ino)
-        return true;
-    const std::size_t sums_size = header.sums_size(), size = sums_size + header.new_size;
-    if (!payload_.resize(size)) return false;
-    ssize_t got = read_all(redo.get(), payload_.begin(), size, sizeof header);
-    if (got == static_cast<ssize_t>(size) && checksum(payload_.begin() + sums_size, header.new_size,
-                                                      checksum(payload_.begin(), sums_size)) == header.payload)
-        header_ = header;
+    Header found = {};
+    if (read_all(redo.get(), &found, sizeof found, 0) < 0) return false;
+    if (found.magic != magic || found.header != found.own_sum() || found.inode != target.status.st_ino) return true;
+    const std::size_t sums_size = found.sums_size(), size = sums_size + found.new_size;
+    if (!payload.resize(size)) return false;
+    ssize_t got = read_all(redo.get(), payload.begin(), size, sizeof found);
+    if (got == static_cast<ssize_t>(size) &&
+        checksum(payload.begin() + sums_size, found.new_size, checksum(payload.begin(), sums_size)) == found.payload)
+        header = found;
     return got >= 0;
 }
 
 // Beyond the end of the old contents there may be zeros; what is beyond the end of the new ones is to be cut off.
 State Redo::state_of(const Bytes &now) const noexcept {
-    const std::size_t old_size = header_.old_size, new_size = header_.new_size;
+    const std::size_t old_size = header.old_size, new_size = header.new_size;
     if (now.size() < std::min(old_size, new_size) || now.size() > std::max(old_size, new_size))
         return State::written_by_others;
     bool all_old = now.size() == old_size;
@@ -179,7 +166,7 @@ State Redo::state_of(const Bytes &now) const noexcept {
         if (at < old_size) {
             end = std::min(end, old_size);
             Checksum sum = checksum(block, end - at);
-            is_old = std::memcmp(&sum, payload_.begin() + at / block_size * sizeof sum, sizeof sum) == 0;
+            is_old = std::memcmp(&sum, payload.begin() + at / block_size * sizeof sum, sizeof sum) == 0;
         } else {
             is_old = std::all_of(block, now.begin() + end, [](char byte) { return byte == 0; });
         }
@@ -240,7 +227,7 @@ bool overwrite(const Target &target, const char *contents, std::size_t size, std
 
 // Clears and perhaps removes a redo file whose save is complete; false with errno where neither can be done. Not synced:
 // where the clearing is lost, the next call finds the file as the save has left it.
-bool drop(const Target &target, const Descriptor &redo, RedoFile wanted) noexcept {
+bool drop(const Target &target, Descriptor redo, RedoFile wanted) noexcept {
     Header cleared = {};
     bool is_cleared = redo && write_all(redo.get(), &cleared, sizeof cleared, 0);
     return (is_cleared && wanted == RedoFile::stays) || unlink(target.redo_path) == 0 || errno == ENOENT;
@@ -251,9 +238,10 @@ bool drop(const Target &target, const Descriptor &redo, RedoFile wanted) noexcep
 bool finish(Target &target, const Redo &redo) noexcept {
     Bytes now;
     if (!read_contents(target, now)) return false;
-    bool done = redo.state_of(now) == State::begun ? extend(target, redo.contents(), redo.size()) &&
-                                                         overwrite(target, redo.contents(), redo.size(), 0, true)
-                                                   : fdatasync(target.file.get()) == 0;
+    bool done = redo.state_of(now) == State::begun
+                    ? extend(target, redo.contents(), redo.header.new_size) &&
+                          overwrite(target, redo.contents(), redo.header.new_size, 0, true)
+                    : fdatasync(target.file.get()) == 0;
     return done && drop(target, open_redo(target, O_RDWR), RedoFile::stays) &&
            fstat(target.file.get(), &target.status) == 0;
 }
@@ -268,10 +256,10 @@ bool open_finished(const char *path, Target &target) noexcept {
 // redo file none was under way at first, and the times of the file tell that none has begun. Where one was under way,
 // contents that are neither old nor new may be those of a page that is just being written: they count only if they are
 // the same at a second look.
-bool try_to_load(const Target &target, const Redo &redo, Bytes &contents, bool &settled) noexcept {
-    Redo after;
+bool try_to_load(const Target &target, Bytes &contents, bool &settled) noexcept {
+    Redo redo, after;
     Bytes again;
-    if (!read_contents(target, contents)) return false;
+    if (!redo.read(target) || !read_contents(target, contents)) return false;
     if (!redo) {
         settled = is_unchanged(target);
         return true;
@@ -279,11 +267,12 @@ bool try_to_load(const Target &target, const Redo &redo, Bytes &contents, bool &
     State state = redo.state_of(contents);
     if (state == State::written_by_others && !read_contents(target, again)) return false;
     if (!after.read(target)) return false;
-    settled = after.is(redo) && (state != State::written_by_others ||
-                                 std::equal(contents.begin(), contents.end(), again.begin(), again.end()));
+    settled =
+        std::memcmp(&after.header, &redo.header, sizeof after.header) == 0 &&
+        (state != State::written_by_others || std::equal(contents.begin(), contents.end(), again.begin(), again.end()));
     if (!settled || state != State::begun) return true;
     contents.shorten(0);
-    return contents.append(redo.contents(), redo.size());
+    return contents.append(redo.contents(), redo.header.new_size);
 }
 
 // Opens the redo file to write it, and makes it where there is none or one that is not to be trusted. It has the owner
@@ -328,12 +317,10 @@ bool is_no_room(int reason) noexcept { return reason == ENOSPC || reason == EDQU
 
 // Writes and syncs the redo file; none where there is no place for it. Where it fails with errno, none is left.
 bool commit(const Target &target, const Bytes &sums, const Bytes &contents, Descriptor &redo) noexcept {
-    Header header = {};
-    std::memcpy(header.magic, magic, sizeof magic);
-    header.inode = target.status.st_ino;
-    header.old_size = static_cast<std::uint32_t>(target.status.st_size);
-    header.new_size = static_cast<std::uint32_t>(contents.size());
-    header.payload = checksum(contents.begin(), contents.size(), checksum(sums.begin(), sums.size()));
+    const auto old_size = static_cast<std::uint32_t>(target.status.st_size);
+    const auto new_size = static_cast<std::uint32_t>(contents.size());
+    const Checksum payload = checksum(contents.begin(), new_size, checksum(sums.begin(), sums.size()));
+    Header header = {magic, target.status.st_ino, old_size, new_size, payload, 0};
     header.header = header.own_sum();
 
     bool created;
@@ -345,8 +332,7 @@ bool commit(const Target &target, const Bytes &sums, const Bytes &contents, Desc
         fdatasync(fd) == 0 && (!created || sync_directory(target.redo_path)))
         return true;
     KeptErrno reason;
-    drop(target, redo, RedoFile::is_removed);
-    redo.close();
+    drop(target, std::move(redo), RedoFile::is_removed);
     return is_no_room(reason.value);
 }
 
@@ -359,12 +345,11 @@ bool replace_existing(Target &target, const Bytes &contents, RedoFile wanted) no
     if (!commit(target, sums, contents, redo)) return false;
     bool has_room = extend(target, contents.begin(), contents.size());
     if (!has_room && redo && is_no_room(errno)) {  // the redo file has taken it
-        drop(target, redo, RedoFile::is_removed);
-        redo.close();
+        drop(target, std::move(redo), RedoFile::is_removed);
         has_room = extend(target, contents.begin(), contents.size());
     }
     if (!has_room || !overwrite(target, contents.begin(), contents.size(), same, bool(redo))) return false;
-    if (redo) drop(target, redo, wanted);
+    if (redo) drop(target, std::move(redo), wanted);
     return true;
 }
 
@@ -372,15 +357,11 @@ bool replace_existing(Target &target, const Bytes &contents, RedoFile wanted) no
 
 bool load(const char *path, Bytes &contents, bool is_locked) noexcept {
     constexpr int most_tries = 1000;  // each fails only if a save ended or began meanwhile
+    Target target;
+    if (is_locked) open_finished(path, target);
     bool settled = false;
-    for (int tries = 0; tries < most_tries && !settled; ++tries) {
-        Target target;
-        Redo redo;
-        bool is_writable = is_locked && target.open(path, O_RDWR);
-        if ((!is_writable && !target.open(path, O_RDONLY)) || !redo.read(target)) return false;
-        if (is_writable && redo && finish(target, redo)) redo = Redo();
-        if (!try_to_load(target, redo, contents, settled)) return false;
-    }
+    for (int tries = 0; tries < most_tries && !settled; ++tries)
+        if (!target.open(path, O_RDONLY) || !try_to_load(target, contents, settled)) return false;
     return settled || refuse(EAGAIN);
 }
 
