@@ -50,7 +50,6 @@ int kvio_copy_config(const char *source, const char *target) {
     bool is_read = store::load(from.text(), contents, true);
     bool copied = is_read && target_lock.write(to, contents);
     source_lock.unlock();
-    target_lock.unlock();
     if (copied) return succeed(0);
     if (is_read && errno == EEXIST) return fail(-1, KVIO_LOCKED, "%s is being opened\n", target);
     return fail(-1, KVIO_IO, "copy: %s: %s\n", is_read ? target : source, std::strerror(errno));
@@ -76,7 +75,6 @@ int kvio_rename_config(const char *source, const char *target) {
         unlink(to.text());  // the empty file is in the way of another try
     }
     source_lock.unlock();
-    target_lock.unlock();
     if (renamed) return succeed(0);
     if (!made && reason.value == EEXIST)
         return fail(-1, KVIO_EXISTS, "rename: target file \"%s\" is already existed\n", target);
@@ -88,7 +86,6 @@ int kvio_remove_config(const char *name) {
     FileLock lock = FileLock::take(path);
     if (!is_held(lock, path, "remove")) return -1;
     bool removed = store::move_file(path.text(), nullptr) && sync_directory(path.text());
-    lock.unlock();
     if (removed) return succeed(0);
     return fail(-1, KVIO_IO, "remove: %s: %s\n", name, std::strerror(errno));
 }

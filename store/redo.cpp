@@ -83,22 +83,21 @@ struct Target {
     struct stat status;
     char redo_path[PATH_MAX + sizeof paths::redo_prefix + 20];
 
-    // Opens the file; false with errno, EINVAL or EISDIR where it is no regular one.
-    bool open(const char *path, int flags) noexcept;
+    // Opens the file; false with errno, EINVAL or EISDIR where it is no regular one. The directory is that of the file
+    // itself, wherever symbolic links to it lie. Without /proc there is no redo file.
+    bool open(const char *path, int flags) noexcept {
+        file = Descriptor(::open(path, flags | O_NONBLOCK | O_CLOEXEC));
+        if (!file || fstat(file.get(), &status) != 0) return false;
+        if (!S_ISREG(status.st_mode)) return refuse(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+        ssize_t length = readlink(DescriptorName(file.get()).text, redo_path, PATH_MAX);
+        while (length > 0 && redo_path[length - 1] != '/') --length;
+        redo_path[0] = length > 0 ? redo_path[0] : '\0';
+        if (length > 0)
+            std::sprintf(redo_path + length, "%s%llu", paths::redo_prefix,
+                         static_cast<unsigned long long>(status.st_ino));
+        return true;
+    }
 };
-
-// The directory is that of the file itself, wherever symbolic links to it lie. Without /proc there is no redo file.
-bool Target::open(const char *path, int flags) noexcept {
-    file = Descriptor(::open(path, flags | O_NONBLOCK | O_CLOEXEC));
-    if (!file || fstat(file.get(), &status) != 0) return false;
-    if (!S_ISREG(status.st_mode)) return refuse(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
-    ssize_t length = readlink(DescriptorName(file.get()).text, redo_path, PATH_MAX);
-    while (length > 0 && redo_path[length - 1] != '/') --length;
-    redo_path[0] = length > 0 ? redo_path[0] : '\0';
-    if (length > 0)
-        std::sprintf(redo_path + length, "%s%llu", paths::redo_prefix, static_cast<unsigned long long>(status.st_ino));
-    return true;
-}
 
 // Whether the owner of a redo file could have written the file itself, and no other user could have written the redo
 // file: in a directory like /tmp every user can make a file of this name. Sets errno to EPERM where it is not so.
@@ -129,53 +128,49 @@ struct Redo {
     Bytes payload;
 
     // Reads a file's redo file. False with errno where it cannot be read now.
-    bool read(const Target &target) noexcept;
+    bool read(const Target &target) noexcept {
+        Descriptor redo = open_redo(target, O_RDONLY);
+        if (!redo) return is_absent(errno);
+        Header found = {};
+        if (read_all(redo.get(), &found, sizeof found, 0) < 0) return false;
+        if (found.magic != magic || found.header != found.own_sum() || found.inode != target.status.st_ino) return true;
+        const std::size_t sums_size = found.sums_size(), size = sums_size + found.new_size;
+        if (!payload.resize(size)) return false;
+        ssize_t got = read_all(redo.get(), payload.begin(), size, sizeof found);
+        if (got == static_cast<ssize_t>(size) && checksum(payload.begin() + sums_size, found.new_size,
+                                                          checksum(payload.begin(), sums_size)) == found.payload)
+            header = found;
+        return got >= 0;
+    }
 
     explicit operator bool() const noexcept { return header.inode != 0; }
     const char *contents() const noexcept { return payload.begin() + header.sums_size(); }
 
-    // What the save has done to a file that has these contents now.
-    State state_of(const Bytes &now) const noexcept;
-};
-
-bool Redo::read(const Target &target) noexcept {
-    Descriptor redo = open_redo(target, O_RDONLY);
-    if (!redo) return is_absent(errno);
-    Header found = {};
-    if (read_all(redo.get(), &found, sizeof found, 0) < 0) return false;
-    if (found.magic != magic || found.header != found.own_sum() || found.inode != target.status.st_ino) return true;
-    const std::size_t sums_size = found.sums_size(), size = sums_size + found.new_size;
-    if (!payload.resize(size)) return false;
-    ssize_t got = read_all(redo.get(), payload.begin(), size, sizeof found);
-    if (got == static_cast<ssize_t>(size) &&
-        checksum(payload.begin() + sums_size, found.new_size, checksum(payload.begin(), sums_size)) == found.payload)
-        header = found;
-    return got >= 0;
-}
-
-// Beyond the end of the old contents there may be zeros; what is beyond the end of the new ones is to be cut off.
-State Redo::state_of(const Bytes &now) const noexcept {
-    const std::size_t old_size = header.old_size, new_size = header.new_size;
-    if (now.size() < std::min(old_size, new_size) || now.size() > std::max(old_size, new_size))
-        return State::written_by_others;
-    bool all_old = now.size() == old_size;
-    for (std::size_t at = 0, end; at < now.size(); at = end) {
-        end = std::min(at - at % block_size + block_size, now.size());
-        const char *block = now.begin() + at;
-        bool is_old;
-        if (at < old_size) {
-            end = std::min(end, old_size);
-            Checksum sum = checksum(block, end - at);
-            is_old = std::memcmp(&sum, payload.begin() + at / block_size * sizeof sum, sizeof sum) == 0;
-        } else {
-            is_old = std::all_of(block, now.begin() + end, [](char byte) { return byte == 0; });
-        }
-        all_old = all_old && is_old;
-        if (!is_old && (at >= new_size || std::memcmp(block, contents() + at, std::min(end, new_size) - at) != 0))
+    // What the save has done to a file that has these contents now. Beyond the end of the old contents there may be
+    // zeros; what is beyond the end of the new ones is to be cut off.
+    State state_of(const Bytes &now) const noexcept {
+        const std::size_t old_size = header.old_size, new_size = header.new_size;
+        if (now.size() < std::min(old_size, new_size) || now.size() > std::max(old_size, new_size))
             return State::written_by_others;
+        bool all_old = now.size() == old_size;
+        for (std::size_t at = 0, end; at < now.size(); at = end) {
+            end = std::min(at - at % block_size + block_size, now.size());
+            const char *block = now.begin() + at;
+            bool is_old;
+            if (at < old_size) {
+                end = std::min(end, old_size);
+                Checksum sum = checksum(block, end - at);
+                is_old = std::memcmp(&sum, payload.begin() + at / block_size * sizeof sum, sizeof sum) == 0;
+            } else {
+                is_old = std::all_of(block, now.begin() + end, [](char byte) { return byte == 0; });
+            }
+            all_old = all_old && is_old;
+            if (!is_old && (at >= new_size || std::memcmp(block, contents() + at, std::min(end, new_size) - at) != 0))
+                return State::written_by_others;
+        }
+        return all_old ? State::untouched : State::begun;
     }
-    return all_old ? State::untouched : State::begun;
-}
+};
 
 bool read_contents(const Target &target, Bytes &contents) noexcept {
     if (target.status.st_size > INT_MAX) return refuse(EFBIG);
