@@ -38,7 +38,7 @@ std::string deep(size_t levels) {
     return "<kavex>" + repeat("<b>", levels) + "<s><t name='a'/></s>" + repeat("</b>", levels) + "</kavex>";
 }
 
-class Hostile : public OpenDocument {
+class Hostile : public ApplianceTest {
 protected:
     Outcome open_file(const std::string &file) {
         close();
@@ -140,7 +140,7 @@ TEST_F(Hostile, DeepAndManyPaths) {
         for (int i = 0; i < depth; ++i)
             text += "<list name='" + std::to_string(i) + "' type='t'>" +
                     repeat("<container>" + std::to_string(i + 1) + "</container>", times) + "</list>";
-        open_snapshot(text);
+        open(text);
         iterator = kvio_open_list(config, "s", "t", "0");
         EXPECT_EQ(kvio_check_loop(iterator), loop);
         EXPECT_EQ(call([&] { return kvio_real_size(iterator); }), size);

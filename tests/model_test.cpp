@@ -79,7 +79,7 @@ struct Model {
     }
 };
 
-class Documents : public OpenDocument {
+class Documents : public ApplianceTest {
 protected:
     int below(int limit) { return static_cast<int>(random_() % static_cast<unsigned>(limit)); }
     std::string letter(int first, int count) { return std::string(1, static_cast<char>(first + below(count))); }
@@ -154,14 +154,13 @@ protected:
     std::mt19937 random_;
 };
 
-// Read without locks: thousands of files under locks would only be slow.
 TEST_F(Documents, AreReadAsTheModelDoes) {
     for (unsigned seed = 0; seed < 2000 && !HasFailure(); ++seed) {
         random_.seed(seed);
         model = {};
         const std::string text = draw();
         SCOPED_TRACE(text);
-        open_snapshot(text);
+        open(text);
         for (const Box &box : model.boxes) {
             if (model.open(box, box.name[0]) != &box || HasFailure()) continue;
             close_container();
@@ -186,9 +185,7 @@ TEST_F(Documents, LargeScopesAnswerLikeTheExpression) {
         for (int i = 1; i < 70; ++i)
             text += element(below(8) ? "t" : "list", below(90) ? "" : "xmlns='urn:n'",
                             (below(9) ? "name" : "na&e;") + std::to_string(below(200) ? i : below(i)));
-        close();
-        write_file("/tmp/large.xml", "<!DOCTYPE kavex [<!ENTITY e 'me'>]><kavex><s>" + text + "</s></kavex>");
-        ASSERT_TRUE(config = kvio_restore_scope("/tmp/large.xml"));
+        open_whole("<!DOCTYPE kavex [<!ENTITY e 'me'>]><kavex><s>" + text + "</s></kavex>");
         kvio_checkpoint_t *checkpoint = kvio_create_checkpoint(config, "s");
         for (int step = 0; step < 60 && !HasFailure(); ++step) {
             const std::string name = some_name(), other = some_name(), type = below(4) ? "t" : "list";

@@ -41,7 +41,6 @@ protected:
     // Opens a document whose scope "s" has these elements. It is closed before the next one, and in the end.
     void open(const std::string &scope) { open_whole("<kavex><s>" + scope + "</s></kavex>"); }
     void open_whole(const std::string &document);
-    void open_snapshot(const std::string &scope) { open(scope); }
     void close();
     static int close(int fd) { return ::close(fd); }
     void close_container() { kvio_close_list(std::exchange(iterator, nullptr)); }
@@ -53,8 +52,6 @@ protected:
 private:
     std::set<std::string> descriptors_, processes_;
 };
-
-using OpenDocument = ApplianceTest;
 
 // What kvio_errno holds before each call: an outcome with this code left it alone.
 constexpr int untouched = 4711;
