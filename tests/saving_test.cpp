@@ -107,6 +107,20 @@ TEST_F(Saving, AFullDiskLeavesTheOldFileWhole) {
     EXPECT_GT(save(values[2]).result, 120'001) << "nothing has changed, so nothing is written";
 }
 
+TEST_F(Saving, AReaderFindsWholeDocumentsWhereASaveComesBetween) {
+    make("");
+    for (int nth = 1; nth < 12; ++nth) {
+        const std::string values[] = {std::string(3000, 'a'), std::string(3000, 'b')};
+        EXPECT_GT(save(values[nth % 2]).result, 0);
+        set(config, values[1 - nth % 2]);
+        faults::intrude(
+            "pread", [&] { kvio_save_config(config); }, nth);
+        faults::fail("pread", 0, 1, faults::from_then_on);
+        const std::string found = loaded();
+        EXPECT_TRUE(found == values[0] || found == values[1]) << nth;
+    }
+}
+
 // Two processes do what they like with the same names, but that the last is neither renamed nor removed, until they are
 // stopped in the middle of it and killed there. Whoever reads a file, with its lock or without, finds it whole.
 TEST_F(Saving, WhoeverReadsFindsWholeDocumentsWhileOthersSave) {
