@@ -66,22 +66,22 @@ $ # Editing: nothing is saved that is broken, or that has changed meanwhile.
 > edit '' s/v; edit 'sed -i s/two/2/' </dev/null; edit 'sed -i s/two/cut\</' -y; edit false -y
 > edit 'sed -i s/=.y./=\"z\"/' -y s; ls /tmp/edit; edit 'kvio set d s t x g 9; sed -i s/two/2/' -y
 > cat /tmp/edit/*/d | tr '<' '\n' | grep ^g.; kvio get d s t x g; rm -r /tmp/edit/*
-> echo 'grep -q cut "$1" && sed -i "s/cut<//" "$1" || sed -i "s/9/cut</" "$1"' >/tmp/editor
-> tty() { printf $1 | TERM=dumb VISUAL='sh /tmp/editor' script -qec 'kvio edit d; echo status $?' /dev/null |
-> grep -o 'status .'; }; tty 'y\nn\n'; tty 'y\ny\n'; kvio get d s t x g; ls /tmp/edit
+> export TERM=dumb VISUAL='edit() { grep -q cut "$1" && sed -i "s/cut<//" "$1" || sed -i "s/9/cut</" "$1"; }; edit'
+> tty() { printf $1 | script -qec 'kvio edit d; echo status $?' /dev/null | grep -o 'status .'; }; tty 'y\nn\n'
+> tty 'y\ny\n'; kvio get d s t x g; ls /tmp/edit
 ~ s t x g: 2 -> two|~ s t x g: 2 -> two|! nothing is changed|! nothing is changed|~ s t x g: two -> 2|! no terminal to
  ask on; --yes answers in advance [2]|! DIR/d:3: not well-formed: StartTag: invalid element name|! nothing is saved
  [4]|! the editor false failed; nothing is saved [5]|! s: list l: a member names no t: y; nothing is saved without
  --force|! nothing is saved [4]|~ s t x g: two -> 2|! d has changed meanwhile; your version is DIR/d [4]|g>2|group
  name="g" type="t">|9|status 1|status 0|
-$ echo '<kavex><s/>' >d; echo 'echo "</kavex>" >>"$1"' >/tmp/editor; export VISUAL='sh /tmp/editor'; edit true -y
-> edit "$VISUAL" -y s; edit "$VISUAL" -y; grep -c . d d.broken; rm d.broken
-> echo 'touch "$1.swap"; sleep 9' >/tmp/editor
+$ echo '<kavex><s/>' >d; end='echo "</kavex>" >>'; edit true -y; edit "$end" -y s; edit "cp /tmp/1 d; $end" -y
+> cmp d /tmp/1; rm -r /tmp/edit/*; echo '<kavex><s/>' >d; edit "$end" -y; grep -c . d d.broken; rm d.broken
+> export VISUAL='touch "$KVIO_EDITED.swap"; sleep 9; :'
 > for signal in TERM HUP KILL; do env kvio edit d >/dev/null & until [ -e /tmp/edit/*/d.swap ]; do sleep 0.05; done
 > kill -$signal $!; wait $!; while [ -e /tmp/edit/* ]; do sleep 0.05; done; done >/dev/null 2>&1
 ! DIR/d:2: not well-formed: Premature end of data in tag kavex line 1|! nothing is saved [4]|! ~d:2: not well-formed:
- Premature end of data in tag kavex line 1 [4]|! d is not well-formed: all is new|! the old file is kept as d.broken
-|d:3|d.broken:1
+ Premature end of data in tag kavex line 1 [4]|! d is not well-formed: all is new|! d has changed meanwhile; your
+ version is DIR/d [4]|! d is not well-formed: all is new|! the old file is kept as d.broken|d:3|d.broken:1
 $ # A full disk leaves what was there as it was, and nothing that was not.
 > head -c 150000 /dev/zero | tr '\0' x >/tmp/long; cp a small/a; for name in long longer
 > do kvio define small/a interface t $name f - </tmp/long; done; kvio ls small/a interface t; cp small/a /tmp/before
