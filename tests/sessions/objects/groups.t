@@ -36,7 +36,7 @@ remove_group missing one = 1 22
 # An entry goes with the last group that it is in, and its properties with each, whatever callbacks say of it. Properties
 # that were never made are missed; a count that was never raised is no reason to keep the entry.
 > a#0=1 b#2=2 c#-1 d g_b=8 h_b=9 h[b] b_property[h_b g_b] g[a b c d]
-remove_entry h b = 0 get_entry(b,) entry_removed(b,2) get_property(h_b,) property_removed(9)
+with entry_removed 1 - remove_entry h b = 1 get_entry(b,) entry_removed(b,2) get_property(h_b,) property_removed(9)
 with property_removed 1 - remove_entry g b = 1 get_entry(b,) entry_removed(b,2) get_property(g_b,) property_removed(8)
 remove_entry g-entry_removed-property_removed {a,b,c} = 1 22 | 1 22: group_op: Group: cannot find entry b | 1 22
 remove_entry g-property_type d = 0 get_entry(d,) entry_removed(d,)
