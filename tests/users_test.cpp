@@ -264,7 +264,7 @@ TEST_F(Users, LeaveTheProcessOfTheCallerAlone) {
         const pid_t caller = fork();
         if (caller == 0) {
             for (int fd = 0; fd < 3; ++fd)
-                if (kind < 8 && kind & 1u << fd) close(fd);
+                if (kind < 8 && kind & 1u << fd) ::close(fd);
             for (int number = 1; number < NSIG && kind == 8; ++number) signal(number, SIG_IGN);
             if (kind == 8) sigprocmask(SIG_BLOCK, &all, nullptr);
             if (kind == 9) signal(SIGALRM, [](int) {});

@@ -40,12 +40,6 @@ std::set<std::string> numbers_in(const char *directory) {
     return found;
 }
 
-// How many lines stand below the first one of a file.
-long lines_of(const char *path) {
-    const std::string text = read_file(path);
-    return std::count(text.begin(), text.end(), '\n') - 1;
-}
-
 }  // namespace
 
 // Takes the place of the appliance's log library. What a child process of the library logs shows at descriptor 2.
@@ -90,8 +84,6 @@ std::string read_file(const std::string &path) {
 
 mode_t file_mode(const std::string &path) { return static_cast<mode_t>(fs::status(path).permissions()); }
 
-int lock_count() { return static_cast<int>(lines_of("/proc/sysvipc/sem")); }
-
 void ApplianceTest::SetUp() {
     if (!std::getenv("KAVEX_PRIVATE_ROOT")) {
         std::fprintf(stderr, "These tests write the appliance's real paths: run them with scripts/appliance-root\n");
@@ -109,8 +101,10 @@ void ApplianceTest::SetUp() {
 void ApplianceTest::TearDown() {
     close();
     faults::clear();
-    EXPECT_EQ(lock_count(), 0) << "left behind: semaphores\n" << read_file("/proc/sysvipc/sem");
-    EXPECT_EQ(lines_of("/proc/sysvipc/shm"), 0) << "left behind: shared memory";
+    for (const char *left : {"/proc/sysvipc/sem", "/proc/sysvipc/shm"}) {
+        const std::string text = read_file(left);
+        EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1) << "left behind: " << text;
+    }
     EXPECT_EQ(numbers_in("/proc/self/fd"), descriptors_) << "left behind: descriptors";
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "left behind: a child";
     // A process whose parent died is buried by the root's first process, in its own time.

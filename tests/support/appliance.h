@@ -29,8 +29,6 @@ inline std::string read_config(const std::string &name) { return read_file(confi
 // What the store keeps beside a file that it has saved.
 inline bool is_redo_file(const std::string &path) { return path.find("/.kavex-redo-") != std::string::npos; }
 
-int lock_count();  // the semaphore sets of the private root
-
 // Makes one test after the other start alike, with at most one open document, and checks in its end that it left nothing:
 // no semaphore set, no shared memory segment, the same descriptors, no child and no process of its children.
 class ApplianceTest : public testing::Test {
@@ -42,7 +40,6 @@ protected:
     void open(const std::string &scope) { open_whole("<kavex><s>" + scope + "</s></kavex>"); }
     void open_whole(const std::string &document);
     void close();
-    static int close(int fd) { return ::close(fd); }
     void close_container() { kvio_close_list(std::exchange(iterator, nullptr)); }
     static std::string path() { return config_path("a.xml"); }
 
