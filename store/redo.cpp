@@ -340,7 +340,7 @@ bool replace_existing(Target &target, const Bytes &contents, RedoFile wanted) no
     if (!commit(target, sums, contents, redo)) return false;
     bool has_room = extend(target, contents.begin(), contents.size());
     if (!has_room && redo && is_no_room(errno)) {  // the redo file has taken it
-        drop(target, std::move(redo), RedoFile::is_removed);
+        drop(target, std::exchange(redo, Descriptor()), RedoFile::is_removed);
         has_room = extend(target, contents.begin(), contents.size());
     }
     if (!has_room || !overwrite(target, contents.begin(), contents.size(), same, bool(redo))) return false;
