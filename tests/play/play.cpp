@@ -92,6 +92,10 @@ std::string replaced(std::string text, const std::string &what, const std::strin
     return text;
 }
 
+int count_of(const std::string &what, const std::string &text) {
+    return static_cast<int>(replaced(text, what, what + "*").size() - text.size());
+}
+
 // An argument without its quotes and with its runs; null for NULL. It lives as long as the program.
 const char *argument(const std::string &word) {
     static std::set<std::string> kept;
@@ -315,11 +319,9 @@ private:
     Texts state();
     std::string messages() const;
     std::string given_back();
-    Seen call(
-        Words words, const std::function<void()> &plan = [] {});
+    Seen call(Words words, const std::function<void()> &plan = nullptr);
     Seen call_with_fault(const Words &words);
     void reset();
-    void play_up_to(const Steps &steps, size_t end);
     void sweep(const Steps &steps, size_t at, const Texts &before, const Seen &whole);
 
     // What is known by a name; the last tells whether the node is a checkpoint.
@@ -465,7 +467,7 @@ Seen Play::call(Words words, const std::function<void()> &plan) {
     group_ = nullptr;
     seen_ = {};
     const Texts before = state();
-    plan();
+    if (plan) plan();
     xpath_contexts = 0;
     records::begin();
     each_function([&](const char *name, auto function) {
@@ -532,24 +534,13 @@ bool object_call_may(const std::string &function, const Seen &seen, const Seen &
     if (seen.result == whole.result)
         return absent.count(failed) && (seen.told == whole.told || !failed.empty() || function == "export_group") &&
                std::regex_replace(after["<c"], count, "") == std::regex_replace(done["<c"], count, "");
-    const auto more = [&](const std::string &what) {
-        const auto marked = [&](const std::string &text) {
-            return replaced(text, what, what + "*").size() - text.size();
-        };
-        return static_cast<int>(marked(after["<c"]) - marked(before["<c"]));
-    };
+    const auto more = [&](const char *what) { return count_of(what, after["<c"]) - count_of(what, before["<c"]); };
     const int entities = more("<t name=");
     if (function == "join_entry" && entities != 0 && (entities != 1 || more("<entity>") < 1)) return false;
     if (function.find("_list") != function.npos)
         return seen.text.find(": list_op: ") != seen.text.npos && (after == before || function == "delete_list");
     const char *result = failed.find("attr_") != failed.npos ? "-18004" : whole.result == "handle" ? "null" : "1";
     return failed.empty() || seen.result.rfind(result, 0) == 0;
-}
-
-void Play::play_up_to(const Steps &steps, size_t end) {
-    reset();
-    for (size_t at = 0; at < end; ++at)
-        if (!prepare(steps[at].words)) call_with_fault(steps[at].words);
 }
 
 void Play::play() {
@@ -584,7 +575,10 @@ void Play::sweep(const Steps &steps, size_t at, const Texts &before, const Seen 
     Texts after = done;
     bool has_moved = whole.has_moved;
     for (int nth = 1;; ++nth) {
-        if (has_moved || after != before) play_up_to(steps, at);
+        const bool begins_again = has_moved || after != before;
+        if (begins_again) reset();
+        for (size_t i = 0; begins_again && i < at; ++i)
+            if (!prepare(steps[i].words)) call_with_fault(steps[i].words);
         const long used = faults::blocks();
         const Seen seen = call(words, [=] { fail_(nth); });
         if (!struck_()) break;
