@@ -77,7 +77,7 @@
  *   A document that could not be read back is refused, with one more line in front of that of #KVIO_IO: "%s error: %s
  *   has a name, text or depth that XML cannot hold\n" (function, path of the first such element), "%s error: references
  *   to entities stand for too much\n", or "%s error: it would not be read back\n" where its encoding lacks a character,
- *   or a text is beyond the limits of the parser (10,000,000 bytes; names 50,000; 256 levels of elements below the root).
+ *   or a text is beyond the limits of the parser (10,000,000 bytes; names 50,000; 256 levels below the root).
  * - **Reading.** Files are read as xmlParseFile() reads them, with the caller's defaults, such as
  *   xmlSubstituteEntitiesDefault(); errors go to the caller's handler, such as xmlSetStructuredErrorFunc(). Unless the
  *   caller's defaults say otherwise, external entities and DTDs are not loaded. Compressed files are not well-formed. A
