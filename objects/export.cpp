@@ -125,7 +125,7 @@ int valid_property(const char *property, group_desc_t *group, const char *entry)
     if (!property || !group || !good_name(group->name) || !good_name(entry)) return 0;
     std::string_view owner = group_of(property, entry);
     if (owner == group->name) return 1;
-    char own[name_size];  // is_owner() overwrites that of the record
+    char own[name_size] = "";  // is_owner() overwrites that of the record
     copy_if_fits(own, sizeof own, group->name);
     int expansions = 0;
     auto is_owner = [=](const char *name) {
