@@ -196,9 +196,26 @@ void stamp(int fd) noexcept {
     futimens(fd, times);
 }
 
-// Writes what goes beyond the end of a file; where there is no room for it the file is as it was.
+// Locks the whole file for writing, until it is closed or the process ends, for is_being_overwritten(). Where the file
+// system has no such locks, the second look of try_to_load() is all there is.
+void announce(const Target &target) noexcept {
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    fcntl(target.file.get(), F_OFD_SETLK, &lock);
+}
+
+// Whether a process is about to overwrite the file, perhaps in the middle of a block.
+bool is_being_overwritten(const Target &target) noexcept {
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    return fcntl(target.file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+}
+
+// Announces that the file is overwritten, and writes what goes beyond its end; where there is no room for that the file
+// is as it was.
 bool extend(const Target &target, const char *contents, std::size_t size) noexcept {
     const off_t old_size = target.status.st_size;
+    announce(target);
     if (static_cast<off_t>(size) <= old_size ||
         write_all(target.file.get(), contents + old_size, size - static_cast<std::size_t>(old_size), old_size))
         return true;
@@ -249,8 +266,8 @@ bool open_finished(const char *path, Target &target) noexcept {
 
 // Reads a file while others may save it. `settled` says whether no save has made a mixture of what was read: without a
 // redo file none was under way at first, and the times of the file tell that none has begun. Where one was under way,
-// contents that are neither old nor new may be those of a page that is just being written: they count only if they are
-// the same at a second look.
+// contents that are neither old nor new may have a block that is just being written: they count only if nobody writes
+// the file and they are the same at a second look.
 bool try_to_load(const Target &target, Bytes &contents, bool &settled) noexcept {
     Redo redo, after;
     Bytes again;
@@ -260,6 +277,7 @@ bool try_to_load(const Target &target, Bytes &contents, bool &settled) noexcept 
         return true;
     }
     State state = redo.state_of(contents);
+    if (state == State::written_by_others && is_being_overwritten(target)) state = State::begun;
     if (state == State::written_by_others && !read_contents(target, again)) return false;
     if (!after.read(target)) return false;
     settled =

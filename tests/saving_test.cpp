@@ -1,5 +1,6 @@
 // What a save leaves when a step of it fails, when its process is killed, when power is lost, and beside others that save
 // and read.
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 
@@ -358,6 +359,16 @@ TEST_F(Crash, ARedoFileBringsNothingBack) {
         EXPECT_EQ(changes_.at(0).kind, Change::sync) << "the redo file may be all that the disk has";
         EXPECT_TRUE(read() == other) << other.size() << other[0];
     }
+    // A block that is neither old nor new may be half written, but only while the file is locked.
+    tear(value);
+    write_file(file, read_file(file).replace(1'000, 1, "?"));
+    EXPECT_TRUE(loaded() != value);
+    const int writer = ::open(file.c_str(), O_RDWR);
+    struct flock whole = {};
+    whole.l_type = F_WRLCK;
+    EXPECT_EQ(fcntl(writer, F_OFD_SETLK, &whole), 0);
+    EXPECT_TRUE(loaded() == value);
+    ::close(writer);
     const std::pair<const char *, std::function<void()>> rows[] = {
         {"which its group may write", [&] { fs::permissions(redo, fs::perms{0620}); }},
         {"which others may write", [&] { fs::permissions(redo, fs::perms{0602}); }},
