@@ -237,7 +237,7 @@ bool overwrite(const Target &target, const char *contents, std::size_t size, std
     return fdatasync(fd) == 0;
 }
 
-// Clears and perhaps removes a redo file whose save is complete; false with errno where neither can be done. Not synced:
+// Clears and perhaps removes a redo file whose save is complete; false with errno where neither can be done. No sync:
 // where the clearing is lost, the next call finds the file as the save has left it.
 bool drop(const Target &target, Descriptor redo, RedoFile wanted) noexcept {
     Header cleared = {};
@@ -305,7 +305,7 @@ Descriptor open_or_create_redo(const Target &target, bool &created) noexcept {
     return Descriptor();
 }
 
-// Reads the old contents: the checksums of their blocks, and how many bytes the first blocks have that stay as they are.
+// Reads the old contents: the checksums of their blocks, and how many bytes there are in the first blocks that stay.
 bool read_old(Target &target, const Bytes &contents, Bytes &sums, std::size_t &same) noexcept {
     char part[16 * block_size];
     std::size_t at = 0;
