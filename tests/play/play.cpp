@@ -78,7 +78,7 @@ using Steps = std::vector<Step>;
 struct Seen {
     std::string text, result, told;
     bool failed = false, has_moved = false;  // the call, and handles
-    int code = 0;
+    int code = 0, error = 0;                 // kvio_errno and errno
 };
 
 std::string joined(const Words &words, size_t begin = 0) {
@@ -483,6 +483,7 @@ Seen Play::call(Words words, const std::function<void()> &plan) {
     seen_.text = replaced(seen_.text + messages(), "/etc/kavex/conf/", "~");
     seen_.text.erase(seen_.text.find_last_not_of(' ') + 1);
     seen_.code = outcome_.code;
+    seen_.error = outcome_.error;
     release("");
     ::call(xmlResetLastError);  // its text was allocated inside a call, too
     return seen_;
@@ -505,16 +506,19 @@ Seen Play::call_with_fault(const Words &words) {
     return seen;
 }
 
-// A call of the store does nothing and says so. The writers of attributes do not notice, and an array may have less
+// A call of the store without memory does nothing and says so. The writers of attributes do not notice, and an array may have less
 // room.
-bool store_call_may(const std::string &function, const Seen &seen, const Texts &before, Texts after) {
+bool store_call_may(const std::string &function, const Seen &seen, const Seen &whole, const Texts &before,
+                    Texts after) {
     static const std::regex unnoticing("kvio_(setattr|increase|decrease).*|kvio_retrieve_all2?"),
         making("kvio_(open_config|save_as)"), without_code("kvio_(check_loop|set2|alloc_entities)");
-    static const std::set<int> codes = {KVIO_NO_MEMORY, KVIO_MALFORMED, KVIO_IO, KVIO_XML};
+    const bool has_reason = seen.code == KVIO_MALFORMED || seen.code == KVIO_IO,
+               has_code = has_reason ? seen.error == ENOMEM || seen.error == whole.error
+                                     : seen.code == KVIO_NO_MEMORY || seen.code == KVIO_XML;
     if (std::regex_match(function, making))  // a file that was made stays
         for (auto at = after.begin(); at != after.end();)
             at = before.count(at->first) || at->first.rfind("lock", 0) == 0 ? std::next(at) : after.erase(at);
-    return after == before && (seen.failed ? codes.count(seen.code) || std::regex_match(function, without_code)
+    return after == before && (seen.failed ? has_code || std::regex_match(function, without_code)
                                            : std::regex_match(function, unnoticing));
 }
 
@@ -585,7 +589,7 @@ void Play::sweep(const Steps &steps, size_t at, const Texts &before, const Seen 
         has_moved = seen.has_moved;
         const bool is_allowed =
             (seen.text == whole.text && after == done) ||
-            (function.rfind("kvio_", 0) == 0 ? store_call_may(function, seen, before, after)
+            (function.rfind("kvio_", 0) == 0 ? store_call_may(function, seen, whole, before, after)
                                              : object_call_may(function, seen, whole, before, after, done));
         EXPECT_TRUE(is_allowed && xpath_contexts == 0) << joined(words) << " = " << seen.text << " instead of "
                                                        << whole.text << on_one_line(after["<c"]) << ", fault " << nth;

@@ -59,10 +59,11 @@ Outcome observe(const std::function<long()> &body) {
     taken(error_file);
     kvio_errno = untouched;
     faults::begin();
+    errno = 0;
     const long result = body();
+    const int error = errno, code = kvio_errno;
     faults::end();
-    const int code = kvio_errno;
-    return {result, code, taken(error_file), taken(log_file)};
+    return {result, code, taken(error_file), taken(log_file), error};
 }
 
 void PrintTo(const Outcome &outcome, std::ostream *out) {

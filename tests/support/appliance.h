@@ -59,6 +59,7 @@ struct Outcome {
     int code = 0;
     std::string err = {};  // what was written to descriptor 2, with what child processes logged
     std::string log = {};  // the system log, as "list_op 5,7,5,0,0,0,0: text\n", one after the other
+    int error = 0;         // errno, which was 0 before
 
     bool operator==(const Outcome &other) const {
         return result == other.result && code == other.code && err == other.err && log == other.log;

@@ -6,6 +6,7 @@
 #include <malloc.h>
 #include <stdarg.h>
 #include <sys/ipc.h>
+#include <sys/mman.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
 #include <sys/stat.h>
@@ -163,6 +164,10 @@ key_t ftok(const char *path, int project) noexcept {
 void *__libc_calloc(size_t count, size_t size);
 void __libc_free(void *block);
 
+void *mmap(void *address, size_t size, int protection, int flags, int fd, off_t at) noexcept {
+    allocation_count += active;
+    return due("malloc") ? MAP_FAILED : next<&mmap>("mmap")(address, size, protection, flags, fd, at);
+}
 void *calloc(size_t count, size_t size) noexcept {
     allocation_count += active;
     void *block = due("malloc") ? nullptr : __libc_calloc(count, size);
