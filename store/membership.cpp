@@ -20,8 +20,10 @@ xmlNode *find_member(const xmlNode *container, const char *name) {
     for (xmlNode *child = name ? container->children : nullptr; child; child = child->next) {
         if (!store::is_member(child)) continue;
         xml::Text text = xml::Text::below(child);
-        if (same(text, name)) return child;
-        if (!text) code = KVIO_XML;
+        if (!text)
+            code = KVIO_XML;
+        else if (same(text, name))
+            return child;
     }
     return fail(nullptr, code);
 }

@@ -155,8 +155,9 @@ private:
             const xmlAttr *at = store::is_entity(child, handle_->type, nullptr) ? xml::name_of(child) : nullptr;
             if (!at) continue;
             xml::Text text = xml::Text::of(at);
+            if (!text) return false;
             if (same(text, name)) return entities.push(child);
-            if (!text || !passed_.add(hash_of(text.get()), child)) return false;
+            if (!passed_.add(hash_of(text.get()), child)) return false;
         }
         return true;
     }
