@@ -549,7 +549,7 @@ bool object_call_may(const std::string &function, const Seen &seen, const Seen &
 
 void Play::play() {
     for (const Steps &steps : sessions_of(std::string(SESSIONS) + GetParam() + ".t")) {
-        if (fail_ && steps[0].words[1].size() > 2000) continue;  // takes too long
+        if (fail_ && steps[0].words[1].size() > 20'000) continue;  // takes too long
         const long blocks = faults::blocks();
         lost_ = 0;
         for (size_t at = 0; at < steps.size(); ++at) {
